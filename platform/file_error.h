@@ -1,0 +1,28 @@
+// A failure with a file, told in one line that a user can act on.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace halveron::platform {
+
+/// `what()` reads "file: place: cause; remedy", without the parts that are empty.
+class FileError : public std::runtime_error {
+ public:
+  FileError(const std::string& file, const std::string& place, const std::string& cause,
+            const std::string& remedy = {})
+      : std::runtime_error(Line(file, place, cause, remedy)) {}
+
+ private:
+  static std::string Line(const std::string& file, const std::string& place,
+                          const std::string& cause, const std::string& remedy) {
+    std::string line = file.empty() ? std::string() : file + ": ";
+    if (!place.empty()) line += place + ": ";
+    line += cause;
+    if (!remedy.empty()) line += "; " + remedy;
+    return line;
+  }
+};
+
+}  // namespace halveron::platform
