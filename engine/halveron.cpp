@@ -1,0 +1,216 @@
+#include "engine/halveron.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+#include "dsp/random.h"
+#include "editor/module_catalogue.h"
+#include "framework/module.h"
+#include "framework/shared_bitmaps.h"
+#include "platform/cpu_features.h"
+#include "platform/denormals.h"
+#include "platform/library_path.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr int kPrograms = 1;
+
+/// Open instances in this process.
+std::atomic<int> instanceCount{0};
+
+void SetUpProcess(const std::string& programFolder) {
+  skinPath = programFolder + "Skins/Classic/Medium/";
+  skinFallbackPath = skinPath;
+  const CBitmap sidebar(skinPath, skinFallbackPath, "sidebar_s_L.png");
+  if (sidebar.isLoaded()) {
+    SetPanelMetrics(sidebar.getHeight());
+  } else {
+    ResetPanelMetrics();
+  }
+  dsp::SeedRandomFromClock();
+  LoadSharedBitmaps(skinPath, skinFallbackPath);
+  SetUpModuleClasses();
+}
+
+void TearDownProcess() {
+  ForgetSharedBitmaps();
+  TearDownModuleClasses();
+  ResetPanelMetrics();
+  skinPath.clear();
+  skinFallbackPath.clear();
+}
+
+}  // namespace
+
+Halveron::Halveron(audioMasterCallback host, HostKind kind)
+    : AudioEffectX(host, kPrograms, kParameterCount) {
+  hostKind = kind;
+  if (host) {
+    setNumInputs(kDawInputs);
+    setNumOutputs(kDawOutputs);
+    isSynth();
+    canProcessReplacing();
+    setUniqueID(FourCharacterCode('n', 'V', 'a', 'H'));
+  }
+  RebuildNoteTable();
+  const std::string path = platform::LibraryPath();
+  dllFolder_ = path.substr(0, path.find_last_of('/') + 1);
+  filter_.AllowVector(platform::HasSse41());
+  filter_.Configure(kDefaultFilterRow, oversamplingFactor);
+  rack_ = std::make_unique<SynEditor>(*this);
+  programsAreChunks();
+}
+
+Halveron::~Halveron() {
+  if (isOpen_) close();
+}
+
+void Halveron::open() {
+  if (isOpen_) return;
+  isOpen_ = true;
+  if (instanceCount.fetch_add(1) == 0) SetUpProcess(dllFolder_);
+}
+
+void Halveron::close() {
+  if (!isOpen_) return;
+  isOpen_ = false;
+  setEditor(nullptr);
+  rack_.reset();
+  if (instanceCount.fetch_sub(1) == 1) TearDownProcess();
+}
+
+void Halveron::setSampleRate(float rate) {
+  const std::lock_guard lock(processingLock);
+  AudioEffectX::setSampleRate(rate);
+  if (!rack_) return;
+  for (std::size_t index = 0; index < rack_->modules[0].size(); ++index) {
+    for (int voice = 0; voice < voiceCount; ++voice) {
+      Module* module = rack_->modules[static_cast<std::size_t>(voice)][index];
+      if (!module) break;
+      module->SetDAWSampleRate(rate);
+      module->SetSampleRate(module->oversampled ? rate * static_cast<float>(oversamplingSteps)
+                                                : rate);
+    }
+  }
+}
+
+void Halveron::setBlockSize(int frames) {
+  const std::lock_guard lock(processingLock);
+  AudioEffectX::setBlockSize(frames);
+  clearOutputsPending = true;
+  if (!rack_) return;
+  for (std::size_t index = 0; index < rack_->modules[0].size(); ++index) {
+    for (int voice = 0; voice < voiceCount; ++voice) {
+      Module* module = rack_->modules[static_cast<std::size_t>(voice)][index];
+      if (!module) break;
+      module->SetBlockSize(static_cast<float>(frames));
+    }
+  }
+}
+
+void Halveron::ClearOutputs(int sampleFrames) {
+  for (int channel = 0; channel < dawOutputChannels; ++channel) {
+    if (dawOutputs[channel]) std::fill_n(dawOutputs[channel], sampleFrames, 0.0f);
+  }
+  clearOutputsPending = false;
+}
+
+void Halveron::StartBlock() {
+  if (blockStartFrames == 0) return;
+  for (Module* module : rack_->blockStartModules) {
+    if (module->activeIndex != -1) module->BlockStart(blockStartFrames);
+  }
+}
+
+void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrames) {
+  const std::lock_guard lock(processingLock);
+  const platform::DenormalsOff denormalsOff;
+  if (!rack_) return;
+  blockPosition = 0;
+  dawOutputs = outputs;
+  dawInputs = inputs;
+  dawInputChannels = inputs ? kDawInputs : 0;
+  dawOutputChannels = outputs ? kDawOutputs : 0;
+  currentOutL = outputs ? outputs[0] : nullptr;
+  currentOutR = outputs ? outputs[1] : nullptr;
+  if (clearOutputsPending) ClearOutputs(sampleFrames);
+  if (hostKind != HostKind::kClap) blockStartFrames = sampleFrames;
+  StartBlock();
+  if (oversamplingFactor == 1) {
+    RunPlain(sampleFrames);
+  } else {
+    RunOversampled(sampleFrames);
+  }
+}
+
+void Halveron::CarryCables() {
+  for (const RackModel::SignalMove& move : rack_->copies) *move.to = *move.from;
+  for (const RackModel::SignalMove& move : rack_->sums) *move.to += *move.from;
+}
+
+void Halveron::AdvanceSample() {
+  if (currentOutL) ++currentOutL;
+  if (currentOutR) ++currentOutR;
+  ++blockPosition;
+}
+
+void Halveron::RunPlain(int sampleFrames) {
+  const auto& active = rack_->activeModules;
+  const std::size_t polyphonic = active[1].size();
+  for (int sample = 0; sample < sampleFrames; ++sample) {
+    for (std::size_t position = 0; position < polyphonic; ++position) {
+      for (int voice = 0; voice < voiceCount; ++voice) {
+        active[static_cast<std::size_t>(voice)][position]->ProcessSample();
+      }
+    }
+    for (std::size_t position = polyphonic; position < active[0].size(); ++position) {
+      active[0][position]->ProcessSample();
+    }
+    CarryCables();
+    AdvanceSample();
+  }
+}
+
+void Halveron::RunStep(int step, std::size_t polyphonic) {
+  const auto& active = rack_->activeModules;
+  for (Module* module : active[0]) {
+    if (module->oversampled || step == 0) module->ProcessSample();
+  }
+  for (std::size_t position = 0; position < polyphonic; ++position) {
+    if (!active[1][position]->oversampled && step != 0) continue;
+    for (int voice = 1; voice < voiceCount; ++voice) {
+      active[static_cast<std::size_t>(voice)][position]->ProcessSample();
+    }
+  }
+  CarryCables();
+}
+
+void Halveron::RunOversampled(int sampleFrames) {
+  const std::size_t polyphonic = rack_->activeModules[1].size();
+  for (int sample = 0; sample < sampleFrames; ++sample) {
+    for (int step = 0; step < oversamplingSteps; ++step) {
+      RunStep(step, polyphonic);
+      filter_.Push(currentOutL ? *currentOutL : 0.0f, currentOutR ? *currentOutR : 0.0f);
+    }
+    filter_.Decimate(currentOutL, currentOutR);
+    AdvanceSample();
+  }
+}
+
+int Halveron::processEvents(VstEvents* events) {
+  if (!events || events->numEvents == 0 || !rack_ || rack_->eventModules.empty()) return 1;
+  const std::lock_guard lock(processingLock);
+  for (Module* module : rack_->eventModules) {
+    if (module->activeIndex != -1) module->ProcessEvents(events);
+  }
+  return 1;
+}
+
+// Under VST2 notes have no identity that could be tied to a voice.
+void Halveron::BindNoteSlotToVoice(int, int) {}
+void Halveron::ReleaseVoiceNote(int, int) {}
+
+}  // namespace halveron

@@ -1,0 +1,156 @@
+#include "engine/oversampling.h"
+
+#include <immintrin.h>
+
+#include <cmath>
+#include <numbers>
+
+namespace halveron {
+
+namespace {
+
+struct FilterRow {
+  const char* name;
+  int taps;  // 0: the IIR filter, or by the factor
+};
+
+constexpr std::array<FilterRow, kFilterRows> kRows{{
+    {"IIR Chamberlin (>2X)", 0},
+    {"FIR Auto taps", 0},
+    {"FIR Auto double taps", 0},
+    {"FIR 50 taps", 50},
+    {"FIR 100 taps", 100},
+    {"FIR 150 taps", 150},
+    {"FIR 200 taps", 200},
+    {"FIR 300 taps", 300},
+    {"FIR 400 taps", 400},
+    {"FIR 600 taps", 600},
+    {"FIR 800 taps", 800},
+    {"FIR 1000 taps", 1000},
+    {"FIR 1300 taps", 1300},
+    {"FIR 1600 taps", 1600},
+    {"FIR 2000 taps", 2000},
+    {"FIR 2600 taps", 2600},
+    {"FIR 3200 taps", 3200},
+    {"FIR 4800 taps", 4800},
+    {"FIR 6400 taps", 6400},
+    {"FIR 12800 taps", 12800},
+}};
+
+constexpr int kAutoRow = 1;
+constexpr int kAutoDoubleRow = 2;
+constexpr int kAutoTapsPerHalfFactor = 50;
+
+double WindowValue(FirWindow window, int i, int taps) {
+  const double angle = 2.0 * std::numbers::pi * i / (taps - 1);
+  switch (window) {
+    case FirWindow::kBlackman:
+      return 0.42 - 0.5 * std::cos(angle) + 0.08 * std::cos(2.0 * angle);
+    case FirWindow::kHann:
+      return 0.5 * (1.0 - std::cos(angle));
+    case FirWindow::kHamming:
+      return 0.54 - 0.46 * std::cos(angle);
+  }
+  return 0.0;
+}
+
+}  // namespace
+
+const char* OversamplingFilterName(int row) { return kRows[static_cast<std::size_t>(row)].name; }
+
+int OversamplingFilterTaps(int row, int factor) {
+  if (factor > 1 && row == kAutoRow) return factor / 2 * kAutoTapsPerHalfFactor;
+  if (factor > 1 && row == kAutoDoubleRow) return factor / 2 * kAutoTapsPerHalfFactor * 2;
+  return kRows[static_cast<std::size_t>(row)].taps;
+}
+
+void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff) {
+  const float middle = static_cast<float>(taps - 1) * 0.5f;
+  for (int i = 0; i < taps; ++i) {
+    float ideal = cutoff * 2.0f;
+    if (static_cast<float>(i) != middle) {
+      const float d = static_cast<float>(i) - middle;
+      ideal = static_cast<float>(std::sin(cutoff * d * 6.2831854820251465) / (d * 3.1415927f));
+    }
+    out[i] = static_cast<float>(ideal * WindowValue(window, i, taps));
+  }
+}
+
+OversamplingFilter::OversamplingFilter() : firCoefficients_(kMaxFirTaps) {
+  for (Channel& channel : channels_) channel.ring.resize(kMaxFirTaps);
+}
+
+void OversamplingFilter::SetIirRate(float hostRate, int factor) {
+  iirCoefficient_ = 60000.0f / (hostRate * static_cast<float>(factor));
+}
+
+void OversamplingFilter::Configure(int row, int factor) {
+  firTaps_ = OversamplingFilterTaps(row, factor);
+  if (factor > 1 && firTaps_ > 0) {
+    DesignFirFilter(firCoefficients_.data(), firTaps_, FirWindow::kBlackman,
+                    static_cast<float>(1.0 / (factor * 2.0)));
+    ringIndex_ = (ringIndex_ & ~3) + 4;
+    if (ringIndex_ >= firTaps_) ringIndex_ = 0;
+  }
+  useVectorFir_ = cpuHasSse41_ && factor > 2 && firTaps_ % 4 == 0;
+}
+
+void OversamplingFilter::Push(float left, float right) {
+  if (firTaps_ == 0) {
+    StepIir(channels_[0], left);
+    StepIir(channels_[1], right);
+    return;
+  }
+  ringIndex_ = (ringIndex_ == 0 ? firTaps_ : ringIndex_) - 1;
+  channels_[0].ring[static_cast<std::size_t>(ringIndex_)] = left;
+  channels_[1].ring[static_cast<std::size_t>(ringIndex_)] = right;
+}
+
+void OversamplingFilter::Decimate(float* left, float* right) const {
+  const auto result = [&](const Channel& channel) {
+    if (firTaps_ == 0) return channel.iirState[3];
+    return useVectorFir_ ? SumVector(channel.ring.data()) : SumSymmetric(channel.ring.data());
+  };
+  if (left) *left = result(channels_[0]);
+  if (right) *right = result(channels_[1]);
+}
+
+float OversamplingFilter::SumSymmetric(const float* ring) const {
+  float sum = 0.0f;
+  int newer = ringIndex_;
+  int older = ringIndex_ == 0 ? firTaps_ - 1 : ringIndex_ - 1;
+  for (int i = 0; i < firTaps_ / 2; ++i) {
+    sum += firCoefficients_[static_cast<std::size_t>(i)] * (ring[newer] + ring[older]);
+    if (++newer == firTaps_) newer = 0;
+    if (--older < 0) older = firTaps_ - 1;
+  }
+  return sum;
+}
+
+__attribute__((target("sse4.1"))) float OversamplingFilter::SumVector(const float* ring) const {
+  __m128 sum = _mm_setzero_ps();
+  const float* taps = firCoefficients_.data();
+  const auto addRun = [&](int from, int to) __attribute__((target("sse4.1"))) {
+    for (int i = from; i < to; i += 4, taps += 4) {
+      sum = _mm_add_ps(sum, _mm_mul_ps(_mm_loadu_ps(taps), _mm_loadu_ps(ring + i)));
+    }
+  };
+  addRun(ringIndex_, firTaps_);
+  addRun(0, ringIndex_);
+  alignas(16) float parts[4];
+  _mm_store_ps(parts, sum);
+  return (parts[0] + parts[1]) + (parts[2] + parts[3]);
+}
+
+void OversamplingFilter::StepIir(Channel& channel, float x) const {
+  auto& [band1, low1, band2, low2] = channel.iirState;
+  const float f = iirCoefficient_;
+  low1 += f * band1;
+  const float high1 = x - low1 - band1;
+  band1 += f * high1;
+  low2 += f * band2;
+  const float high2 = low1 - low2 - band2;
+  band2 += f * high2;
+}
+
+}  // namespace halveron

@@ -1,0 +1,67 @@
+// The low-pass that brings the oversampled main output pair back to the host's rate.
+#pragma once
+
+#include <array>
+#include <vector>
+
+namespace halveron {
+
+inline constexpr int kMaxFirTaps = 12800;
+inline constexpr int kFilterRows = 20;
+inline constexpr int kIirFilterRow = 0;
+inline constexpr int kDefaultFilterRow = 1;
+
+/// Menu text of a filter row, 0 to kFilterRows - 1.
+const char* OversamplingFilterName(int row);
+
+/// Taps of a filter row at an oversampling factor; 0 selects the IIR filter.
+int OversamplingFilterTaps(int row, int factor);
+
+/// Window of a FIR design.
+enum class FirWindow : int { kBlackman = 1, kHann = 2, kHamming = 3 };
+
+/// Windowed-sinc low-pass of `taps` coefficients into `out`, cut off at `cutoff` as a fraction of
+/// the sampling rate (0.5 is Nyquist). Not normalised.
+void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff);
+
+/// Decimates two channels by 1 to 256. Push is called once per step, Decimate after the last step of
+/// a host sample. The history is never cleared: a change lets old samples run out through the new
+/// filter.
+class OversamplingFilter {
+ public:
+  OversamplingFilter();
+
+  /// Takes the coefficients of a filter row at a factor; not for the audio thread. `hostRate` in
+  /// hertz sets the IIR coefficient, which stays until the next change of factor.
+  void Configure(int row, int factor);
+  void SetIirRate(float hostRate, int factor);
+
+  void Push(float left, float right);
+  void Decimate(float* left, float* right) const;
+
+  int FirTaps() const { return firTaps_; }
+  float IirCoefficient() const { return iirCoefficient_; }
+  const float* FirCoefficients() const { return firCoefficients_.data(); }
+  void AllowVector(bool cpuHasSse41) { cpuHasSse41_ = cpuHasSse41; }
+  bool UsesVectorFir() const { return useVectorFir_; }
+
+ private:
+  struct Channel {
+    std::vector<float> ring;
+    std::array<float, 4> iirState{};  // band and low of section 1, band and low of section 2
+  };
+
+  float SumSymmetric(const float* ring) const;
+  float SumVector(const float* ring) const;
+  void StepIir(Channel& channel, float x) const;
+
+  std::array<Channel, 2> channels_;
+  std::vector<float> firCoefficients_;
+  float iirCoefficient_ = 0.0f;
+  int firTaps_ = 0;
+  int ringIndex_ = 0;  // write position of both rings, which fill downward
+  bool cpuHasSse41_ = false;
+  bool useVectorFir_ = false;
+};
+
+}  // namespace halveron

@@ -1,0 +1,57 @@
+// What the rack and its modules see of the engine.
+#pragma once
+
+#include "framework/host_events.h"
+#include "framework/signal.h"
+#include "platform/recursive_lock.h"
+
+namespace halveron {
+
+enum class HostKind : short { kVst2 = 0, kClap = 2 };
+
+/// The state that the engine shares with the rack's model, and the host services behind it. Plain
+/// members: they are stable while `processingLock` is held, and change only under it.
+class EngineContext {
+ public:
+  virtual ~EngineContext() = default;
+
+  /// Held for the whole of each block and for every patch change.
+  platform::RecursiveLock processingLock;
+
+  int voiceCount = 1;           ///< 1 to kMaxVoices
+  int oversamplingFactor = 1;   ///< 1, 2, 4 ... 256
+  int oversamplingSteps = 1;    ///< equal to the factor; the loop counts against this one
+  HostKind hostKind = HostKind::kVst2;
+
+  int dawOutputModuleCount = 0;     ///< active modules that answer IsAudioToDAW
+  bool clearOutputsPending = true;  ///< the next block begins from silence
+
+  float* const* dawInputs = nullptr;   ///< host channel arrays of this block
+  float* const* dawOutputs = nullptr;  ///< host channel arrays of this block
+  int dawInputChannels = 0;            ///< arrays that the present call brought
+  int dawOutputChannels = 0;
+  int blockPosition = 0;       ///< index of the present host sample in the block
+  float* currentOutL = nullptr;  ///< cursor into host output channel 0
+  float* currentOutR = nullptr;  ///< cursor into host output channel 1
+
+  /// Host rate in hertz and largest block in samples.
+  virtual float HostSampleRate() const = 0;
+  virtual int HostBlockSize() const = 0;
+
+  /// Transport of the host; null if it tells none. `filter` is a mask of VstTimeInfo flags.
+  virtual const VstTimeInfo* HostTimeInfo(int filter) = 0;
+
+  /// Hands events to the host; false if it does not take them. Audio thread.
+  virtual bool SendEventsToHost(VstEvents* events) = 0;
+
+  /// Ties the note that a note-on brought (its slot) to a voice, where the host tracks notes.
+  virtual void BindNoteSlotToVoice(int voice, int noteSlot) = 0;
+
+  /// Ends the note that a voice holds, if it is the one of the slot or the slot is negative.
+  virtual void ReleaseVoiceNote(int voice, int noteSlot) = 0;
+
+  /// Tells the host that a panel control moved one of its parameters.
+  virtual void ParameterMoved(int index, float value) = 0;
+};
+
+}  // namespace halveron

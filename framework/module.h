@@ -1,0 +1,283 @@
+// The base of every rack module: a panel and a DSP object in one.
+//
+// One instance exists per voice of a polyphonic module, one in all of a mono one. ProcessSample,
+// BlockStart and ProcessEvents run on the audio thread under the processing lock. ValueChanged and
+// the cable notices run on the thread that made the change; the cable notices come inside the lock.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "framework/engine_context.h"
+#include "framework/host_table.h"
+#include "framework/module_controls.h"
+#include "framework/patch_point.h"
+#include "framework/signal.h"
+#include "gui/view_container.h"
+
+namespace halveron {
+
+class CFrame;
+class CSlider;
+
+/// Keeps the rack's panels apart from the toolkit's containers; adds no state.
+class ModuleWrapper : public CViewContainer {
+ public:
+  using CViewContainer::CViewContainer;
+  HALVERON_TYPE_OF(ModuleWrapper, CViewContainer)
+};
+
+class Module : public ModuleWrapper {
+ public:
+  Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const HostTable& hostTable,
+         int voice);
+  ~Module() override;
+
+  HALVERON_TYPE_OF(Module, ModuleWrapper)
+
+  // Identity. Name and vendor together identify a module in presets, compared byte for byte.
+  virtual int GetHostVersion() const { return kHostInterfaceVersion; }
+  virtual const char* GetName() const { return ""; }
+  virtual int GetNameLength() const { return -1; }
+  virtual const char* GetVendorName() const { return ""; }
+  virtual int GetVendorNameLength() const { return -1; }
+  /// Version of the module's preset data, 1000 or above; -1 in the base.
+  virtual int GetVersion() const { return -1; }
+  virtual bool GetAlwaysOnDefault() const { return false; }
+  virtual bool GetMonoDefault() const { return true; }
+  virtual bool IsAudioToDAW() const { return false; }
+  virtual bool UsesPolyphony() const { return false; }
+  /// Product page of the vendor's own modules; null for any other vendor.
+  virtual const char* GetInfoURL();
+
+  // Sound.
+  virtual void ProcessSample() {}
+  virtual void ProcessEvents(VstEvents* events) { (void)events; }
+  virtual void BlockStart(int frames) { (void)frames; }
+  virtual void SetSampleRate(float rate);
+  virtual void SetDAWSampleRate(float rate) { dawSampleRate = rate; }
+  virtual void SetBlockSize(float frames) { blockSize = static_cast<int>(frames); }
+  /// For each knob: takes a smoothing delay in milliseconds of 0 or more, follows the rate.
+  virtual void SetKnobSmoothing(float delay);
+  virtual bool SetBandlimitMode(int mode);
+  virtual void InitPatchPoints(float value);
+
+  // Notices.
+  virtual void CableConnected(PatchPoint* point) { (void)point; }
+  virtual void CableDisconnected(PatchPoint* point) { (void)point; }
+  /// The class's panel logic, whenever a control has moved.
+  virtual void ValueChanged(CControl* control) { (void)control; }
+  virtual void VoiceCountChanged(int voices) { (void)voices; }
+  virtual void ModuleCreated(int voices) { (void)voices; }
+  virtual void ModuleRemoved() {}
+  /// Modules that joined mouseModules get it. Answers 2, not handled.
+  virtual int OnMouseMoved(CPoint* where, int* buttons);
+
+  // Host audio of the present sample, by channel. Channels that the host did not bring are skipped.
+  virtual void SendToDAW(const float* values, int first, int last);
+  virtual void SendToDAW(const float* values, int last) { SendToDAW(values, 0, last); }
+  virtual void SendToDAW(PatchPoint** points, int first);
+  virtual void SendToDAW(PatchPoint** points) { SendToDAW(points, 0); }
+  virtual void SendStereoToDAW(float left, float right);
+  virtual void ReceiveFromDAW(float* values, int first, int last);
+  virtual void ReceiveFromDAW(float* values, int last) { ReceiveFromDAW(values, 0, last); }
+  virtual void ReceiveFromDAW(PatchPoint** points, int first);
+  virtual void ReceiveFromDAW(PatchPoint** points) { ReceiveFromDAW(points, 0); }
+  virtual void ReceiveStereoFromDAW(float* left, float* right);
+  virtual int GetDAWInputCount() const { return hostTable.GetDAWInputCount(editor); }
+  virtual int GetDAWOutputCount() const { return hostTable.GetDAWOutputCount(editor); }
+
+  // Registration with the rack.
+  virtual int GetFreeTag() { return hostTable.GetFreeTag(editor, this); }
+  virtual bool RegisterTag(CControl* control, int tag);
+  virtual bool UnregisterTag(CControl* control);
+  virtual bool RegisterForEvents() { return hostTable.RegisterForEvents(editor, this); }
+  virtual bool RegisterForBlockStart() { return hostTable.RegisterForBlockStart(editor, this); }
+  virtual bool RegisterForMouseMoved() { return hostTable.RegisterForMouseMoved(editor, this); }
+  virtual bool ReleaseFromTrash() { return hostTable.ReleaseFromTrash(editor, this); }
+  virtual void UnregisterControls();
+
+  // Counting and presets.
+  virtual void CountControls();
+  virtual void ResetControlCounts() { nbControls = nbPatchPoints = -1; }
+  virtual void NumberPatchPoints(int* next);
+  virtual void CollectPatchPoints(PatchPoint** points, int* index, int limit);
+  virtual int GetControlValuesSize();
+  virtual void ApplyKnobModulation();
+  /// Writes the value of each tagged control in child order, one float each.
+  virtual void SaveControlValues(float* buffer);
+  /// Reads them back; `size` in bytes. Controls beyond the end keep what they have.
+  virtual void LoadControlValues(const float* buffer, unsigned size);
+  virtual int GetPatchPointIndicesSize() { return GetControlValuesSize(); }
+  virtual void SavePatchPointIndices(int* buffer);
+  virtual void LoadPatchPointIndices(const int* buffer, unsigned size);
+  /// Bytes of the module's preset data.
+  virtual int GetPresetSize() { return GetControlValuesSize(); }
+  virtual void SavePreset(void* buffer, int size);
+  /// `version` is what GetVersion gave when the data was saved. Stops quietly where data ends.
+  virtual void LoadPreset(const void* buffer, int size, int version);
+
+  virtual void EnterProcessingCriticalSection();
+  virtual void LeaveProcessingCriticalSection();
+  virtual void SetPatchPointPoly(PatchPoint* point, bool poly);
+  /// The instance of this module in another voice, null if there is none.
+  virtual Module* GetVoiceModule(int voiceIndex);
+
+  // Mouse, handed on to the rack.
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
+
+  virtual float GetClipLevel() const { return clipLevel; }
+  virtual void SetClipLevel(float level) { clipLevel = level; }
+  virtual int GetBandlimitMode() const { return bandlimitMode; }
+
+  float sampleRate;       ///< hertz at which ProcessSample runs
+  float halfSampleRate;
+  float sampleRate60;     ///< samples a minute
+  float dawSampleRate;    ///< host rate
+  int blockSize;          ///< host block size in samples
+  bool oversampled = true;
+  bool alwaysOn = false;  ///< processed without cables
+  bool mono = false;
+  bool monoSelectable = true;
+  bool oversamplingSelectable = true;
+  int nbControls = -1;     ///< tagged controls and patch points, -1: not counted
+  int nbPatchPoints = -1;
+  int cableCount = 0;      ///< cable ends on this instance's patch points
+  int polyPatchPoints = 0;
+  int bandlimitMode = -1;  ///< -1 none, 0 at the oversampling Nyquist, 1 near the host's
+  EngineContext* engine;
+  RackModel* editor;
+  HostTable hostTable;
+  float clipLevel = kDefaultClipLevel;  ///< linear limit, -1 where a class does not clip
+  int voice;
+  bool isDragged = false;
+  int moduleIndex = -1;
+  int activeIndex = -1;
+  int eventIndex = -1;
+  int blockStartIndex = -1;
+  int mouseIndex = -1;
+  int trashIndex = -1;
+
+ protected:
+  // Control factories. x and y name the centre in panel units (a row is 291 high); roles are
+  // unique among the panel's controls, among its inputs and among its outputs.
+  void AddPatchPoint(Input& handle, const char* role, float x, float y);
+  void AddPatchPoint(Output& handle, const char* role, float x, float y);
+  void AddPatchPoint(Either& handle, const char* role, float x, float y);
+  /// Points of two frames that show whether they are plugged, for MIDI words.
+  void AddMidiPatchPoint(Input& handle, const char* role, float x, float y);
+  void AddMidiPatchPoint(Output& handle, const char* role, float x, float y);
+
+  void AddModuleKnob(Knob& handle, const char* role, float x, float y, SharedBitmap bitmap,
+                     float initial, int tag = TAG_AUTOMATIC);
+  /// A knob that stands only on the frames of its strip.
+  void AddSteppedKnob(Knob& handle, const char* role, float x, float y, SharedBitmap bitmap,
+                      float initial, int tag = TAG_AUTOMATIC);
+  ModuleKnobEx* AddModuleKnobEx(Knob& handle, const char* role, float x, float y,
+                                SharedBitmap bitmap, float initial, int tag = TAG_AUTOMATIC);
+  CVerticalSwitch* AddVerticalSwitch(const char* role, float x, float y, SharedBitmap bitmap,
+                                     float initial, int tag = TAG_AUTOMATIC);
+  CHorizontalSwitch* AddHorizontalSwitch(const char* role, float x, float y, SharedBitmap bitmap,
+                                         float initial, int tag = TAG_AUTOMATIC);
+  CKickButtonEx* AddKickButton(const char* role, float x, float y, SharedBitmap bitmap,
+                               int tag = TAG_AUTOMATIC);
+  COnOffButton* AddOnOffButton(const char* role, float x, float y, SharedBitmap bitmap,
+                               float initial, int tag = TAG_AUTOMATIC);
+  CSpecialDigit* AddSpecialDigit(const char* role, float x, float y, SharedBitmap bitmap,
+                                 int digits, int minimum, int maximum, int tag = TAG_UNASSIGNED);
+  CSpecialDigitEx* AddSpecialDigitEx(const char* role, float x, float y, SharedBitmap bitmap,
+                                     int digits, int minimum, int maximum,
+                                     int tag = TAG_UNASSIGNED);
+  /// A lamp that follows a signal, or, with a HeldLamp handle, events.
+  void AddLamp(Lamp& handle, const char* role, float x, float y, SharedBitmap bitmap);
+  CMovieBitmap* AddMovieBitmap(const char* role, float x, float y, SharedBitmap bitmap,
+                               bool centred);
+  /// `area` in panel units.
+  CTextLabel* AddTextLabel(const char* role, const CRect& area);
+  CTextLabelEx* AddTextLabelEx(const char* role, const CRect& area);
+
+  void AddLeftScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener);
+  void AddRightScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener);
+
+  std::shared_ptr<SignalStore> signals;
+
+ private:
+  CRect PlaceControl(float x, float y, SharedBitmap bitmap) const;
+  /// Names the control, gives it its first value and tag, and puts it on the panel.
+  template <class Control>
+  Control* AdoptControl(Control* control, const char* role, float initial, int tag);
+  PatchPoint* MakePatchPoint(int type, bool twoState, const char* role, float x, float y);
+  template <class KnobClass>
+  KnobClass* MakeKnob(Knob& handle, const char* role, float x, float y, SharedBitmap bitmap,
+                      float initial, bool stepped, int tag);
+  void AddScrew(CMovieBitmap** screw, CControlListener* listener, bool left, bool top);
+
+  std::string infoUrl_;
+};
+
+/// Holds the processing lock for a scope, from panel logic that touches what ProcessSample uses.
+class ProcessingSection {
+ public:
+  explicit ProcessingSection(Module& module) : module_(module) {
+    module_.EnterProcessingCriticalSection();
+  }
+  ~ProcessingSection() { module_.LeaveProcessingCriticalSection(); }
+  ProcessingSection(const ProcessingSection&) = delete;
+  ProcessingSection& operator=(const ProcessingSection&) = delete;
+
+ private:
+  Module& module_;
+};
+
+/// The vendor of every built-in module.
+inline constexpr const char* kBuiltInVendor = "Calderine";
+
+/// Identity of a built-in module class. `Derived` tells
+///   static constexpr char kName[]       display name, such as "S404 VCA"
+///   static constexpr char kPanel[]      panel image
+///   static constexpr int kColumns       panel width in grid columns
+///   static constexpr int kVersion       version of its preset data
+///   static constexpr bool kPolyphonic   one instance per voice by default
+template <class Derived>
+class BuiltInModule : public Module {
+ public:
+  BuiltInModule(CFrame* frame, const HostTable& hostTable, int voice)
+      : Module(PanelRect(), frame, panelBitmap_, hostTable, voice) {
+    AddLeftScrews(&leftTop_, &leftBottom_, nullptr);
+    AddRightScrews(&rightTop_, &rightBottom_, nullptr);
+  }
+
+  const char* GetName() const override { return Derived::kName; }
+  int GetNameLength() const override { return sizeof(Derived::kName) - 1; }
+  const char* GetVendorName() const override { return kBuiltInVendor; }
+  int GetVendorNameLength() const override { return sizeof("Calderine") - 1; }
+  int GetVersion() const override { return Derived::kVersion; }
+  bool GetMonoDefault() const override { return !Derived::kPolyphonic; }
+
+  /// What all instances of the class share, set up when the first plug-in instance of the process
+  /// opens and torn down when the last closes. A class with more than its panel image hides these
+  /// by its own and calls them.
+  static void SetUpClass() {
+    TearDownClass();
+    panelBitmap_ = new CBitmap(skinPath, skinFallbackPath, Derived::kPanel);
+  }
+  static void TearDownClass() {
+    if (panelBitmap_) panelBitmap_->forget();
+    panelBitmap_ = nullptr;
+  }
+
+  /// Pixels of the panel at the present scale.
+  static CRect PanelRect() { return CRect(0, 0, Derived::kColumns * panelUnitWidth, panelHeight); }
+
+ private:
+  inline static CBitmap* panelBitmap_ = nullptr;
+
+  CMovieBitmap* leftTop_ = nullptr;
+  CMovieBitmap* leftBottom_ = nullptr;
+  CMovieBitmap* rightTop_ = nullptr;
+  CMovieBitmap* rightBottom_ = nullptr;
+};
+
+}  // namespace halveron

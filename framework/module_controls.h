@@ -1,0 +1,240 @@
+// The controls of a panel: at once what the user moves and the data that the DSP reads.
+//
+// The window thread or the host writes `value`; `smoothed_value` and `stepped_target` belong to the
+// audio thread, but for setValue on a stepped knob. Plain aligned stores are relied on, no lock.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "dsp/counters.h"
+#include "framework/shared_bitmaps.h"
+#include "framework/signal_store.h"
+#include "gui/button.h"
+#include "gui/knob.h"
+#include "gui/movie_bitmap.h"
+#include "gui/param_display.h"
+#include "gui/special_digit.h"
+#include "gui/switch.h"
+#include "platform/recursive_lock.h"
+
+namespace halveron {
+
+class Module;
+
+/// Tags of controls that are no host parameter of that number.
+inline constexpr int TAG_AUTOMATIC = 0x7FFFFFF6;   ///< to a factory: take a free parameter
+inline constexpr int TAG_NONE = 0x7FFFFFF7;        ///< decoration: not counted, not saved
+inline constexpr int TAG_UNASSIGNED = 0x7FFFFFF8;  ///< saved, but no host parameter
+
+inline constexpr float kDefaultSmoothDelay = 35.0f;  ///< milliseconds
+
+/// Panel knob, range 0..1. The values that sound live in a KnobCell of the rack's signal store.
+class ModuleKnob : public CAnimKnob {
+ public:
+  /// `frames` positions of the strip; `stepped` knobs stand only on those.
+  ModuleKnob(const CRect& rect, CControlListener* listener, int tag, int frames, CBitmap* bitmap,
+             std::shared_ptr<SignalStore> store);
+  ~ModuleKnob() override;
+
+  HALVERON_TYPE_OF(ModuleKnob, CAnimKnob)
+
+  /// Sets the target; a stepped knob snaps to its step. No clamp, no listener.
+  void setValue(float newValue) override;
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+
+  /// Stores the stepped target of the present value and returns the step's index. Truncates.
+  int SnapToStep();
+  /// The index that SnapToStep would store.
+  int GetStepIndex() const;
+  /// Sets value and smoothed value at once: no glide.
+  void SetAtOnce(float newValue);
+
+  /// Fraction of the distance covered each sample at `sampleRate` hertz. A delay in milliseconds
+  /// of 0 or more replaces the present one.
+  void SetSmoothing(float delay, float sampleRate);
+
+  KnobCell& Cell() { return *cell_; }
+  const KnobCell& Cell() const { return *cell_; }
+
+  float hostOffset = 0.0f;  ///< share of value that the host's modulation added
+  bool stepped = false;
+  float smoothDelay = kDefaultSmoothDelay;
+
+ private:
+  std::shared_ptr<SignalStore> store_;
+  KnobCell* cell_;
+};
+
+/// Knob with a fine linear drag that does not jump when Shift changes under way.
+class ModuleKnobEx : public ModuleKnob {
+ public:
+  using ModuleKnob::ModuleKnob;
+
+  HALVERON_TYPE_OF(ModuleKnobEx, ModuleKnob)
+
+  void invalid() override;
+
+  static constexpr float kFineDragPixels = 400;
+
+  bool redrawOnChange = true;   ///< false: a drag only marks the knob dirty
+  void* userPointer = nullptr;  ///< free for the owning module
+  int userValue = 0;            ///< free for the owning module
+  bool fineByDefault = false;
+
+ protected:
+  float dragPixels(const CButtonState& buttons) const override;
+  /// A jump of more than half the range is pinned at the end that it jumps to.
+  float radialValue(const CPoint& where) override;
+};
+
+/// Push button: value 1 from the press to the release.
+class CKickButtonEx : public CKickButton {
+ public:
+  using CKickButton::CKickButton;
+  HALVERON_TYPE_OF(CKickButtonEx, CKickButton)
+
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
+
+ private:
+  float entryState_ = 0.0f;
+};
+
+/// Lamp, driven at audio rate without flooding the screen: dirty only on a change above 0.05 while
+/// its module is in sight.
+class CMovieBitmapEx : public CMovieBitmap {
+ public:
+  using CMovieBitmap::CMovieBitmap;
+  HALVERON_TYPE_OF(CMovieBitmapEx, CMovieBitmap)
+
+  bool isDirty() const override;
+
+ protected:
+  void drawImage(CDrawContext& context) override;
+};
+
+/// Integer display with leading zeros blanked.
+class CSpecialDigitEx : public CSpecialDigit {
+ public:
+  using CSpecialDigit::CSpecialDigit;
+  HALVERON_TYPE_OF(CSpecialDigitEx, CSpecialDigit)
+
+  static constexpr int kBlank = -1;
+
+  /// The shown digits from left to right, kBlank for a leading zero; the last always shows.
+  std::array<int, kMaxDigits> Places() const;
+  /// Image of a leading zero; without one a 0 is drawn.
+  void SetBlankBitmap(CBitmap* bitmap) { blank_ = SharedPointer<CBitmap>(bitmap); }
+
+ protected:
+  void drawImage(CDrawContext& context) override;
+
+ private:
+  SharedPointer<CBitmap> blank_;
+};
+
+/// Text view with an owned, growing buffer, line index and word wrap.
+class CTextLabelEx : public CTextLabel {
+ public:
+  using CTextLabel::CTextLabel;
+  HALVERON_TYPE_OF(CTextLabelEx, CTextLabel)
+
+  void setText(const char* text) override;
+
+  virtual void FreeText();
+  /// Takes a copy of `text` as the whole text, with room for `capacity` characters.
+  virtual void SetOwnedText(const std::string& text, std::size_t capacity);
+  /// False, with the text as it was, if the text would exceed maxChars and `grow` is false.
+  virtual bool AppendText(const std::string& text, bool grow);
+  /// Rebuilds the line index from a text offset on.
+  virtual void BuildLines(std::size_t from);
+  /// Starts the line index.
+  virtual void StartLines();
+  virtual void ScrollToLine(int line);
+  virtual int GetTopLine() const { return topLine_; }
+  virtual int GetLineCount() const;
+  /// Lines that the view shows; 0 shows all the text.
+  virtual void SetVisibleLines(int count) { visibleLines_ = count; }
+
+  std::string Text() const;
+  /// The text from the top line to the last visible one.
+  std::string VisibleText() const;
+
+  std::size_t maxChars = 1000000;
+  std::size_t wrapColumns = 1000000;
+  bool threadSafe = false;
+
+ protected:
+  void drawPlain(CDrawContext& context) override;
+
+ private:
+  std::unique_lock<platform::RecursiveLock> Guard() const;
+
+  mutable platform::RecursiveLock lock_;
+  std::string text_;
+  std::size_t capacity_ = 0;
+  std::vector<std::size_t> lineStarts_;
+  int topLine_ = 0;
+  int visibleLines_ = 0;
+};
+
+/// A module's handle on a knob: the arithmetic reads `knob->smoothed_value`, the panel logic uses
+/// the view.
+class Knob {
+ public:
+  KnobCell* operator->() const { return cell_; }
+  operator ModuleKnob*() const { return view_; }
+  ModuleKnob& View() const { return *view_; }
+  void Bind(ModuleKnob* view) {
+    view_ = view;
+    cell_ = &view->Cell();
+  }
+
+ private:
+  KnobCell* cell_ = nullptr;
+  ModuleKnob* view_ = nullptr;
+};
+
+/// A module's handle on a lamp: a plain store, cheap enough for every sample.
+class Lamp {
+ public:
+  void Set(float level) { view_->StoreValue(level); }
+  float Level() const { return view_->getValue(); }
+  operator CMovieBitmap*() const { return view_; }
+  void Bind(CMovieBitmap* view) { view_ = view; }
+
+ private:
+  CMovieBitmap* view_ = nullptr;
+};
+
+/// A lamp that stays lit for a while after its last event.
+class HeldLamp : public Lamp {
+ public:
+  /// Seconds are truncated to whole samples.
+  void SetHold(float sampleRate, double seconds) {
+    holdSamples_ = static_cast<int>(sampleRate * seconds);
+  }
+  void Light() {
+    Set(1.0f);
+    counter_.Start(holdSamples_);
+  }
+  /// Once per sample: goes dark when the hold is over.
+  void Tick() {
+    if (counter_.Tick()) Set(0.0f);
+  }
+  void Darken() {
+    counter_.Cancel();
+    Set(0.0f);
+  }
+
+ private:
+  dsp::PulseCounter counter_;
+  int holdSamples_ = 1;
+};
+
+}  // namespace halveron

@@ -1,0 +1,184 @@
+// The rack without its window: modules, voices, cables, parameters, and the operations on them.
+#pragma once
+
+#include <array>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/cable.h"
+#include "framework/engine_context.h"
+#include "framework/host_table.h"
+#include "framework/signal_store.h"
+#include "gui/control.h"
+
+namespace halveron {
+
+class Module;
+class PatchPoint;
+
+/// Makes one instance of a module for a voice; null if name and vendor are unknown or it cannot be
+/// made.
+using ModuleMaker =
+    std::function<Module*(std::string_view name, std::string_view vendor, const HostTable&, int voice)>;
+
+/// To RemoveCable: every voice.
+inline constexpr int kAllVoices = 0x7FFFFFFE;
+
+/// What the sample loop reads is changed only inside the engine's processing lock, which every
+/// operation here takes by itself and which may be held already. Operations belong to the window
+/// thread unless they say otherwise.
+class RackModel : public CControlListener {
+ public:
+  RackModel(EngineContext& engine, ModuleMaker maker);
+  ~RackModel() override;
+  RackModel(const RackModel&) = delete;
+  RackModel& operator=(const RackModel&) = delete;
+
+  // Modules.
+
+  /// Makes a module for all voices that it wants and puts it last in the rack. Null, with the rack
+  /// as it was, if it cannot be made.
+  Module* AddModule(std::string_view name, std::string_view vendor);
+  /// Puts a mono module that the caller made with this rack's host table last in the rack, which
+  /// takes over the caller's reference.
+  Module* AdoptModule(Module* module);
+  /// Makes instances for the voices firstVoice to lastVoice at a position that exists in each
+  /// voice's array. On false nothing is left behind. With firstVoice above lastVoice it makes
+  /// nothing.
+  bool CreateModule(std::string_view name, std::string_view vendor, int index, int firstVoice,
+                    int lastVoice);
+  /// Takes a module with all its voices, cables and registrations off the rack. The last module
+  /// moves to its index.
+  void RemoveModule(Module* module, bool deleteInstances);
+  void RemoveAllModules();
+  /// Puts a module into the list of those that are processed, or takes it out, by its cables and
+  /// alwaysOn; `force` takes it out in any case.
+  void UpdateActiveState(Module* module, bool force);
+  /// Sets nextVoice on the controls of a module from its voice upward.
+  void LinkVoiceControls(Module* module);
+  Module* GetVoiceModule(Module* module, int voice) const;
+  int ModuleCount() const { return static_cast<int>(modules[0].size()); }
+
+  // Cables.
+
+  /// Makes a cable and all its voice copies. `voiceBackSteps` -1, or the voices to skip when a
+  /// raised voice count is filled up. A refused second cable into an input leaves all as it was.
+  void ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voiceBackSteps);
+  /// Removes a record and, walking the voices, up to `voices` - 1 further ones.
+  void RemoveCable(Cable* cable, int voices, bool inSumList);
+  void BeginCableDrag(PatchPoint* point);
+  bool CanConnect(PatchPoint* target) const;
+  void DropCable(PatchPoint* target);
+  void AbortCableDrag();
+
+  // Host parameters.
+
+  int GetFreeTag(const Module* module) const;
+  bool RegisterTag(CControl* control, int tag);
+  bool UnregisterTag(CControl* control);
+  /// Frees a control's old slot after it was registered at a new one.
+  void ChangeTag(CControl* control, int oldTag, int newTag);
+  /// A control was moved on the panel: tells the host, the module, and the clones.
+  void valueChanged(CControl* control) override;
+
+  // Registration.
+
+  bool RegisterForEvents(Module* module);
+  bool RegisterForBlockStart(Module* module);
+  bool RegisterForMouseMoved(Module* module);
+  bool ReleaseFromTrash(Module* module);
+
+  // What a window adds; the model alone draws nothing.
+
+  virtual void RequestRedraw() {}
+  virtual void CableChanged(const Cable*) {}
+  virtual bool IsInSight(const Module*) const { return true; }
+  /// The innermost view under the mouse while a cable is dragged.
+  virtual CView* ViewUnderMouse() { return nullptr; }
+  virtual CMouseEventResult KnobContextClick(CControl*, const CPoint&);
+  virtual CMouseEventResult ModuleMouseDown(Module*, CPoint&, const CButtonState&);
+  virtual CMouseEventResult ModuleMouseUp(Module*, CPoint&, const CButtonState&);
+  virtual CMouseEventResult ModuleMouseMoved(Module*, CPoint&, const CButtonState&);
+  /// The frame that modules are made for, null without a window.
+  virtual CFrame* Frame() { return nullptr; }
+
+  EngineContext& engine;
+  HostTable hostTable;
+  std::shared_ptr<SignalStore> signals = std::make_shared<SignalStore>();
+
+  /// modules[voice][index]: voice 0 holds every module, the others clones or null. All rows up to
+  /// voiceCount are of equal length.
+  std::array<std::vector<Module*>, kMaxVoices> modules;
+  /// activeModules[voice][position]: those that are processed. Voices above 0 hold clones only, in
+  /// lists of equal length. Order is not stable.
+  std::array<std::vector<Module*>, kMaxVoices> activeModules;
+  std::vector<Module*> blockStartModules;
+  std::vector<Module*> eventModules;
+  std::vector<Module*> mouseModules;
+  std::vector<Module*> trashList;
+
+  CableList cableList;
+  CableList sumCableList;
+  int visibleCableCount = 0;  ///< cables with voice 0 on both ends
+  PatchPoint* dragOrigin = nullptr;
+  int dragColour = 1;
+  bool isDraggingCable = false;
+  int cableColourChoice = 0;  ///< 0 random
+
+  std::array<CControl*, kParameterCount> parameterControls{};
+  int highestParameterIndex = -1;
+  bool inValueChanged = false;
+  bool sampleAccurate = false;
+
+  int rows = 3;  ///< of the rack, at least 1
+  std::string author;
+  std::string description;
+
+  /// One cable as the sample loop sees it.
+  struct SignalMove {
+    float* to;
+    const float* from;
+  };
+  /// The cable lists in their order, flat: first all copies run, then all sums.
+  std::vector<SignalMove> copies;
+  std::vector<SignalMove> sums;
+
+ private:
+  friend class PatchEdit;
+
+  void FillHostTable();
+  void RebuildPlan();
+  bool RegisterIn(std::vector<Module*>& list, int Module::*index, Module* module);
+  void UnregisterFrom(std::vector<Module*>& list, int Module::*index, Module* module);
+  void Discard(Module* instance);
+  void RemoveCablesOf(const Module* module);
+  Cable* NextVoiceRecord(PatchPoint* a, PatchPoint* b, bool* inSumList) const;
+  void SetUpNewModule(int index);
+  int PickCableColour() const;
+  bool OwnsParameter(const CControl* control) const;
+
+  ModuleMaker maker_;
+  int editDepth_ = 0;
+  bool planOutdated_ = false;
+};
+
+/// Holds the processing lock for a change of the patch. When the outermost one ends, what the
+/// sample loop walks is brought up to date.
+class PatchEdit {
+ public:
+  explicit PatchEdit(RackModel& rack);
+  ~PatchEdit();
+  PatchEdit(const PatchEdit&) = delete;
+  PatchEdit& operator=(const PatchEdit&) = delete;
+
+ private:
+  RackModel& rack_;
+  std::unique_lock<platform::RecursiveLock> lock_;
+};
+
+}  // namespace halveron

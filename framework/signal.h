@@ -1,0 +1,50 @@
+// What every module takes for granted: pitch scale, note table, panel metrics.
+//
+// Signals are one 32-bit float per sample: 1.0 stands for 10 V, pitch is 0.1 per octave with MIDI
+// note 60 at 0.0, gates are high at 1.0 and low at 0.0. The values below are process-wide.
+#pragma once
+
+#include <array>
+
+#include "gui/geometry.h"
+
+namespace halveron {
+
+inline constexpr int kMaxVoices = 16;
+inline constexpr int kDawInputs = 10;
+inline constexpr int kDawOutputs = 12;
+inline constexpr int kParameterCount = 1000;
+inline constexpr float kDefaultClipLevel = 4.0f;
+
+/// Frequency in hertz of MIDI notes 0 to 127, a running product of semitones kept in double and
+/// rounded on each store.
+extern std::array<float, 128> NoteFrequency;
+
+/// Fills NoteFrequency, always with the same values.
+void RebuildNoteTable();
+
+/// Pitch signal of a MIDI note.
+inline constexpr double kPitchPerSemitone = 0.008333333333333333;
+
+/// Panel metrics in pixels, set from the height of one rack row.
+extern int panelHeight;
+extern int panelHeightThird;
+extern int panelHeightFifth;
+extern float uiScale;
+extern int panelUnitWidth;
+
+inline constexpr int kReferencePanelHeight = 291;
+
+/// Sets the five metrics from the height of a row in pixels.
+void SetPanelMetrics(int rowHeight);
+
+/// Puts the metrics back to those of the reference height.
+void ResetPanelMetrics();
+
+/// A panel coordinate or size in pixels of the present scale, rounded half down.
+CCoord ScaleToPixels(double panelUnits);
+
+/// Moves a rectangle so that its centre lands on its centre times uiScale; its size is kept.
+void ScaleRect(CRect& rect);
+
+}  // namespace halveron

@@ -1,0 +1,63 @@
+// The memory that the sample loop works on: signals and knob values, packed and apart from views.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace halveron {
+
+/// What the audio thread reads and writes of a knob.
+struct KnobCell {
+  double smoothed_value = 0.0;  ///< what a module's arithmetic reads
+  float value = 0.0f;           ///< target of a continuous knob
+  float stepped_target = 0.0f;  ///< target of a stepped knob
+  float smooth_step = 0.0f;     ///< fraction of the distance covered each sample
+
+  /// One smoothing step toward `value`: a one-pole low-pass, ended by a snap within 0.001.
+  void SmoothValue() { StepToward(value); }
+  /// The same; true only if the value had arrived before.
+  bool SmoothValueSettled() { return StepToward(value); }
+  /// One smoothing step toward `stepped_target`.
+  void SmoothSteppedValue() { StepToward(stepped_target); }
+
+ private:
+  bool StepToward(float target) {
+    const float distance = static_cast<float>(static_cast<double>(target) - smoothed_value);
+    if (distance == 0.0f) return true;
+    if (distance > -0.001 && distance < 0.001) {
+      smoothed_value = target;
+    } else {
+      smoothed_value += distance * smooth_step;
+    }
+    return false;
+  }
+};
+
+/// The cells of one rack. Addresses are stable for the life of a cell, and cells that are taken one
+/// after another lie side by side. Not for the audio thread: taking may allocate.
+class SignalStore {
+ public:
+  /// `count` zeroed floats side by side.
+  float* TakeSignals(std::size_t count);
+  void GiveBackSignals(float* cells, std::size_t count);
+  KnobCell* TakeKnob();
+  void GiveBackKnob(KnobCell* cell);
+
+ private:
+  template <class T>
+  struct Arena {
+    static constexpr std::size_t kChunk = 4096 / sizeof(T) * 4;
+    std::vector<std::unique_ptr<T[]>> chunks;
+    std::size_t used = kChunk;
+    std::vector<std::vector<T*>> free;  // by count
+
+    T* Take(std::size_t count);
+    void GiveBack(T* cells, std::size_t count);
+  };
+
+  Arena<float> signals_;
+  Arena<KnobCell> knobs_;
+};
+
+}  // namespace halveron
