@@ -1,6 +1,5 @@
 // The block process: order, channels, locks, life of instances.
 #include <gtest/gtest.h>
-
 #include <immintrin.h>
 
 #include <atomic>

@@ -57,9 +57,9 @@ TEST(Cables, SelfFeedbackGoesRoundInOneSampleAndCountsTwice) {
   rack.Connect(mixer, "Out", mixer, "In 1");
   EXPECT_EQ(mixer.cableCount, 2);
   EXPECT_NE(mixer.activeIndex, -1);
-  EXPECT_EQ(std::count(rack.editor.activeModules[0].begin(), rack.editor.activeModules[0].end(),
-                       &mixer),
-            1);
+  EXPECT_EQ(
+      std::count(rack.editor.activeModules[0].begin(), rack.editor.activeModules[0].end(), &mixer),
+      1);
   rack.Feed(mixer, "In 2", {1.0f});
   rack.Tap(mixer, "Out");
   rack.Run(50);
@@ -108,8 +108,8 @@ struct VoiceCase {
   const char* fromRole;
   const char* to;
   const char* toRole;
-  int copying;   // records in the copying list
-  int summing;   // records in the summing list
+  int copying;  // records in the copying list
+  int summing;  // records in the summing list
 };
 
 TEST(Cables, VoiceRulesOfAllFourPairings) {

@@ -76,10 +76,10 @@ TEST(ModuleKnobEx, DragLawInPixelsWithShiftChangedUnderWay) {
   };
   CPoint press(10, 10);
   knob->onMouseDown(press, kLButton);
-  EXPECT_NEAR(drag({10, -30}, kLButton), 0.5 + 40 / 400.0, 1e-6);          // up
-  EXPECT_NEAR(drag({30, -30}, kLButton), 0.5 + 60 / 400.0, 1e-6);          // and right
+  EXPECT_NEAR(drag({10, -30}, kLButton), 0.5 + 40 / 400.0, 1e-6);  // up
+  EXPECT_NEAR(drag({30, -30}, kLButton), 0.5 + 60 / 400.0, 1e-6);  // and right
   const float before = knob->getValue();
-  EXPECT_NEAR(drag({30.001, -30}, kLButton | kShift), before, 1e-4);       // no jump
+  EXPECT_NEAR(drag({30.001, -30}, kLButton | kShift), before, 1e-4);  // no jump
   EXPECT_NEAR(drag({30, -70}, kLButton | kShift), before + 40 / 2000.0, 1e-4);
   const float fine = knob->getValue();
   EXPECT_NEAR(drag({30.001, -70}, kLButton), fine, 1e-4);
@@ -159,8 +159,8 @@ TEST(HeldLamp, GoesDarkWhenTheHoldIsOver) {
 }
 
 TEST(SpecialDigit, BlanksLeadingZeros) {
-  auto digit = SharedPointer<CSpecialDigitEx>::Adopt(new CSpecialDigitEx(
-      CRect(0, 0, 30, 10), nullptr, TAG_UNASSIGNED, 3, 10, nullptr));
+  auto digit = SharedPointer<CSpecialDigitEx>::Adopt(
+      new CSpecialDigitEx(CRect(0, 0, 30, 10), nullptr, TAG_UNASSIGNED, 3, 10, nullptr));
   digit->setMin(0);
   digit->setMax(999);
   const auto places = [&](float value) {

@@ -84,10 +84,11 @@ std::intptr_t TestRack::Answer(std::int32_t opcode, std::intptr_t, void* ptr) {
       timeInfo_.sampleRate = engine.HostSampleRate();
       timeInfo_.tempo = host.tempo;
       timeInfo_.ppqPos = host.ppq;
-      timeInfo_.flags = kVstPpqPosValid | kVstTempoValid | (host.playing ? kVstTransportPlaying : 0);
+      timeInfo_.flags =
+          kVstPpqPosValid | kVstTempoValid | (host.playing ? kVstTransportPlaying : 0);
       return reinterpret_cast<std::intptr_t>(&timeInfo_);
     case audioMasterProcessEvents:
-      TakeEvents(static_cast<const VstEvents*>(ptr));
+      if (host.keepsSentEvents) TakeEvents(static_cast<const VstEvents*>(ptr));
       return 1;
     default:
       return 0;
@@ -294,7 +295,11 @@ void TestRack::RunBlock(int frames) {
   }
   engine.processReplacing(inPointers.data(), outPointers.data(), frames);
   position_ += static_cast<std::size_t>(frames);
-  if (host.playing) host.ppq += frames * host.tempo / (60.0 * engine.HostSampleRate());
+  if (!host.playing) return;
+  // Sample by sample, as whoever follows the position within a block does: then the position at a
+  // block's start does not depend on the length of the blocks before it.
+  const double perSample = host.tempo / (engine.HostSampleRate() * 60.0f);
+  for (int i = 0; i < frames; ++i) host.ppq += perSample;
 }
 
 void TestRack::Run(int samples) {

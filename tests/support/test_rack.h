@@ -23,6 +23,7 @@ struct HostScript {
   double ppq = 0.0;
   bool playing = false;
   bool answersTimeInfo = true;
+  bool keepsSentEvents = true;  ///< keeping takes memory, which the audio thread must not
 };
 
 struct TimedWord {

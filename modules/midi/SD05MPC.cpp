@@ -1,0 +1,118 @@
+#include "modules/midi/SD05MPC.h"
+
+#include <algorithm>
+#include <bit>
+#include <string>
+
+namespace halveron {
+
+namespace {
+
+constexpr int kChannels = 16;
+constexpr double kLampSeconds = 0.1;
+
+// Names and captions of the outputs and their lamps; controls keep pointers to them.
+struct OutputNames {
+  std::array<std::string, SD05MPCKernel::kOutputs> output, lamp, number;
+
+  OutputNames() {
+    for (std::size_t i = 0; i < number.size(); ++i) {
+      number[i] = std::to_string(i + 1);
+      output[i] = "MIDI out " + number[i];
+      lamp[i] = "Activity LED " + number[i];
+    }
+  }
+};
+
+const OutputNames& Names() {
+  static const OutputNames names;
+  return names;
+}
+
+// Four rows of four, numbered row by row.
+float ColumnOf(int output) { return 28.0f + 38.0f * static_cast<float>(output % 4); }
+float RowOf(int output) { return 122.0f + 42.0f * static_cast<float>(output / 4); }
+
+}  // namespace
+
+SD05MPC::SD05MPC(CFrame* frame, const HostTable& hostTable, int voice)
+    : BuiltInModule(frame, hostTable, voice) {
+  const OutputNames& names = Names();
+  AddModuleKnob(channel_, "Channel", 104, 66, SharedBitmap::kGrayKnob, 0.0f);
+  channelDigits_ = AddSpecialDigitEx("Channel display", 138, 66, SharedBitmap::kRedDigits, 2, 0,
+                                     kChannels, TAG_NONE);
+  channelDigits_->caption = "0 = all";
+  for (int i = 0; i < kOutputs; ++i) {
+    AddLamp(lamps_[i], names.lamp[i].c_str(), ColumnOf(i) + 18, RowOf(i) - 12,
+            SharedBitmap::kBlueLamp);
+  }
+  AddMidiPatchPoint(midiIn_, "MIDI in", 28, 66);
+  for (int i = 0; i < kOutputs; ++i) {
+    AddMidiPatchPoint(midiOut_[i], names.output[i].c_str(), ColumnOf(i), RowOf(i));
+    midiOut_[i].View().caption = names.number[i].c_str();
+    SetPatchPointPoly(midiOut_[i], true);
+  }
+  for (int i = 0; i < kOutputs; ++i) {
+    midiOut_[i].View().voiceLink = midiOut_[(i + 1) % kOutputs];
+  }
+
+  clipLevel = -1.0f;
+  InitPatchPoints(0.0f);
+  SetSampleRate(sampleRate);
+  ValueChanged(channel_);
+}
+
+void SD05MPC::ProcessSample() {
+  const MidiCableWord word = MidiCableWord::FromCell(midiIn_->in);
+  ClearWritten();
+  if (!word.IsNone()) {
+    const SD05MPCKernel::Deal deal = kernel_.Step(word);
+    written_ = deal.outputs;
+    for (std::uint32_t rest = deal.outputs; rest != 0; rest &= rest - 1) {
+      const int output = std::countr_zero(rest);
+      midiOut_[output]->out = word.ToCell();
+      if (deal.lit) lamps_[output].Light();
+    }
+  }
+  for (HeldLamp& lamp : lamps_) lamp.Tick();
+}
+
+void SD05MPC::ClearWritten() {
+  for (; written_ != 0; written_ &= written_ - 1) {
+    midiOut_[std::countr_zero(written_)]->out = 0.0f;
+  }
+}
+
+void SD05MPC::SetSampleRate(float rate) {
+  Module::SetSampleRate(rate);
+  for (HeldLamp& lamp : lamps_) lamp.SetHold(rate, kLampSeconds);
+}
+
+void SD05MPC::ValueChanged(CControl* control) {
+  if (control != channel_) return;
+  const float share = channel_->value > 0.0f ? std::min(channel_->value, 1.0f) : 0.0f;
+  const int position = static_cast<int>(share * kChannels + 0.5f);
+  kernel_.channelFilter = position == 0 ? SD05MPCKernel::kAllChannels : position - 1;
+  channelDigits_->setValue(static_cast<float>(position));
+}
+
+void SD05MPC::CableConnected(PatchPoint*) { FindOutputsInUse(); }
+
+void SD05MPC::CableDisconnected(PatchPoint* point) {
+  FindOutputsInUse();
+  ClearWritten();
+  // What was held can no longer end: at the input nothing comes, at an output nobody hears it.
+  if (!midiIn_.IsCabled()) kernel_.ForgetAllNotes();
+  for (int i = 0; i < kOutputs; ++i) {
+    if (point == midiOut_[i] && !midiOut_[i].IsCabled()) kernel_.ForgetNotes(i);
+  }
+}
+
+void SD05MPC::FindOutputsInUse() {
+  kernel_.outputsInUse = 0;
+  for (int i = 0; i < kOutputs; ++i) {
+    if (midiOut_[i].IsCabled()) kernel_.outputsInUse |= 1u << i;
+  }
+}
+
+}  // namespace halveron

@@ -1,0 +1,52 @@
+// SD05 MIDI Poly Chainer: deals the notes of one MIDI stream across the voices of the rack.
+#pragma once
+
+#include <array>
+
+#include "framework/module.h"
+#include "modules/midi/SD05MPCKernel.h"
+
+namespace halveron {
+
+/// One mono module with an output per voice. The outputs are poly points in a ring, each leading to
+/// the next and the sixteenth to the first, so that one cable from "MIDI out 1" to a polyphonic
+/// input lays voice v's copy from output v: a chord of 16 notes reaches 16 voices. The ring closes,
+/// so this holds from whichever output the cable begins. At a mono input a cable stays the one it
+/// is, and so each output may also be cabled by hand.
+///
+/// In use are the outputs that have a cable, from the first to the last; one without a cable gets
+/// no note, as nobody would hear it.
+class SD05MPC final : public BuiltInModule<SD05MPC> {
+ public:
+  static constexpr char kName[] = "SD05 MIDI Poly Chainer";
+  static constexpr char kPanel[] = "SD05MPC.png";
+  static constexpr int kColumns = 15;
+  static constexpr int kVersion = 1000;
+  static constexpr bool kPolyphonic = false;
+
+  SD05MPC(CFrame* frame, const HostTable& hostTable, int voice);
+
+  bool UsesPolyphony() const override { return true; }
+  void ProcessSample() override;
+  void SetSampleRate(float rate) override;
+  void ValueChanged(CControl* control) override;
+  void CableConnected(PatchPoint* point) override;
+  void CableDisconnected(PatchPoint* point) override;
+
+ private:
+  static constexpr int kOutputs = SD05MPCKernel::kOutputs;
+
+  void FindOutputsInUse();
+  void ClearWritten();
+
+  SD05MPCKernel kernel_;
+  std::uint32_t written_ = 0;  ///< outputs that hold a word since the last sample, by bits
+
+  Knob channel_;  ///< all channels, then 1 to 16
+  CSpecialDigitEx* channelDigits_;
+  std::array<HeldLamp, kOutputs> lamps_;
+  Input midiIn_;
+  std::array<Output, kOutputs> midiOut_;
+};
+
+}  // namespace halveron
