@@ -15,26 +15,13 @@ struct FilterRow {
 };
 
 constexpr std::array<FilterRow, kFilterRows> kRows{{
-    {"IIR Chamberlin (>2X)", 0},
-    {"FIR Auto taps", 0},
-    {"FIR Auto double taps", 0},
-    {"FIR 50 taps", 50},
-    {"FIR 100 taps", 100},
-    {"FIR 150 taps", 150},
-    {"FIR 200 taps", 200},
-    {"FIR 300 taps", 300},
-    {"FIR 400 taps", 400},
-    {"FIR 600 taps", 600},
-    {"FIR 800 taps", 800},
-    {"FIR 1000 taps", 1000},
-    {"FIR 1300 taps", 1300},
-    {"FIR 1600 taps", 1600},
-    {"FIR 2000 taps", 2000},
-    {"FIR 2600 taps", 2600},
-    {"FIR 3200 taps", 3200},
-    {"FIR 4800 taps", 4800},
-    {"FIR 6400 taps", 6400},
-    {"FIR 12800 taps", 12800},
+    {"IIR Chamberlin (>2X)", 0}, {"FIR Auto taps", 0},      {"FIR Auto double taps", 0},
+    {"FIR 50 taps", 50},         {"FIR 100 taps", 100},     {"FIR 150 taps", 150},
+    {"FIR 200 taps", 200},       {"FIR 300 taps", 300},     {"FIR 400 taps", 400},
+    {"FIR 600 taps", 600},       {"FIR 800 taps", 800},     {"FIR 1000 taps", 1000},
+    {"FIR 1300 taps", 1300},     {"FIR 1600 taps", 1600},   {"FIR 2000 taps", 2000},
+    {"FIR 2600 taps", 2600},     {"FIR 3200 taps", 3200},   {"FIR 4800 taps", 4800},
+    {"FIR 6400 taps", 6400},     {"FIR 12800 taps", 12800},
 }};
 
 constexpr int kAutoRow = 1;

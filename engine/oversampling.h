@@ -24,9 +24,9 @@ enum class FirWindow : int { kBlackman = 1, kHann = 2, kHamming = 3 };
 /// the sampling rate (0.5 is Nyquist). Not normalised.
 void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff);
 
-/// Decimates two channels by 1 to 256. Push is called once per step, Decimate after the last step of
-/// a host sample. The history is never cleared: a change lets old samples run out through the new
-/// filter.
+/// Decimates two channels by 1 to 256. Push is called once per step, Decimate after the last step
+/// of a host sample. The history is never cleared: a change lets old samples run out through the
+/// new filter.
 class OversamplingFilter {
  public:
   OversamplingFilter();

@@ -12,7 +12,7 @@ struct Cable {
   Cable* next = nullptr;
   PatchPoint* destination = nullptr;  ///< the point whose `in` is written
   PatchPoint* origin = nullptr;       ///< the point whose `out` is read
-  int colour = 1;    ///< 1 to 6 of the palette, 7 for MIDI cables
+  int colour = 1;                     ///< 1 to 6 of the palette, 7 for MIDI cables
   int voiceTag = 0;  ///< higher voice of the two ends, negated when they differ or when summing
 };
 

@@ -18,9 +18,9 @@ class EngineContext {
   /// Held for the whole of each block and for every patch change.
   platform::RecursiveLock processingLock;
 
-  int voiceCount = 1;           ///< 1 to kMaxVoices
-  int oversamplingFactor = 1;   ///< 1, 2, 4 ... 256
-  int oversamplingSteps = 1;    ///< equal to the factor; the loop counts against this one
+  int voiceCount = 1;          ///< 1 to kMaxVoices
+  int oversamplingFactor = 1;  ///< 1, 2, 4 ... 256
+  int oversamplingSteps = 1;   ///< equal to the factor; the loop counts against this one
   HostKind hostKind = HostKind::kVst2;
 
   int dawOutputModuleCount = 0;     ///< active modules that answer IsAudioToDAW
@@ -30,7 +30,7 @@ class EngineContext {
   float* const* dawOutputs = nullptr;  ///< host channel arrays of this block
   int dawInputChannels = 0;            ///< arrays that the present call brought
   int dawOutputChannels = 0;
-  int blockPosition = 0;       ///< index of the present host sample in the block
+  int blockPosition = 0;         ///< index of the present host sample in the block
   float* currentOutL = nullptr;  ///< cursor into host output channel 0
   float* currentOutR = nullptr;  ///< cursor into host output channel 1
 

@@ -37,9 +37,7 @@ struct MidiCableWord {
   constexpr bool IsMessage() const { return Status() > 16; }
   constexpr bool IsPacket() const { return Status() >= 1 && Status() <= 16; }
   constexpr bool IsNoteOn() const { return Kind() == 0x90 && Data2() != 0; }
-  constexpr bool IsNoteOff() const {
-    return Kind() == 0x80 || (Kind() == 0x90 && Data2() == 0);
-  }
+  constexpr bool IsNoteOff() const { return Kind() == 0x80 || (Kind() == 0x90 && Data2() == 0); }
   /// Controllers 123 to 126, which silence all notes.
   constexpr bool IsAllNotesOff() const {
     return Kind() == 0xB0 && Data1() >= 123 && Data1() <= 126;

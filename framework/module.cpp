@@ -283,8 +283,9 @@ PatchPoint* Module::MakePatchPoint(int type, bool twoState, const char* role, fl
                       kPatchPointBitmapCount;
     bitmap = patchPointBitmaps[pick];
     const bool drawn = bitmap && bitmap->isLoaded();
-    const CPoint size = drawn ? CPoint(bitmap->getWidth(), bitmap->getHeight())
-                              : CPoint(ScaleToPixels(kPatchPointSize), ScaleToPixels(kPatchPointSize));
+    const CPoint size =
+        drawn ? CPoint(bitmap->getWidth(), bitmap->getHeight())
+              : CPoint(ScaleToPixels(kPatchPointSize), ScaleToPixels(kPatchPointSize));
     const double left = dsp::RoundHalfDown(x * uiScale - size.x * 0.5);
     const double top = dsp::RoundHalfDown(y * uiScale - size.y * 0.5);
     rect = CRect::FromSize(CPoint(left, top), size.x, size.y);
@@ -370,8 +371,8 @@ CKickButtonEx* Module::AddKickButton(const char* role, float x, float y, SharedB
 
 COnOffButton* Module::AddOnOffButton(const char* role, float x, float y, SharedBitmap bitmap,
                                      float initial, int tag) {
-  auto* control = new COnOffButton(PlaceControl(x, y, bitmap), editor, TAG_UNASSIGNED,
-                                   BitmapOf(bitmap));
+  auto* control =
+      new COnOffButton(PlaceControl(x, y, bitmap), editor, TAG_UNASSIGNED, BitmapOf(bitmap));
   return AdoptControl(control, role, initial, tag);
 }
 
@@ -382,8 +383,8 @@ Digit* MakeDigit(CRect place, CControlListener* listener, SharedBitmap bitmap, i
                  int minimum, int maximum) {
   const double extra = place.getWidth() * (digits - 1);
   place = CRect(place.left - extra / 2, place.top, place.right + extra / 2, place.bottom);
-  auto* control = new Digit(place, listener, TAG_UNASSIGNED, digits, InfoOf(bitmap).frames,
-                            BitmapOf(bitmap));
+  auto* control =
+      new Digit(place, listener, TAG_UNASSIGNED, digits, InfoOf(bitmap).frames, BitmapOf(bitmap));
   control->setMin(static_cast<float>(minimum));
   control->setMax(static_cast<float>(maximum));
   return control;
@@ -416,8 +417,8 @@ CMovieBitmap* Module::AddMovieBitmap(const char* role, float x, float y, SharedB
                                      bool centred) {
   CRect place = PlaceControl(x, y, bitmap);
   if (!centred) place.moveTo(ScaleToPixels(x), ScaleToPixels(y));
-  auto* control = new CMovieBitmap(place, editor, TAG_UNASSIGNED, InfoOf(bitmap).frames,
-                                   BitmapOf(bitmap));
+  auto* control =
+      new CMovieBitmap(place, editor, TAG_UNASSIGNED, InfoOf(bitmap).frames, BitmapOf(bitmap));
   return AdoptControl(control, role, 0.0f, TAG_UNASSIGNED);
 }
 
@@ -443,8 +444,8 @@ void Module::AddScrew(CMovieBitmap** screw, CControlListener* listener, bool lef
   const double distance = ScaleToPixels(kScrewDistance);
   const double centreX = left ? distance : getViewSize().getWidth() - distance;
   const double centreY = top ? distance : getViewSize().getHeight() - distance;
-  const CRect place = CRect::FromSize(CPoint(centreX - size.x / 2, centreY - size.y / 2), size.x,
-                                      size.y);
+  const CRect place =
+      CRect::FromSize(CPoint(centreX - size.x / 2, centreY - size.y / 2), size.x, size.y);
   *screw = new CMovieBitmap(place, listener, TAG_NONE, InfoOf(SharedBitmap::kScrew).frames,
                             BitmapOf(SharedBitmap::kScrew));
   const int angle = static_cast<int>(dsp::NextRandom() * 10.0);
@@ -458,8 +459,7 @@ void Module::AddLeftScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlLi
   AddScrew(bottom, listener, true, false);
 }
 
-void Module::AddRightScrews(CMovieBitmap** top, CMovieBitmap** bottom,
-                            CControlListener* listener) {
+void Module::AddRightScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener) {
   AddScrew(top, listener, false, true);
   AddScrew(bottom, listener, false, false);
 }

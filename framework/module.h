@@ -132,19 +132,19 @@ class Module : public ModuleWrapper {
   virtual void SetClipLevel(float level) { clipLevel = level; }
   virtual int GetBandlimitMode() const { return bandlimitMode; }
 
-  float sampleRate;       ///< hertz at which ProcessSample runs
+  float sampleRate;  ///< hertz at which ProcessSample runs
   float halfSampleRate;
-  float sampleRate60;     ///< samples a minute
-  float dawSampleRate;    ///< host rate
-  int blockSize;          ///< host block size in samples
+  float sampleRate60;   ///< samples a minute
+  float dawSampleRate;  ///< host rate
+  int blockSize;        ///< host block size in samples
   bool oversampled = true;
   bool alwaysOn = false;  ///< processed without cables
   bool mono = false;
   bool monoSelectable = true;
   bool oversamplingSelectable = true;
-  int nbControls = -1;     ///< tagged controls and patch points, -1: not counted
+  int nbControls = -1;  ///< tagged controls and patch points, -1: not counted
   int nbPatchPoints = -1;
-  int cableCount = 0;      ///< cable ends on this instance's patch points
+  int cableCount = 0;  ///< cable ends on this instance's patch points
   int polyPatchPoints = 0;
   int bandlimitMode = -1;  ///< -1 none, 0 at the oversampling Nyquist, 1 near the host's
   EngineContext* engine;

@@ -82,18 +82,18 @@ class PatchPoint : public CMovieBitmap {
 
   int type;
   int direction = kUnconnected;
-  bool twoState = false;         ///< shows whether it is plugged, takes one cable: MIDI
-  SignalRef in;                  ///< value that the cables leave here
-  SignalRef out;                 ///< value that the module leaves here
-  Cable* firstCable = nullptr;   ///< feeds this point, or, on an output, was plugged last
-  const float* source = nullptr; ///< `out` at the far end of firstCable, on a destination only
-  int cableCount = 0;            ///< cables on this point, in all lists
-  signed char cableOffsetX = 0;  ///< where the cable sits, from the centre of the point
+  bool twoState = false;          ///< shows whether it is plugged, takes one cable: MIDI
+  SignalRef in;                   ///< value that the cables leave here
+  SignalRef out;                  ///< value that the module leaves here
+  Cable* firstCable = nullptr;    ///< feeds this point, or, on an output, was plugged last
+  const float* source = nullptr;  ///< `out` at the far end of firstCable, on a destination only
+  int cableCount = 0;             ///< cables on this point, in all lists
+  signed char cableOffsetX = 0;   ///< where the cable sits, from the centre of the point
   signed char cableOffsetY = 0;
-  PatchPoint* voiceLink;         ///< the point that the next voice meets on a mono side
-  bool poly = false;             ///< exists per voice although the module is mono
+  PatchPoint* voiceLink;  ///< the point that the next voice meets on a mono side
+  bool poly = false;      ///< exists per voice although the module is mono
   RackModel* editor;
-  int patchIndex = 0;            ///< numbering for saved cables
+  int patchIndex = 0;  ///< numbering for saved cables
 
  private:
   std::shared_ptr<SignalStore> store_;

@@ -54,8 +54,8 @@ void RackModel::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voice
   const int voice = std::max(moduleA->voice, moduleB->voice);
   const auto [destination, origin] = DecideEnds(a, b);
   const bool sums = destination->firstCable != nullptr;
-  const bool maySum = !destination->twoState && destination->IsOnMonoSide() &&
-                      !origin->Owner()->mono;
+  const bool maySum =
+      !destination->twoState && destination->IsOnMonoSide() && !origin->Owner()->mono;
   if (sums && !maySum) return;
 
   auto* cable = new Cable;

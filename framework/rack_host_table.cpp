@@ -6,8 +6,6 @@ namespace halveron {
 
 namespace {
 
-
-
 bool GetTransportInfo(RackModel* rack, VstTimeInfo* target) {
   constexpr int kTransportMask = 0x3E00;
   const VstTimeInfo* info = rack->engine.HostTimeInfo(kTransportMask);

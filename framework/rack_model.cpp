@@ -245,8 +245,8 @@ void RackModel::valueChanged(CControl* control) {
     if (knob) {
       // The host may modulate each voice by its own amount, which stays.
       auto* cloneKnob = static_cast<ModuleKnob*>(clone);
-      cloneKnob->StoreValue(std::clamp(
-          knob->getValue() - knob->hostOffset + cloneKnob->hostOffset, 0.0f, 1.0f));
+      cloneKnob->StoreValue(
+          std::clamp(knob->getValue() - knob->hostOffset + cloneKnob->hostOffset, 0.0f, 1.0f));
     } else {
       clone->StoreValue(control->getValue());
     }

@@ -23,8 +23,8 @@ class PatchPoint;
 
 /// Makes one instance of a module for a voice; null if name and vendor are unknown or it cannot be
 /// made.
-using ModuleMaker =
-    std::function<Module*(std::string_view name, std::string_view vendor, const HostTable&, int voice)>;
+using ModuleMaker = std::function<Module*(std::string_view name, std::string_view vendor,
+                                          const HostTable&, int voice)>;
 
 /// To RemoveCable: every voice.
 inline constexpr int kAllVoices = 0x7FFFFFFE;
@@ -63,6 +63,7 @@ class RackModel : public CControlListener {
   void LinkVoiceControls(Module* module);
   Module* GetVoiceModule(Module* module, int voice) const;
   int ModuleCount() const { return static_cast<int>(modules[0].size()); }
+  const ModuleMaker& Maker() const { return maker_; }
 
   // Cables.
 

@@ -17,7 +17,7 @@ S102UnityMixer::S102UnityMixer(CFrame* frame, const HostTable& table, int voiceI
 }
 
 void S102UnityMixer::ProcessSample() {
-  out_->out = ins_[3]->in + ins_[2]->in + ins_[1]->in + ins_[0]->in;
+  out_->out = Sum(ins_[0]->in, ins_[1]->in, ins_[2]->in, ins_[3]->in);
 }
 
 }  // namespace halveron

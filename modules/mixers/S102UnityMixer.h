@@ -18,6 +18,9 @@ class S102UnityMixer final : public BuiltInModule<S102UnityMixer> {
   S102UnityMixer(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
 
+  /// Adds from the last input to the first; the order is part of the sound's last bits.
+  static float Sum(float in1, float in2, float in3, float in4) { return in4 + in3 + in2 + in1; }
+
  private:
   std::array<Input, 4> ins_;
   Output out_;
