@@ -27,6 +27,8 @@
 #include "modules/midi/SD05MPC.h"
 #include "modules/mixers/S101Mixer.h"
 #include "modules/mixers/S102UnityMixer.h"
+#include "modules/mixers/S120MonoToPoly.h"
+#include "modules/mixers/S121PolyToMono.h"
 #include "modules/sources/S310VCO.h"
 
 namespace halveron {
@@ -72,8 +74,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     ToCome(Category::kMixerPanner, "S103 Matrix Mixer/VCA", "S103MatrixMixerVCA"),
     ToCome(Category::kMixerPanner, "S110 Dual VC Panner", "S110DPan"),
     ToCome(Category::kMixerPanner, "S116 VC Cross Fader", "S116VCCrossFader"),
-    ToCome(Category::kMixerPanner, "S120 Mono To Poly", "S120MonoToPoly"),
-    ToCome(Category::kMixerPanner, "S121 Poly To Mono", "S121PolyToMono"),
+    Made<S120MonoToPoly>(Category::kMixerPanner, "S120MonoToPoly"),
+    Made<S121PolyToMono>(Category::kMixerPanner, "S121PolyToMono"),
     Made<S201VCF>(Category::kFilter, "S201VCF"),
     Made<S202HPLSVCF>(Category::kFilter, "S202HPLSVCF"),
     ToCome(Category::kFilter, "S205 Low Pass Gate", "S205LPG"),

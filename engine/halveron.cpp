@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <mutex>
 
 #include "dsp/random.h"
@@ -59,7 +60,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind)
   const std::string path = platform::LibraryPath();
   dllFolder_ = path.substr(0, path.find_last_of('/') + 1);
   filter_.AllowVector(platform::HasSse41());
-  filter_.Configure(kDefaultFilterRow, oversamplingFactor);
+  filter_.SetIirRate(sampleRate, oversamplingFactor);
   rack_ = std::make_unique<SynEditor>(*this);
   programsAreChunks();
 }
@@ -82,33 +83,70 @@ void Halveron::close() {
   if (instanceCount.fetch_sub(1) == 1) TearDownProcess();
 }
 
-void Halveron::setSampleRate(float rate) {
-  const std::lock_guard lock(processingLock);
-  AudioEffectX::setSampleRate(rate);
+template <class F>
+void Halveron::ForEachInstance(F&& f) {
   if (!rack_) return;
   for (std::size_t index = 0; index < rack_->modules[0].size(); ++index) {
     for (int voice = 0; voice < voiceCount; ++voice) {
       Module* module = rack_->modules[static_cast<std::size_t>(voice)][index];
       if (!module) break;
-      module->SetDAWSampleRate(rate);
-      module->SetSampleRate(module->oversampled ? rate * static_cast<float>(oversamplingSteps)
-                                                : rate);
+      f(*module);
     }
   }
+}
+
+void Halveron::setSampleRate(float rate) {
+  const std::lock_guard lock(processingLock);
+  AudioEffectX::setSampleRate(rate);
+  ForEachInstance([&](Module& module) {
+    module.SetDAWSampleRate(rate);
+    module.FollowRate();
+  });
 }
 
 void Halveron::setBlockSize(int frames) {
   const std::lock_guard lock(processingLock);
   AudioEffectX::setBlockSize(frames);
   clearOutputsPending = true;
-  if (!rack_) return;
-  for (std::size_t index = 0; index < rack_->modules[0].size(); ++index) {
-    for (int voice = 0; voice < voiceCount; ++voice) {
-      Module* module = rack_->modules[static_cast<std::size_t>(voice)][index];
-      if (!module) break;
-      module->SetBlockSize(static_cast<float>(frames));
+  ForEachInstance([&](Module& module) { module.SetBlockSize(static_cast<float>(frames)); });
+}
+
+void Halveron::ApplyOversamplingFactor(int menuEntry) {
+  const std::lock_guard lock(processingLock);
+  oversamplingFactor = oversamplingSteps = 1 << menuEntry;
+  filter_.SetIirRate(sampleRate, oversamplingFactor);
+  filter_.Configure(filterMenuIndex, oversamplingFactor);
+  ForEachInstance([](Module& module) { module.FollowRate(); });
+}
+
+void Halveron::ApplyOversamplingFilter(int row) {
+  filterMenuIndex = row;
+  if (oversamplingFactor == 1) return;
+  const std::lock_guard lock(processingLock);
+  filter_.Configure(row, oversamplingFactor);
+}
+
+void Halveron::setParameter(int index, float value) {
+  if (!rack_ || index < 0 || index >= kParameterCount || rack_->inValueChanged) return;
+  CControl* control = rack_->parameterControls[static_cast<std::size_t>(index)];
+  for (; control; control = control->nextVoice) {
+    control->setValue(value);
+    if (auto* module = dynamic_cast<Module*>(control->getParentView())) {
+      module->ValueChanged(control);
+    } else if (control->getListener()) {
+      control->getListener()->valueChanged(control);
     }
   }
+}
+
+float Halveron::getParameter(int index) {
+  if (!rack_ || index < 0 || index >= kParameterCount) return 0.0f;
+  const CControl* control = rack_->parameterControls[static_cast<std::size_t>(index)];
+  return control ? control->getValue() : 0.0f;
+}
+
+void Halveron::getParameterName(int index, char* text) {
+  std::snprintf(text, kVstMaxParamStrLen + 1, "P%d", index);
 }
 
 void Halveron::ClearOutputs(int sampleFrames) {

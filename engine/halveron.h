@@ -34,6 +34,17 @@ class Halveron final : public AudioEffectX, public EngineContext {
   /// Hands host events to the active modules that registered for them.
   int processEvents(VstEvents* events) override;
 
+  // Host parameters: a slot is a control of voice 0, its clones follow. Any thread, no lock.
+  void setParameter(int index, float value) override;
+  float getParameter(int index) override;
+  void getParameterName(int index, char* text) override;
+  bool canParameterBeAutomated(int) override { return true; }
+
+  void ApplyOversamplingFactor(int menuEntry) override;
+  void ApplyOversamplingFilter(int row) override;
+  void VoiceCountApplied() override {}
+  const OversamplingFilter& Filter() const { return filter_; }
+
   /// Null after close.
   SynEditor* Editor() const { return rack_.get(); }
   /// Folder of the plug-in's file, with a slash at its end; empty if the loader does not tell.
@@ -51,6 +62,8 @@ class Halveron final : public AudioEffectX, public EngineContext {
   int blockStartFrames = 0;
 
  private:
+  template <class F>
+  void ForEachInstance(F&& f);
   void ClearOutputs(int sampleFrames);
   void StartBlock();
   void RunPlain(int sampleFrames);

@@ -39,6 +39,7 @@ class OversamplingFilter {
   void Push(float left, float right);
   void Decimate(float* left, float* right) const;
 
+  /// 0 while the IIR filter is in force.
   int FirTaps() const { return firTaps_; }
   float IirCoefficient() const { return iirCoefficient_; }
   const float* FirCoefficients() const { return firCoefficients_.data(); }

@@ -21,6 +21,7 @@ class EngineContext {
   int voiceCount = 1;          ///< 1 to kMaxVoices
   int oversamplingFactor = 1;  ///< 1, 2, 4 ... 256
   int oversamplingSteps = 1;   ///< equal to the factor; the loop counts against this one
+  int filterMenuIndex = 1;     ///< row of the oversampling filter
   HostKind hostKind = HostKind::kVst2;
 
   int dawOutputModuleCount = 0;     ///< active modules that answer IsAudioToDAW
@@ -33,6 +34,15 @@ class EngineContext {
   int blockPosition = 0;         ///< index of the present host sample in the block
   float* currentOutL = nullptr;  ///< cursor into host output channel 0
   float* currentOutR = nullptr;  ///< cursor into host output channel 1
+
+  /// Takes the oversampling factor 2^menuEntry, 0 to 8: rates of all modules and the filter follow.
+  virtual void ApplyOversamplingFactor(int menuEntry) {
+    oversamplingFactor = oversamplingSteps = 1 << menuEntry;
+  }
+  /// Takes a row of the filter menu, 0 to 19.
+  virtual void ApplyOversamplingFilter(int row) { filterMenuIndex = row; }
+  /// The rack now runs another number of voices.
+  virtual void VoiceCountApplied() {}
 
   /// Host rate in hertz and largest block in samples.
   virtual float HostSampleRate() const = 0;

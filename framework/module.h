@@ -57,6 +57,11 @@ class Module : public ModuleWrapper {
   virtual void SetSampleRate(float rate);
   virtual void SetDAWSampleRate(float rate) { dawSampleRate = rate; }
   virtual void SetBlockSize(float frames) { blockSize = static_cast<int>(frames); }
+  /// Runs at the host's rate, or at the oversampled one where the module takes part in that.
+  void FollowRate() {
+    const auto steps = static_cast<float>(hostTable.GetOversamplingSteps(editor));
+    SetSampleRate(oversampled ? dawSampleRate * steps : dawSampleRate);
+  }
   /// For each knob: takes a smoothing delay in milliseconds of 0 or more, follows the rate.
   virtual void SetKnobSmoothing(float delay);
   virtual bool SetBandlimitMode(int mode);

@@ -173,20 +173,52 @@ void RackModel::RemoveCable(Cable* cable, int voices, bool inSumList) {
   }
 }
 
+template <class Test>
+void RackModel::RemoveRecords(CableList& list, bool inSumList, Test&& isMeant) {
+  for (Cable* cable = list.head; cable;) {
+    Cable* next = cable->next;
+    if (isMeant(*cable)) RemoveCable(cable, 1, inSumList);
+    cable = next;
+  }
+}
+
 void RackModel::RemoveCablesOf(const Module* module) {
-  const auto touches = [&](const Cable* cable) {
-    return cable->destination->Owner() == module || cable->origin->Owner() == module;
-  };
-  const auto removeFrom = [&](CableList& list, bool inSumList) {
-    for (Cable* cable = list.head; cable;) {
-      Cable* next = cable->next;
-      if (touches(cable)) RemoveCable(cable, 1, inSumList);
-      cable = next;
-    }
+  const auto touches = [&](const Cable& cable) {
+    return cable.destination->Owner() == module || cable.origin->Owner() == module;
   };
   // Sums first: what a further voice added is taken off before its input is cleared.
-  removeFrom(sumCableList, true);
-  removeFrom(cableList, false);
+  RemoveRecords(sumCableList, true, touches);
+  RemoveRecords(cableList, false, touches);
+}
+
+void RackModel::RemoveVoiceCablesOf(const Module* module) {
+  RemoveRecords(sumCableList, true,
+                [&](const Cable& cable) { return cable.destination->Owner() == module; });
+  RemoveRecords(cableList, false, [&](const Cable& cable) {
+    return cable.voiceTag != 0 &&
+           (cable.origin->Owner() == module || cable.destination->Owner() == module);
+  });
+}
+
+void RackModel::RebuildCablesOf(const Module* module) {
+  constexpr int kMarked = -10000;
+  for (Cable* cable = cableList.head; cable; cable = cable->next) {
+    if (cable->destination->Owner() == module || cable->origin->Owner() == module) {
+      cable->voiceTag = kMarked;
+    }
+  }
+  // New records join the list at its end, unmarked.
+  for (Cable* cable = cableList.head; cable;) {
+    Cable* next = cable->next;
+    if (cable->voiceTag == kMarked) {
+      PatchPoint* destination = cable->destination;
+      PatchPoint* origin = cable->origin;
+      const int colour = cable->colour;
+      RemoveCable(cable, 1, false);
+      ConnectCable(destination, origin, colour, -1);
+    }
+    cable = next;
+  }
 }
 
 int RackModel::PickCableColour() const {

@@ -194,67 +194,6 @@ void RackModel::UpdateActiveState(Module* module, bool force) {
   active.push_back(module);
 }
 
-int RackModel::GetFreeTag(const Module* module) const {
-  if (module->voice > 0) return TAG_UNASSIGNED;
-  const int start = (highestParameterIndex + 1) % kParameterCount;
-  for (int step = 0; step < kParameterCount; ++step) {
-    const int tag = (start + step) % kParameterCount;
-    if (!parameterControls[static_cast<std::size_t>(tag)]) return tag;
-  }
-  return TAG_UNASSIGNED;
-}
-
-bool RackModel::RegisterTag(CControl* control, int tag) {
-  if (tag < 0 || tag >= kParameterCount) return false;
-  CControl*& slot = parameterControls[static_cast<std::size_t>(tag)];
-  if (slot) return false;
-  slot = control;
-  highestParameterIndex = std::max(highestParameterIndex, tag);
-  control->setTag(tag);
-  return true;
-}
-
-bool RackModel::OwnsParameter(const CControl* control) const {
-  const int tag = control->getTag();
-  return tag >= 0 && tag < kParameterCount &&
-         parameterControls[static_cast<std::size_t>(tag)] == control;
-}
-
-bool RackModel::UnregisterTag(CControl* control) {
-  // Patch points carry numbers of their own in the same field; the slot tells them apart.
-  if (!OwnsParameter(control)) return false;
-  parameterControls[static_cast<std::size_t>(control->getTag())] = nullptr;
-  control->setTag(TAG_UNASSIGNED);
-  return true;
-}
-
-void RackModel::ChangeTag(CControl* control, int oldTag, int newTag) {
-  if (oldTag == newTag || oldTag < 0 || oldTag >= kParameterCount) return;
-  CControl*& slot = parameterControls[static_cast<std::size_t>(oldTag)];
-  if (slot == control) slot = nullptr;
-}
-
-void RackModel::valueChanged(CControl* control) {
-  auto* module = dynamic_cast<Module*>(control->getParentView());
-  if (!module) return;
-  inValueChanged = true;
-  if (OwnsParameter(control)) engine.ParameterMoved(control->getTag(), control->getValue());
-  auto* knob = engine.hostKind == HostKind::kClap ? dynamic_cast<ModuleKnob*>(control) : nullptr;
-  module->ValueChanged(control);
-  for (CControl* clone = control->nextVoice; clone; clone = clone->nextVoice) {
-    if (knob) {
-      // The host may modulate each voice by its own amount, which stays.
-      auto* cloneKnob = static_cast<ModuleKnob*>(clone);
-      cloneKnob->StoreValue(
-          std::clamp(knob->getValue() - knob->hostOffset + cloneKnob->hostOffset, 0.0f, 1.0f));
-    } else {
-      clone->StoreValue(control->getValue());
-    }
-    static_cast<Module*>(clone->getParentView())->ValueChanged(clone);
-  }
-  inValueChanged = false;
-}
-
 bool RackModel::RegisterIn(std::vector<Module*>& list, int Module::*index, Module* module) {
   if (module->*index != -1) return false;
   PatchEdit edit(*this);

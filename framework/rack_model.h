@@ -13,18 +13,23 @@
 #include "framework/cable.h"
 #include "framework/engine_context.h"
 #include "framework/host_table.h"
+#include "framework/module.h"
 #include "framework/signal_store.h"
 #include "gui/control.h"
 
 namespace halveron {
 
-class Module;
-class PatchPoint;
-
 /// Makes one instance of a module for a voice; null if name and vendor are unknown or it cannot be
 /// made.
 using ModuleMaker = std::function<Module*(std::string_view name, std::string_view vendor,
                                           const HostTable&, int voice)>;
+
+/// A message to the user, its size in pixels at the reference scale.
+struct DialogText {
+  std::string title;
+  std::string text;
+  int width = 400;
+};
 
 /// To RemoveCable: every voice.
 inline constexpr int kAllVoices = 0x7FFFFFFE;
@@ -65,6 +70,34 @@ class RackModel : public CControlListener {
   int ModuleCount() const { return static_cast<int>(modules[0].size()); }
   const ModuleMaker& Maker() const { return maker_; }
 
+  // Voices.
+
+  /// Runs the rack with 1 to kMaxVoices voices: clones of polyphonic modules and copies of their
+  /// cables come or go.
+  void ApplyVoiceCount(int count);
+  /// Back to one voice where several run and no module of the rack can reach them.
+  void ResetPolyphonyIfUnused();
+  /// Makes a module one instance, or one per voice whose clones begin as copies of it. False, with
+  /// the module mono as it was, if a clone cannot be made.
+  bool SetModuleMono(Module* module, bool mono);
+
+  // Options of a module, for all its voices.
+
+  void SetModuleOversampled(Module* module, bool oversampled);
+  void SetModuleAlwaysOn(Module* module, bool alwaysOn);
+  void SetModuleBandlimitMode(Module* module, int mode);
+  void SetModuleClipLevel(Module* module, float level);
+  /// Calls f(Module&) for each instance from voice 0 up.
+  template <class F>
+  void ForEachVoice(const Module* module, F&& f) {
+    const auto place = static_cast<std::size_t>(module->moduleIndex);
+    for (int voice = 0; voice < engine.voiceCount; ++voice) {
+      Module* instance = modules[static_cast<std::size_t>(voice)][place];
+      if (!instance) return;
+      f(*instance);
+    }
+  }
+
   // Cables.
 
   /// Makes a cable and all its voice copies. `voiceBackSteps` -1, or the voices to skip when a
@@ -84,6 +117,10 @@ class RackModel : public CControlListener {
   bool UnregisterTag(CControl* control);
   /// Frees a control's old slot after it was registered at a new one.
   void ChangeTag(CControl* control, int oldTag, int newTag);
+  /// A host's value for a parameter, on top of which its modulation stays. Audio or host thread.
+  void SetParameterValue(int index, float value);
+  /// A host's modulation of a knob: for one voice, or for all from 0 up to it.
+  void SetParameterOffset(int index, int voice, float offset, bool upToVoice);
   /// A control was moved on the panel: tells the host, the module, and the clones.
   void valueChanged(CControl* control) override;
 
@@ -105,6 +142,8 @@ class RackModel : public CControlListener {
   virtual CMouseEventResult ModuleMouseDown(Module*, CPoint&, const CButtonState&);
   virtual CMouseEventResult ModuleMouseUp(Module*, CPoint&, const CButtonState&);
   virtual CMouseEventResult ModuleMouseMoved(Module*, CPoint&, const CButtonState&);
+  /// Tells the user something that needs an answer of no kind.
+  virtual void ShowDialog(const DialogText&) {}
   /// The frame that modules are made for, null without a window.
   virtual CFrame* Frame() { return nullptr; }
 
@@ -136,7 +175,9 @@ class RackModel : public CControlListener {
   bool inValueChanged = false;
   bool sampleAccurate = false;
 
-  int rows = 3;  ///< of the rack, at least 1
+  static constexpr int kFirstRows = 3;
+
+  int rows = kFirstRows;  ///< of the rack, at least 1
   std::string author;
   std::string description;
 
@@ -158,6 +199,14 @@ class RackModel : public CControlListener {
   void UnregisterFrom(std::vector<Module*>& list, int Module::*index, Module* module);
   void Discard(Module* instance);
   void RemoveCablesOf(const Module* module);
+  void FillVoices(int firstVoice);
+  void RemoveVoices(int count);
+  bool MakeClones(Module* module, int firstVoice);
+  void RemoveVoiceCablesOf(const Module* module);
+  void RebuildCablesOf(const Module* module);
+  template <class Test>
+  void RemoveRecords(CableList& list, bool inSumList, Test&& isMeant);
+  void SetKnobAtHost(ModuleKnob& knob, float value);
   Cable* NextVoiceRecord(PatchPoint* a, PatchPoint* b, bool* inSumList) const;
   void SetUpNewModule(int index);
   int PickCableColour() const;

@@ -70,15 +70,19 @@ TestRack::TestRack(float sampleRate, int blockSize)
 
 TestRack::~TestRack() { owned_->close(); }
 
-std::intptr_t TestRack::HostCallback(AEffect* effect, std::int32_t opcode, std::int32_t,
-                                     std::intptr_t value, void* ptr, float) {
+std::intptr_t TestRack::HostCallback(AEffect* effect, std::int32_t opcode, std::int32_t index,
+                                     std::intptr_t, void* ptr, float opt) {
   if (opcode == audioMasterVersion) return 2400;
   auto* rack = effect ? static_cast<TestRack*>(effect->user) : nullptr;
-  return rack ? rack->Answer(opcode, value, ptr) : 0;
+  return rack ? rack->Answer(opcode, index, ptr, opt) : 0;
 }
 
-std::intptr_t TestRack::Answer(std::int32_t opcode, std::intptr_t, void* ptr) {
+std::intptr_t TestRack::Answer(std::int32_t opcode, std::int32_t index, void* ptr, float opt) {
   switch (opcode) {
+    case audioMasterAutomate:
+      automated.emplace_back(index, opt);
+      if (host.echoesAutomation) engine.setParameter(index, opt);
+      return 0;
     case audioMasterGetTime:
       if (!host.answersTimeInfo) return 0;
       timeInfo_.sampleRate = engine.HostSampleRate();

@@ -23,7 +23,8 @@ struct HostScript {
   double ppq = 0.0;
   bool playing = false;
   bool answersTimeInfo = true;
-  bool keepsSentEvents = true;  ///< keeping takes memory, which the audio thread must not
+  bool echoesAutomation = false;  ///< as hosts do that set the parameter they were told of
+  bool keepsSentEvents = true;    ///< keeping takes memory, which the audio thread must not
 };
 
 struct TimedWord {
@@ -78,12 +79,13 @@ class TestRack {
   std::vector<float>& output(int channel) { return outputs_[static_cast<std::size_t>(channel)]; }
 
   HostScript host;
-  std::vector<SentEvent> sentEvents;  ///< what modules handed to the host
+  std::vector<SentEvent> sentEvents;             ///< what modules handed to the host
+  std::vector<std::pair<int, float>> automated;  ///< what the panel told the host
 
  private:
   static std::intptr_t HostCallback(AEffect* effect, std::int32_t opcode, std::int32_t index,
                                     std::intptr_t value, void* ptr, float opt);
-  std::intptr_t Answer(std::int32_t opcode, std::intptr_t value, void* ptr);
+  std::intptr_t Answer(std::int32_t opcode, std::int32_t index, void* ptr, float opt);
   void TakeEvents(const VstEvents* events);
   void DeliverEvents();
   SignalPlayer& AddPlayer(Module& module, const std::string& input, bool midi);
