@@ -2,6 +2,10 @@
 
 #include "editor/module_catalogue.h"
 #include "framework/module.h"
+#include "platform/file_error.h"
+#include "platform/whole_file.h"
+#include "presets/preset_format.h"
+#include "presets/preset_rack.h"
 
 namespace halveron {
 
@@ -12,5 +16,69 @@ SynEditor::SynEditor(EngineContext& owner)
                   const CatalogueEntry* entry = FindInCatalogue(name, vendor);
                   return entry && entry->make ? entry->make(nullptr, hostTable, voice) : nullptr;
                 }) {}
+
+void SynEditor::ShowDialog(const DialogText& dialog) {
+  if (dialogs) dialogs(dialog);
+}
+
+void SynEditor::SignPreset() {
+  if (author.empty() || overwriteAuthor) author = defaultAuthor;
+}
+
+bool SynEditor::SavePreset(const std::string& path) {
+  SignPreset();
+  presetFromChunk = false;
+  try {
+    platform::WriteWholeFile(path, WritePreset(CapturePreset(*this), PresetForm::kFile));
+  } catch (const platform::FileError&) {
+    return false;
+  }
+  presetPath = path;
+  return true;
+}
+
+std::span<const std::byte> SynEditor::SaveChunk() {
+  SignPreset();
+  PresetDocument document = CapturePreset(*this);
+  const bool inLibrary = !presetsFolder.empty() && presetPath.starts_with(presetsFolder);
+  document.pathPrefix = inLibrary ? presetPath.substr(presetsFolder.size()) : presetName + ".hvp";
+  chunk_ = WritePreset(document, PresetForm::kChunk);
+  return chunk_;
+}
+
+bool SynEditor::LoadPreset(const std::string& path) {
+  std::vector<std::byte> bytes;
+  try {
+    bytes = platform::ReadWholeFile(path);
+  } catch (const platform::FileError&) {
+    return false;
+  }
+  if (!Load(bytes, true)) return false;
+  presetPath = path;
+  return true;
+}
+
+bool SynEditor::LoadChunk(std::span<const std::byte> chunk) { return Load(chunk, false); }
+
+bool SynEditor::Load(std::span<const std::byte> bytes, bool fromFile) {
+  const PresetReadResult result =
+      ReadPreset(bytes, fromFile ? PresetForm::kFile : PresetForm::kChunk);
+  if (!result.document) {
+    if (result.error.fault == PresetFault::kLaterVersion) {
+      RemoveAllModules();
+      ShowDialog({"Later Version!!",
+                  std::string("This preset was saved with a later version. Please download the\n"
+                              "latest version of Halveron") +
+                      (fromFile ? "." : ""),
+                  400});
+    } else {
+      ShowDialog({"Preset refused", result.error.message, 600});
+    }
+    return false;
+  }
+  presetFromChunk = !fromFile;
+  if (!fromFile) presetPath = presetsFolder + result.document->pathPrefix.value_or("");
+  return ApplyPreset(*result.document, *this);
+}
 
 }  // namespace halveron

@@ -146,7 +146,25 @@ float Halveron::getParameter(int index) {
 }
 
 void Halveron::getParameterName(int index, char* text) {
-  std::snprintf(text, kVstMaxParamStrLen + 1, "P%d", index);
+  std::snprintf(text, kVstMaxParamStrLen, "P%d", index);
+}
+
+int Halveron::getChunk(void** data, bool) {
+  if (!rack_) return 0;
+  const std::span<const std::byte> chunk = rack_->SaveChunk();
+  *data = const_cast<std::byte*>(chunk.data());  // hosts only read it
+  return static_cast<int>(chunk.size());
+}
+
+int Halveron::setChunk(void* data, int byteSize, bool) {
+  if (!rack_ || !data || byteSize <= 0) return 0;
+  const auto size = static_cast<std::size_t>(byteSize);
+  return rack_->LoadChunk({static_cast<const std::byte*>(data), size}) ? 1 : 0;
+}
+
+bool Halveron::getProgramNameIndexed(int, int index, char* text) {
+  std::snprintf(text, kVstMaxProgNameLen, "P%d", index);
+  return false;
 }
 
 void Halveron::ClearOutputs(int sampleFrames) {

@@ -40,6 +40,12 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void getParameterName(int index, char* text) override;
   bool canParameterBeAutomated(int) override { return true; }
 
+  /// The rack as the host keeps it; the bytes stay until the next call. `isPreset` is ignored.
+  int getChunk(void** data, bool isPreset) override;
+  /// 1 if the rack was loaded, 0 if not.
+  int setChunk(void* data, int byteSize, bool isPreset) override;
+  bool getProgramNameIndexed(int category, int index, char* text) override;
+
   void ApplyOversamplingFactor(int menuEntry) override;
   void ApplyOversamplingFilter(int row) override;
   void VoiceCountApplied() override {}

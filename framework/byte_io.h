@@ -1,9 +1,12 @@
 // Bounds-checked reading and writing of raw little-endian blocks.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
 namespace halveron {
@@ -33,6 +36,20 @@ class ByteReader {
     const auto taken = bytes_.subspan(position_, size);
     position_ += size;
     return taken;
+  }
+
+  /// The text before the next NUL, which is taken with it; none, and all later reads fail, if no
+  /// NUL stands among the next `limit` bytes.
+  std::optional<std::string_view> TakeString(std::size_t limit) {
+    const auto window = bytes_.subspan(position_, std::min(limit, Remaining()));
+    const auto end = std::find(window.begin(), window.end(), std::byte{0});
+    if (failed_ || end == window.end()) {
+      failed_ = true;
+      return std::nullopt;
+    }
+    const auto length = static_cast<std::size_t>(end - window.begin());
+    position_ += length + 1;
+    return std::string_view(reinterpret_cast<const char*>(window.data()), length);
   }
 
   std::size_t Position() const { return position_; }

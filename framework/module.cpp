@@ -1,6 +1,7 @@
 #include "framework/module.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "dsp/random.h"
@@ -182,6 +183,7 @@ void Module::LoadControlValues(const float* buffer, unsigned size) {
     if (!control) continue;
     float value = 0.0f;
     if (!reader.Read(value)) return;
+    if (!std::isfinite(value)) continue;  // no knob was ever saved so: what stands is better
     control->setValue(value);
     if (auto* knob = dynamic_cast<ModuleKnob*>(control)) {
       knob->SetAtOnce(knob->getValue());

@@ -136,6 +136,8 @@ class RackModel : public CControlListener {
   virtual void RequestRedraw() {}
   virtual void CableChanged(const Cable*) {}
   virtual bool IsInSight(const Module*) const { return true; }
+  /// Gives the rack 1 or more rows.
+  virtual void SetRows(int count) { rows = count; }
   /// The innermost view under the mouse while a cable is dragged.
   virtual CView* ViewUnderMouse() { return nullptr; }
   virtual CMouseEventResult KnobContextClick(CControl*, const CPoint&);
