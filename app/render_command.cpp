@@ -1,0 +1,260 @@
+#include "app/render_command.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <vector>
+
+#include "app/known_modules.h"
+#include "app/offline_host.h"
+#include "app/run_command.h"
+#include "media/audio_file.h"
+#include "media/midi_file.h"
+#include "platform/file_error.h"
+#include "platform/terminal.h"
+#include "presets/text_patch.h"
+
+namespace halveron {
+
+namespace fs = std::filesystem;
+using platform::FileError;
+
+namespace {
+
+constexpr double kTailSeconds = 2.0;  // after the end of a MIDI file or an input
+constexpr double kDefaultSeconds = 10.0;
+constexpr double kDefaultTempo = 120.0;
+
+volatile std::sig_atomic_t isInterrupted = 0;
+
+/// Turns an interrupt into a flag for as long as it stands.
+class InterruptWatch {
+ public:
+  InterruptWatch() {
+    isInterrupted = 0;
+    formerInterrupt_ = std::signal(SIGINT, [](int) { isInterrupted = 1; });
+    formerTerminate_ = std::signal(SIGTERM, [](int) { isInterrupted = 1; });
+  }
+  ~InterruptWatch() {
+    std::signal(SIGINT, formerInterrupt_);
+    std::signal(SIGTERM, formerTerminate_);
+  }
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+ private:
+  void (*formerInterrupt_)(int);
+  void (*formerTerminate_)(int);
+};
+
+/// A bar on a terminal; nothing where nobody watches.
+class ProgressBar {
+ public:
+  ProgressBar(std::ostream& err, std::int64_t total)
+      : err_(err),
+        total_(total),
+        isShown_(&err == &std::cerr && platform::StandardErrorIsTerminal()) {}
+  ~ProgressBar() {
+    if (isShown_) err_ << "\r\033[K" << std::flush;
+  }
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  void Show(std::int64_t done) {
+    if (!isShown_) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - shownAt_ < std::chrono::milliseconds(100)) return;
+    shownAt_ = now;
+    constexpr int kWidth = 40;
+    const int filled = static_cast<int>(kWidth * done / total_);
+    err_ << "\r[" << std::string(static_cast<std::size_t>(filled), '#')
+         << std::string(static_cast<std::size_t>(kWidth - filled), '.') << "] "
+         << 100 * done / total_ << " %" << std::flush;
+  }
+
+ private:
+  std::ostream& err_;
+  std::int64_t total_;
+  bool isShown_;
+  std::chrono::steady_clock::time_point shownAt_{};
+};
+
+/// What goes into the host beside the patch.
+struct Material {
+  SongPosition song{kDefaultTempo};
+  std::vector<HostMessage> messages;
+  std::unique_ptr<media::AudioFileReader> input;
+  std::int64_t frames = 0;
+};
+
+std::int64_t FramesOf(double seconds, int rate) { return std::llround(seconds * rate); }
+
+Material Gather(const RenderOptions& options) {
+  Material material;
+  double seconds = 0.0;
+  if (!options.midi.empty()) {
+    const media::MidiFile midi = media::ReadMidiFile(options.midi);
+    material.song = options.tempo ? SongPosition(*options.tempo) : SongPosition(midi.tempos);
+    const auto timeOf = [&](double fileSeconds, double quarters) {
+      return options.tempo ? material.song.SecondsAt(quarters) : fileSeconds;
+    };
+    for (const media::MidiFileEvent& event : midi.events) {
+      const double time = timeOf(event.seconds, event.quarters);
+      material.messages.push_back({FramesOf(time, options.rate), event.bytes});
+    }
+    seconds = timeOf(midi.seconds, midi.quarters) + kTailSeconds;
+  } else if (options.tempo) {
+    material.song = SongPosition(*options.tempo);
+  }
+  if (!options.input.empty()) {
+    material.input = std::make_unique<media::AudioFileReader>(options.input, kDawInputs);
+    const int rate = material.input->SampleRate();
+    if (rate != options.rate) {
+      throw FileError(
+          options.input, "header",
+          std::to_string(rate) + " Hz, and " + std::to_string(options.rate) + " Hz is asked for",
+          "give --rate " + std::to_string(rate));
+    }
+    const double length = static_cast<double>(material.input->Frames()) / rate;
+    seconds = std::max(seconds, length + kTailSeconds);
+  }
+  if (options.seconds) {
+    material.frames = FramesOf(*options.seconds, options.rate);
+  } else if (options.frames) {
+    material.frames = *options.frames;
+  } else {
+    material.frames = FramesOf(seconds > 0.0 ? seconds : kDefaultSeconds, options.rate);
+  }
+  material.frames = std::max<std::int64_t>(material.frames, 1);
+  return material;
+}
+
+/// The output must not take the place of what is read.
+void KeepSources(const RenderOptions& options) {
+  for (const std::string& source : {options.patch, options.input, options.midi}) {
+    std::error_code error;
+    if (!source.empty() && fs::equivalent(source, options.output, error)) {
+      throw FileError(options.output, "", "is read as well", "name another file with -o");
+    }
+  }
+}
+
+/// Hands the next frames of the input file to the host.
+class InputFeed {
+ public:
+  InputFeed(media::AudioFileReader* file, int blockSize) : file_(file) {
+    if (file_) interleaved_.resize(static_cast<std::size_t>(blockSize * file_->Channels()));
+  }
+
+  void Fill(OfflineHost& host, int frames) {
+    if (!file_) return;
+    const int channels = file_->Channels();
+    const std::int64_t got = file_->Read(interleaved_.data(), frames);
+    for (int channel = 0; channel < channels; ++channel) {
+      float* samples = host.Input(channel);
+      for (int i = 0; i < frames; ++i) {
+        samples[i] =
+            i < got ? interleaved_[static_cast<std::size_t>(i * channels + channel)] : 0.0f;
+      }
+    }
+  }
+
+ private:
+  media::AudioFileReader* file_;
+  std::vector<float> interleaved_;
+};
+
+/// Interleaves what the host plays, and measures it.
+class OutputTake {
+ public:
+  OutputTake(int channels, int blockSize)
+      : channels_(channels), interleaved_(static_cast<std::size_t>(channels * blockSize)) {}
+
+  const float* Take(const OfflineHost& host, int frames) {
+    for (int channel = 0; channel < channels_; ++channel) {
+      const float* samples = host.Output(channel);
+      for (int i = 0; i < frames; ++i) {
+        interleaved_[static_cast<std::size_t>(i * channels_ + channel)] = samples[i];
+        if (std::isfinite(samples[i])) {
+          peak_ = std::max(peak_, std::abs(samples[i]));
+        } else {
+          ++broken_;
+        }
+      }
+    }
+    return interleaved_.data();
+  }
+
+  float Peak() const { return peak_; }
+  std::int64_t Broken() const { return broken_; }
+
+ private:
+  int channels_;
+  std::vector<float> interleaved_;
+  float peak_ = 0.0f;
+  std::int64_t broken_ = 0;
+};
+
+void Report(const RenderOptions& options, const Material& material, const OutputTake& take,
+            std::ostream& out, std::ostream& err) {
+  char peak[64] = "silent";
+  if (take.Peak() > 0.0f) {
+    std::snprintf(peak, sizeof peak, "peak %.2f dBFS%s", 20.0 * std::log10(take.Peak()),
+                  take.Peak() > 1.0f ? ", above full scale" : "");
+  }
+  char length[64];
+  std::snprintf(length, sizeof length, "%.3f s",
+                static_cast<double>(material.frames) / options.rate);
+  std::error_code error;
+  const fs::path whole = fs::absolute(options.output, error);
+  out << (error ? options.output : whole.lexically_normal().string()) << ": " << length << ", "
+      << options.channels << (options.channels == 1 ? " channel, " : " channels, ") << options.rate
+      << " Hz, " << peak << "\n";
+  if (take.Broken() > 0) {
+    err << "halveron: " << options.output << ": " << take.Broken()
+        << " samples are no finite numbers\n";
+  }
+}
+
+}  // namespace
+
+int Render(const RenderOptions& options, std::ostream& out, std::ostream& err) {
+  KeepSources(options);
+  TextPatch patch = ReadTextPatch(options.patch);
+  if (options.voices) patch.voices = *options.voices;
+  if (options.oversampling) patch.oversamplingFactor = *options.oversampling;
+  Material material = Gather(options);
+
+  OfflineHost host({options.rate, options.block, !options.isStopped, material.song});
+  ApplyTextPatch(patch, options.patch, host.Rack(), KnownModules());
+  host.SetMessages(std::move(material.messages));
+  media::AudioFileWriter writer(options.output, options.channels, options.rate, material.frames);
+  InputFeed feed(material.input.get(), options.block);
+  OutputTake take(options.channels, options.block);
+  {
+    const InterruptWatch watch;
+    ProgressBar progress(err, material.frames);
+    host.Start();
+    while (host.Position() < material.frames) {
+      if (isInterrupted) {
+        err << "halveron: " << options.output << ": interrupted; nothing was written\n";
+        return kExitInterrupted;
+      }
+      const auto left = material.frames - host.Position();
+      const int frames = static_cast<int>(std::min<std::int64_t>(options.block, left));
+      feed.Fill(host, frames);
+      host.Process(frames);
+      writer.Write(take.Take(host, frames), frames);
+      progress.Show(host.Position());
+    }
+    writer.Commit();
+  }
+  Report(options, material, take, out, err);
+  return kExitDone;
+}
+
+}  // namespace halveron

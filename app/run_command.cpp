@@ -1,0 +1,174 @@
+#include "app/run_command.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <ostream>
+
+#include "app/modules_command.h"
+#include "app/render_command.h"
+#include "platform/file_error.h"
+#include "presets/nearest_name.h"
+
+namespace halveron {
+
+using platform::FileError;
+
+namespace {
+
+constexpr int kHighestRate = 12'000'000;
+constexpr int kLargestBlock = 1 << 16;
+constexpr std::int64_t kMostFrames = std::int64_t{1} << 36;
+
+/// What a mistyped file or patch can bring into a message stays on its one line.
+std::string OneLine(std::string text) {
+  for (char& letter : text) {
+    if (static_cast<unsigned char>(letter) < ' ' || letter == 0x7F) letter = ' ';
+  }
+  while (!text.empty() && text.back() == ' ') text.pop_back();
+  return text;
+}
+
+int Misuse(std::ostream& err, const std::string& line) {
+  err << "halveron: " << OneLine(line) << "\n";
+  return kExitMisuse;
+}
+
+struct ModulesOptions {
+  std::string name;
+  bool asJson = false;
+};
+
+/// The command line's grammar and what was read by it.
+struct CommandLine {
+  CommandLine() {
+    app.set_version_flag("--version", "halveron " HALVERON_VERSION);
+    app.allow_extras();
+    AddRender();
+    AddModules();
+  }
+
+  void AddRender() {
+    renderCall = app.add_subcommand("render", "Play a patch into a sound file");
+    renderCall->allow_extras();
+    renderCall->add_option("PATCH", render.patch, "The patch, a text patch (.json)")->required();
+    renderCall->add_option("-o,--output", render.output, "The WAV file to write, 32-bit float")
+        ->required();
+    renderCall->add_option("--input", render.input, "A sound file for the host inputs");
+    renderCall->add_option("--midi", render.midi, "A standard MIDI file for the host MIDI port");
+    renderCall->add_option("--rate", render.rate, "Sample rate in hertz")
+        ->check(CLI::Range(1000, kHighestRate))
+        ->capture_default_str();
+    renderCall->add_option("--block", render.block, "Block size in samples")
+        ->check(CLI::Range(1, kLargestBlock))
+        ->capture_default_str();
+    auto* seconds = renderCall->add_option(
+        "--seconds", render.seconds,
+        "Length; without it that of the MIDI file or the input and 2 s, else 10 s");
+    renderCall->add_option("--frames", render.frames, "Length in samples")
+        ->check(CLI::Range(std::int64_t{1}, kMostFrames))
+        ->excludes(seconds);
+    renderCall->add_option("--tempo", render.tempo,
+                           "Quarter notes a minute, over the MIDI file's own");
+    renderCall->add_flag("--stopped", render.isStopped, "The transport does not run");
+    renderCall->add_option("--channels", render.channels, "Host outputs to write, from the first")
+        ->check(CLI::Range(1, 12))
+        ->capture_default_str();
+    renderCall->add_option("--voices", render.voices, "Voices, over the patch's own")
+        ->check(CLI::Range(1, 16));
+    renderCall
+        ->add_option("--oversampling", render.oversampling,
+                     "Oversampling factor, over the patch's own")
+        ->check(CLI::Range(1, 256));
+  }
+
+  void AddModules() {
+    modulesCall = app.add_subcommand("modules", "List the modules, or what one of them has");
+    modulesCall->allow_extras();
+    modulesCall->add_option("NAME", modules.name, "A module's name, or its first word");
+    modulesCall->add_flag("--json", modules.asJson, "As JSON");
+  }
+
+  /// Throws what CLI11 cannot see.
+  void Check() const {
+    const CLI::App* const calls[] = {&app, renderCall, modulesCall};
+    for (const CLI::App* call : calls) {
+      const auto extras = call->remaining();
+      if (extras.empty()) continue;
+      const bool isOption = extras[0].starts_with("-");
+      if (call == &app && !isOption) {
+        throw FileError("", "", "no command " + Quoted(extras[0]),
+                        DidYouMean(extras[0], {"render", "modules"}));
+      }
+      throw FileError("", call == &app ? "" : call->get_name(),
+                      (isOption ? "no option " : "one argument too many, ") + Quoted(extras[0]),
+                      isOption ? DidYouMean(extras[0], OptionsOf(*call))
+                               : "see halveron " + call->get_name() + " --help");
+    }
+    if (render.seconds &&
+        !(*render.seconds > 0.0 && *render.seconds * render.rate <= kMostFrames)) {
+      throw FileError("", "render", "--seconds: out of range", "give a length above 0");
+    }
+    if (render.tempo && !(*render.tempo >= 1.0 && *render.tempo <= 1000.0)) {
+      throw FileError("", "render", "--tempo: out of range", "give 1 to 1000");
+    }
+    if (render.oversampling && (*render.oversampling & (*render.oversampling - 1)) != 0) {
+      throw FileError("", "render", "--oversampling: no power of two", "give 1, 2, 4 up to 256");
+    }
+  }
+
+  static std::vector<std::string> OptionsOf(const CLI::App& call) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : call.get_options()) {
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+  }
+
+  CLI::App app{"Halveron, a modular synthesizer", "halveron"};
+  CLI::App* renderCall = nullptr;
+  CLI::App* modulesCall = nullptr;
+  RenderOptions render;
+  ModulesOptions modules;
+};
+
+int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+  CommandLine line;
+  try {
+    line.app.parse(argc, argv);
+  } catch (const CLI::CallForVersion& version) {
+    out << version.what() << "\n";
+    return kExitDone;
+  } catch (const CLI::Success&) {
+    out << line.app.help();
+    return kExitDone;
+  } catch (const CLI::ParseError& error) {
+    // A mistyped option is what most often leaves something missing.
+    line.Check();
+    const auto calls = line.app.get_subcommands();
+    const std::string name = calls.empty() ? "" : calls[0]->get_name() + " ";
+    return Misuse(err, (calls.empty() ? "" : calls[0]->get_name() + ": ") + error.what() +
+                           "; see halveron " + name + "--help");
+  }
+  line.Check();
+  if (line.renderCall->parsed()) return Render(line.render, out, err);
+  if (line.modulesCall->parsed()) return ListModules(line.modules.name, line.modules.asJson, out);
+  return Misuse(err, "no command; see halveron --help");
+}
+
+}  // namespace
+
+int RunCommand(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+  try {
+    return Run(argc, argv, out, err);
+  } catch (const FileError& error) {
+    return Misuse(err, error.what());
+  } catch (const std::bad_alloc&) {
+    return Misuse(err, "there is not enough memory; close other programs");
+  } catch (const std::exception& error) {
+    return Misuse(err, error.what());
+  }
+}
+
+}  // namespace halveron

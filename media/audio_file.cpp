@@ -1,0 +1,164 @@
+#include "media/audio_file.h"
+
+#include <sndfile.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+#include "platform/file_error.h"
+
+namespace halveron::media {
+
+namespace fs = std::filesystem;
+using platform::FileError;
+
+namespace {
+
+constexpr std::int64_t kLargestPlainWav = 0xFFFF0000;  // bytes of samples; sizes have 32 bits
+constexpr int kTemporaryAttempts = 1000;
+
+struct Closer {
+  void operator()(SNDFILE* file) const { sf_close(file); }
+};
+using Handle = std::unique_ptr<SNDFILE, Closer>;
+
+/// A file that ends before its data does is opened all the same; only the log tells.
+bool IsCutOff(SNDFILE* file) {
+  std::string log(4096, '\0');
+  const int length = sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
+  log.resize(static_cast<std::size_t>(std::max(length, 0)));
+  const auto data = log.find("data : ");
+  return data != std::string::npos &&
+         log.substr(data, log.find('\n', data) - data).find("should be") != std::string::npos;
+}
+
+/// Creates an empty file that was not there before, beside the target.
+std::string MakeTemporary(const std::string& path, const std::string& target) {
+  for (int attempt = 0; attempt < kTemporaryAttempts; ++attempt) {
+    const std::string name = target + ".part" + std::to_string(attempt);
+    if (std::FILE* file = std::fopen(name.c_str(), "wbx")) {
+      std::fclose(file);
+      return name;
+    }
+    if (errno != EEXIST) {
+      throw FileError(path, "", std::string("cannot be written: ") + std::strerror(errno),
+                      "choose a place that can be written with -o");
+    }
+  }
+  throw FileError(path, "", "too many unfinished files beside it",
+                  "remove the files that end in .part and a number");
+}
+
+}  // namespace
+
+struct AudioFileReader::File {
+  Handle handle;
+};
+
+AudioFileReader::AudioFileReader(const std::string& path, int maxChannels)
+    : path_(path), file_(std::make_unique<File>()) {
+  SF_INFO info = {};
+  file_->handle.reset(sf_open(path.c_str(), SFM_READ, &info));
+  if (!file_->handle) {
+    std::string cause = sf_strerror(nullptr);
+    while (!cause.empty() && (cause.back() == '.' || cause.back() == '\n')) cause.pop_back();
+    throw FileError(path, "", "cannot be read as a sound file: " + cause,
+                    "give a WAV, AIFF or FLAC file");
+  }
+  if (IsCutOff(file_->handle.get())) {
+    throw FileError(path, "data", "the file ends before its samples do", "save it again");
+  }
+  if (info.channels > maxChannels) {
+    throw FileError(path, "header",
+                    std::to_string(info.channels) + " channels, the host has " +
+                        std::to_string(maxChannels) + " inputs",
+                    "give a file of fewer channels");
+  }
+  channels_ = info.channels;
+  sampleRate_ = info.samplerate;
+  frames_ = info.frames;
+}
+
+AudioFileReader::~AudioFileReader() = default;
+
+std::int64_t AudioFileReader::Read(float* interleaved, std::int64_t frames) {
+  const std::int64_t got = sf_readf_float(file_->handle.get(), interleaved, frames);
+  if (sf_error(file_->handle.get()) != SF_ERR_NO_ERROR) {
+    throw FileError(path_, "frame " + std::to_string(position_ + got),
+                    sf_strerror(file_->handle.get()), "save it again");
+  }
+  for (std::int64_t i = 0; i < got * channels_; ++i) {
+    if (!std::isfinite(interleaved[i])) {
+      throw FileError(path_,
+                      "frame " + std::to_string(position_ + i / channels_) + ", channel " +
+                          std::to_string(i % channels_ + 1),
+                      "the sample is no finite number", "save it again");
+    }
+  }
+  position_ += got;
+  return got;
+}
+
+struct AudioFileWriter::File {
+  Handle handle;
+};
+
+AudioFileWriter::AudioFileWriter(const std::string& path, int channels, int sampleRate,
+                                 std::int64_t frames)
+    : path_(path), file_(std::make_unique<File>()) {
+  std::error_code error;
+  const fs::path resolved = fs::weakly_canonical(fs::absolute(path, error), error);
+  target_ = error ? path : resolved.string();
+  if (fs::exists(target_, error) && !fs::is_regular_file(target_, error)) {
+    throw FileError(path, "", "is no regular file", "name a WAV file with -o");
+  }
+  temporary_ = MakeTemporary(path, target_);
+
+  SF_INFO info = {};
+  info.channels = channels;
+  info.samplerate = sampleRate;
+  const std::int64_t bytes = frames * channels * static_cast<std::int64_t>(sizeof(float));
+  info.format = (bytes > kLargestPlainWav ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
+  file_->handle.reset(sf_open(temporary_.c_str(), SFM_WRITE, &info));
+  if (!file_->handle) {
+    const std::string cause = sf_strerror(nullptr);
+    fs::remove(temporary_, error);
+    throw FileError(path, "", "cannot be written: " + cause);
+  }
+  // The peak chunk carries the time of day.
+  sf_command(file_->handle.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+}
+
+AudioFileWriter::~AudioFileWriter() {
+  file_->handle.reset();
+  std::error_code error;
+  if (!temporary_.empty()) fs::remove(temporary_, error);
+}
+
+void AudioFileWriter::Write(const float* interleaved, std::int64_t frames) {
+  if (sf_writef_float(file_->handle.get(), interleaved, frames) != frames) {
+    throw FileError(path_, "",
+                    std::string("cannot be written: ") + sf_strerror(file_->handle.get()),
+                    "make room or choose another place with -o");
+  }
+}
+
+void AudioFileWriter::Commit() {
+  sf_write_sync(file_->handle.get());
+  if (sf_close(file_->handle.release()) != 0) {
+    throw FileError(path_, "", "cannot be written to its end",
+                    "make room or choose another place with -o");
+  }
+  std::error_code error;
+  fs::rename(temporary_, target_, error);
+  if (error) {
+    throw FileError(path_, "", "cannot be put in place: " + error.message(),
+                    "choose another place with -o");
+  }
+  temporary_.clear();
+}
+
+}  // namespace halveron::media

@@ -1,0 +1,44 @@
+// A value in a JSON document together with where it stands, for messages that lead to it.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace halveron {
+
+class JsonPlace {
+ public:
+  using Json = nlohmann::ordered_json;
+
+  JsonPlace(const Json& value, const std::string& file, std::string path)
+      : value_(value), file_(file), path_(std::move(path)) {}
+
+  /// Throws platform::FileError with this place.
+  [[noreturn]] void Fail(const std::string& cause, const std::string& remedy = {}) const;
+
+  /// Refuses what is no object and keys that are not among `known`.
+  void RequireObject(const std::vector<std::string>& known) const;
+  /// The value of a key of an object, if it is there.
+  std::optional<JsonPlace> Find(const std::string& key) const;
+  JsonPlace Require(const std::string& key) const;
+  /// The values of an array, or of an object with their keys.
+  std::vector<JsonPlace> Elements() const;
+  std::vector<std::pair<std::string, JsonPlace>> Members() const;
+
+  int Integer(int least, int most) const;
+  double Number() const;
+  bool Flag() const;
+  std::string Text() const;
+
+ private:
+  const Json& value_;
+  const std::string& file_;
+  std::string path_;
+};
+
+/// Parses a document; syntax errors tell line and column, a key that stands twice is one.
+JsonPlace::Json ParseJson(const std::string& text, const std::string& file);
+
+}  // namespace halveron

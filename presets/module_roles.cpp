@@ -1,0 +1,39 @@
+#include "presets/module_roles.h"
+
+#include "framework/module.h"
+
+namespace halveron {
+
+std::vector<SettableControl> SettableControls(const Module& module) {
+  std::vector<SettableControl> found;
+  std::size_t savedIndex = 0;
+  for (CView* view : module.children()) {
+    auto* control = dynamic_cast<CControl*>(view);
+    if (!control || control->getTag() == TAG_NONE) continue;
+    // Patch points and lamps are moving pictures.
+    const bool isShownOnly =
+        dynamic_cast<CMovieBitmap*>(control) || dynamic_cast<CParamDisplay*>(control);
+    if (!isShownOnly && *control->role) found.push_back({control, savedIndex});
+    ++savedIndex;
+  }
+  return found;
+}
+
+std::vector<PatchPoint*> PointsFor(const Module& module, CableEnd end) {
+  const int otherType = end == CableEnd::kOrigin ? kInputPoint : kOutputPoint;
+  std::vector<PatchPoint*> found;
+  for (CView* view : module.children()) {
+    auto* point = dynamic_cast<PatchPoint*>(view);
+    if (point && point->type != otherType) found.push_back(point);
+  }
+  return found;
+}
+
+PatchPoint* FindPoint(const Module& module, std::string_view role, CableEnd end) {
+  for (PatchPoint* point : PointsFor(module, end)) {
+    if (role == point->role) return point;
+  }
+  return nullptr;
+}
+
+}  // namespace halveron

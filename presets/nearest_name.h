@@ -1,0 +1,20 @@
+// The known name that a mistyped one was most likely meant to be.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace halveron {
+
+/// The candidate with the fewest letters to insert, delete, replace or swap, letter case counting
+/// least. Empty without candidates. Among equals, the first.
+std::string NearestName(std::string_view name, const std::vector<std::string>& candidates);
+
+/// "did you mean ...?" with the nearest name, or that there is none.
+std::string DidYouMean(std::string_view name, const std::vector<std::string>& candidates);
+
+/// A name in quotation marks, for a message.
+std::string Quoted(std::string_view name);
+
+}  // namespace halveron

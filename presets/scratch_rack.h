@@ -1,0 +1,44 @@
+// A rack beside the one that plays, to make modules in and ask them what they accept.
+#pragma once
+
+#include "framework/engine_context.h"
+#include "framework/rack_model.h"
+
+namespace halveron {
+
+class ScratchRack {
+ public:
+  /// Makes modules by the same maker, with one voice, at the rates of `original`'s engine.
+  explicit ScratchRack(RackModel& original)
+      : engine_(original.engine), rack_(engine_, original.Maker()) {}
+
+  /// Null if the module cannot be made.
+  Module* Add(const std::string& name, const std::string& vendor) {
+    return rack_.AddModule(name, vendor);
+  }
+
+ private:
+  class Engine final : public EngineContext {
+   public:
+    explicit Engine(EngineContext& original) : original_(original) {
+      oversamplingFactor = original.oversamplingFactor;
+      oversamplingSteps = original.oversamplingSteps;
+      hostKind = original.hostKind;
+    }
+    float HostSampleRate() const override { return original_.HostSampleRate(); }
+    int HostBlockSize() const override { return original_.HostBlockSize(); }
+    const VstTimeInfo* HostTimeInfo(int) override { return nullptr; }
+    bool SendEventsToHost(VstEvents*) override { return false; }
+    void BindNoteSlotToVoice(int, int) override {}
+    void ReleaseVoiceNote(int, int) override {}
+    void ParameterMoved(int, float) override {}
+
+   private:
+    const EngineContext& original_;
+  };
+
+  Engine engine_;
+  RackModel rack_;
+};
+
+}  // namespace halveron

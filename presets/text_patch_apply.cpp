@@ -1,0 +1,355 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+
+#include "framework/module.h"
+#include "framework/rack_model.h"
+#include "platform/file_error.h"
+#include "presets/module_roles.h"
+#include "presets/nearest_name.h"
+#include "presets/scratch_rack.h"
+#include "presets/text_patch.h"
+
+namespace halveron {
+
+using platform::FileError;
+
+namespace {
+
+using ModuleEntry = TextPatch::ModuleEntry;
+using CableEntry = TextPatch::CableEntry;
+
+/// Modules without a place of their own fill rows up to this column.
+constexpr int kAutomaticColumns = 64;
+
+std::string Shown(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", value);
+  return text;
+}
+
+int ColumnsOf(const Module& module) {
+  return std::max(1, static_cast<int>(std::lround(module.getViewSize().getWidth() /
+                                                  std::max(panelUnitWidth, 1))));
+}
+
+/// What a preset of the module would hold if it had been saved with the settings of the entry.
+std::vector<std::byte> PresetOf(Module& module, const ModuleEntry& entry) {
+  const auto controlBytes = static_cast<std::size_t>(module.GetControlValuesSize());
+  std::vector<std::byte> preset(static_cast<std::size_t>(module.GetPresetSize()));
+  module.SavePreset(preset.data(), static_cast<int>(preset.size()));
+  for (const auto& [control, savedIndex] : SettableControls(module)) {
+    for (const auto& [role, value] : entry.controls) {
+      if (role != control->role) continue;
+      const auto stored = static_cast<float>(value);
+      std::memcpy(preset.data() + savedIndex * sizeof stored, &stored, sizeof stored);
+    }
+  }
+  if (entry.data) {
+    preset.resize(controlBytes);
+    preset.insert(preset.end(), entry.data->begin(), entry.data->end());
+  }
+  return preset;
+}
+
+/// Checks a patch against modules made for that purpose.
+class PatchCheck {
+ public:
+  PatchCheck(const TextPatch& patch, const std::string& file, RackModel& rack,
+             std::span<const KnownModule> known)
+      : patch_(patch), file_(file), known_(known), scratch_(rack) {}
+
+  /// The patch with a place for every module and rows enough.
+  TextPatch Run() {
+    if (patch_.oversamplingFactor != 1) {
+      Fail("oversampling.factor", "oversampling is not available yet", "give 1");
+    }
+    for (std::size_t i = 0; i < patch_.modules.size(); ++i) CheckModule(i);
+    PlaceModules();
+    for (std::size_t i = 0; i < patch_.cables.size(); ++i) CheckCable(i);
+    return std::move(patch_);
+  }
+
+ private:
+  [[noreturn]] void Fail(const std::string& place, const std::string& cause,
+                         const std::string& remedy = {}) const {
+    throw FileError(file_, place, cause, remedy);
+  }
+
+  static std::string PlaceOf(std::size_t index, const std::string& key) {
+    return "modules[" + std::to_string(index) + "]." + key;
+  }
+
+  Module& Make(std::size_t index) {
+    const ModuleEntry& entry = patch_.modules[index];
+    std::vector<std::string> names, vendors;
+    const KnownModule* found = nullptr;
+    for (const KnownModule& known : known_) {
+      names.push_back(known.name);
+      if (known.name == entry.name) vendors.push_back(known.vendor);
+      if (known.name == entry.name && known.vendor == entry.vendor) found = &known;
+    }
+    if (Module* module = scratch_.Add(entry.name, entry.vendor)) return *module;
+    if (found) {
+      Fail(PlaceOf(index, "name"),
+           found->canBeMade ? "the module " + Quoted(entry.name) + " cannot be made"
+                            : "the module " + Quoted(entry.name) + " is not there yet",
+           "take another one");
+    }
+    if (!vendors.empty()) {
+      Fail(PlaceOf(index, "vendor"), "no " + Quoted(entry.name) + " of " + Quoted(entry.vendor),
+           DidYouMean(entry.vendor, vendors));
+    }
+    Fail(PlaceOf(index, "name"), "no module " + Quoted(entry.name), DidYouMean(entry.name, names));
+  }
+
+  void CheckModule(std::size_t index) {
+    const ModuleEntry& entry = patch_.modules[index];
+    Module& module = Make(index);
+    modules_[entry.id] = &module;
+    for (const auto& [role, value] : entry.controls) CheckControl(index, module, role, value);
+    if (entry.mono && *entry.mono != module.mono && !module.monoSelectable) {
+      Fail(PlaceOf(index, "mono"), Quoted(entry.name) + " stays as it is", "take the key out");
+    }
+    if (entry.oversampled && *entry.oversampled != module.oversampled &&
+        !module.oversamplingSelectable) {
+      Fail(PlaceOf(index, "oversampled"), Quoted(entry.name) + " stays as it is",
+           "take the key out");
+    }
+    if (entry.bandlimit && module.GetBandlimitMode() == -1) {
+      Fail(PlaceOf(index, "bandlimit"), Quoted(entry.name) + " has no choice of band limit",
+           "take the key out");
+    }
+    if (entry.clipLevel && module.GetClipLevel() == -1.0f) {
+      Fail(PlaceOf(index, "clip_level"), Quoted(entry.name) + " does not clip", "take the key out");
+    }
+    if (entry.data) CheckData(index, module);
+  }
+
+  void CheckControl(std::size_t index, const Module& module, const std::string& role,
+                    double value) const {
+    const std::string place = PlaceOf(index, "controls[\"" + role + "\"]");
+    std::vector<std::string> roles;
+    for (const auto& [control, savedIndex] : SettableControls(module)) {
+      roles.push_back(control->role);
+      if (role != control->role) continue;
+      const auto stored = static_cast<float>(value);
+      if (stored >= control->getMin() && stored <= control->getMax()) return;
+      Fail(place, Shown(value) + " is out of range",
+           "give a number from " + Shown(control->getMin()) + " to " + Shown(control->getMax()));
+    }
+    Fail(place, Quoted(module.GetName()) + " has no control " + Quoted(role),
+         DidYouMean(role, roles));
+  }
+
+  /// Data that the module takes is as long when it is saved again.
+  void CheckData(std::size_t index, Module& module) const {
+    const ModuleEntry& entry = patch_.modules[index];
+    const int controls = module.GetControlValuesSize();
+    const std::vector<std::byte> preset = PresetOf(module, entry);
+    if (module.GetPresetSize() > controls) {
+      module.LoadPreset(preset.data(), static_cast<int>(preset.size()), module.GetVersion());
+    }
+    const int taken = module.GetPresetSize() - controls;
+    if (taken != static_cast<int>(entry.data->size())) {
+      Fail(PlaceOf(index, "data"),
+           std::to_string(entry.data->size()) + " bytes, " + Quoted(entry.name) + " takes " +
+               std::to_string(taken),
+           taken > 0 ? "copy it whole" : "take the key out");
+    }
+  }
+
+  struct Area {
+    int row;
+    int begin;
+    int end;
+    std::size_t index;
+  };
+
+  const Area* Overlapped(const Area& area) const {
+    for (const Area& taken : areas_) {
+      if (taken.row == area.row && taken.begin < area.end && area.begin < taken.end) return &taken;
+    }
+    return nullptr;
+  }
+
+  void PlaceModules() {
+    for (std::size_t i = 0; i < patch_.modules.size(); ++i) {
+      const ModuleEntry& entry = patch_.modules[i];
+      if (!entry.place) continue;
+      const int begin = entry.place->column;
+      const Area area{entry.place->row, begin, begin + ColumnsOf(*modules_[entry.id]), i};
+      if (const Area* other = Overlapped(area)) {
+        Fail(PlaceOf(i, "column"),
+             Quoted(entry.id) + " lies over " + Quoted(patch_.modules[other->index].id),
+             "move it to column " + std::to_string(other->end));
+      }
+      areas_.push_back(area);
+    }
+    Area next{0, 0, 0, 0};
+    for (std::size_t i = 0; i < patch_.modules.size(); ++i) {
+      ModuleEntry& entry = patch_.modules[i];
+      if (entry.place) continue;
+      const int width = ColumnsOf(*modules_[entry.id]);
+      next = FreeArea(next, width);
+      entry.place = {next.row, next.begin};
+      patch_.rows = std::max(patch_.rows, next.row + 1);
+      next.begin = next.end;
+    }
+  }
+
+  /// The first free area of a width, from a place on.
+  Area FreeArea(Area from, int width) const {
+    for (;;) {
+      if (from.begin > 0 && from.begin + width > kAutomaticColumns) {
+        ++from.row;
+        from.begin = 0;
+      }
+      from.end = from.begin + width;
+      const Area* other = Overlapped(from);
+      if (!other) return from;
+      from.begin = other->end;
+    }
+  }
+
+  PatchPoint& CheckEnd(std::size_t index, CableEnd end) {
+    const bool isOrigin = end == CableEnd::kOrigin;
+    const CableEntry& entry = patch_.cables[index];
+    const std::string& role = isOrigin ? entry.fromRole : entry.toRole;
+    const Module& module = *modules_[isOrigin ? entry.fromId : entry.toId];
+    if (PatchPoint* point = FindPoint(module, role, end)) return *point;
+    const CableEnd otherEnd = isOrigin ? CableEnd::kDestination : CableEnd::kOrigin;
+    std::vector<std::string> roles;
+    for (const PatchPoint* point : PointsFor(module, end)) roles.push_back(point->role);
+    const std::string name = Quoted(module.GetName());
+    const std::string kind = isOrigin ? "output" : "input";
+    Fail(CablePlace(index, end),
+         FindPoint(module, role, otherEnd) ? Quoted(role) + " of " + name + " is no " + kind
+                                           : name + " has no " + kind + " " + Quoted(role),
+         DidYouMean(role, roles));
+  }
+
+  static std::string CablePlace(std::size_t index, CableEnd end) {
+    return "cables[" + std::to_string(index) + "]." + (end == CableEnd::kOrigin ? "from" : "to");
+  }
+
+  void CheckCable(std::size_t index) {
+    const CableEntry& entry = patch_.cables[index];
+    const PatchPoint& from = CheckEnd(index, CableEnd::kOrigin);
+    const PatchPoint& to = CheckEnd(index, CableEnd::kDestination);
+    const std::string toName = Quoted(entry.toId + "." + entry.toRole);
+    const std::string ends = Quoted(entry.fromId + "." + entry.fromRole) + " and " + toName;
+    const std::string toPlace = CablePlace(index, CableEnd::kDestination);
+    if (from.twoState != to.twoState) {
+      Fail(toPlace, "a cable between MIDI and voltage, " + ends,
+           "join MIDI points to MIDI points only");
+    }
+    if (from.type == kEitherPoint && to.type == kEitherPoint) {
+      Fail(toPlace, "both points go either way, " + ends, "let one end be an input or an output");
+    }
+    if (receiving_.contains(&to)) {
+      Fail(toPlace, "a second cable into " + toName, "mix the signals before it");
+    }
+    if (receiving_.contains(&from) || sending_.contains(&to)) {
+      Fail(toPlace, "a point that goes either way does both at once, " + ends,
+           "use it as an input or as an output");
+    }
+    receiving_.insert(&to);
+    sending_.insert(&from);
+  }
+
+  TextPatch patch_;
+  const std::string& file_;
+  std::span<const KnownModule> known_;
+  ScratchRack scratch_;
+  std::map<std::string, Module*> modules_;
+  std::vector<Area> areas_;
+  std::set<const PatchPoint*> receiving_;
+  std::set<const PatchPoint*> sending_;
+};
+
+/// All instances of a module, voice by voice.
+std::vector<Module*> Instances(const RackModel& rack, Module* module) {
+  std::vector<Module*> instances{module};
+  for (int voice = 1; voice < rack.engine.voiceCount; ++voice) {
+    if (Module* clone = rack.GetVoiceModule(module, voice)) instances.push_back(clone);
+  }
+  return instances;
+}
+
+/// Takes the further voices of a module away, or adds them.
+void SetMono(RackModel& rack, Module* module, bool mono) {
+  if (module->mono == mono) return;
+  module->mono = mono;
+  if (mono) {
+    if (Module* clone = rack.GetVoiceModule(module, 1)) rack.RemoveModule(clone, true);
+  } else if (!rack.CreateModule(module->GetName(), module->GetVendorName(), module->moduleIndex, 1,
+                                rack.engine.voiceCount - 1)) {
+    module->mono = true;
+    return;
+  }
+  for (Module* instance : Instances(rack, module)) {
+    if (instance == module) continue;
+    instance->moduleIndex = module->moduleIndex;
+    instance->setVisible(false);
+    instance->mono = false;
+    instance->alwaysOn = instance->GetAlwaysOnDefault();
+    rack.UpdateActiveState(instance, false);
+    instance->ModuleCreated(rack.engine.voiceCount);
+  }
+  rack.LinkVoiceControls(module);
+}
+
+void SetUp(RackModel& rack, Module* module, const ModuleEntry& entry) {
+  if (entry.mono) SetMono(rack, module, *entry.mono);
+  for (Module* instance : Instances(rack, module)) {
+    CRect view = instance->getViewSize();
+    view.moveTo(entry.place->column * panelUnitWidth, entry.place->row * panelHeight);
+    instance->setViewSize(view);
+    if (entry.oversampled && instance->oversampled != *entry.oversampled) {
+      instance->oversampled = *entry.oversampled;
+      const int steps = *entry.oversampled ? rack.engine.oversamplingSteps : 1;
+      instance->SetSampleRate(rack.engine.HostSampleRate() * static_cast<float>(steps));
+    }
+    if (entry.bandlimit) instance->SetBandlimitMode(*entry.bandlimit);
+    if (entry.clipLevel) instance->SetClipLevel(*entry.clipLevel);
+    if (entry.alwaysOn) {
+      instance->alwaysOn = *entry.alwaysOn;
+      rack.UpdateActiveState(instance, false);
+    }
+    if (entry.controls.empty() && !entry.data) continue;
+    const std::vector<std::byte> preset = PresetOf(*instance, entry);
+    instance->LoadPreset(preset.data(), static_cast<int>(preset.size()), instance->GetVersion());
+  }
+}
+
+}  // namespace
+
+void ApplyTextPatch(const TextPatch& patch, const std::string& file, RackModel& rack,
+                    std::span<const KnownModule> known) {
+  const TextPatch checked = PatchCheck(patch, file, rack, known).Run();
+  PatchEdit edit(rack);
+  rack.RemoveAllModules();
+  rack.engine.voiceCount = checked.voices;
+  rack.rows = checked.rows;
+  rack.author = checked.author;
+  rack.description = checked.description;
+  std::map<std::string, Module*> modules;
+  for (const ModuleEntry& entry : checked.modules) {
+    Module* module = rack.AddModule(entry.name, entry.vendor);
+    if (!module)
+      throw FileError(file, "", "the module " + Quoted(entry.name) + " cannot be made again");
+    modules[entry.id] = module;
+    SetUp(rack, module, entry);
+  }
+  for (const CableEntry& entry : checked.cables) {
+    PatchPoint* from = FindPoint(*modules[entry.fromId], entry.fromRole, CableEnd::kOrigin);
+    PatchPoint* to = FindPoint(*modules[entry.toId], entry.toRole, CableEnd::kDestination);
+    rack.ConnectCable(from, to, to->twoState ? kMidiCableColour : entry.colour, -1);
+  }
+}
+
+}  // namespace halveron

@@ -1,0 +1,171 @@
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+#include "framework/module.h"
+#include "platform/file_error.h"
+#include "presets/base64.h"
+#include "presets/json_place.h"
+#include "presets/nearest_name.h"
+#include "presets/text_patch.h"
+
+namespace halveron {
+
+using platform::FileError;
+
+namespace {
+
+using ModuleEntry = TextPatch::ModuleEntry;
+using CableEntry = TextPatch::CableEntry;
+
+void ParseOversampling(const JsonPlace& place, TextPatch& patch) {
+  place.RequireObject({"factor", "filter"});
+  if (const auto factor = place.Find("factor")) {
+    patch.oversamplingFactor = factor->Integer(1, TextPatch::kMostOversampling);
+    if ((patch.oversamplingFactor & (patch.oversamplingFactor - 1)) != 0) {
+      factor->Fail(std::to_string(patch.oversamplingFactor) + " is no power of two",
+                   "give 1, 2, 4 and so on up to 256");
+    }
+  }
+  if (const auto filter = place.Find("filter")) {
+    patch.oversamplingFilter = filter->Integer(0, TextPatch::kOversamplingFilters - 1);
+  }
+}
+
+void ParsePlace(const JsonPlace& place, int rows, ModuleEntry& entry) {
+  const auto row = place.Find("row");
+  const auto column = place.Find("column");
+  if (!row && !column) return;
+  if (!row || !column) place.Fail("row and column go together", "give both or neither");
+  entry.place = {row->Integer(0, TextPatch::kMostRows - 1),
+                 column->Integer(0, TextPatch::kMostColumns - 1)};
+  if (entry.place->row >= rows) {
+    row->Fail("row " + std::to_string(entry.place->row) + " of a rack with " +
+                  std::to_string(rows) + " rows",
+              "raise \"rows\" or give a row up to " + std::to_string(rows - 1));
+  }
+}
+
+ModuleEntry ParseModule(const JsonPlace& place, int rows) {
+  place.RequireObject({"id", "name", "vendor", "row", "column", "controls", "mono", "always_on",
+                       "oversampled", "bandlimit", "clip_level", "data"});
+  ModuleEntry entry;
+  const JsonPlace id = place.Require("id");
+  entry.id = id.Text();
+  if (entry.id.empty() || entry.id.find('.') != std::string::npos) {
+    id.Fail("an id must have letters and no point");
+  }
+  entry.name = place.Require("name").Text();
+  const auto vendor = place.Find("vendor");
+  entry.vendor = vendor ? vendor->Text() : kBuiltInVendor;
+  ParsePlace(place, rows, entry);
+  if (const auto controls = place.Find("controls")) {
+    for (const auto& [role, value] : controls->Members()) {
+      entry.controls.emplace_back(role, value.Number());
+    }
+  }
+  if (const auto mono = place.Find("mono")) entry.mono = mono->Flag();
+  if (const auto alwaysOn = place.Find("always_on")) entry.alwaysOn = alwaysOn->Flag();
+  if (const auto flag = place.Find("oversampled")) entry.oversampled = flag->Flag();
+  if (const auto mode = place.Find("bandlimit")) entry.bandlimit = mode->Integer(0, 1);
+  if (const auto level = place.Find("clip_level")) {
+    entry.clipLevel = static_cast<float>(level->Number());
+    if (!std::isfinite(*entry.clipLevel) || *entry.clipLevel <= 0.0f) {
+      level->Fail("must be above 0", "give a linear level, 4 for +12 dB");
+    }
+  }
+  if (const auto data = place.Find("data")) {
+    entry.data = DecodeBase64(data->Text());
+    if (!entry.data) data->Fail("is no base64", "copy it whole, without blanks");
+  }
+  return entry;
+}
+
+/// An end is "id.Role"; ids have no point, roles may.
+void ParseEnd(const JsonPlace& place, const std::vector<std::string>& ids, std::string& id,
+              std::string& role) {
+  const std::string text = place.Text();
+  const auto point = text.find('.');
+  if (point == std::string::npos) {
+    place.Fail(Quoted(text) + " names no patch point", "write id.Role, such as \"vco.Saw\"");
+  }
+  id = text.substr(0, point);
+  role = text.substr(point + 1);
+  if (std::find(ids.begin(), ids.end(), id) != ids.end()) return;
+  place.Fail("no module has the id " + Quoted(id),
+             ids.empty() ? "add the module" : DidYouMean(id, ids));
+}
+
+CableEntry ParseCable(const JsonPlace& place, const std::vector<std::string>& ids) {
+  place.RequireObject({"from", "to", "colour"});
+  CableEntry entry;
+  ParseEnd(place.Require("from"), ids, entry.fromId, entry.fromRole);
+  ParseEnd(place.Require("to"), ids, entry.toId, entry.toRole);
+  if (const auto colour = place.Find("colour")) {
+    const std::vector<std::string> names(std::begin(kCableColourNames),
+                                         std::end(kCableColourNames));
+    const auto found = std::find(names.begin(), names.end(), colour->Text());
+    if (found == names.end()) {
+      colour->Fail("no colour " + Quoted(colour->Text()), DidYouMean(colour->Text(), names));
+    }
+    entry.colour = static_cast<int>(found - names.begin()) + 1;
+  }
+  return entry;
+}
+
+}  // namespace
+
+TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
+  const JsonPlace::Json document = ParseJson(text, file);
+  const JsonPlace root(document, file, "");
+  root.RequireObject(
+      {"halveron", "rows", "voices", "author", "description", "oversampling", "modules", "cables"});
+  const JsonPlace version = root.Require("halveron");
+  if (version.Integer(1, 1000000) > TextPatch::kVersion) {
+    version.Fail("a patch of a later version", "use a later Halveron");
+  }
+  TextPatch patch;
+  if (const auto rows = root.Find("rows")) patch.rows = rows->Integer(1, TextPatch::kMostRows);
+  if (const auto voices = root.Find("voices")) patch.voices = voices->Integer(1, kMaxVoices);
+  if (const auto author = root.Find("author")) patch.author = author->Text();
+  if (const auto text = root.Find("description")) patch.description = text->Text();
+  if (const auto oversampling = root.Find("oversampling")) ParseOversampling(*oversampling, patch);
+  std::vector<std::string> ids;
+  if (const auto modules = root.Find("modules")) {
+    std::set<std::string> seen;
+    for (const JsonPlace& place : modules->Elements()) {
+      patch.modules.push_back(ParseModule(place, patch.rows));
+      const std::string& id = patch.modules.back().id;
+      if (!seen.insert(id).second) {
+        place.Require("id").Fail("the id " + Quoted(id) + " stands twice",
+                                 "give each module its own");
+      }
+      ids.push_back(id);
+    }
+  }
+  if (const auto cables = root.Find("cables")) {
+    for (const JsonPlace& place : cables->Elements()) {
+      patch.cables.push_back(ParseCable(place, ids));
+    }
+  }
+  return patch;
+}
+
+TextPatch ReadTextPatch(const std::string& path) {
+  std::error_code error;
+  std::ifstream file(path, std::ios::binary);
+  if (!file || std::filesystem::is_directory(path, error)) {
+    throw FileError(path, "",
+                    std::string("cannot be read: ") + std::strerror(file ? EISDIR : errno),
+                    "give a text patch");
+  }
+  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return ParseTextPatch(text, path);
+}
+
+}  // namespace halveron
