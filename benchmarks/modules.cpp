@@ -1,0 +1,85 @@
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "benchmarks/block_times.h"
+#include "benchmarks/rack_rig.h"
+#include "benchmarks/scenarios.h"
+#include "editor/module_catalogue.h"
+
+namespace halveron::benchmarks {
+
+namespace {
+
+void TurnKnobsToMiddle(Module& module) {
+  module.forEach([&](CView* view) {
+    auto* knob = dynamic_cast<ModuleKnob*>(view);
+    if (!knob) return;
+    knob->SetAtOnce((knob->getMin() + knob->getMax()) / 2);
+    module.ValueChanged(knob);
+  });
+}
+
+/// A module at work, in a rig of its own.
+struct BusyRig : RackRig {
+  BusyRig(const char* name, std::size_t layout) : RackRig(kBlock, layout), module(Add(name)) {
+    TurnKnobsToMiddle(module);
+    Surround(module);
+  }
+  Module& module;
+};
+
+/// An idle module with as many points as `model` has.
+struct IdleRig : RackRig {
+  IdleRig(const Module& model, std::size_t layout) : RackRig(kBlock, layout) {
+    std::size_t inputs = 0, outputs = 0;
+    model.forEach([&](CView* view) {
+      if (auto* point = dynamic_cast<PatchPoint*>(view)) {
+        ++(point->type == kOutputPoint ? outputs : inputs);
+      }
+    });
+    Surround(Adopt(new IdleModule(Rack().hostTable, inputs, outputs)));
+  }
+};
+
+struct RigPair {
+  RigPair(const char* name, std::size_t layout) : busy(name, layout), idle(busy.module, layout) {}
+
+  BusyRig busy;
+  IdleRig idle;
+};
+
+/// The rigs take turns, so that all meet the same disturbances.
+void MeasureModule(benchmark::State& state, const char* name) {
+  std::vector<std::unique_ptr<RigPair>> pairs;
+  for (std::size_t i = 0; i < kLayouts; ++i) pairs.push_back(std::make_unique<RigPair>(name, i));
+  LayoutTimes busyTimes, idleTimes;
+  std::size_t layout = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    const double seconds = SecondsOf([&] { pairs[layout]->busy.RunBlock(); });
+    busyTimes.Add(layout, seconds);
+    idleTimes.Add(layout, SecondsOf([&] { pairs[layout]->idle.RunBlock(); }));
+    state.SetIterationTime(seconds);
+    layout = (layout + 1) % kLayouts;
+  }
+  const double busy = busyTimes.BestMedian();
+  state.counters[kNsPerSample] = NanosecondsPerSample(busy, kBlock);
+  state.counters[kNetNsPerSample] = NanosecondsPerSample(busy - idleTimes.BestMedian(), kBlock);
+}
+
+}  // namespace
+
+void RegisterModules() {
+  for (const CatalogueEntry& entry : ModuleCatalogue()) {
+    if (!entry.make) continue;
+    const char* name = entry.name;
+    benchmark::RegisterBenchmark((std::string("module/") + name).c_str(),
+                                 [name](benchmark::State& state) { MeasureModule(state, name); })
+        ->UseManualTime()
+        ->MinTime(kMeasuringTime);
+  }
+}
+
+}  // namespace halveron::benchmarks

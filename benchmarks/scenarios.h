@@ -1,0 +1,23 @@
+// The scenarios of the benchmark program. Each reports its rates as counters.
+#pragma once
+
+namespace halveron::benchmarks {
+
+/// Names of counters.
+inline constexpr const char* kNsPerSample = "ns_per_sample";
+inline constexpr const char* kNetNsPerSample = "net_ns_per_sample";  ///< less what surrounds it
+inline constexpr const char* kTimesRealTime = "x_realtime";
+inline constexpr const char* kRackOverHand = "rack_over_hand";
+
+/// Each timed by hand for this long at least, in seconds.
+inline constexpr double kMeasuringTime = 0.3;
+
+/// `module/<display name>`: each module that can be made, alone, and net of a module that does
+/// nothing at as many cables.
+void RegisterModules();
+/// `rack/` and `hand/`: what the rack's loop costs over one written out by hand.
+void RegisterUnityMixers();
+/// `voice/`: the demo patches with a held note.
+void RegisterVoices();
+
+}  // namespace halveron::benchmarks

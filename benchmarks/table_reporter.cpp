@@ -1,0 +1,92 @@
+#include "benchmarks/table_reporter.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+#include "benchmarks/scenarios.h"
+
+namespace halveron::benchmarks {
+
+namespace {
+
+struct Column {
+  const char* title;
+  const char* counter;
+  int decimals;
+};
+
+constexpr Column kColumns[] = {
+    {"ns/sample", kNsPerSample, 2},
+    {"net ns/sample", kNetNsPerSample, 2},
+    {"x real time", kTimesRealTime, 1},
+};
+constexpr int kColumnWidth = 15;
+
+constexpr double kMostRackOverHand = 1.3;
+
+std::string Fixed(double value, int decimals) {
+  std::ostringstream text;
+  text << std::fixed << std::setprecision(decimals) << value;
+  return text.str();
+}
+
+}  // namespace
+
+bool TableReporter::ReportContext(const Context& context) {
+  std::ostream& out = GetOutputStream();
+  out << "Medians over blocks; " << context.cpu_info.num_cpus << " processors";
+  if (!context.cpu_info.load_avg.empty()) {
+    out << ", load " << Fixed(context.cpu_info.load_avg.front(), 2);
+  }
+  out << "\n" << std::flush;
+  return true;
+}
+
+void TableReporter::ReportRuns(const std::vector<Run>& runs) {
+  for (const Run& run : runs) {
+    if (run.run_type == Run::RT_Aggregate) continue;
+    const std::string& name = run.run_name.function_name;
+    if (run.error_occurred) {
+      anyFailed_ = true;
+      GetErrorStream() << name << ": " << run.error_message << "\n";
+    } else {
+      rows_.push_back({name, run.counters});
+    }
+  }
+}
+
+void TableReporter::Finalize() {
+  if (rows_.empty()) return;
+  std::stable_sort(rows_.begin(), rows_.end(),
+                   [](const Row& a, const Row& b) { return a.name < b.name; });
+  std::size_t nameWidth = 0;
+  for (const Row& row : rows_) nameWidth = std::max(nameWidth, row.name.size());
+
+  std::ostream& out = GetOutputStream();
+  const auto nameCell = [&](const std::string& name) -> std::ostream& {
+    return out << std::left << std::setw(static_cast<int>(nameWidth)) << name << std::right;
+  };
+  nameCell("scenario");
+  for (const Column& column : kColumns) out << std::setw(kColumnWidth) << column.title;
+  out << "\n";
+  for (const Row& row : rows_) {
+    nameCell(row.name);
+    for (const Column& column : kColumns) {
+      const auto found = row.counters.find(column.counter);
+      out << std::setw(kColumnWidth)
+          << (found == row.counters.end() ? "" : Fixed(found->second, column.decimals));
+    }
+    out << "\n";
+  }
+  for (const Row& row : rows_) {
+    const auto ratio = row.counters.find(kRackOverHand);
+    if (ratio == row.counters.end()) continue;
+    nameCell("rack over hand") << std::setw(kColumnWidth) << Fixed(ratio->second, 2)
+                               << "  (aim: at most " << Fixed(kMostRackOverHand, 2) << ")\n";
+  }
+  out << std::flush;
+}
+
+}  // namespace halveron::benchmarks
