@@ -1,5 +1,6 @@
 #include "app/modules_command.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -110,9 +111,9 @@ void PrintControls(const Json& controls, std::ostream& out) {
     const auto& role = item["role"].get_ref<const std::string&>();
     const std::string position = std::to_string(++number);
     out << std::string(4 - std::min<std::size_t>(position.size(), 3), ' ') << position << "  "
-        << role << std::string(widest - role.size() + 2, ' ') << item["least"].get<double>() << " to "
-        << item["most"].get<double>() << ", default " << item["default"].get<double>() << ", "
-        << item["kind"].get_ref<const std::string&>();
+        << role << std::string(widest - role.size() + 2, ' ') << item["least"].get<double>()
+        << " to " << item["most"].get<double>() << ", default " << item["default"].get<double>()
+        << ", " << item["kind"].get_ref<const std::string&>();
     if (item.contains("positions")) out << " of " << item["positions"].dump() << " positions";
     out << "\n";
   }
