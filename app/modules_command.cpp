@@ -53,7 +53,9 @@ Kind KindOf(const CControl& control) {
   }
   if (dynamic_cast<const COnOffButton*>(&control)) return {"on/off button", 2};
   if (dynamic_cast<const CKickButton*>(&control)) return {"push button", 2};
+  if (dynamic_cast<const CMovieBitmap*>(&control)) return {"lamp", 0};
   if (dynamic_cast<const CSpecialDigit*>(&control)) return {"display", 0};
+  if (dynamic_cast<const CParamDisplay*>(&control)) return {"text", 0};
   return {"control", 0};
 }
 
@@ -83,7 +85,7 @@ Json Describe(const CatalogueEntry& entry, Module* module) {
   json["always_on"] = module->GetAlwaysOnDefault();
   json["columns"] = std::lround(module->getViewSize().getWidth() / panelUnitWidth);
   json["controls"] = Json::array();
-  for (const auto& [control, index] : SettableControls(*module)) {
+  for (const auto& [control, index, isLamp] : SettableControls(*module)) {
     const Kind kind = KindOf(*control);
     Json item{{"role", control->role}, {"kind", kind.name}};
     if (kind.positions > 0) item["positions"] = kind.positions;

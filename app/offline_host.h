@@ -40,7 +40,7 @@ class OfflineHost {
   void SetMessages(std::vector<HostMessage> messages);
 
   void Start();
-  /// Runs one block of 1 to blockSize frames.
+  /// Runs one block of 1 to blockSize frames; where the tempo changes within it, as two.
   void Process(int frames);
 
   /// The block's samples by channel.
@@ -66,8 +66,10 @@ class OfflineHost {
   std::intptr_t Answer(std::int32_t opcode, void* ptr);
   std::intptr_t Dispatch(int opcode, std::intptr_t value = 0, void* ptr = nullptr,
                          float opt = 0.0f);
+  std::int64_t FramesToTempoChange() const;
   void UpdateTimeInfo();
   void SendMessages(int frames);
+  void ProcessSlice(int first, int frames);
   void TakeEvents(const VstEvents& events);
 
   Settings settings_;

@@ -1,6 +1,7 @@
 #include "app/render_command.h"
 
 #include <algorithm>
+#include <bit>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -10,14 +11,13 @@
 #include <memory>
 #include <vector>
 
-#include "app/known_modules.h"
 #include "app/offline_host.h"
+#include "app/patch_file.h"
 #include "app/run_command.h"
 #include "media/audio_file.h"
 #include "media/midi_file.h"
 #include "platform/file_error.h"
 #include "platform/terminal.h"
-#include "presets/text_patch.h"
 
 namespace halveron {
 
@@ -225,13 +225,15 @@ void Report(const RenderOptions& options, const Material& material, const Output
 
 int Render(const RenderOptions& options, std::ostream& out, std::ostream& err) {
   KeepSources(options);
-  TextPatch patch = ReadTextPatch(options.patch);
-  if (options.voices) patch.voices = *options.voices;
-  if (options.oversampling) patch.oversamplingFactor = *options.oversampling;
   Material material = Gather(options);
 
   OfflineHost host({options.rate, options.block, !options.isStopped, material.song});
-  ApplyTextPatch(patch, options.patch, host.Rack(), KnownModules());
+  LoadPatchFile(options.patch, host.Rack());
+  if (options.voices) host.Rack().ApplyVoiceCount(*options.voices);
+  if (options.oversampling) {
+    const auto factor = static_cast<unsigned>(*options.oversampling);
+    host.Plugin().ApplyOversamplingFactor(std::countr_zero(factor));
+  }
   host.SetMessages(std::move(material.messages));
   media::AudioFileWriter writer(options.output, options.channels, options.rate, material.frames);
   InputFeed feed(material.input.get(), options.block);

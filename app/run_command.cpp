@@ -6,6 +6,7 @@
 #include <new>
 #include <ostream>
 
+#include "app/convert_command.h"
 #include "app/modules_command.h"
 #include "app/render_command.h"
 #include "platform/file_error.h"
@@ -40,19 +41,27 @@ struct ModulesOptions {
   bool asJson = false;
 };
 
+struct ConvertOptions {
+  std::string input;
+  std::string output;
+};
+
 /// The command line's grammar and what was read by it.
 struct CommandLine {
   CommandLine() {
     app.set_version_flag("--version", "halveron " HALVERON_VERSION);
     app.allow_extras();
     AddRender();
+    AddConvert();
     AddModules();
   }
 
   void AddRender() {
     renderCall = app.add_subcommand("render", "Play a patch into a sound file");
     renderCall->allow_extras();
-    renderCall->add_option("PATCH", render.patch, "The patch, a text patch (.json)")->required();
+    renderCall
+        ->add_option("PATCH", render.patch, "The patch: a text patch (.json) or a preset (.hvp)")
+        ->required();
     renderCall->add_option("-o,--output", render.output, "The WAV file to write, 32-bit float")
         ->required();
     renderCall->add_option("--input", render.input, "A sound file for the host inputs");
@@ -83,6 +92,14 @@ struct CommandLine {
         ->check(CLI::Range(1, 256));
   }
 
+  void AddConvert() {
+    convertCall =
+        app.add_subcommand("convert", "Turn a preset (.hvp) into a text patch (.json), or back");
+    convertCall->allow_extras();
+    convertCall->add_option("IN", convert.input, "The file to read")->required();
+    convertCall->add_option("OUT", convert.output, "The file to write")->required();
+  }
+
   void AddModules() {
     modulesCall = app.add_subcommand("modules", "List the modules, or what one of them has");
     modulesCall->allow_extras();
@@ -92,14 +109,14 @@ struct CommandLine {
 
   /// Throws what CLI11 cannot see.
   void Check() const {
-    const CLI::App* const calls[] = {&app, renderCall, modulesCall};
+    const CLI::App* const calls[] = {&app, renderCall, convertCall, modulesCall};
     for (const CLI::App* call : calls) {
       const auto extras = call->remaining();
       if (extras.empty()) continue;
       const bool isOption = extras[0].starts_with("-");
       if (call == &app && !isOption) {
         throw FileError("", "", "no command " + Quoted(extras[0]),
-                        DidYouMean(extras[0], {"render", "modules"}));
+                        DidYouMean(extras[0], {"render", "convert", "modules"}));
       }
       throw FileError("", call == &app ? "" : call->get_name(),
                       (isOption ? "no option " : "one argument too many, ") + Quoted(extras[0]),
@@ -128,8 +145,10 @@ struct CommandLine {
 
   CLI::App app{"Halveron, a modular synthesizer", "halveron"};
   CLI::App* renderCall = nullptr;
+  CLI::App* convertCall = nullptr;
   CLI::App* modulesCall = nullptr;
   RenderOptions render;
+  ConvertOptions convert;
   ModulesOptions modules;
 };
 
@@ -153,6 +172,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
   }
   line.Check();
   if (line.renderCall->parsed()) return Render(line.render, out, err);
+  if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out);
   if (line.modulesCall->parsed()) return ListModules(line.modules.name, line.modules.asJson, out);
   return Misuse(err, "no command; see halveron --help");
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace halveron {
 
@@ -31,6 +32,13 @@ SongPosition::Moment SongPosition::At(double seconds) const {
   const double bar = 4.0 * std::max(change.numerator, 1) / denominator;
   const double bars = std::floor((quarters - change.quarters) / bar);
   return {quarters, change.quarters + bars * bar, change.tempo, change.numerator, denominator};
+}
+
+double SongPosition::NextChange(double seconds) const {
+  for (const media::TempoChange& change : changes_) {
+    if (change.seconds > seconds) return change.seconds;
+  }
+  return std::numeric_limits<double>::infinity();
 }
 
 double SongPosition::SecondsAt(double quarters) const {

@@ -24,6 +24,8 @@ class SongPosition {
 
   /// `seconds` from the start, 0 or more.
   Moment At(double seconds) const;
+  /// The time of the first change after `seconds`, infinite if none follows.
+  double NextChange(double seconds) const;
   /// The time of a place in quarter notes, 0 or more.
   double SecondsAt(double quarters) const;
 

@@ -10,7 +10,7 @@ int panelHeight = kReferencePanelHeight;
 int panelHeightThird = kReferencePanelHeight / 3;
 int panelHeightFifth = kReferencePanelHeight / 5;
 float uiScale = 1.0f;
-int panelUnitWidth = 12;
+int panelUnitWidth = kReferenceUnitWidth;
 
 void RebuildNoteTable() {
   double frequency = 8.175798915636872;
@@ -25,13 +25,13 @@ void SetPanelMetrics(int rowHeight) {
   panelHeightThird = rowHeight / 3;
   panelHeightFifth = rowHeight / 5;
   uiScale = static_cast<float>(rowHeight) * 0.0034364262f;
-  panelUnitWidth = static_cast<int>(uiScale * 12.0f);
+  panelUnitWidth = static_cast<int>(uiScale * kReferenceUnitWidth);
 }
 
 void ResetPanelMetrics() {
   SetPanelMetrics(kReferencePanelHeight);
   uiScale = 1.0f;
-  panelUnitWidth = 12;
+  panelUnitWidth = kReferenceUnitWidth;
 }
 
 CCoord ScaleToPixels(double panelUnits) { return dsp::RoundHalfDown(panelUnits * uiScale); }

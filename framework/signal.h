@@ -33,7 +33,9 @@ extern int panelHeightFifth;
 extern float uiScale;
 extern int panelUnitWidth;
 
+/// Panel units: the height of a row and the width of a grid column, pixels at scale 1.
 inline constexpr int kReferencePanelHeight = 291;
+inline constexpr int kReferenceUnitWidth = 12;
 
 /// Sets the five metrics from the height of a row in pixels.
 void SetPanelMetrics(int rowHeight);

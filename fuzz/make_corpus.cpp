@@ -1,7 +1,8 @@
 // Usage: make_corpus DIRECTORY PATCH...
 //
 // Fills DIRECTORY/preset_fuzzer and DIRECTORY/text_patch_fuzzer with inputs to begin from: an empty
-// rack, every module alone, and the patches given, as this system itself writes them.
+// rack, every module alone, and the patches given with one voice and with two, as this system
+// writes them.
 
 #include <cstdio>
 #include <exception>
@@ -34,7 +35,7 @@ class Corpus {
 
   /// The rack as text, and as a file and a chunk of every layout that there has been.
   void Add(const std::string& name, RackModel& rack) {
-    const std::string text = FormatTextPatch(DescribeRack(rack, rack.engine.filterMenuIndex));
+    const std::string text = FormatTextPatch(DescribeRack(rack));
     Write(texts_ / (name + ".json"), std::as_bytes(std::span(text)));
     PresetDocument document = CapturePreset(rack);
     document.pathPrefix = name + ".hvp";
@@ -56,6 +57,14 @@ class Corpus {
   fs::path texts_;
 };
 
+/// Two voices, and as many instances of every module that may have them.
+void MakePolyphonic(RackModel& rack) {
+  rack.ApplyVoiceCount(2);
+  for (Module* module : rack.modules[0]) {
+    if (module->mono && module->monoSelectable) rack.SetModuleMono(module, false);
+  }
+}
+
 void MakeCorpus(const std::string& folder, std::span<char* const> patches) {
   Halveron engine(nullptr, HostKind::kVst2);
   engine.open();
@@ -71,7 +80,10 @@ void MakeCorpus(const std::string& folder, std::span<char* const> patches) {
   }
   for (const char* path : patches) {
     ApplyTextPatch(ReadTextPatch(path), path, rack, known);
-    corpus.Add(fs::path(path).stem().string(), rack);
+    const std::string name = fs::path(path).stem().string();
+    corpus.Add(name, rack);
+    MakePolyphonic(rack);
+    corpus.Add(name + "-poly", rack);
   }
   engine.close();
 }

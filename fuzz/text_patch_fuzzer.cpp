@@ -46,7 +46,7 @@ class Bench {
  private:
   std::string Describe() {
     SynEditor& rack = *engine_.Editor();
-    return FormatTextPatch(DescribeRack(rack, rack.engine.filterMenuIndex));
+    return FormatTextPatch(DescribeRack(rack));
   }
 
   Halveron engine_{nullptr, HostKind::kVst2};

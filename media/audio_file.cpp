@@ -39,7 +39,7 @@ bool IsCutOff(SNDFILE* file) {
 /// Creates an empty file that was not there before, beside the target.
 std::string MakeTemporary(const std::string& path, const std::string& target) {
   for (int attempt = 0; attempt < kTemporaryAttempts; ++attempt) {
-    const std::string name = target + ".part" + std::to_string(attempt);
+    std::string name = target + ".part" + std::to_string(attempt);
     if (std::FILE* file = std::fopen(name.c_str(), "wbx")) {
       std::fclose(file);
       return name;

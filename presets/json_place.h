@@ -31,6 +31,8 @@ class JsonPlace {
   double Number() const;
   bool Flag() const;
   std::string Text() const;
+  /// The value as it stands in the file.
+  std::string Shown() const { return value_.dump(); }
 
  private:
   const Json& value_;

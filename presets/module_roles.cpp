@@ -10,10 +10,9 @@ std::vector<SettableControl> SettableControls(const Module& module) {
   for (CView* view : module.children()) {
     auto* control = dynamic_cast<CControl*>(view);
     if (!control || control->getTag() == TAG_NONE) continue;
-    // Patch points and lamps are moving pictures.
-    const bool isShownOnly =
-        dynamic_cast<CMovieBitmap*>(control) || dynamic_cast<CParamDisplay*>(control);
-    if (!isShownOnly && *control->role) found.push_back({control, savedIndex});
+    const bool isPoint = dynamic_cast<PatchPoint*>(control) != nullptr;
+    const bool isLamp = !isPoint && dynamic_cast<CMovieBitmap*>(control) != nullptr;
+    if (!isPoint && *control->role) found.push_back({control, savedIndex, isLamp});
     ++savedIndex;
   }
   return found;

@@ -15,10 +15,10 @@ class PatchPoint;
 struct SettableControl {
   CControl* control;
   std::size_t savedIndex;
+  bool isLamp;  ///< shows something; a preset remembers it as it was lit
 };
 
-/// Knobs, switches, buttons and displays in the order of the panel. Lamps and labels are not set by
-/// a patch, though a preset saves them.
+/// All that a preset saves a value of, but for patch points, in the order of the panel.
 std::vector<SettableControl> SettableControls(const Module& module);
 
 enum class CableEnd { kOrigin, kDestination };

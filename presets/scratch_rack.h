@@ -12,6 +12,8 @@ class ScratchRack {
   explicit ScratchRack(RackModel& original)
       : engine_(original.engine), rack_(engine_, original.Maker()) {}
 
+  RackModel& Rack() { return rack_; }
+
   /// Null if the module cannot be made.
   Module* Add(const std::string& name, const std::string& vendor) {
     return rack_.AddModule(name, vendor);

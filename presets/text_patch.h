@@ -14,16 +14,17 @@
 #include <vector>
 
 #include "framework/cable.h"
+#include "presets/preset_document.h"
 
 namespace halveron {
 
 class RackModel;
 
 struct TextPatch {
-  /// Grid position of a module's top left corner.
+  /// Grid position of a module's top left corner; fractions lie between the lines of the grid.
   struct Place {
-    int row;
-    int column;
+    double row;
+    double column;
   };
 
   struct ModuleEntry {
@@ -40,6 +41,8 @@ struct TextPatch {
     std::optional<float> clipLevel;  ///< linear
     /// What the module's preset holds beyond its control values.
     std::optional<std::vector<std::byte>> data;
+    /// Host parameter of each control that has one, by role; none: as they come.
+    std::optional<std::vector<std::pair<std::string, int>>> parameters;
   };
 
   struct CableEntry {
@@ -62,6 +65,7 @@ struct TextPatch {
   std::string description;
   int oversamplingFactor = 1;
   int oversamplingFilter = 1;
+  std::optional<int> highestParameter;  ///< host parameter behind which new modules go on
   std::vector<ModuleEntry> modules;
   std::vector<CableEntry> cables;
 };
@@ -81,12 +85,25 @@ inline constexpr const char* kCableColourNames[kCableColours] = {"Red",  "Green"
 TextPatch ParseTextPatch(const std::string& text, const std::string& file);
 TextPatch ReadTextPatch(const std::string& path);
 
-/// Replaces what is in the rack. When this throws, the rack is as it was.
+/// The preset that such a patch makes. `rack` serves to make modules beside it and stays as it is.
+PresetDocument ToPreset(const TextPatch& patch, const std::string& file, RackModel& rack,
+                        std::span<const KnownModule> known);
+
+/// Replaces what is in the rack, as loading that preset does. When this throws, the rack is as it
+/// was.
 void ApplyTextPatch(const TextPatch& patch, const std::string& file, RackModel& rack,
                     std::span<const KnownModule> known);
 
-/// The patch that makes such a rack. The filter is the engine's row, which the rack does not know.
-TextPatch DescribeRack(RackModel& rack, int oversamplingFilter);
+/// The patch of a preset, down to its last bit: ToPreset gives an equal document again. The preset
+/// and its modules' data are of the present versions; `rack` serves to make modules beside it.
+/// Throws a FileError without a file for a module that cannot be made.
+TextPatch ToText(const PresetDocument& preset, RackModel& rack);
+
+/// The patch that makes such a rack.
+TextPatch DescribeRack(RackModel& rack);
+
+/// Whether every module of a preset can be made, and its data are of the version that it saves now.
+bool IsOfPresentVersions(const PresetDocument& preset, RackModel& rack);
 
 /// Text that parses to the same patch, always the same for the same patch.
 std::string FormatTextPatch(const TextPatch& patch);

@@ -10,6 +10,7 @@
 #include "platform/file_error.h"
 #include "presets/module_roles.h"
 #include "presets/nearest_name.h"
+#include "presets/preset_rack.h"
 #include "presets/scratch_rack.h"
 #include "presets/text_patch.h"
 
@@ -36,18 +37,24 @@ int ColumnsOf(const Module& module) {
                                                   std::max(panelUnitWidth, 1))));
 }
 
-/// What a preset of the module would hold if it had been saved with the settings of the entry.
-std::vector<std::byte> PresetOf(Module& module, const ModuleEntry& entry) {
-  const auto controlBytes = static_cast<std::size_t>(module.GetControlValuesSize());
-  std::vector<std::byte> preset(static_cast<std::size_t>(module.GetPresetSize()));
-  module.SavePreset(preset.data(), static_cast<int>(preset.size()));
-  for (const auto& [control, savedIndex] : SettableControls(module)) {
+/// Puts the control values of the entry into what the module has saved.
+void OverwriteControls(std::vector<std::byte>& preset, const Module& module,
+                       const ModuleEntry& entry) {
+  for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
     for (const auto& [role, value] : entry.controls) {
       if (role != control->role) continue;
       const auto stored = static_cast<float>(value);
       std::memcpy(preset.data() + savedIndex * sizeof stored, &stored, sizeof stored);
     }
   }
+}
+
+/// What a preset of the module would hold if it had been saved with the settings of the entry.
+std::vector<std::byte> PresetOf(Module& module, const ModuleEntry& entry) {
+  const auto controlBytes = static_cast<std::size_t>(module.GetControlValuesSize());
+  std::vector<std::byte> preset(static_cast<std::size_t>(module.GetPresetSize()));
+  module.SavePreset(preset.data(), static_cast<int>(preset.size()));
+  OverwriteControls(preset, module, entry);
   if (entry.data) {
     preset.resize(controlBytes);
     preset.insert(preset.end(), entry.data->begin(), entry.data->end());
@@ -62,15 +69,22 @@ class PatchCheck {
              std::span<const KnownModule> known)
       : patch_(patch), file_(file), known_(known), scratch_(rack) {}
 
-  /// The patch with a place for every module and rows enough.
-  TextPatch Run() {
-    if (patch_.oversamplingFactor != 1) {
-      Fail("oversampling.factor", "oversampling is not available yet", "give 1");
-    }
+  /// What a preset of the patch's rack would hold.
+  PresetDocument Run() {
     for (std::size_t i = 0; i < patch_.modules.size(); ++i) CheckModule(i);
     PlaceModules();
+    for (const ModuleEntry& entry : patch_.modules) SetUp(entry);
+    SetParameters();
     for (std::size_t i = 0; i < patch_.cables.size(); ++i) CheckCable(i);
-    return std::move(patch_);
+    PresetDocument document = CapturePreset(scratch_.Rack());
+    for (std::size_t i = 0; i < patch_.modules.size(); ++i) Refine(document.modules[i], i);
+    document.rows = patch_.rows;
+    document.voices = patch_.voices;
+    document.author = patch_.author;
+    document.description = patch_.description;
+    document.oversamplingFactor = patch_.oversamplingFactor;
+    document.oversamplingFilter = patch_.oversamplingFilter;
+    return document;
   }
 
  private:
@@ -127,14 +141,80 @@ class PatchCheck {
       Fail(PlaceOf(index, "clip_level"), Quoted(entry.name) + " does not clip", "take the key out");
     }
     if (entry.data) CheckData(index, module);
+    if (entry.parameters) CheckParameters(index, module);
+  }
+
+  void CheckParameters(std::size_t index, const Module& module) {
+    hasParameters_ = true;
+    std::vector<std::string> roles;
+    for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
+      if (!isLamp) roles.emplace_back(control->role);
+    }
+    for (const auto& [role, number] : *patch_.modules[index].parameters) {
+      const std::string place = PlaceOf(index, "parameters[\"" + role + "\"]");
+      if (std::find(roles.begin(), roles.end(), role) == roles.end()) {
+        Fail(place, Quoted(module.GetName()) + " has no control " + Quoted(role),
+             DidYouMean(role, roles));
+      }
+      if (!parameterNumbers_.insert(number).second) {
+        Fail(place, "parameter " + std::to_string(number) + " is taken twice",
+             "give each control a number of its own");
+      }
+    }
+  }
+
+  /// Gives the module in the scratch rack the state that the entry tells.
+  void SetUp(const ModuleEntry& entry) {
+    Module& module = *modules_[entry.id];
+    CRect view = module.getViewSize();
+    view.moveTo(std::round(entry.place->column * panelUnitWidth),
+                std::round(entry.place->row * panelHeight));
+    module.setViewSize(view);
+    if (entry.mono) module.mono = *entry.mono;
+    if (entry.oversampled) module.oversampled = *entry.oversampled;
+    if (entry.alwaysOn) module.alwaysOn = *entry.alwaysOn;
+    if (entry.bandlimit) module.SetBandlimitMode(*entry.bandlimit);
+    if (entry.clipLevel) module.SetClipLevel(*entry.clipLevel);
+    if (entry.controls.empty() && !entry.data) return;
+    const std::vector<std::byte> preset = PresetOf(module, entry);
+    module.LoadPreset(preset.data(), static_cast<int>(preset.size()), module.GetVersion());
+  }
+
+  /// What the text tells goes into the preset as it stands there: a module that was loaded shows
+  /// lamps and rounds places by its own lights.
+  void Refine(PresetModule& record, std::size_t index) {
+    const ModuleEntry& entry = patch_.modules[index];
+    Module& module = *modules_[entry.id];
+    record.x = static_cast<int>(std::lround(entry.place->column * kReferenceUnitWidth));
+    record.y = static_cast<int>(std::lround(entry.place->row * kReferencePanelHeight));
+    OverwriteControls(record.data, module, entry);
+    if (!entry.data) return;
+    record.data.resize(static_cast<std::size_t>(module.GetControlValuesSize()));
+    record.data.insert(record.data.end(), entry.data->begin(), entry.data->end());
+  }
+
+  void SetParameters() {
+    RackModel& rack = scratch_.Rack();
+    if (hasParameters_) {
+      for (Module* module : rack.modules[0]) module->UnregisterControls();
+      for (const ModuleEntry& entry : patch_.modules) {
+        if (!entry.parameters) continue;
+        for (const auto& [control, savedIndex, isLamp] : SettableControls(*modules_[entry.id])) {
+          for (const auto& [role, number] : *entry.parameters) {
+            if (!isLamp && role == control->role) rack.RegisterTag(control, number);
+          }
+        }
+      }
+    }
+    if (patch_.highestParameter) rack.highestParameterIndex = *patch_.highestParameter;
   }
 
   void CheckControl(std::size_t index, const Module& module, const std::string& role,
                     double value) const {
     const std::string place = PlaceOf(index, "controls[\"" + role + "\"]");
     std::vector<std::string> roles;
-    for (const auto& [control, savedIndex] : SettableControls(module)) {
-      roles.push_back(control->role);
+    for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
+      roles.emplace_back(control->role);
       if (role != control->role) continue;
       const auto stored = static_cast<float>(value);
       if (stored >= control->getMin() && stored <= control->getMax()) return;
@@ -163,15 +243,19 @@ class PatchCheck {
   }
 
   struct Area {
-    int row;
-    int begin;
-    int end;
+    double row;
+    double begin;
+    double end;
     std::size_t index;
+
+    bool Overlaps(const Area& other) const {
+      return row < other.row + 1 && other.row < row + 1 && begin < other.end && other.begin < end;
+    }
   };
 
   const Area* Overlapped(const Area& area) const {
     for (const Area& taken : areas_) {
-      if (taken.row == area.row && taken.begin < area.end && area.begin < taken.end) return &taken;
+      if (taken.Overlaps(area)) return &taken;
     }
     return nullptr;
   }
@@ -180,23 +264,22 @@ class PatchCheck {
     for (std::size_t i = 0; i < patch_.modules.size(); ++i) {
       const ModuleEntry& entry = patch_.modules[i];
       if (!entry.place) continue;
-      const int begin = entry.place->column;
+      const double begin = entry.place->column;
       const Area area{entry.place->row, begin, begin + ColumnsOf(*modules_[entry.id]), i};
       if (const Area* other = Overlapped(area)) {
         Fail(PlaceOf(i, "column"),
              Quoted(entry.id) + " lies over " + Quoted(patch_.modules[other->index].id),
-             "move it to column " + std::to_string(other->end));
+             "move it to column " + Shown(std::ceil(other->end)));
       }
       areas_.push_back(area);
     }
     Area next{0, 0, 0, 0};
-    for (std::size_t i = 0; i < patch_.modules.size(); ++i) {
-      ModuleEntry& entry = patch_.modules[i];
+    for (ModuleEntry& entry : patch_.modules) {
       if (entry.place) continue;
       const int width = ColumnsOf(*modules_[entry.id]);
       next = FreeArea(next, width);
       entry.place = {next.row, next.begin};
-      patch_.rows = std::max(patch_.rows, next.row + 1);
+      patch_.rows = std::max(patch_.rows, static_cast<int>(next.row) + 1);
       next.begin = next.end;
     }
   }
@@ -211,7 +294,7 @@ class PatchCheck {
       from.end = from.begin + width;
       const Area* other = Overlapped(from);
       if (!other) return from;
-      from.begin = other->end;
+      from.begin = std::ceil(other->end);
     }
   }
 
@@ -223,7 +306,7 @@ class PatchCheck {
     if (PatchPoint* point = FindPoint(module, role, end)) return *point;
     const CableEnd otherEnd = isOrigin ? CableEnd::kDestination : CableEnd::kOrigin;
     std::vector<std::string> roles;
-    for (const PatchPoint* point : PointsFor(module, end)) roles.push_back(point->role);
+    for (const PatchPoint* point : PointsFor(module, end)) roles.emplace_back(point->role);
     const std::string name = Quoted(module.GetName());
     const std::string kind = isOrigin ? "output" : "input";
     Fail(CablePlace(index, end),
@@ -238,17 +321,14 @@ class PatchCheck {
 
   void CheckCable(std::size_t index) {
     const CableEntry& entry = patch_.cables[index];
-    const PatchPoint& from = CheckEnd(index, CableEnd::kOrigin);
-    const PatchPoint& to = CheckEnd(index, CableEnd::kDestination);
+    PatchPoint& from = CheckEnd(index, CableEnd::kOrigin);
+    PatchPoint& to = CheckEnd(index, CableEnd::kDestination);
     const std::string toName = Quoted(entry.toId + "." + entry.toRole);
     const std::string ends = Quoted(entry.fromId + "." + entry.fromRole) + " and " + toName;
     const std::string toPlace = CablePlace(index, CableEnd::kDestination);
     if (from.twoState != to.twoState) {
       Fail(toPlace, "a cable between MIDI and voltage, " + ends,
            "join MIDI points to MIDI points only");
-    }
-    if (from.type == kEitherPoint && to.type == kEitherPoint) {
-      Fail(toPlace, "both points go either way, " + ends, "let one end be an input or an output");
     }
     if (receiving_.contains(&to)) {
       Fail(toPlace, "a second cable into " + toName, "mix the signals before it");
@@ -259,6 +339,7 @@ class PatchCheck {
     }
     receiving_.insert(&to);
     sending_.insert(&from);
+    scratch_.Rack().ConnectCable(&to, &from, to.twoState ? kMidiCableColour : entry.colour, -1);
   }
 
   TextPatch patch_;
@@ -269,86 +350,21 @@ class PatchCheck {
   std::vector<Area> areas_;
   std::set<const PatchPoint*> receiving_;
   std::set<const PatchPoint*> sending_;
+  std::set<int> parameterNumbers_;
+  bool hasParameters_ = false;
 };
-
-/// All instances of a module, voice by voice.
-std::vector<Module*> Instances(const RackModel& rack, Module* module) {
-  std::vector<Module*> instances{module};
-  for (int voice = 1; voice < rack.engine.voiceCount; ++voice) {
-    if (Module* clone = rack.GetVoiceModule(module, voice)) instances.push_back(clone);
-  }
-  return instances;
-}
-
-/// Takes the further voices of a module away, or adds them.
-void SetMono(RackModel& rack, Module* module, bool mono) {
-  if (module->mono == mono) return;
-  module->mono = mono;
-  if (mono) {
-    if (Module* clone = rack.GetVoiceModule(module, 1)) rack.RemoveModule(clone, true);
-  } else if (!rack.CreateModule(module->GetName(), module->GetVendorName(), module->moduleIndex, 1,
-                                rack.engine.voiceCount - 1)) {
-    module->mono = true;
-    return;
-  }
-  for (Module* instance : Instances(rack, module)) {
-    if (instance == module) continue;
-    instance->moduleIndex = module->moduleIndex;
-    instance->setVisible(false);
-    instance->mono = false;
-    instance->alwaysOn = instance->GetAlwaysOnDefault();
-    rack.UpdateActiveState(instance, false);
-    instance->ModuleCreated(rack.engine.voiceCount);
-  }
-  rack.LinkVoiceControls(module);
-}
-
-void SetUp(RackModel& rack, Module* module, const ModuleEntry& entry) {
-  if (entry.mono) SetMono(rack, module, *entry.mono);
-  for (Module* instance : Instances(rack, module)) {
-    CRect view = instance->getViewSize();
-    view.moveTo(entry.place->column * panelUnitWidth, entry.place->row * panelHeight);
-    instance->setViewSize(view);
-    if (entry.oversampled && instance->oversampled != *entry.oversampled) {
-      instance->oversampled = *entry.oversampled;
-      const int steps = *entry.oversampled ? rack.engine.oversamplingSteps : 1;
-      instance->SetSampleRate(rack.engine.HostSampleRate() * static_cast<float>(steps));
-    }
-    if (entry.bandlimit) instance->SetBandlimitMode(*entry.bandlimit);
-    if (entry.clipLevel) instance->SetClipLevel(*entry.clipLevel);
-    if (entry.alwaysOn) {
-      instance->alwaysOn = *entry.alwaysOn;
-      rack.UpdateActiveState(instance, false);
-    }
-    if (entry.controls.empty() && !entry.data) continue;
-    const std::vector<std::byte> preset = PresetOf(*instance, entry);
-    instance->LoadPreset(preset.data(), static_cast<int>(preset.size()), instance->GetVersion());
-  }
-}
 
 }  // namespace
 
+PresetDocument ToPreset(const TextPatch& patch, const std::string& file, RackModel& rack,
+                        std::span<const KnownModule> known) {
+  return PatchCheck(patch, file, rack, known).Run();
+}
+
 void ApplyTextPatch(const TextPatch& patch, const std::string& file, RackModel& rack,
                     std::span<const KnownModule> known) {
-  const TextPatch checked = PatchCheck(patch, file, rack, known).Run();
-  PatchEdit edit(rack);
-  rack.RemoveAllModules();
-  rack.engine.voiceCount = checked.voices;
-  rack.rows = checked.rows;
-  rack.author = checked.author;
-  rack.description = checked.description;
-  std::map<std::string, Module*> modules;
-  for (const ModuleEntry& entry : checked.modules) {
-    Module* module = rack.AddModule(entry.name, entry.vendor);
-    if (!module)
-      throw FileError(file, "", "the module " + Quoted(entry.name) + " cannot be made again");
-    modules[entry.id] = module;
-    SetUp(rack, module, entry);
-  }
-  for (const CableEntry& entry : checked.cables) {
-    PatchPoint* from = FindPoint(*modules[entry.fromId], entry.fromRole, CableEnd::kOrigin);
-    PatchPoint* to = FindPoint(*modules[entry.toId], entry.toRole, CableEnd::kDestination);
-    rack.ConnectCable(from, to, to->twoState ? kMidiCableColour : entry.colour, -1);
+  if (!ApplyPreset(ToPreset(patch, file, rack, known), rack)) {
+    throw FileError(file, "", "a module cannot be made again");
   }
 }
 

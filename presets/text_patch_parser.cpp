@@ -1,14 +1,11 @@
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <set>
 
 #include "framework/module.h"
 #include "platform/file_error.h"
+#include "platform/whole_file.h"
 #include "presets/base64.h"
 #include "presets/json_place.h"
 #include "presets/nearest_name.h"
@@ -37,23 +34,30 @@ void ParseOversampling(const JsonPlace& place, TextPatch& patch) {
   }
 }
 
+double GridNumber(const JsonPlace& place, int most) {
+  const double number = place.Number();
+  if (!(number >= 0.0 && number <= most)) {
+    place.Fail(place.Shown() + " is out of range", "give 0 to " + std::to_string(most));
+  }
+  return number;
+}
+
 void ParsePlace(const JsonPlace& place, int rows, ModuleEntry& entry) {
   const auto row = place.Find("row");
   const auto column = place.Find("column");
   if (!row && !column) return;
   if (!row || !column) place.Fail("row and column go together", "give both or neither");
-  entry.place = {row->Integer(0, TextPatch::kMostRows - 1),
-                 column->Integer(0, TextPatch::kMostColumns - 1)};
-  if (entry.place->row >= rows) {
-    row->Fail("row " + std::to_string(entry.place->row) + " of a rack with " +
-                  std::to_string(rows) + " rows",
+  entry.place = {GridNumber(*row, TextPatch::kMostRows - 1),
+                 GridNumber(*column, TextPatch::kMostColumns - 1)};
+  if (entry.place->row > rows - 1) {
+    row->Fail("row " + row->Shown() + " of a rack with " + std::to_string(rows) + " rows",
               "raise \"rows\" or give a row up to " + std::to_string(rows - 1));
   }
 }
 
 ModuleEntry ParseModule(const JsonPlace& place, int rows) {
   place.RequireObject({"id", "name", "vendor", "row", "column", "controls", "mono", "always_on",
-                       "oversampled", "bandlimit", "clip_level", "data"});
+                       "oversampled", "bandlimit", "clip_level", "data", "parameters"});
   ModuleEntry entry;
   const JsonPlace id = place.Require("id");
   entry.id = id.Text();
@@ -82,6 +86,12 @@ ModuleEntry ParseModule(const JsonPlace& place, int rows) {
   if (const auto data = place.Find("data")) {
     entry.data = DecodeBase64(data->Text());
     if (!entry.data) data->Fail("is no base64", "copy it whole, without blanks");
+  }
+  if (const auto parameters = place.Find("parameters")) {
+    entry.parameters.emplace();
+    for (const auto& [role, index] : parameters->Members()) {
+      entry.parameters->emplace_back(role, index.Integer(0, kParameterCount - 1));
+    }
   }
   return entry;
 }
@@ -118,13 +128,25 @@ CableEntry ParseCable(const JsonPlace& place, const std::vector<std::string>& id
   return entry;
 }
 
+/// A text, or the bytes of one that is not in the encoding of this file.
+std::string ParseAnyText(const JsonPlace& root, const std::string& key) {
+  if (const auto encoded = root.Find(key + "_base64")) {
+    const auto bytes = DecodeBase64(encoded->Text());
+    if (!bytes) encoded->Fail("is no base64", "copy it whole, without blanks");
+    return {reinterpret_cast<const char*>(bytes->data()), bytes->size()};
+  }
+  const auto text = root.Find(key);
+  return text ? text->Text() : std::string();
+}
+
 }  // namespace
 
 TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
   const JsonPlace::Json document = ParseJson(text, file);
   const JsonPlace root(document, file, "");
-  root.RequireObject(
-      {"halveron", "rows", "voices", "author", "description", "oversampling", "modules", "cables"});
+  root.RequireObject({"halveron", "rows", "voices", "author", "description", "author_base64",
+                      "description_base64", "oversampling", "highest_parameter", "modules",
+                      "cables"});
   const JsonPlace version = root.Require("halveron");
   if (version.Integer(1, 1000000) > TextPatch::kVersion) {
     version.Fail("a patch of a later version", "use a later Halveron");
@@ -132,8 +154,11 @@ TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
   TextPatch patch;
   if (const auto rows = root.Find("rows")) patch.rows = rows->Integer(1, TextPatch::kMostRows);
   if (const auto voices = root.Find("voices")) patch.voices = voices->Integer(1, kMaxVoices);
-  if (const auto author = root.Find("author")) patch.author = author->Text();
-  if (const auto text = root.Find("description")) patch.description = text->Text();
+  patch.author = ParseAnyText(root, "author");
+  patch.description = ParseAnyText(root, "description");
+  if (const auto highest = root.Find("highest_parameter")) {
+    patch.highestParameter = highest->Integer(-1, kParameterCount - 1);
+  }
   if (const auto oversampling = root.Find("oversampling")) ParseOversampling(*oversampling, patch);
   std::vector<std::string> ids;
   if (const auto modules = root.Find("modules")) {
@@ -157,14 +182,8 @@ TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
 }
 
 TextPatch ReadTextPatch(const std::string& path) {
-  std::error_code error;
-  std::ifstream file(path, std::ios::binary);
-  if (!file || std::filesystem::is_directory(path, error)) {
-    throw FileError(path, "",
-                    std::string("cannot be read: ") + std::strerror(file ? EISDIR : errno),
-                    "give a text patch");
-  }
-  const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const std::vector<std::byte> bytes = platform::ReadWholeFile(path);
+  const std::string text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   return ParseTextPatch(text, path);
 }
 

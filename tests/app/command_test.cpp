@@ -83,14 +83,15 @@ TEST(Command, MisuseIsOneLineAndLeavesEveryFileAsItWas) {
       {{"render", patch, "-o", out, "--channels", "13"}, {"--channels", "1 to 12"}},
       {{"render", patch, "-o", out, "--voices", "17"}, {"--voices", "1 to 16"}},
       {{"render", patch, "-o", out, "--oversampling", "3"}, {"--oversampling: no power of two"}},
-      {{"render", patch, "-o", out, "--oversampling", "2"}, {patch + ": oversampling.factor"}},
+      {{"render", wave, "-o", out}, {wave + ": is of no known kind", "(.hvp)"}},
       {{"render", patch, "-o", out, "--seconds", "nan"}, {"--seconds: out of range"}},
       {{"render", patch, "-o", out, "--seconds", "-1"}, {"--seconds: out of range"}},
       {{"render", patch, "-o", out, "--seconds", "1", "--frames", "9"}, {"--frames", "--seconds"}},
       {{"render", patch, "-o", out, "--tempo", "0"}, {"--tempo: out of range"}},
       {{"render", broken, "-o", out}, {broken + ": line 2, column 15: "}},
       {{"render", misnamed, "-o", out}, {misnamed + ": modules[0].name: ", "\"S404 VCA\"?"}},
-      {{"render", folder.At("none.json"), "-o", out}, {"none.json: cannot be read: No such file"}},
+      {{"render", folder.At("none.json"), "-o", out},
+       {"none.json: cannot be opened: No such file"}},
       {{"render", newline, "-o", out}, {"new line.json: line 1, column 2"}},
       {{"render", patch, "-o", out, "--midi", midi}, {midi + ": byte 14: track 1 reaches beyond"}},
       {{"render", patch, "-o", out, "--input", words}, {words + ": cannot be read as a sound"}},
@@ -114,7 +115,7 @@ TEST(Command, MisuseIsOneLineAndLeavesEveryFileAsItWas) {
     }
     EXPECT_EQ(folder.Names(), before) << answer.err;
   }
-  EXPECT_EQ(ReadFile(out), "an older take");
+  EXPECT_TRUE(ReadFile(out) == "an older take");
   EXPECT_EQ(ReadFile(patch), kSilentPatch);
 }
 
@@ -132,7 +133,7 @@ TEST(Command, AnInputThatBreaksUnderWayLeavesTheOlderTake) {
   const Answer answer = Call({"render", patch, "-o", out, "--input", folder.At("in.wav")});
   EXPECT_EQ(answer.status, 2);
   EXPECT_NE(answer.err.find("frame 4000, channel 1"), std::string::npos) << answer.err;
-  EXPECT_EQ(ReadFile(out), "an older take");
+  EXPECT_TRUE(ReadFile(out) == "an older take");
   EXPECT_EQ(folder.Names().size(), 3u);
 }
 

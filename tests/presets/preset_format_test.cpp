@@ -177,6 +177,18 @@ TEST(PresetFormat, ReadsEveryVersion) {
     EXPECT_EQ(MustRead(bytes, PresetForm::kFile), expected);
     EXPECT_EQ(WritePreset(expected, PresetForm::kFile), bytes);
   }
+  // As many modules as fit into so few bytes: none is taken for one too many.
+  for (const int version : {1299, 1999, 2211}) {
+    PresetDocument crowded = SmallDocument();
+    crowded.version = version;
+    crowded.cables.clear();
+    PresetModule least;
+    least.clipLevel = 1.0f;
+    least.mono = true;
+    crowded.modules.assign(100, least);
+    EXPECT_EQ(MustRead(WritePreset(crowded, PresetForm::kFile), PresetForm::kFile).modules.size(),
+              100u);
+  }
   // Whatever a later version has behind its number, nobody looks at it.
   const PresetError later = MustRefuse(ByteList().Int(2212).bytes);
   EXPECT_EQ(later.fault, PresetFault::kLaterVersion);
