@@ -2,8 +2,7 @@
 
 #include <immintrin.h>
 
-#include <cmath>
-#include <numbers>
+#include "dsp/fir_design.h"
 
 namespace halveron {
 
@@ -28,19 +27,6 @@ constexpr int kAutoRow = 1;
 constexpr int kAutoDoubleRow = 2;
 constexpr int kAutoTapsPerHalfFactor = 50;
 
-double WindowValue(FirWindow window, int i, int taps) {
-  const double angle = 2.0 * std::numbers::pi * i / (taps - 1);
-  switch (window) {
-    case FirWindow::kBlackman:
-      return 0.42 - 0.5 * std::cos(angle) + 0.08 * std::cos(2.0 * angle);
-    case FirWindow::kHann:
-      return 0.5 * (1.0 - std::cos(angle));
-    case FirWindow::kHamming:
-      return 0.54 - 0.46 * std::cos(angle);
-  }
-  return 0.0;
-}
-
 }  // namespace
 
 const char* OversamplingFilterName(int row) { return kRows[static_cast<std::size_t>(row)].name; }
@@ -49,18 +35,6 @@ int OversamplingFilterTaps(int row, int factor) {
   if (factor > 1 && row == kAutoRow) return factor / 2 * kAutoTapsPerHalfFactor;
   if (factor > 1 && row == kAutoDoubleRow) return factor / 2 * kAutoTapsPerHalfFactor * 2;
   return kRows[static_cast<std::size_t>(row)].taps;
-}
-
-void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff) {
-  const float middle = static_cast<float>(taps - 1) * 0.5f;
-  for (int i = 0; i < taps; ++i) {
-    float ideal = cutoff * 2.0f;
-    if (static_cast<float>(i) != middle) {
-      const float d = static_cast<float>(i) - middle;
-      ideal = static_cast<float>(std::sin(cutoff * d * 6.2831854820251465) / (d * 3.1415927f));
-    }
-    out[i] = static_cast<float>(ideal * WindowValue(window, i, taps));
-  }
 }
 
 OversamplingFilter::OversamplingFilter() : firCoefficients_(kMaxFirTaps) {
@@ -74,8 +48,8 @@ void OversamplingFilter::SetIirRate(float hostRate, int factor) {
 void OversamplingFilter::Configure(int row, int factor) {
   firTaps_ = OversamplingFilterTaps(row, factor);
   if (factor > 1 && firTaps_ > 0) {
-    DesignFirFilter(firCoefficients_.data(), firTaps_, FirWindow::kBlackman,
-                    static_cast<float>(1.0 / (factor * 2.0)));
+    dsp::DesignFirFilter(firCoefficients_.data(), firTaps_, dsp::FirWindow::kBlackman,
+                         static_cast<float>(1.0 / (factor * 2.0)));
     ringIndex_ = (ringIndex_ & ~3) + 4;
     if (ringIndex_ >= firTaps_) ringIndex_ = 0;
   }

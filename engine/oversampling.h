@@ -17,13 +17,6 @@ const char* OversamplingFilterName(int row);
 /// Taps of a filter row at an oversampling factor; 0 selects the IIR filter.
 int OversamplingFilterTaps(int row, int factor);
 
-/// Window of a FIR design.
-enum class FirWindow : int { kBlackman = 1, kHann = 2, kHamming = 3 };
-
-/// Windowed-sinc low-pass of `taps` coefficients into `out`, cut off at `cutoff` as a fraction of
-/// the sampling rate (0.5 is Nyquist). Not normalised.
-void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff);
-
 /// Decimates two channels by 1 to 256. Push is called once per step, Decimate after the last step
 /// of a host sample. The history is never cleared: a change lets old samples run out through the
 /// new filter.
