@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <span>
 
-#include "app/known_modules.h"
+#include "editor/known_modules.h"
 #include "editor/syn_editor.h"
 #include "platform/file_error.h"
 #include "platform/whole_file.h"

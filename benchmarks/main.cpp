@@ -10,6 +10,8 @@ int main(int argc, char** argv) {
   halveron::benchmarks::RegisterModules();
   halveron::benchmarks::RegisterUnityMixers();
   halveron::benchmarks::RegisterVoices();
+  halveron::benchmarks::RegisterPolyphony();
+  halveron::benchmarks::RegisterPresets();
   halveron::benchmarks::TableReporter reporter;
   const std::size_t matched = benchmark::RunSpecifiedBenchmarks(&reporter);
   return matched == 0 || reporter.AnyFailed() ? 1 : 0;

@@ -6,6 +6,8 @@ namespace halveron::benchmarks {
 /// Names of counters.
 inline constexpr const char* kNsPerSample = "ns_per_sample";
 inline constexpr const char* kNetNsPerSample = "net_ns_per_sample";  ///< less what surrounds it
+inline constexpr const char* kNsPerVoiceAndStep = "ns_per_voice_and_step";
+inline constexpr const char* kMilliseconds = "ms";
 inline constexpr const char* kTimesRealTime = "x_realtime";
 inline constexpr const char* kRackOverHand = "rack_over_hand";
 
@@ -19,5 +21,10 @@ void RegisterModules();
 void RegisterUnityMixers();
 /// `voice/`: the demo patches with a held note.
 void RegisterVoices();
+/// `pad/`: a pad of 1 to 16 voices, and of one voice at every oversampling factor. Cost that is
+/// linear in both shows as a column of equal figures per voice and step.
+void RegisterPolyphony();
+/// `preset/`: a rack of 100 modules saved and loaded as a host does.
+void RegisterPresets();
 
 }  // namespace halveron::benchmarks

@@ -20,7 +20,9 @@ struct Column {
 constexpr Column kColumns[] = {
     {"ns/sample", kNsPerSample, 2},
     {"net ns/sample", kNetNsPerSample, 2},
+    {"ns/voice, step", kNsPerVoiceAndStep, 2},
     {"x real time", kTimesRealTime, 1},
+    {"ms", kMilliseconds, 2},
 };
 constexpr int kColumnWidth = 15;
 

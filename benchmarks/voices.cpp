@@ -6,7 +6,7 @@
 #include "benchmarks/block_times.h"
 #include "benchmarks/rack_rig.h"
 #include "benchmarks/scenarios.h"
-#include "editor/module_catalogue.h"
+#include "editor/known_modules.h"
 #include "platform/file_error.h"
 #include "presets/text_patch.h"
 
@@ -18,14 +18,6 @@ constexpr const char* kDemoVoices[] = {"bass", "pad", "lead"};
 constexpr int kNote = 48;
 constexpr int kVelocity = 100;
 constexpr double kAttackSeconds = 1.0;  ///< until a held note has opened up
-
-std::vector<KnownModule> KnownModules() {
-  std::vector<KnownModule> known;
-  for (const CatalogueEntry& entry : ModuleCatalogue()) {
-    known.push_back({entry.name, kBuiltInVendor, entry.make != nullptr});
-  }
-  return known;
-}
 
 void MeasureVoice(benchmark::State& state, const std::string& path) {
   RackRig rig;

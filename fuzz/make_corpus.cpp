@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "app/known_modules.h"
+#include "editor/known_modules.h"
 #include "engine/halveron.h"
 #include "framework/module.h"
 #include "platform/whole_file.h"

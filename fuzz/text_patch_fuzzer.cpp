@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "app/known_modules.h"
+#include "editor/known_modules.h"
 #include "engine/halveron.h"
 #include "fuzz/claim.h"
 #include "platform/file_error.h"

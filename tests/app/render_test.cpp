@@ -5,9 +5,9 @@
 #include <numbers>
 #include <sstream>
 
-#include "app/known_modules.h"
 #include "app/offline_host.h"
 #include "app/run_command.h"
+#include "editor/known_modules.h"
 #include "media/audio_file.h"
 #include "media/midi_file.h"
 #include "presets/text_patch.h"

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "editor/module_catalogue.h"
+#include "editor/known_modules.h"
 #include "engine/halveron.h"
 #include "framework/module.h"
 #include "platform/file_error.h"
@@ -15,14 +15,6 @@
 namespace halveron {
 namespace {
 
-std::vector<KnownModule> Known() {
-  std::vector<KnownModule> known;
-  for (const CatalogueEntry& entry : ModuleCatalogue()) {
-    known.push_back({entry.name, kBuiltInVendor, entry.make != nullptr});
-  }
-  return known;
-}
-
 /// An engine without a host, and patches in it.
 class Bench {
  public:
@@ -31,7 +23,7 @@ class Bench {
 
   RackModel& Rack() { return *engine.Editor(); }
   void Load(const std::string& text) {
-    ApplyTextPatch(ParseTextPatch(text, "patch.json"), "patch.json", Rack(), Known());
+    ApplyTextPatch(ParseTextPatch(text, "patch.json"), "patch.json", Rack(), KnownModules());
   }
   std::string Save() { return FormatTextPatch(DescribeRack(Rack())); }
   Module& At(std::size_t index, std::size_t voice = 0) { return *Rack().modules[voice][index]; }

@@ -1,4 +1,4 @@
-#include "app/known_modules.h"
+#include "editor/known_modules.h"
 
 #include "editor/module_catalogue.h"
 #include "framework/module.h"
