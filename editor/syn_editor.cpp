@@ -1,5 +1,7 @@
 #include "editor/syn_editor.h"
 
+#include <stdexcept>
+
 #include "editor/module_catalogue.h"
 #include "framework/module.h"
 #include "platform/file_error.h"
@@ -30,7 +32,7 @@ bool SynEditor::SavePreset(const std::string& path) {
   presetFromChunk = false;
   try {
     platform::WriteWholeFile(path, WritePreset(CapturePreset(*this), PresetForm::kFile));
-  } catch (const platform::FileError&) {
+  } catch (const std::exception&) {
     return false;
   }
   presetPath = path;
@@ -42,7 +44,13 @@ std::span<const std::byte> SynEditor::SaveChunk() {
   PresetDocument document = CapturePreset(*this);
   const bool inLibrary = !presetsFolder.empty() && presetPath.starts_with(presetsFolder);
   document.pathPrefix = inLibrary ? presetPath.substr(presetsFolder.size()) : presetName + ".hvp";
-  chunk_ = WritePreset(document, PresetForm::kChunk);
+  try {
+    chunk_ = WritePreset(document, PresetForm::kChunk);
+  } catch (const std::invalid_argument&) {
+    // A rack that no preset can tell, such as a module of an external library with a name beyond
+    // the limit, has no state for the host; none is better than one that cannot be loaded.
+    chunk_.clear();
+  }
   return chunk_;
 }
 

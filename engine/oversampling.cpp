@@ -13,7 +13,7 @@ struct FilterRow {
   int taps;  // 0: the IIR filter, or by the factor
 };
 
-constexpr std::array<FilterRow, kFilterRows> kRows{{
+constexpr std::array<FilterRow, kOversamplingFilters> kRows{{
     {"IIR Chamberlin (>2X)", 0}, {"FIR Auto taps", 0},      {"FIR Auto double taps", 0},
     {"FIR 50 taps", 50},         {"FIR 100 taps", 100},     {"FIR 150 taps", 150},
     {"FIR 200 taps", 200},       {"FIR 300 taps", 300},     {"FIR 400 taps", 400},

@@ -15,6 +15,9 @@ inline constexpr int kDawInputs = 10;
 inline constexpr int kDawOutputs = 12;
 inline constexpr int kParameterCount = 1000;
 inline constexpr float kDefaultClipLevel = 4.0f;
+inline constexpr int kMostOversampling = 256;
+inline constexpr int kOversamplingFilters = 20;  ///< rows of the filter menu
+inline constexpr int kMostRackRows = 10000;
 
 /// Frequency in hertz of MIDI notes 0 to 127, a running product of semitones kept in double and
 /// rounded on each store.

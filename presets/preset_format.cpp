@@ -20,8 +20,6 @@ constexpr int kHeaderSize = 28;
 constexpr int kModuleNumbersSize = 31;
 constexpr int kCableHeaderSize = 8;
 constexpr int kCableSize = 12;
-constexpr int kMostOversampling = 256;
-constexpr int kFilterRows = 20;
 constexpr int kLowest = std::numeric_limits<int>::min();
 constexpr int kHighest = std::numeric_limits<int>::max();
 
@@ -298,14 +296,14 @@ void LayOutHeader(Stream& stream, Document& document, Counts& counts) {
       },
       PresetFault::kLaterVersion);
   stream.Constant("header size", kHeaderSize);
-  stream.Integer("rows", document.rows, 1, kMostPresetRows);
+  stream.Integer("rows", document.rows, 1, kMostRackRows);
   stream.Count("largest block", counts.largestBlock, 1);
   stream.Integer("oversampling factor", document.oversamplingFactor, 1, kMostOversampling);
   stream.Require((document.oversamplingFactor & (document.oversamplingFactor - 1)) == 0, [&] {
     return "oversampling factor " + std::to_string(document.oversamplingFactor) +
            " is no power of two";
   });
-  stream.Integer("oversampling filter", document.oversamplingFilter, 0, kFilterRows - 1);
+  stream.Integer("oversampling filter", document.oversamplingFilter, 0, kOversamplingFilters - 1);
   stream.Count("module count", counts.modules, LeastModuleBytes(document.version));
   stream.Count("patch point count", counts.patchPoints, sizeof(std::int32_t));
   if (document.version >= kVoicesVersion) {

@@ -40,7 +40,6 @@ struct PresetReadResult {
 /// Texts in a module's record and the path before a chunk take at most this many bytes, NUL
 /// included.
 inline constexpr std::size_t kMostPresetTextBytes = 520;
-inline constexpr int kMostPresetRows = 10000;
 /// Positions lie within this on either side of 0: beyond, a float does not hold every pixel.
 inline constexpr int kFarthestPresetPosition = 1 << 24;
 

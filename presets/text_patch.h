@@ -54,10 +54,7 @@ struct TextPatch {
   };
 
   static constexpr int kVersion = 1;
-  static constexpr int kMostRows = 1000;
   static constexpr int kMostColumns = 10000;
-  static constexpr int kMostOversampling = 256;
-  static constexpr int kOversamplingFilters = 20;
 
   int rows = 3;
   int voices = 1;

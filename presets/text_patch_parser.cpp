@@ -23,14 +23,14 @@ using CableEntry = TextPatch::CableEntry;
 void ParseOversampling(const JsonPlace& place, TextPatch& patch) {
   place.RequireObject({"factor", "filter"});
   if (const auto factor = place.Find("factor")) {
-    patch.oversamplingFactor = factor->Integer(1, TextPatch::kMostOversampling);
+    patch.oversamplingFactor = factor->Integer(1, kMostOversampling);
     if ((patch.oversamplingFactor & (patch.oversamplingFactor - 1)) != 0) {
       factor->Fail(std::to_string(patch.oversamplingFactor) + " is no power of two",
                    "give 1, 2, 4 and so on up to 256");
     }
   }
   if (const auto filter = place.Find("filter")) {
-    patch.oversamplingFilter = filter->Integer(0, TextPatch::kOversamplingFilters - 1);
+    patch.oversamplingFilter = filter->Integer(0, kOversamplingFilters - 1);
   }
 }
 
@@ -47,7 +47,7 @@ void ParsePlace(const JsonPlace& place, int rows, ModuleEntry& entry) {
   const auto column = place.Find("column");
   if (!row && !column) return;
   if (!row || !column) place.Fail("row and column go together", "give both or neither");
-  entry.place = {GridNumber(*row, TextPatch::kMostRows - 1),
+  entry.place = {GridNumber(*row, kMostRackRows - 1),
                  GridNumber(*column, TextPatch::kMostColumns - 1)};
   if (entry.place->row > rows - 1) {
     row->Fail("row " + row->Shown() + " of a rack with " + std::to_string(rows) + " rows",
@@ -152,7 +152,7 @@ TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
     version.Fail("a patch of a later version", "use a later Halveron");
   }
   TextPatch patch;
-  if (const auto rows = root.Find("rows")) patch.rows = rows->Integer(1, TextPatch::kMostRows);
+  if (const auto rows = root.Find("rows")) patch.rows = rows->Integer(1, kMostRackRows);
   if (const auto voices = root.Find("voices")) patch.voices = voices->Integer(1, kMaxVoices);
   patch.author = ParseAnyText(root, "author");
   patch.description = ParseAnyText(root, "description");

@@ -153,7 +153,7 @@ constexpr BadPatch kBadPatches[] = {
     {R"({"rows": 3})", "the key \"halveron\" is missing", ""},
     {R"({"halveron": 2})", "halveron: a patch of a later version", ""},
     {R"({"halveron": 1, "row": 3})", "unknown key \"row\"", "\"rows\""},
-    {R"({"halveron": 1, "rows": 0})", "rows: 0 is out of range", "1 to 1000"},
+    {R"({"halveron": 1, "rows": 0})", "rows: 0 is out of range", "1 to 10000"},
     {R"({"halveron": 1, "rows": 2.5})", "rows: must be a whole number", ""},
     {R"({"halveron": 1, "voices": 17})", "voices: 17", "1 to 16"},
     {R"({"halveron": 1, "voices": 99999999999999999999})", "voices", ""},
