@@ -214,41 +214,22 @@ void Halveron::AdvanceSample() {
 }
 
 void Halveron::RunPlain(int sampleFrames) {
-  const auto& active = rack_->activeModules;
-  const std::size_t polyphonic = active[1].size();
   for (int sample = 0; sample < sampleFrames; ++sample) {
-    for (std::size_t position = 0; position < polyphonic; ++position) {
-      for (int voice = 0; voice < voiceCount; ++voice) {
-        active[static_cast<std::size_t>(voice)][position]->ProcessSample();
-      }
-    }
-    for (std::size_t position = polyphonic; position < active[0].size(); ++position) {
-      active[0][position]->ProcessSample();
-    }
+    for (const RackModel::ModuleRun& run : rack_->everyStepRuns) run();
+    for (const RackModel::ModuleRun& run : rack_->firstStepRuns) run();
     CarryCables();
     AdvanceSample();
   }
 }
 
-void Halveron::RunStep(int step, std::size_t polyphonic) {
-  const auto& active = rack_->activeModules;
-  for (Module* module : active[0]) {
-    if (module->oversampled || step == 0) module->ProcessSample();
-  }
-  for (std::size_t position = 0; position < polyphonic; ++position) {
-    if (!active[1][position]->oversampled && step != 0) continue;
-    for (int voice = 1; voice < voiceCount; ++voice) {
-      active[static_cast<std::size_t>(voice)][position]->ProcessSample();
-    }
-  }
-  CarryCables();
-}
-
 void Halveron::RunOversampled(int sampleFrames) {
-  const std::size_t polyphonic = rack_->activeModules[1].size();
   for (int sample = 0; sample < sampleFrames; ++sample) {
     for (int step = 0; step < oversamplingSteps; ++step) {
-      RunStep(step, polyphonic);
+      for (const RackModel::ModuleRun& run : rack_->everyStepRuns) run();
+      if (step == 0) {
+        for (const RackModel::ModuleRun& run : rack_->firstStepRuns) run();
+      }
+      CarryCables();
       filter_.Push(currentOutL ? *currentOutL : 0.0f, currentOutR ? *currentOutR : 0.0f);
     }
     filter_.Decimate(currentOutL, currentOutR);

@@ -29,6 +29,9 @@ class ModuleWrapper : public CViewContainer {
 
 class Module : public ModuleWrapper {
  public:
+  /// Runs ProcessSample once on each of `count` modules.
+  using RunFunction = void (*)(Module* const* modules, std::size_t count);
+
   Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const HostTable& hostTable,
          int voice);
   ~Module() override;
@@ -52,6 +55,13 @@ class Module : public ModuleWrapper {
 
   // Sound.
   virtual void ProcessSample() {}
+  /// What the sample loop calls for modules of this class, which it keeps side by side: modules
+  /// with equal functions run in one call.
+  virtual RunFunction GetRunFunction() const {
+    return [](Module* const* modules, std::size_t count) {
+      for (std::size_t i = 0; i < count; ++i) modules[i]->ProcessSample();
+    };
+  }
   virtual void ProcessEvents(VstEvents* events) { (void)events; }
   virtual void BlockStart(int frames) { (void)frames; }
   virtual void SetSampleRate(float rate);
@@ -260,6 +270,14 @@ class BuiltInModule : public Module {
   int GetVendorNameLength() const override { return sizeof("Calderine") - 1; }
   int GetVersion() const override { return Derived::kVersion; }
   bool GetMonoDefault() const override { return !Derived::kPolyphonic; }
+  /// Calls the class's own ProcessSample, which the compiler sees and no table is asked for.
+  Module::RunFunction GetRunFunction() const override {
+    return [](Module* const* modules, std::size_t count) {
+      for (std::size_t i = 0; i < count; ++i) {
+        static_cast<Derived*>(modules[i])->Derived::ProcessSample();
+      }
+    };
+  }
 
   /// What all instances of the class share, set up when the first plug-in instance of the process
   /// opens and torn down when the last closes. A class with more than its panel image hides these

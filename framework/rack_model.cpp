@@ -1,6 +1,8 @@
 #include "framework/rack_model.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <utility>
 
 #include "framework/module.h"
 
@@ -24,7 +26,35 @@ RackModel::~RackModel() {
   for (Module* module : trashList) module->forget();
 }
 
+void RackModel::PlanModules() {
+  plannedModules_.clear();
+  for (const std::vector<Module*>& row : activeModules) {
+    plannedModules_.insert(plannedModules_.end(), row.begin(), row.end());
+  }
+  // Functions are told apart by their address, whichever that is: the order of runs is not heard.
+  const auto key = [](const Module* module) {
+    return std::pair(module->oversampled,
+                     reinterpret_cast<std::uintptr_t>(module->GetRunFunction()));
+  };
+  std::stable_sort(plannedModules_.begin(), plannedModules_.end(),
+                   [&](const Module* a, const Module* b) { return key(a) < key(b); });
+  everyStepRuns.clear();
+  firstStepRuns.clear();
+  for (std::size_t first = 0; first < plannedModules_.size();) {
+    std::size_t end = first + 1;
+    while (end < plannedModules_.size() &&
+           key(plannedModules_[end]) == key(plannedModules_[first])) {
+      ++end;
+    }
+    const Module& module = *plannedModules_[first];
+    (module.oversampled ? everyStepRuns : firstStepRuns)
+        .push_back({module.GetRunFunction(), plannedModules_.data() + first, end - first});
+    first = end;
+  }
+}
+
 void RackModel::RebuildPlan() {
+  PlanModules();
   copies.clear();
   sums.clear();
   copies.reserve(static_cast<std::size_t>(cableList.size()));
@@ -175,6 +205,7 @@ void RackModel::RemoveAllModules() {
 void RackModel::UpdateActiveState(Module* module, bool force) {
   PatchEdit edit(*this);
   std::vector<Module*>& active = activeModules[static_cast<std::size_t>(module->voice)];
+  planOutdated_ = true;
   if (module->activeIndex != -1) {
     if (!force && (module->cableCount != 0 || module->alwaysOn)) return;
     if (module->IsAudioToDAW()) {

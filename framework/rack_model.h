@@ -188,7 +188,20 @@ class RackModel : public CControlListener {
     float* to;
     const float* from;
   };
-  /// The cable lists in their order, flat: first all copies run, then all sums.
+  /// Active modules of all voices that run in one call.
+  struct ModuleRun {
+    Module::RunFunction run;
+    Module* const* modules;
+    std::size_t count;
+
+    void operator()() const { run(modules, count); }
+  };
+
+  // What the sample loop walks: the lists above made flat when an edit of the patch ends. First all
+  // modules run, then all copies, then all sums.
+
+  std::vector<ModuleRun> everyStepRuns;  ///< modules that follow the oversampling
+  std::vector<ModuleRun> firstStepRuns;  ///< modules at the host's rate
   std::vector<SignalMove> copies;
   std::vector<SignalMove> sums;
 
@@ -197,6 +210,7 @@ class RackModel : public CControlListener {
 
   void FillHostTable();
   void RebuildPlan();
+  void PlanModules();
   bool RegisterIn(std::vector<Module*>& list, int Module::*index, Module* module);
   void UnregisterFrom(std::vector<Module*>& list, int Module::*index, Module* module);
   void Discard(Module* instance);
@@ -214,6 +228,7 @@ class RackModel : public CControlListener {
   int PickCableColour() const;
   bool OwnsParameter(const CControl* control) const;
 
+  std::vector<Module*> plannedModules_;  // what the runs point into
   ModuleMaker maker_;
   int editDepth_ = 0;
   bool planOutdated_ = false;

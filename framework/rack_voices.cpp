@@ -142,6 +142,7 @@ void RackModel::SetModuleOversampled(Module* module, bool oversampled) {
     if (instance.oversampled == oversampled) return;
     instance.oversampled = oversampled;
     instance.FollowRate();
+    planOutdated_ = true;
   });
 }
 

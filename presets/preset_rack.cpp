@@ -86,8 +86,8 @@ class PresetLoader {
     place.moveTo(ToPixels(record.x), ToPixels(record.y));
     module->setViewSize(place);
     module->setMouseableArea(place);
+    rack_.SetModuleOversampled(module, record.oversampled);
     rack_.ForEachVoice(module, [&](Module& instance) {
-      instance.oversampled = record.oversampled;
       instance.SetBandlimitMode(record.bandlimitMode);
       instance.alwaysOn = record.alwaysOn;
       if (record.clipLevel) instance.SetClipLevel(*record.clipLevel);

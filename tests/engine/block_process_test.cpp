@@ -122,7 +122,7 @@ TEST(BlockProcess, OversamplingRunsStepsAndSparesModulesAtTheHostRate) {
   TestRack rack;
   auto& fast = static_cast<Witness&>(rack.Adopt(new Witness(rack.editor.hostTable)));
   auto& slow = static_cast<Witness&>(rack.Adopt(new Witness(rack.editor.hostTable)));
-  slow.oversampled = false;
+  rack.editor.SetModuleOversampled(&slow, false);
   rack.engine.oversamplingFactor = rack.engine.oversamplingSteps = 4;
   rack.RunBlock(10);
   EXPECT_EQ(fast.samples, 40);
