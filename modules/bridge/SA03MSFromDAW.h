@@ -2,9 +2,9 @@
 // to its transport.
 #pragma once
 
+#include "framework/host_transport.h"
 #include "framework/module.h"
 #include "modules/bridge/SA03MSFromDAWKernel.h"
-#include "modules/bridge/host_transport.h"
 
 namespace halveron {
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 
 #include "dsp/counters.h"
+#include "framework/host_transport.h"
 #include "framework/midi_cable_word.h"
 #include "modules/bridge/clock_resolution.h"
 #include "modules/bridge/event_ring.h"
-#include "modules/bridge/host_transport.h"
 
 namespace halveron {
 

@@ -1,9 +1,9 @@
 // SA04 Tempo From DAW: a clock at the host's tempo that runs whatever the transport does.
 #pragma once
 
+#include "framework/host_transport.h"
 #include "framework/module.h"
 #include "modules/bridge/SA04TempoFromDAWKernel.h"
-#include "modules/bridge/host_transport.h"
 
 namespace halveron {
 

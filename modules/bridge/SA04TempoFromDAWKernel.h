@@ -5,8 +5,8 @@
 
 #include "dsp/counters.h"
 #include "dsp/edge.h"
+#include "framework/host_transport.h"
 #include "modules/bridge/clock_resolution.h"
-#include "modules/bridge/host_transport.h"
 
 namespace halveron {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "framework/byte_io.h"
-#include "modules/bridge/host_transport.h"
+#include "framework/host_transport.h"
 
 namespace halveron {
 

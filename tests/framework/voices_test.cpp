@@ -1,9 +1,6 @@
 // Voices: clones that come and go on a live patch, mono and polyphonic modules, the bridges.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
-
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -94,30 +91,17 @@ TEST(Voices, AChangeCountsTheSameAsAFreshRack) {
 TEST(Voices, ChangeWhileAnotherThreadProcesses) {
   TestRack rack;
   VoicePatch patch(rack);
-  std::atomic<bool> stop{false};
-  std::atomic<int> blocks{0};
-  std::thread audio([&] {
-    std::array<std::vector<float>, kDawOutputs> host;
-    std::array<float*, kDawOutputs> channels;
-    for (std::size_t c = 0; c < host.size(); ++c) {
-      host[c].resize(64);
-      channels[c] = host[c].data();
-    }
-    while (!stop || blocks < 20) {
-      rack.engine.processReplacing(nullptr, channels.data(), 64);
-      ++blocks;
-    }
-  });
-  for (int round = 0; round < 4; ++round) {
-    for (int count : {16, 3, 8, 1}) {
-      rack.editor.ApplyVoiceCount(count);
-      rack.editor.SetModuleMono(&patch.mixer, true);
-      rack.engine.ApplyOversamplingFactor(round % 3);
-      rack.editor.SetModuleMono(&patch.mixer, false);
+  {
+    const AudioThread audio(rack.engine);
+    for (int round = 0; round < 4; ++round) {
+      for (int count : {16, 3, 8, 1}) {
+        rack.editor.ApplyVoiceCount(count);
+        rack.editor.SetModuleMono(&patch.mixer, true);
+        rack.engine.ApplyOversamplingFactor(round % 3);
+        rack.editor.SetModuleMono(&patch.mixer, false);
+      }
     }
   }
-  stop = true;
-  audio.join();
   EXPECT_EQ(rack.editor.visibleCableCount, 12);
 }
 

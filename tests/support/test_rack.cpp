@@ -316,4 +316,22 @@ void TestRack::Run(int samples) {
   }
 }
 
+AudioThread::AudioThread(Halveron& engine) : thread_([this, &engine] { Run(engine); }) {}
+
+AudioThread::~AudioThread() {
+  stop_ = true;
+  thread_.join();
+}
+
+void AudioThread::Run(Halveron& engine) {
+  std::vector<float> silence(kFrames), output(kFrames);
+  std::array<float*, kDawInputs> inputs;
+  std::array<float*, kDawOutputs> outputs;
+  inputs.fill(silence.data());
+  outputs.fill(output.data());
+  for (int blocks = 0; !stop_ || blocks < kFewest; ++blocks) {
+    engine.processReplacing(inputs.data(), outputs.data(), kFrames);
+  }
+}
+
 }  // namespace halveron::testing

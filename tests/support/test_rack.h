@@ -2,10 +2,12 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <deque>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "engine/halveron.h"
@@ -109,6 +111,24 @@ class TestRack {
  public:
   Halveron& engine;
   SynEditor& editor;
+};
+
+/// Runs blocks of an engine on a thread of its own for as long as it lives, at least kFewest.
+class AudioThread {
+ public:
+  explicit AudioThread(Halveron& engine);
+  ~AudioThread();
+  AudioThread(const AudioThread&) = delete;
+  AudioThread& operator=(const AudioThread&) = delete;
+
+ private:
+  static constexpr int kFewest = 20;
+  static constexpr int kFrames = 64;
+
+  void Run(Halveron& engine);
+
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
 };
 
 }  // namespace halveron::testing

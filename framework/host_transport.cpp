@@ -1,4 +1,4 @@
-#include "modules/bridge/host_transport.h"
+#include "framework/host_transport.h"
 
 #include <cmath>
 
