@@ -88,19 +88,45 @@ float OversamplingFilter::SumSymmetric(const float* ring) const {
   return sum;
 }
 
-__attribute__((target("sse4.1"))) float OversamplingFilter::SumVector(const float* ring) const {
-  __m128 sum = _mm_setzero_ps();
-  const float* taps = firCoefficients_.data();
-  const auto addRun = [&](int from, int to) __attribute__((target("sse4.1"))) {
-    for (int i = from; i < to; i += 4, taps += 4) {
-      sum = _mm_add_ps(sum, _mm_mul_ps(_mm_loadu_ps(taps), _mm_loadu_ps(ring + i)));
+namespace {
+
+/// Products of taps and samples, summed in four vectors so that one addition need not wait for the
+/// one before.
+class VectorSum {
+ public:
+  /// `count` is a multiple of 4.
+  void Add(const float* taps, const float* samples, int count) {
+    int i = 0;
+    for (; i + 16 <= count; i += 16) {
+      for (int lane = 0; lane < 4; ++lane) {
+        sums_[lane] = _mm_add_ps(sums_[lane], Product(taps + i + 4 * lane, samples + i + 4 * lane));
+      }
     }
-  };
-  addRun(ringIndex_, firTaps_);
-  addRun(0, ringIndex_);
-  alignas(16) float parts[4];
-  _mm_store_ps(parts, sum);
-  return (parts[0] + parts[1]) + (parts[2] + parts[3]);
+    for (; i < count; i += 4) sums_[0] = _mm_add_ps(sums_[0], Product(taps + i, samples + i));
+  }
+
+  float Total() const {
+    alignas(16) float parts[4];
+    _mm_store_ps(parts, _mm_add_ps(_mm_add_ps(sums_[0], sums_[1]), _mm_add_ps(sums_[2], sums_[3])));
+    return (parts[0] + parts[1]) + (parts[2] + parts[3]);
+  }
+
+ private:
+  static __m128 Product(const float* a, const float* b) {
+    return _mm_mul_ps(_mm_loadu_ps(a), _mm_loadu_ps(b));
+  }
+
+  __m128 sums_[4] = {_mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps()};
+};
+
+}  // namespace
+
+float OversamplingFilter::SumVector(const float* ring) const {
+  const int untilEnd = firTaps_ - ringIndex_;
+  VectorSum sum;
+  sum.Add(firCoefficients_.data(), ring + ringIndex_, untilEnd);
+  sum.Add(firCoefficients_.data() + untilEnd, ring, ringIndex_);
+  return sum.Total();
 }
 
 void OversamplingFilter::StepIir(Channel& channel, float x) const {

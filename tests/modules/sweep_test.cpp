@@ -2,11 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <ostream>
 #include <random>
 
 #include "editor/module_catalogue.h"
 #include "tests/support/allocation_trap.h"
 #include "tests/support/test_rack.h"
+
+namespace halveron {
+
+/// Names an entry where a test prints its parameter.
+void PrintTo(const CatalogueEntry& entry, std::ostream* out) { *out << entry.name; }
+
+}  // namespace halveron
 
 namespace halveron::testing {
 namespace {
