@@ -11,12 +11,17 @@ namespace {
 thread_local bool watched = false;
 thread_local int count = 0;
 
-void* Allocate(std::size_t size, std::size_t alignment) {
+/// Null if there is no memory left.
+void* TryAllocate(std::size_t size, std::size_t alignment) {
   if (watched) ++count;
   if (size == 0) size = 1;
-  void* memory = alignment > alignof(std::max_align_t)
-                     ? std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment)
-                     : std::malloc(size);
+  return alignment > alignof(std::max_align_t)
+             ? std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment)
+             : std::malloc(size);
+}
+
+void* Allocate(std::size_t size, std::size_t alignment) {
+  void* memory = TryAllocate(size, alignment);
   if (!memory) throw std::bad_alloc();
   return memory;
 }
@@ -42,6 +47,12 @@ void* operator new(std::size_t size, std::align_val_t alignment) {
 }
 void* operator new[](std::size_t size) {
   return halveron::testing::Allocate(size, alignof(std::max_align_t));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return halveron::testing::TryAllocate(size, alignof(std::max_align_t));
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return halveron::testing::TryAllocate(size, alignof(std::max_align_t));
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
