@@ -6,9 +6,9 @@
 #pragma once
 
 #include <memory>
-#include <memory_resource>
 #include <string>
 
+#include "framework/class_pool.h"
 #include "framework/engine_context.h"
 #include "framework/host_table.h"
 #include "framework/module_controls.h"
@@ -282,10 +282,11 @@ class BuiltInModule : public Module {
 
   // Instances of a class lie side by side, for that is how the sample loop walks them: from one to
   // the next it stays on few pages and in few cache lines.
-  static void* operator new(std::size_t size) { return Pool().allocate(size, kCacheLine); }
-  static void operator delete(void* memory, std::size_t size) {
-    Pool().deallocate(memory, size, kCacheLine);
+  static void* operator new(std::size_t size) {
+    static const ClassPool pool(sizeof(Derived));
+    return pool.Take(size);
   }
+  static void operator delete(void* memory, std::size_t size) { ClassPool::GiveBack(memory, size); }
 
   /// What all instances of the class share, set up when the first plug-in instance of the process
   /// opens and torn down when the last closes. A class with more than its panel image hides these
@@ -303,15 +304,6 @@ class BuiltInModule : public Module {
   static CRect PanelRect() { return CRect(0, 0, Derived::kColumns * panelUnitWidth, panelHeight); }
 
  private:
-  static constexpr std::size_t kCacheLine = 64;
-  static constexpr std::size_t kMostPerChunk = 64;
-
-  static std::pmr::memory_resource& Pool() {
-    static std::pmr::synchronized_pool_resource pool({kMostPerChunk, 2 * sizeof(Derived)},
-                                                     std::pmr::new_delete_resource());
-    return pool;
-  }
-
   inline static CBitmap* panelBitmap_ = nullptr;
 
   CMovieBitmap* leftTop_ = nullptr;
