@@ -24,6 +24,13 @@ CControl* AsTaggedControl(CView* view) {
   return control && control->getTag() != TAG_NONE ? control : nullptr;
 }
 
+/// A control of a size in pixels, its centre at panel units x and y.
+CRect CentredOn(float x, float y, const CPoint& size) {
+  const double left = dsp::RoundHalfDown(x * uiScale - size.x * 0.5);
+  const double top = dsp::RoundHalfDown(y * uiScale - size.y * 0.5);
+  return CRect::FromSize(CPoint(left, top), size.x, size.y);
+}
+
 }  // namespace
 
 Module::Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const HostTable& table,
@@ -255,10 +262,7 @@ CMouseEventResult Module::onMouseMoved(CPoint& where, const CButtonState& button
 }
 
 CRect Module::PlaceControl(float x, float y, SharedBitmap bitmap) const {
-  const CPoint size = FrameSizeOf(bitmap);
-  const double left = dsp::RoundHalfDown(x * uiScale - size.x * 0.5);
-  const double top = dsp::RoundHalfDown(y * uiScale - size.y * 0.5);
-  return CRect(left, top, left + size.x, top + size.y);
+  return CentredOn(x, y, FrameSizeOf(bitmap));
 }
 
 template <class Control>
@@ -288,9 +292,7 @@ PatchPoint* Module::MakePatchPoint(int type, bool twoState, const char* role, fl
     const CPoint size =
         drawn ? CPoint(bitmap->getWidth(), bitmap->getHeight())
               : CPoint(ScaleToPixels(kPatchPointSize), ScaleToPixels(kPatchPointSize));
-    const double left = dsp::RoundHalfDown(x * uiScale - size.x * 0.5);
-    const double top = dsp::RoundHalfDown(y * uiScale - size.y * 0.5);
-    rect = CRect::FromSize(CPoint(left, top), size.x, size.y);
+    rect = CentredOn(x, y, size);
   }
   auto* point = new PatchPoint(rect, editor, editor, type, twoState ? 2 : 1, bitmap, signals);
   point->twoState = twoState;
