@@ -11,20 +11,24 @@
 
 namespace halveron {
 
-SynEditor::SynEditor(EngineContext& owner)
+SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
     : RackModel(owner,
                 [](std::string_view name, std::string_view vendor, const HostTable& hostTable,
                    int voice) -> Module* {
                   const CatalogueEntry* entry = FindInCatalogue(name, vendor);
                   return entry && entry->make ? entry->make(nullptr, hostTable, voice) : nullptr;
-                }) {}
+                }),
+      folders(std::move(dataFolders)),
+      options(folders.ConfigFile(), owner.hostKind),
+      skin(folders, options),
+      presetsFolder(folders.Presets()) {}
 
 void SynEditor::ShowDialog(const DialogText& dialog) {
   if (dialogs) dialogs(dialog);
 }
 
 void SynEditor::SignPreset() {
-  if (author.empty() || overwriteAuthor) author = defaultAuthor;
+  if (author.empty() || options.overwriteAuthor.Get()) author = options.defaultAuthor.Get();
 }
 
 bool SynEditor::SavePreset(const std::string& path) {

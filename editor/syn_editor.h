@@ -7,13 +7,20 @@
 #include <string>
 #include <vector>
 
+#include "editor/data_folders.h"
+#include "editor/options.h"
+#include "editor/skin.h"
 #include "framework/rack_model.h"
 
 namespace halveron {
 
 class SynEditor : public RackModel {
  public:
-  explicit SynEditor(EngineContext& engine);
+  explicit SynEditor(EngineContext& engine, DataFolders folders = {});
+
+  const DataFolders folders;
+  Options options;
+  const SkinChoice skin;
 
   // Presets. Loading reads and checks a preset whole before it touches the rack: one that is
   // truncated or does not hold together is refused with a dialog, and the rack stays. One of a
@@ -38,8 +45,6 @@ class SynEditor : public RackModel {
   bool presetFromChunk = false;  ///< the path was told by a chunk and may not exist
   std::string presetName;        ///< as shown to the user
   std::string presetsFolder;     ///< with a slash at its end
-  std::string defaultAuthor;
-  bool overwriteAuthor = false;  ///< saving always writes the default author
 
  private:
   bool Load(std::span<const std::byte> bytes, bool fromFile);

@@ -22,15 +22,15 @@ constexpr int kPrograms = 1;
 /// Open instances in this process.
 std::atomic<int> instanceCount{0};
 
-void SetUpProcess(const std::string& programFolder) {
-  skinPath = programFolder + "Skins/Classic/Medium/";
-  skinFallbackPath = skinPath;
-  const CBitmap sidebar(skinPath, skinFallbackPath, "sidebar_s_L.png");
-  if (sidebar.isLoaded()) {
-    SetPanelMetrics(sidebar.getHeight());
+void SetUpProcess(const SkinChoice& skin) {
+  skinPath = skin.Path();
+  skinFallbackPath = skin.FallbackPath();
+  if (skin.RowHeight() > 0) {
+    SetPanelMetrics(skin.RowHeight());
   } else {
     ResetPanelMetrics();
   }
+  digitColor = SkinConfig(skinPath, skinFallbackPath).digitColor;
   dsp::SeedRandomFromClock();
   LoadSharedBitmaps(skinPath, skinFallbackPath);
   SetUpModuleClasses();
@@ -46,7 +46,7 @@ void TearDownProcess() {
 
 }  // namespace
 
-Halveron::Halveron(audioMasterCallback host, HostKind kind)
+Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
     : AudioEffectX(host, kPrograms, kParameterCount) {
   hostKind = kind;
   if (host) {
@@ -61,7 +61,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind)
   dllFolder_ = path.substr(0, path.find_last_of('/') + 1);
   filter_.AllowVector(platform::HasSse41());
   filter_.SetIirRate(sampleRate, oversamplingFactor);
-  rack_ = std::make_unique<SynEditor>(*this);
+  rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));
   programsAreChunks();
 }
 
@@ -72,7 +72,7 @@ Halveron::~Halveron() {
 void Halveron::open() {
   if (isOpen_) return;
   isOpen_ = true;
-  if (instanceCount.fetch_add(1) == 0) SetUpProcess(dllFolder_);
+  if (instanceCount.fetch_add(1) == 0) SetUpProcess(rack_->skin);
 }
 
 void Halveron::close() {

@@ -17,7 +17,7 @@ namespace halveron {
 class Halveron final : public AudioEffectX, public EngineContext {
  public:
   /// `host` may be null: then nobody is asked for anything.
-  Halveron(audioMasterCallback host, HostKind kind);
+  Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles = UserFiles::kLeaveAlone);
   ~Halveron() override;
 
   // Life. The instance must be opened before it processes; the first one that opens in a process

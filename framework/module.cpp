@@ -389,6 +389,7 @@ Digit* MakeDigit(CRect place, CControlListener* listener, SharedBitmap bitmap, i
   place = CRect(place.left - extra / 2, place.top, place.right + extra / 2, place.bottom);
   auto* control =
       new Digit(place, listener, TAG_UNASSIGNED, digits, InfoOf(bitmap).frames, BitmapOf(bitmap));
+  control->setFontColor(digitColor);
   control->setMin(static_cast<float>(minimum));
   control->setMax(static_cast<float>(maximum));
   return control;
