@@ -1,5 +1,7 @@
 #include "platform/profile_file.h"
 
+// Templates from the header itself: the compiled library would bring conversions that nobody needs.
+#define SI_IMPLEMENTATION
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
 
