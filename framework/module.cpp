@@ -244,6 +244,8 @@ Module* Module::GetVoiceModule(int voiceIndex) {
 }
 
 CMouseEventResult Module::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  // A module that hangs on the mouse is to be put down, not played.
+  if (isDragged) return hostTable.ModuleMouseDown(editor, this, &where, &buttons);
   const CMouseEventResult taken = ModuleWrapper::onMouseDown(where, buttons);
   if (taken == kMouseEventHandled || taken == kMouseDownEventHandledButDontNeedMovedOrUpEvents) {
     return taken;
