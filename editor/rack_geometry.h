@@ -30,8 +30,4 @@ struct RackGeometry {
   float ScrollOf(CCoord rackTop) const;
 };
 
-/// Rows that a window may show.
-inline constexpr int kFewestViewableRows = 2;
-inline constexpr int kMostViewableRows = 10;
-
 }  // namespace halveron
