@@ -2,7 +2,10 @@
 
 #include <stdexcept>
 
+#include "editor/context_menus.h"
 #include "editor/module_catalogue.h"
+#include "editor/rack_window.h"
+#include "editor/window_images.h"
 #include "framework/module.h"
 #include "platform/file_error.h"
 #include "platform/whole_file.h"
@@ -21,11 +24,13 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
       folders(std::move(dataFolders)),
       options(folders.ConfigFile(), owner.hostKind),
       skin(folders, options),
-      presetsFolder(folders.Presets()) {}
-
-void SynEditor::ShowDialog(const DialogText& dialog) {
-  if (dialogs) dialogs(dialog);
+      presets(folders.Presets()),
+      presetsFolder(folders.Presets()) {
+  sampleAccurate = options.sampleAccurate.Get();
+  presets.onChoice = [this] { presetCommands.LoadSelected(); };
 }
+
+SynEditor::~SynEditor() { CloseWindow(); }
 
 void SynEditor::SignPreset() {
   if (author.empty() || options.overwriteAuthor.Get()) author = options.defaultAuthor.Get();
@@ -70,7 +75,11 @@ bool SynEditor::LoadPreset(const std::string& path) {
   return true;
 }
 
-bool SynEditor::LoadChunk(std::span<const std::byte> chunk) { return Load(chunk, false); }
+bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {
+  if (!Load(chunk, false)) return false;
+  UpdatePresetDisplay(false);
+  return true;
+}
 
 bool SynEditor::Load(std::span<const std::byte> bytes, bool fromFile) {
   const PresetReadResult result =

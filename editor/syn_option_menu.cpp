@@ -25,8 +25,9 @@ void SynOptionMenu::AddSubmenu(const std::string& title,
   submenu->parentIndex = getNbEntries() - 1;
 }
 
-bool SynOptionMenu::PopUp(CFrame& frame, const CPoint& where) {
-  return popup(&frame, where, [](COptionMenu* menu, bool chosen) {
+bool SynOptionMenu::PopUp(CFrame& frame, const CPoint& where, std::function<void()> closed) {
+  return popup(&frame, where, [closed = std::move(closed)](COptionMenu* menu, bool chosen) {
+    if (closed) closed();
     if (!chosen) return;
     int index = -1;
     COptionMenu* holder = menu->getLastItemMenu(index);

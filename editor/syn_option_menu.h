@@ -37,8 +37,9 @@ class SynOptionMenu final : public COptionMenu {
   }
   const char* TitleAt(int index) const { return getEntry(index)->getTitle(); }
 
-  /// Shows the menu, which its caller keeps alive until it is closed. False if it cannot be shown.
-  bool PopUp(CFrame& frame, const CPoint& where);
+  /// Shows the menu, which its caller keeps alive until it is closed. Then `closed` is called, and
+  /// after it the action of what was chosen. False if the menu cannot be shown.
+  bool PopUp(CFrame& frame, const CPoint& where, std::function<void()> closed = {});
 
   int parentIndex = -1;                 ///< the entry of this submenu in its parent
   SynOptionMenu* parentMenu = nullptr;  ///< null for a menu at the top

@@ -122,6 +122,15 @@ void SynRack::invalidateDirtyViews() {
   }
 }
 
+CMouseEventResult SynRack::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  const CMouseEventResult result = CViewContainer::onMouseDown(where, buttons);
+  if (result != kMouseEventNotHandled || !buttons.isRightButton() || !onContextPress) return result;
+  onContextPress();
+  return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+bool SynRack::onKeyDown(const CKeyEvent& event) { return onKey && onKey(event); }
+
 void SynRack::RequestRedraw() {
   redrawFrames_ = kMovingPaints;
   invalid();
@@ -199,7 +208,7 @@ CRect SynRack::GetCableRect(const Cable& cable) const {
 }
 
 CRect SynRack::GetDraggedCableRect() const {
-  if (!draggedEnd_ || !rack_.dragOrigin) return {};
+  if (!draggedEnd_ || !rack_.isDraggingCable) return {};
   const CPoint origin = CableEnd(*rack_.dragOrigin);
   CRect rect = painter_.BoundsOf(origin, *draggedEnd_);
   if (rack_.dragOrigin->twoState) {
@@ -221,9 +230,11 @@ void SynRack::InvalidateCablesOf(const Module& module) {
 }
 
 void SynRack::MoveDraggedCable(std::optional<CPoint> mouse) {
-  Invalidate(GetDraggedCableRect());
+  if (!mouse && !draggedEnd_) return;
+  Invalidate(draggedRect_);
   draggedEnd_ = mouse;
-  Invalidate(GetDraggedCableRect());
+  draggedRect_ = GetDraggedCableRect();
+  Invalidate(draggedRect_);
 }
 
 }  // namespace halveron

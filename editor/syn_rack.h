@@ -1,8 +1,10 @@
 // The rack as a view: rows, modules on them, and the cables above all.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "editor/cable_painter.h"
 #include "editor/rack_geometry.h"
@@ -35,6 +37,13 @@ class SynRack final : public CViewContainer {
   void drawRect(CDrawContext* context, const CRect& updateRect) override;
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
   void invalidateDirtyViews() override;
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  bool onKeyDown(const CKeyEvent& event) override;
+
+  /// A right press where no module stands.
+  std::function<void()> onContextPress;
+  /// A key while the rack has the focus; true if it was used.
+  std::function<bool(const CKeyEvent&)> onKey;
 
   /// Something moved: cables are drawn anew from the next paint on.
   void RequestRedraw();
@@ -62,6 +71,7 @@ class SynRack final : public CViewContainer {
   /// Where a cable ends on a point.
   CPoint CableEnd(const PatchPoint& point) const;
   CRect GetCableRect(const Cable& cable) const;
+  /// Of the cable that is being dragged; empty without one.
   CRect GetDraggedCableRect() const;
   void InvalidateCable(const Cable& cable);
   void InvalidateCablesOf(const Module& module);
@@ -82,6 +92,7 @@ class SynRack final : public CViewContainer {
   int layerHeight_ = 0;
   int redrawFrames_ = kMovingPaints;
   std::optional<CPoint> draggedEnd_;
+  CRect draggedRect_;  // what the dragged cable took when it was moved last
 };
 
 }  // namespace halveron
