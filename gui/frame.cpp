@@ -55,11 +55,9 @@ bool CFrame::open(void* parent, const char* title, std::string* error) {
 
 void CFrame::close() {
   hideTooltip();
-  // A menu or a dialog belongs to what the user is doing in the window. Each ends itself when its
-  // view goes.
   while (!modalViews.empty()) {
     const SharedPointer<CView> view(modalViews.back().view);
-    view->onKeyDown({0, kKeyEscape, {}});
+    view->cancelModal();
     popModalView(view);
   }
   setFocusView(nullptr);

@@ -62,8 +62,6 @@ class CTextEdit : public CTextLabel {
   void paste();
   void copySelection() const;
   bool onShortcut(char32_t letter);
-  std::size_t previous(std::size_t at) const;
-  std::size_t next(std::size_t at) const;
   std::size_t previousWord(std::size_t at) const;
   std::size_t nextWord(std::size_t at) const;
   std::size_t positionAt(CCoord x) const;

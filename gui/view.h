@@ -147,6 +147,8 @@ class CView : public CBaseObject {
   /// Told by the frame when the view becomes its focus view, and when it no longer is.
   virtual void takeFocus() {}
   virtual void looseFocus() {}
+  /// Told to a modal view whose frame closes its window: the view goes, and nothing was chosen.
+  virtual void cancelModal() {}
   /// True if an event at this point is the view's.
   virtual bool hitTest(const CPoint& where, const CButtonState& buttons = {});
 
