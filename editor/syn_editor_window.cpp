@@ -95,7 +95,7 @@ void SynEditor::ModuleLeaves(Module* module) {
 }
 
 bool SynEditor::LampsMayRedraw(const Module* module) const {
-  return window_ && options.ledsAlwaysOn.Get() && window_->Rack().IsInSight(*module);
+  return !window_ || (options.ledsAlwaysOn.Get() && window_->Rack().IsInSight(*module));
 }
 
 void SynEditor::SetRows(int count) {
