@@ -184,11 +184,8 @@ void PaintScrew(Frame& frame) {
   }
 }
 
-void PaintLamp(Frame& frame, const Color& dark, const Color& lit, const Color& core) {
-  Canvas& canvas = frame.canvas;
-  const double x = frame.width / 2;
-  const double y = frame.height / 2;
-  const double level = frame.Share();
+void PaintLampAt(Canvas& canvas, double x, double y, double level, const Color& dark,
+                 const Color& lit, const Color& core) {
   canvas.Circle(x, y, 4.0);
   canvas.FillDiagonal({x - 4, y - 4}, {x + 4, y + 4},
                       {{0, Color::Of(0x5B5E63)}, {1, Color::Of(0xC9CBCE)}});
@@ -203,6 +200,10 @@ void PaintLamp(Frame& frame, const Color& dark, const Color& lit, const Color& c
   if (level > 0) canvas.SoftDisc(x, y, 4.5, lit.Faded(0.55 * level));
   canvas.Circle(x - 0.9, y - 1.1, 0.75);
   canvas.Fill(Color::Of(0xFFFFFF, 0.45 + 0.3 * level));
+}
+
+void PaintLamp(Frame& frame, const Color& dark, const Color& lit, const Color& core) {
+  PaintLampAt(frame.canvas, frame.width / 2, frame.height / 2, frame.Share(), dark, lit, core);
 }
 
 void PaintBlueLamp(Frame& frame) {
@@ -585,6 +586,16 @@ constexpr std::array<FramePainter, kSharedBitmapCount> kPainters{
 };
 
 }  // namespace
+
+void PaintUnlitLamp(Canvas& canvas, const CRect& rect) {
+  const double nominal = InfoOf(SharedBitmap::kRedLamp).frameWidth;
+  cairo_save(canvas.Cairo());
+  cairo_translate(canvas.Cairo(), rect.left, rect.top);
+  cairo_scale(canvas.Cairo(), rect.getWidth() / nominal, rect.getHeight() / nominal);
+  const Color lens = Color::Of(0x33302E);
+  PaintLampAt(canvas, nominal / 2, nominal / 2, 0, lens, lens, lens);
+  cairo_restore(canvas.Cairo());
+}
 
 std::vector<ImageJob> SharedImages(const Theme& theme) {
   std::vector<ImageJob> jobs;
