@@ -72,6 +72,10 @@ class RackWindow final : private CControlListener {
   /// Shows a menu at a point of the frame and keeps it alive until the next one.
   void PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& where,
              BarButton* opener = nullptr);
+  /// The menu that is up; null if none is.
+  SynOptionMenu* OpenMenu() const {
+    return openMenu_ && openMenu_->isPoppedUp() ? openMenu_.get() : nullptr;
+  }
   void ShowDialog(DialogRequest request);
   /// The picture behind the words on the program itself, loaded on demand.
   SharedPointer<CBitmap> AboutImage() const;

@@ -35,7 +35,9 @@ CFrame::~CFrame() {
   closedWindow.reset();
   // The children still ask their frame to forget them, so they go while it is one.
   CFrame::removeAll();
-  for (CVSTGUITimer* timer : timers) timer->frameGone();
+  for (CVSTGUITimer* timer : timers) {
+    if (timer) timer->frameGone();
+  }
   frame = nullptr;
 }
 
