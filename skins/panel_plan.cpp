@@ -157,7 +157,7 @@ class CaptionLayout {
   CaptionLayout(const PanelPlan& plan, double size) : plan_(plan), type_{size, true} {
     capHeight_ = CapHeight(type_) * size;
     free_ = Grown(CRect(0, 0, plan.width, plan.height), -kBorder * Unit());
-    free_.top = plan.head.bottom + Unit();
+    free_.top = plan.head.bottom + 0.4 * Unit();
   }
 
   /// Returns what the places cost; more where a caption finds none.
