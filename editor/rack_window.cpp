@@ -135,7 +135,7 @@ void RackWindow::ShowDialog(DialogRequest request) {
 
 SharedPointer<CBitmap> RackWindow::AboutImage() const {
   if (skinPath.empty()) return {};
-  return SharedPointer<CBitmap>::Adopt(new CBitmap(skinPath, skinFallbackPath, "about_back.jpg"));
+  return SharedPointer<CBitmap>::Adopt(new CBitmap(skinPath, skinFallbackPath, "about_back.png"));
 }
 
 void RackWindow::AddModuleView(Module& module) {

@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "framework/signal.h"
+#include "skins/shared_images.h"
 
 namespace halveron::skins {
 
@@ -55,12 +56,6 @@ class PanelPainter {
   void PaintEdges();
   void Write(const Label& label, const Color& color) {
     canvas_.Text(label.text, label.x, label.baseline, label.type, color);
-  }
-  bool IsOnPlate(const CPoint& point) const {
-    return std::any_of(plan_.plates.begin(), plan_.plates.end(), [&](const CRect& plate) {
-      return point.x > plate.left && point.x < plate.right && point.y > plate.top &&
-             point.y < plate.bottom;
-    });
   }
 
   const PanelPlan& plan_;
@@ -162,7 +157,9 @@ void PanelPainter::PaintAround(const Part& part) {
     case PartKind::kOutput:
     case PartKind::kSwitch:
     case PartKind::kButton:
+      break;
     case PartKind::kLamp:
+      PaintUnlitLamp(canvas_, part.rect);
       break;
   }
 }

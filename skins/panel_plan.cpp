@@ -14,7 +14,7 @@ namespace halveron::skins {
 namespace {
 
 // Panel units.
-constexpr double kHeadHeight = 28;
+constexpr double kHeadHeight = 29;
 constexpr double kBorder = 2;          // free of text along the edges
 constexpr double kScaleRing = 2.8;     // marks around a knob
 constexpr double kCaptionGap = 2.2;    // between a part and its caption
@@ -25,8 +25,10 @@ constexpr double kLampReach = 24;      // of a lamp to the output with which it 
 constexpr double kPlateReach = 26;     // plates nearer than this to each other become one
 constexpr double kCaptionSize = 9.4;
 constexpr double kSmallestCaptionSize = 7.8;
-constexpr double kTwoLineSize = 8.2;  // of a name, at most
-constexpr double kRuleGap = 3.5;      // room that a rule needs
+constexpr double kNameSize = 10.2;
+constexpr double kTwoLineSize = 8.2;  // of a name in two lines, at most
+constexpr double kSmallestNameSize = 6;
+constexpr double kRuleGap = 3.5;  // room that a rule needs
 
 // Pixels below which letters of the small size are no longer told apart.
 constexpr double kLeastCaptionPixels = 7.4;
@@ -155,7 +157,7 @@ class CaptionLayout {
   CaptionLayout(const PanelPlan& plan, double size) : plan_(plan), type_{size, true} {
     capHeight_ = CapHeight(type_) * size;
     free_ = Grown(CRect(0, 0, plan.width, plan.height), -kBorder * Unit());
-    free_.top = plan.head.bottom + Unit();
+    free_.top = plan.head.bottom + 0.4 * Unit();
   }
 
   /// Returns what the places cost; more where a caption finds none.
@@ -344,21 +346,24 @@ Label CentredLabel(const std::string& text, const Type& type, double centre, dou
   return {text, x, baseline, type, ink, -1, false};
 }
 
-double WidestOf(const std::vector<std::string>& lines, const Type& type) {
-  double widest = 0;
-  for (const std::string& line : lines) {
-    widest = std::max(widest, Measure(line, type).ink.getWidth());
-  }
-  return widest;
+double WidthOf(const std::string& text, const Type& type) {
+  return Measure(text, type).ink.getWidth();
 }
 
-/// A name in up to `most` lines, cut where the longer part is shortest.
-std::vector<std::string> NarrowestLines(const std::string& name, int most, const Type& type) {
-  std::vector<std::string> best{name};
-  for (std::size_t i = 1; most > 1 && i + 1 < name.size(); ++i) {
+/// A name in one line or, cut so that both fit best, in two; none if it is too wide for its rooms.
+std::vector<std::string> NameLines(const std::string& name, const Type& type, double room,
+                                   double roomOfFirst) {
+  if (WidthOf(name, type) <= room) return {name};
+  std::vector<std::string> best;
+  double bestShare = 1;
+  for (std::size_t i = 1; i + 1 < name.size(); ++i) {
     if (name[i] != ' ' && name[i] != '/') continue;
     std::vector<std::string> lines{name.substr(0, name[i] == '/' ? i + 1 : i), name.substr(i + 1)};
-    if (WidestOf(lines, type) < WidestOf(best, type)) best = std::move(lines);
+    const double share =
+        std::max(WidthOf(lines[0], type) / roomOfFirst, WidthOf(lines[1], type) / room);
+    if (share > bestShare) continue;
+    bestShare = share;
+    best = std::move(lines);
   }
   return best;
 }
@@ -370,23 +375,22 @@ void PlaceHead(PanelPlan& plan, const std::string& displayName) {
   const double u = Unit();
   plan.head = CRect(0, 0, plan.width, std::round(kHeadHeight * u));
   const double centre = plan.width / 2.0;
-
-  const double betweenScrews = plan.width - 32 * u;
-  Type numberType{std::max(9.2 * u, kLeastHeadPixels), true, 0.04};
-  while (numberType.size > 5 && WidestOf({number}, numberType) > betweenScrews) {
-    numberType.size -= 0.2;
-  }
   const double room = plan.width - 6 * u;
-  for (double size = 10.2; size > 5; size -= 0.3) {
+  const double betweenScrews = plan.width - 30 * u;
+
+  Type numberType{std::max(9.2 * u, kLeastHeadPixels), true, 0.04};
+  while (numberType.size > 5 && WidthOf(number, numberType) > betweenScrews) numberType.size -= 0.2;
+  for (double size = kNameSize; size > kSmallestNameSize; size -= 0.2) {
     const Type type{std::max(size * u, kLeastHeadPixels), true};
-    const std::vector<std::string> lines = NarrowestLines(name, size > kTwoLineSize ? 1 : 2, type);
-    if (WidestOf(lines, type) > room) continue;
+    const std::vector<std::string> lines = NameLines(name, type, room, betweenScrews);
     const bool two = lines.size() == 2;
+    if (lines.empty() || (two && size > kTwoLineSize)) continue;
+    const double spacing = std::ceil(0.88 * type.size);
+    const double last = std::floor(plan.head.bottom - (two ? 2.0 : 5.4) * u);
     plan.heads.push_back(
-        CentredLabel(number, numberType, centre, std::round((two ? 10.4 : 11.4) * u)));
-    const double first = two ? 18.4 : 22.8;
+        CentredLabel(number, numberType, centre, std::round((two ? 10.4 : 11.6) * u)));
     for (std::size_t i = 0; i < lines.size(); ++i) {
-      const double baseline = std::round((first + 7.4 * static_cast<double>(i)) * u);
+      const double baseline = last - spacing * static_cast<double>(lines.size() - 1 - i);
       plan.heads.push_back(CentredLabel(lines[i], type, centre, baseline));
     }
     return;

@@ -21,6 +21,7 @@ constexpr CPoint kRowButtonSize{30, 28};
 constexpr CPoint kStepButtonSize{24, 28};
 constexpr CPoint kFrameSize{316, 38};
 constexpr CPoint kScreenSize{304, 28};
+constexpr CPoint kAboutSize{440, 260};
 constexpr int kPresetFontSize = 15;
 
 double Unit() { return static_cast<double>(uiScale); }
@@ -299,6 +300,26 @@ Canvas PaintPresetStripes(const Theme&) {
   return canvas;
 }
 
+/// Behind the words on the program itself: cables in the dark.
+Canvas PaintAbout(const Theme& theme) {
+  Canvas canvas(Pixels(kAboutSize.x), Pixels(kAboutSize.y));
+  cairo_scale(canvas.Cairo(), canvas.Width() / kAboutSize.x, canvas.Height() / kAboutSize.y);
+  canvas.Rect(CRect(0, 0, kAboutSize.x, kAboutSize.y));
+  canvas.FillVertical(0, kAboutSize.y, {{0, Color::Of(0x2A2E34)}, {1, Color::Of(0x16181B)}});
+  cairo_set_line_cap(canvas.Cairo(), CAIRO_LINE_CAP_ROUND);
+  for (int i = 0; i < 5; ++i) {
+    const Color color = theme.accents[static_cast<std::size_t>(i * 3 % kCategoryCount)];
+    cairo_new_path(canvas.Cairo());
+    const double x = 30 + 26.0 * i;
+    cairo_move_to(canvas.Cairo(), x, 10 + 9.0 * i);
+    cairo_curve_to(canvas.Cairo(), x + 60, 170 + 14.0 * i, kAboutSize.x - 140 + 12.0 * i,
+                   190 - 9.0 * i, kAboutSize.x - 150 + 28.0 * i, 22 + 11.0 * (4 - i));
+    canvas.Stroke(color.Darker(0.45).Faded(0.35), 6);
+    canvas.Stroke(color.Faded(0.30), 3);
+  }
+  return canvas;
+}
+
 }  // namespace
 
 std::vector<ImageJob> RackImages(const Theme& theme) {
@@ -309,6 +330,7 @@ std::vector<ImageJob> RackImages(const Theme& theme) {
       {"sidebar_R.png", [&theme, row] { return PaintCheek(theme, 2 * row, false); }},
       {"sidebar_s_L.png", [&theme, row] { return PaintCheek(theme, row, true); }},
       {"sidebar_s_R.png", [&theme, row] { return PaintCheek(theme, row, false); }},
+      {"about_back.png", [&theme] { return PaintAbout(theme); }},
       {"title.png", [&theme] { return PaintTitle(theme); }},
       {"add_row.png", [&theme] { return PaintRowButton(theme, true); }},
       {"rem_row.png", [&theme] { return PaintRowButton(theme, false); }},

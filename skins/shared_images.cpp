@@ -184,11 +184,8 @@ void PaintScrew(Frame& frame) {
   }
 }
 
-void PaintLamp(Frame& frame, const Color& dark, const Color& lit, const Color& core) {
-  Canvas& canvas = frame.canvas;
-  const double x = frame.width / 2;
-  const double y = frame.height / 2;
-  const double level = frame.Share();
+void PaintLampAt(Canvas& canvas, double x, double y, double level, const Color& dark,
+                 const Color& lit, const Color& core) {
   canvas.Circle(x, y, 4.0);
   canvas.FillDiagonal({x - 4, y - 4}, {x + 4, y + 4},
                       {{0, Color::Of(0x5B5E63)}, {1, Color::Of(0xC9CBCE)}});
@@ -203,6 +200,10 @@ void PaintLamp(Frame& frame, const Color& dark, const Color& lit, const Color& c
   if (level > 0) canvas.SoftDisc(x, y, 4.5, lit.Faded(0.55 * level));
   canvas.Circle(x - 0.9, y - 1.1, 0.75);
   canvas.Fill(Color::Of(0xFFFFFF, 0.45 + 0.3 * level));
+}
+
+void PaintLamp(Frame& frame, const Color& dark, const Color& lit, const Color& core) {
+  PaintLampAt(frame.canvas, frame.width / 2, frame.height / 2, frame.Share(), dark, lit, core);
 }
 
 void PaintBlueLamp(Frame& frame) {
@@ -584,7 +585,86 @@ constexpr std::array<FramePainter, kSharedBitmapCount> kPainters{
     PaintScrollHandle,
 };
 
+/// An arrow up or down behind a letter.
+template <bool kUp>
+void PaintEndButton(Frame& frame) {
+  const double sink = PaintSquareButton(frame);
+  const Type type{8.5, true};
+  frame.canvas.CentredText("E", frame.width / 2 - 2.2, frame.height / 2 + 2.8 + sink, type,
+                           frame.theme.buttonSign);
+  const double x = frame.width / 2 + 3.0;
+  const double y = frame.height / 2 + sink;
+  const double tip = kUp ? -2.6 : 2.6;
+  frame.canvas.Polygon({{x, y + tip}, {x - 2.2, y - tip * 0.6}, {x + 2.2, y - tip * 0.6}});
+  frame.canvas.Fill(frame.theme.buttonSign);
+}
+
+void PaintNoteButton(Frame& frame) {
+  const double sink = PaintSquareButton(frame);
+  const double x = frame.width / 2;
+  const double y = frame.height / 2 + sink;
+  frame.canvas.Circle(x - 1.6, y + 2.6, 1.9);
+  frame.canvas.Fill(frame.theme.buttonSign);
+  frame.canvas.Line(x, y + 2.6, x, y - 3.8);
+  frame.canvas.Stroke(frame.theme.buttonSign, 1.0);
+  frame.canvas.Line(x, y - 3.4, x + 2.6, y - 1.4);
+  frame.canvas.Stroke(frame.theme.buttonSign, 1.3);
+}
+
+void PaintExclamationButton(Frame& frame) { PaintText(frame, "!", 9.5, PaintSquareButton(frame)); }
+
+/// Rod and loop, and between them a field that closes in from frame to frame.
+void PaintTheremin(Frame& frame) {
+  Canvas& canvas = frame.canvas;
+  canvas.RoundRect(CRect(0.5, 0.5, frame.width - 0.5, frame.height - 0.5), 3);
+  canvas.Fill(frame.theme.window);
+  const Color metal = Color::Of(0xC9CBCE);
+  canvas.RoundRect(CRect(14, frame.height - 12, frame.width - 14, frame.height - 5), 2);
+  canvas.Fill(Color::Of(0x7A4B2A));
+  canvas.Line(frame.width - 20, frame.height - 12, frame.width - 20, 8);
+  canvas.Stroke(metal, 1.6);
+  canvas.Circle(13, frame.height - 16, 5);
+  canvas.Stroke(metal, 1.6);
+  for (int ring = 1; ring <= 4; ++ring) {
+    const double radius = 3.5 * ring * (1.6 - 0.9 * frame.Share());
+    cairo_new_path(canvas.Cairo());
+    cairo_arc(canvas.Cairo(), frame.width - 20, 16, radius, pi * 0.75, pi * 1.25);
+    canvas.Stroke(frame.theme.digits.Faded((0.15 + 0.75 * frame.Share()) / ring * 1.6), 1.3);
+  }
+}
+
+/// What single modules show beside the shared images, in the same terms.
+struct ModuleImage {
+  SharedBitmapInfo info;
+  FramePainter paint;
+};
+
+constexpr std::array kModuleImages{
+    ModuleImage{{"theremin.png", 72, 60, 16}, PaintTheremin},
+    ModuleImage{{"bb_E.png", 14, 14, 2}, PaintLetterButton<'E'>},
+    ModuleImage{{"bb_E_up.png", 14, 14, 2}, PaintEndButton<true>},
+    ModuleImage{{"bb_E_down.png", 14, 14, 2}, PaintEndButton<false>},
+    ModuleImage{{"bb_O.png", 14, 14, 2}, PaintLetterButton<'O'>},
+    ModuleImage{{"bb_S.png", 14, 14, 2}, PaintLetterButton<'S'>},
+    ModuleImage{{"bb_T.png", 14, 14, 2}, PaintLetterButton<'T'>},
+    ModuleImage{{"bb_Note.png", 14, 14, 2}, PaintNoteButton},
+    ModuleImage{{"bb_exal.png", 14, 14, 2}, PaintExclamationButton},
+    ModuleImage{{"bb_rec.png", 14, 14, 2}, PaintSignButton<SharedBitmap::kRecord>},
+    ModuleImage{{"digits_ar.png", 9, 14, 10}, PaintDigit},
+    ModuleImage{{"led_red2.png", 9, 9, 16}, PaintRedLamp},
+};
+
 }  // namespace
+
+void PaintUnlitLamp(Canvas& canvas, const CRect& rect) {
+  const double nominal = InfoOf(SharedBitmap::kRedLamp).frameWidth;
+  cairo_save(canvas.Cairo());
+  cairo_translate(canvas.Cairo(), rect.left, rect.top);
+  cairo_scale(canvas.Cairo(), rect.getWidth() / nominal, rect.getHeight() / nominal);
+  const Color lens = Color::Of(0x33302E);
+  PaintLampAt(canvas, nominal / 2, nominal / 2, 0, lens, lens, lens);
+  cairo_restore(canvas.Cairo());
+}
 
 std::vector<ImageJob> SharedImages(const Theme& theme) {
   std::vector<ImageJob> jobs;
@@ -592,6 +672,10 @@ std::vector<ImageJob> SharedImages(const Theme& theme) {
     const SharedBitmapInfo& info = InfoOf(static_cast<SharedBitmap>(i));
     const FramePainter paint = kPainters[i];
     jobs.push_back({info.file, [&theme, &info, paint] { return PaintStrip(theme, info, paint); }});
+  }
+  for (const ModuleImage& image : kModuleImages) {
+    jobs.push_back(
+        {image.info.file, [&theme, &image] { return PaintStrip(theme, image.info, image.paint); }});
   }
   const auto addJackSized = [&](const std::string& file, std::function<void(Canvas&)> paint) {
     jobs.push_back({file, [paint = std::move(paint)] { return PaintJackSized(paint); }});

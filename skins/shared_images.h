@@ -20,4 +20,7 @@ struct ImageJob {
 /// them.
 std::vector<ImageJob> SharedImages(const Theme& theme);
 
+/// A lamp that is out, which shows no image of its own: the panel's part.
+void PaintUnlitLamp(Canvas& canvas, const CRect& rect);
+
 }  // namespace halveron::skins
