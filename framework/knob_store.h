@@ -1,4 +1,4 @@
-// The memory that the sample loop works on: signals and knob values, packed and apart from views.
+// The knob values that the sample loop works on, packed and apart from views.
 #pragma once
 
 #include <cstddef>
@@ -34,30 +34,20 @@ struct KnobCell {
   }
 };
 
-/// The cells of one rack. Addresses are stable for the life of a cell, and cells that are taken one
-/// after another lie side by side. Not for the audio thread: taking may allocate.
-class SignalStore {
+/// The knob cells of one rack. Addresses are stable for the life of a cell, and cells that are
+/// taken one after another lie side by side. Not for the audio thread: taking may allocate.
+class KnobStore {
  public:
-  /// `count` zeroed floats side by side.
-  float* TakeSignals(std::size_t count);
-  void GiveBackSignals(float* cells, std::size_t count);
-  KnobCell* TakeKnob();
-  void GiveBackKnob(KnobCell* cell);
+  /// A zeroed cell.
+  KnobCell* Take();
+  void GiveBack(KnobCell* cell) { free_.push_back(cell); }
 
  private:
-  template <class T>
-  struct Arena {
-    static constexpr std::size_t kChunk = 4096 / sizeof(T) * 4;
-    std::vector<std::unique_ptr<T[]>> chunks;
-    std::size_t used = kChunk;
-    std::vector<std::vector<T*>> free;  // by count
+  static constexpr std::size_t kChunk = 512;
 
-    T* Take(std::size_t count);
-    void GiveBack(T* cells, std::size_t count);
-  };
-
-  Arena<float> signals_;
-  Arena<KnobCell> knobs_;
+  std::vector<std::unique_ptr<KnobCell[]>> chunks_;
+  std::size_t used_ = kChunk;
+  std::vector<KnobCell*> free_;
 };
 
 }  // namespace halveron
