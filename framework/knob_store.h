@@ -5,6 +5,8 @@
 #include <memory>
 #include <vector>
 
+#include "dsp/smoothing.h"
+
 namespace halveron {
 
 /// What the audio thread reads and writes of a knob.
@@ -23,14 +25,7 @@ struct KnobCell {
 
  private:
   bool StepToward(float target) {
-    const float distance = static_cast<float>(static_cast<double>(target) - smoothed_value);
-    if (distance == 0.0f) return true;
-    if (distance > -0.001 && distance < 0.001) {
-      smoothed_value = target;
-    } else {
-      smoothed_value += distance * smooth_step;
-    }
-    return false;
+    return dsp::SmoothToward(smoothed_value, target, smooth_step);
   }
 };
 

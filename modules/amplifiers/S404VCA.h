@@ -26,7 +26,7 @@ class S404VCA final : public BuiltInModule<S404VCA> {
   ClipLamp clip_;
   Input in1_, in2_, cv_, crossfade_;
   Output mix_, out1_, out2_;
-  int law_ = S404VCAKernel::kLinear;
+  int law_ = S404VCAKernel<>::kLinear;
 };
 
 }  // namespace halveron

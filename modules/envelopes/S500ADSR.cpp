@@ -33,7 +33,7 @@ void S500ADSR::ProcessSample() {
   sustain_->SmoothValue();
   release_->SmoothValue();
 
-  const S500ADSRKernel::Stages stages{attack_->smoothed_value, decay_->smoothed_value,
+  const S500ADSRKernel<>::Stages stages{attack_->smoothed_value, decay_->smoothed_value,
                                       sustain_->smoothed_value, release_->smoothed_value};
   const double speed = timeCv_->in * timeAmount_->smoothed_value + 1.0;
   const float gate = manualGate_->getValue() >= 0.5f ? 1.25f : gate_->in;

@@ -25,7 +25,7 @@ class S500ADSR final : public BuiltInModule<S500ADSR> {
   CKickButtonEx* manualGate_;
   Input timeCv_, gate_, retrigger_;
   Output sustainFlag_, envelope_;
-  S500ADSRKernel kernel_;
+  S500ADSRKernel<> kernel_;
 };
 
 }  // namespace halveron

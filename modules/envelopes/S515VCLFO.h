@@ -37,7 +37,7 @@ class S515VCLFO final : public BuiltInModule<S515VCLFO> {
   Output bipolar_, unipolar_;
   bool clocked_ = false;
   bool stepsCabled_ = false;
-  S515VCLFOKernel kernel_;
+  S515VCLFOKernel<> kernel_;
 };
 
 }  // namespace halveron

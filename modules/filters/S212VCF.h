@@ -32,7 +32,7 @@ class S212VCF final : public BuiltInModule<S212VCF> {
   bool fourPoles_ = false;
   // Only cabled outputs run.
   bool hasHighPass_ = false, hasBandPass_ = false, hasLowPass_ = false, hasNotch_ = false;
-  S212VCFKernel kernel_;
+  S212VCFKernel<> kernel_;
 };
 
 }  // namespace halveron

@@ -57,11 +57,11 @@ void S310VCO::ProcessSample() {
   pulseWidth_->SmoothValue();
   shape_->SmoothValue();
 
-  const S310VCOKernel::Knobs knobs{fineTune_->smoothed_value, octave_->smoothed_value,
-                                   fmAmount_->smoothed_value, pulseWidth_->smoothed_value,
-                                   shape_->smoothed_value};
-  const S310VCOKernel::Inputs inputs{pitchIn_->in, fmIn_->in,         pwmIn_->in,
-                                     shapeIn_->in, octaveStepIn_->in, syncIn_->in};
+  const S310VCOKernel<>::Knobs knobs{fineTune_->smoothed_value, octave_->smoothed_value,
+                                     fmAmount_->smoothed_value, pulseWidth_->smoothed_value,
+                                     shape_->smoothed_value};
+  const S310VCOKernel<>::Inputs inputs{pitchIn_->in, fmIn_->in,         pwmIn_->in,
+                                       shapeIn_->in, octaveStepIn_->in, syncIn_->in};
   kernel_.Step(knobs, inputs, cables_, outputs_);
   saw_->out = outputs_.saw;
   triangle_->out = outputs_.triangle;

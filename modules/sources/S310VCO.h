@@ -51,9 +51,9 @@ class S310VCO final : public BuiltInModule<S310VCO> {
   Input pitchIn_, fmIn_, pwmIn_, shapeIn_, octaveStepIn_, syncIn_;
   Output saw_, triangle_, round_, pulse_;
 
-  S310VCOKernel kernel_;
-  S310VCOKernel::Cables cables_;
-  S310VCOKernel::Outputs outputs_;
+  S310VCOKernel<> kernel_;
+  S310VCOKernel<>::Cables cables_;
+  S310VCOKernel<>::Outputs outputs_;
 };
 
 }  // namespace halveron
