@@ -76,7 +76,7 @@ inline Real Max(Real a, Real b) {
 /// Neither infinite nor no number.
 template <class Real>
 inline auto IsFinite(Real x) {
-  return x - x == Real(0);
+  return x - x == Real(0.0f);
 }
 
 /// Calls f(lane) for each lane in which the mask holds.

@@ -16,7 +16,7 @@ inline Real LimitSymmetric(Real x, std::type_identity_t<Real> limit) {
 /// Limits x to 0..1; a NaN, which a MIDI cable may bring, counts as 0.
 template <class Real>
 inline Real LimitUnit(Real x) {
-  return Select(x > Real(0), Select(x < Real(1), x, Real(1)), Real(0));
+  return Select(x > Real(0.0f), Select(x < Real(1.0f), x, Real(1.0f)), Real(0.0f));
 }
 
 /// Leaves -1..1 as it is, bends what is beyond, and stays at 2 from 3 on. A NaN passes through.

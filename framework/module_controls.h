@@ -227,6 +227,7 @@ class HeldLamp : public Lamp {
   void Tick() {
     if (counter_.Tick()) Set(0.0f);
   }
+  bool IsHeld() const { return counter_.IsRunning(); }
   void Darken() {
     counter_.Cancel();
     Set(0.0f);

@@ -7,6 +7,8 @@
 #include <span>
 #include <utility>
 
+#include "dsp/pack.h"
+
 namespace halveron {
 
 namespace {
@@ -17,6 +19,14 @@ constexpr std::size_t kFewestVoices = 3;
 constexpr int kFewestSteps = 8;
 
 constexpr std::size_t kLine = kMaxVoices;
+
+/// The narrowest unit that has a lane for each voice: idle lanes cost as much as others.
+VectorUnit UnitFor(std::size_t voices, VectorUnit widest) {
+  const VectorUnit enough = voices <= dsp::kLanesOf<dsp::Sse2>   ? VectorUnit::kSse2
+                            : voices <= dsp::kLanesOf<dsp::Avx2> ? VectorUnit::kAvx2
+                                                                 : VectorUnit::kAvx512;
+  return std::min(enough, widest);
+}
 
 bool HaveSameBits(float a, float b) {
   return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
@@ -219,7 +229,7 @@ class PlanBuilder {
     }
     for (Row& row : rows_) {
       if (row.voices.size() < kFewestVoices) continue;
-      row.maker = row.voices.front()->GetVoiceGroupMaker(plan_.unit_);
+      row.maker = row.voices.front()->GetVoiceGroupMaker(UnitFor(row.voices.size(), plan_.unit_));
     }
   }
 

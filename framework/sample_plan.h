@@ -35,8 +35,8 @@ class SamplePlan {
   /// Lays out all signals, which keep their values, and the calls. Allocates.
   void Build(const ActiveModules& active, const CableList& copying, const CableList& summing);
 
-  /// The widest vectors that groups may use; kNone runs every voice by itself. The next Build
-  /// follows.
+  /// The widest vectors that groups may use, by default the machine's; kNone runs every voice by
+  /// itself. The next Build follows.
   void AllowVectors(VectorUnit unit) { unit_ = unit; }
 
   /// Around the samples of a block, `steps` of them with oversampling counted.
@@ -100,7 +100,7 @@ class SamplePlan {
   std::vector<RowSum> rowSums_;     // the voices of an output into one input
   std::vector<SignalMove> sums_;    // what is added to a copied cell, in order
 
-  VectorUnit unit_ = VectorUnit::kNone;
+  VectorUnit unit_ = WidestVectorUnit();
 };
 
 }  // namespace halveron

@@ -51,4 +51,8 @@ void S404VCA::ValueChanged(CControl* control) {
   if (control == lawSwitch_) law_ = lawSwitch_->getPosition();
 }
 
+VoiceGroupMaker S404VCA::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S404VCA>(unit);
+}
+
 }  // namespace halveron

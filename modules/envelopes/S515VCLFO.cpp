@@ -117,4 +117,8 @@ void S515VCLFO::LoadValuesWithoutPhase(const void* buffer, std::size_t size) {
   ReadClockIncrement<float>(tail, kernel_.clock.increment);
 }
 
+VoiceGroupMaker S515VCLFO::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S515VCLFO>(unit);
+}
+
 }  // namespace halveron

@@ -144,4 +144,8 @@ void S310VCO::LoadPreset(const void* buffer, int size, int version) {
   }
 }
 
+VoiceGroupMaker S310VCO::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S310VCO>(unit);
+}
+
 }  // namespace halveron
