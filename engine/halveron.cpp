@@ -61,6 +61,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind)
   dllFolder_ = path.substr(0, path.find_last_of('/') + 1);
   filter_.AllowVector(platform::HasSse41());
   filter_.SetIirRate(sampleRate, oversamplingFactor);
+  separateInputs_.Prepare(blockSize);
   rack_ = std::make_unique<SynEditor>(*this);
   programsAreChunks();
 }
@@ -107,6 +108,7 @@ void Halveron::setSampleRate(float rate) {
 void Halveron::setBlockSize(int frames) {
   const std::lock_guard lock(processingLock);
   AudioEffectX::setBlockSize(frames);
+  separateInputs_.Prepare(frames);
   clearOutputsPending = true;
   ForEachInstance([&](Module& module) { module.SetBlockSize(static_cast<float>(frames)); });
 }
@@ -187,7 +189,7 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   if (!rack_) return;
   blockPosition = 0;
   dawOutputs = outputs;
-  dawInputs = inputs;
+  dawInputs = inputs ? separateInputs_.Of(inputs, outputs, sampleFrames) : nullptr;
   dawInputChannels = inputs ? kDawInputs : 0;
   dawOutputChannels = outputs ? kDawOutputs : 0;
   currentOutL = outputs ? outputs[0] : nullptr;
@@ -235,14 +237,48 @@ void Halveron::RunOversampled(int sampleFrames) {
 int Halveron::processEvents(VstEvents* events) {
   if (!events || events->numEvents == 0 || !rack_ || rack_->eventModules.empty()) return 1;
   const std::lock_guard lock(processingLock);
-  for (Module* module : rack_->eventModules) {
-    if (module->activeIndex != -1) module->ProcessEvents(events);
-  }
+  HandEvents(events);
   return 1;
 }
 
+void Halveron::HandEvents(VstEvents* events) {
+  if (!rack_) return;
+  for (Module* module : rack_->eventModules) {
+    if (module->activeIndex != -1) module->ProcessEvents(events);
+  }
+}
+
+const VstTimeInfo* Halveron::HostTimeInfo(int filter) {
+  return clapHost_ ? clapHost_->TimeInfo() : getTimeInfo(filter);
+}
+
+bool Halveron::SendEventsToHost(VstEvents* events) {
+  return clapHost_ ? clapHost_->SendEvents(*events) : sendVstEventsToHost(events);
+}
+
 // Under VST2 notes have no identity that could be tied to a voice.
-void Halveron::BindNoteSlotToVoice(int, int) {}
-void Halveron::ReleaseVoiceNote(int, int) {}
+void Halveron::BindNoteSlotToVoice(int voice, int noteSlot) {
+  if (clapHost_) clapHost_->BindNoteSlotToVoice(voice, noteSlot);
+}
+
+bool Halveron::ReleaseVoiceNote(int voice, int noteSlot) {
+  return clapHost_ && clapHost_->ReleaseVoiceNote(voice, noteSlot);
+}
+
+void Halveron::ParameterMoved(int index, float value) {
+  if (clapHost_) {
+    clapHost_->QueueParamValue(index, value);
+  } else {
+    setParameterAutomated(index, value);
+  }
+}
+
+void Halveron::PatchEdited() {
+  if (clapHost_) clapHost_->PatchEdited();
+}
+
+bool Halveron::ResizeEditor(int width, int height) {
+  return clapHost_ ? clapHost_->ResizeEditor(width, height) : sizeWindow(width, height);
+}
 
 }  // namespace halveron

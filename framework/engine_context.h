@@ -57,11 +57,16 @@ class EngineContext {
   /// Ties the note that a note-on brought (its slot) to a voice, where the host tracks notes.
   virtual void BindNoteSlotToVoice(int voice, int noteSlot) = 0;
 
-  /// Ends the note that a voice holds, if it is the one of the slot or the slot is negative.
-  virtual void ReleaseVoiceNote(int voice, int noteSlot) = 0;
+  /// Ends the note that a voice holds, if it is the one of the slot or the slot is negative. False
+  /// if no voice holds the slot's note.
+  virtual bool ReleaseVoiceNote(int voice, int noteSlot) = 0;
 
-  /// Tells the host that a panel control moved one of its parameters.
+  /// Tells the host that a panel control moved one of its parameters. Any thread.
   virtual void ParameterMoved(int index, float value) = 0;
+
+  /// The rack was changed in a way that no parameter tells: what the host saved of it is outdated.
+  /// Any thread but the audio thread.
+  virtual void PatchEdited() {}
 };
 
 }  // namespace halveron
