@@ -112,8 +112,7 @@ TEST_F(ClapFileTest, PortsAndVoicesAreThoseOfTheEngine) {
   }
   EXPECT_EQ(host.Ask<clap_plugin_latency_t>("clap.latency")->get(plugin), 0u);
   clap_voice_info_t voices;
-  ASSERT_TRUE(
-      host.Ask<clap_plugin_voice_info_t>("clap.voice-info.draft/0")->get(plugin, &voices));
+  ASSERT_TRUE(host.Ask<clap_plugin_voice_info_t>("clap.voice-info.draft/0")->get(plugin, &voices));
   EXPECT_EQ(voices.voice_count, 16u);
   EXPECT_EQ(voices.voice_capacity, 16u);
   EXPECT_EQ(voices.flags, 1u);
@@ -200,7 +199,9 @@ TEST_F(ClapFileTest, EventsBecomeMidiByTheTable) {
       {"pressure", expression(6, 1.0), {{0xD0, 127, 0}}},
       {"unknown expression", expression(7, 1.0), {}},
       {"expression of a note that no voice plays", ClapEvent::Expression(0, 1, 0.5, 77), {}},
-      {"expression of a key that no voice plays", ClapEvent::Expression(0, 1, 0.5, -1, 0, 0, 60), {}},
+      {"expression of a key that no voice plays",
+       ClapEvent::Expression(0, 1, 0.5, -1, 0, 0, 60),
+       {}},
       {"MIDI", ClapEvent::Midi(0, 0xB2, 1, 99), {{0xB2, 1, 99}}},
   };
   for (const Case& c : cases) {
@@ -307,7 +308,8 @@ TEST_F(ClapFileTest, AudioKeepsItsChannelAndItsSample) {
             ASSERT_EQ(host.Output(channel)[i], sent[source][i - 1]) << channel << inPlace;
           }
         }
-        for (std::size_t i = 0; i < before.size() && frames > 0; ++i) before[i] = sent[i][frames - 1];
+        for (std::size_t i = 0; i < before.size() && frames > 0; ++i)
+          before[i] = sent[i][frames - 1];
       }
     }
   }

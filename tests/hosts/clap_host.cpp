@@ -135,10 +135,8 @@ const void* ClapHost::Extension(const char* id) const {
       [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
       [](const clap_host_t* host) { ++Of(host).flushRequests; }};
   static const clap_host_state_t kState = {[](const clap_host_t* host) { ++Of(host).dirtyMarks; }};
-  static const clap_host_log_t kLog = {
-      [](const clap_host_t* host, clap_log_severity, const char* text) {
-        Of(host).log.emplace_back(text);
-      }};
+  static const clap_host_log_t kLog = {[](const clap_host_t* host, clap_log_severity,
+                                          const char* text) { Of(host).log.emplace_back(text); }};
   static const clap_host_timer_support_t kTimer = {
       [](const clap_host_t* host, std::uint32_t, clap_id* id) {
         Of(host).timers.push_back(*id = 7);

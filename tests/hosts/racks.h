@@ -18,7 +18,8 @@ inline constexpr const char* kMidiEcho = R"({"halveron": 1, "modules": [
   {"id": "out", "name": "SA06 MIDI To DAW", "controls": {"SysEx limit": 1}}],
   "cables": [{"from": "in.MIDI", "to": "out.MIDI"}]})";
 
-/// Inputs 1 to 10 appear on outputs 3 to 12, and inputs 1 and 2 on outputs 1 and 2, one sample late.
+/// Inputs 1 to 10 appear on outputs 3 to 12, and inputs 1 and 2 on outputs 1 and 2, one sample
+/// late.
 inline constexpr const char* kAudioThrough = R"({"halveron": 1, "modules": [
   {"id": "out2", "name": "SA02 2 DAW", "controls": {"Left gain": 1, "Right gain": 1}},
   {"id": "out", "name": "SA12 Audio/CV To DAW"},
@@ -30,8 +31,8 @@ inline constexpr const char* kAudioThrough = R"({"halveron": 1, "modules": [
   {"from": "in.10", "to": "out.10"}]})";
 
 /// Four voices, dealt by SD05. The sum of their pitches is on output 3, that of their gates on 4,
-/// the host's clock on 5, whether it is stopped on 6. Parameter 100 is the knob whose value, squared
-/// in the output's gain, is on output 1 of 1: the input's.
+/// the host's clock on 5, whether it is stopped on 6. Parameter 100 is the knob whose value,
+/// squared in the output's gain, is on output 1 of 1: the input's.
 inline constexpr const char* kFourVoices = R"({"halveron": 1, "voices": 4, "modules": [
   {"id": "in", "name": "SA03 MIDI/Sync From DAW", "controls": {"MIDI clock": 1}},
   {"id": "deal", "name": "SD05 MIDI Poly Chainer"},
