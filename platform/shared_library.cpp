@@ -17,4 +17,8 @@ SharedLibrary::~SharedLibrary() { dlclose(handle_); }
 
 void* SharedLibrary::Find(const char* name) const { return dlsym(handle_, name); }
 
+void KeepLoaded(const char* name) {
+  if (void* handle = dlopen(name, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE)) dlclose(handle);
+}
+
 }  // namespace halveron::platform

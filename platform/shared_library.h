@@ -32,4 +32,8 @@ class SharedLibrary {
   void* handle_;
 };
 
+/// Keeps a library that this program has loaded already, told by its file's name, until the end of
+/// the process, whoever unloads what needs it. Does nothing if it isn't loaded.
+void KeepLoaded(const char* name);
+
 }  // namespace halveron::platform

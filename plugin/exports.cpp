@@ -5,11 +5,16 @@
 #include "engine/clap_factory.h"
 #include "engine/guarded_call.h"
 #include "engine/halveron.h"
+#include "platform/shared_library.h"
 
 namespace {
 
 using halveron::AEffect;
 using halveron::Halveron;
+
+// A host that scans loads and unloads us many times over, and Cairo with us. The library beneath
+// that takes 12 kB at each load, which it never gives back.
+void KeepLeakingLibraries() { halveron::platform::KeepLoaded("libpixman-1.so.0"); }
 
 AEffect* CreateVst2Plugin(halveron::audioMasterCallback host) {
   if (!host || host(nullptr, halveron::audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
@@ -28,7 +33,10 @@ AEffect* VSTPluginMain(halveron::audioMasterCallback host) { return CreateVst2Pl
 
 const clap_plugin_entry_t clap_entry = {
     halveron::kClapVersion,
-    [](const char*) { return true; },
+    [](const char*) {
+      KeepLeakingLibraries();
+      return true;
+    },
     [] {},
     halveron::FindClapFactory,
 };
