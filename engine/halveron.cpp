@@ -200,16 +200,13 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   if (clearOutputsPending) ClearOutputs(sampleFrames);
   if (hostKind != HostKind::kClap) blockStartFrames = sampleFrames;
   StartBlock();
+  rack_->plan.BeginBlock(sampleFrames * oversamplingSteps);
   if (oversamplingFactor == 1) {
     RunPlain(sampleFrames);
   } else {
     RunOversampled(sampleFrames);
   }
-}
-
-void Halveron::CarryCables() {
-  for (const RackModel::SignalMove& move : rack_->copies) *move.to = *move.from;
-  for (const RackModel::SignalMove& move : rack_->sums) *move.to += *move.from;
+  rack_->plan.EndBlock();
 }
 
 void Halveron::AdvanceSample() {
@@ -220,9 +217,9 @@ void Halveron::AdvanceSample() {
 
 void Halveron::RunPlain(int sampleFrames) {
   for (int sample = 0; sample < sampleFrames; ++sample) {
-    for (const RackModel::ModuleRun& run : rack_->everyStepRuns) run();
-    for (const RackModel::ModuleRun& run : rack_->firstStepRuns) run();
-    CarryCables();
+    rack_->plan.RunEveryStep();
+    rack_->plan.RunFirstStep();
+    rack_->plan.CarryCables();
     AdvanceSample();
   }
 }
@@ -230,11 +227,9 @@ void Halveron::RunPlain(int sampleFrames) {
 void Halveron::RunOversampled(int sampleFrames) {
   for (int sample = 0; sample < sampleFrames; ++sample) {
     for (int step = 0; step < oversamplingSteps; ++step) {
-      for (const RackModel::ModuleRun& run : rack_->everyStepRuns) run();
-      if (step == 0) {
-        for (const RackModel::ModuleRun& run : rack_->firstStepRuns) run();
-      }
-      CarryCables();
+      rack_->plan.RunEveryStep();
+      if (step == 0) rack_->plan.RunFirstStep();
+      rack_->plan.CarryCables();
       filter_.Push(currentOutL ? *currentOutL : 0.0f, currentOutR ? *currentOutR : 0.0f);
     }
     filter_.Decimate(currentOutL, currentOutR);
