@@ -100,6 +100,7 @@ bool SynEditor::LampsMayRedraw(const Module* module) const {
 
 void SynEditor::SetRows(int count) {
   RackModel::SetRows(count);
+  engine.PatchEdited();
   if (window_) window_->RowsChanged(count);
 }
 
