@@ -60,11 +60,21 @@ int FindEntry(const SynOptionMenu& menu, const std::string& title, bool isFolder
 PresetLibrary::PresetLibrary(std::string presetsFolder)
     : presetsFolder_(std::move(presetsFolder)) {}
 
-void PresetLibrary::Refresh() {
-  isRead_ = true;
+void PresetLibrary::SetFolder(const std::string& presetsFolder) {
+  presetsFolder_ = presetsFolder;
+  Empty();
+  isRead_ = false;
+}
+
+void PresetLibrary::Empty() {
   presetMenu_->removeAllEntry();
   currentPresetMenu_ = presetMenu_.get();
   currentIndex_ = -1;
+}
+
+void PresetLibrary::Refresh() {
+  Empty();
+  isRead_ = true;
   if (!presetsFolder_.empty()) ScanPresets(*presetMenu_, presetsFolder_);
 }
 

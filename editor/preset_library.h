@@ -15,6 +15,11 @@ class PresetLibrary {
  public:
   /// A folder with a slash at its end; empty for none.
   explicit PresetLibrary(std::string presetsFolder);
+  PresetLibrary(const PresetLibrary&) = delete;
+  PresetLibrary& operator=(const PresetLibrary&) = delete;
+
+  /// Turns to another folder, which is read when it is needed.
+  void SetFolder(const std::string& presetsFolder);
 
   /// Reads the folder again; nothing is selected then. The first use of anything else does it, too.
   void Refresh();
@@ -41,6 +46,7 @@ class PresetLibrary {
   std::string BuildPresetPath(const SynOptionMenu& menu, int index) const;
 
  private:
+  void Empty();
   void ScanPresets(SynOptionMenu& menu, const std::string& path);
   SynOptionMenu& AddFolder(SynOptionMenu& menu, const std::string& name);
   int AddPreset(SynOptionMenu& menu, const std::string& title);

@@ -77,7 +77,7 @@ class SynEditor : public RackModel {
   void CableChanged(const Cable* cable) override;
   void ModuleJoined(Module* module) override;
   void ModuleLeaves(Module* module) override;
-  bool IsInSight(const Module* module) const override;
+  bool LampsMayRedraw(const Module* module) const override;
   void SetRows(int count) override;
   CView* ViewUnderMouse() override;
   CMouseEventResult KnobContextClick(CControl* knob, const CPoint& where) override;

@@ -94,8 +94,8 @@ void SynEditor::ModuleLeaves(Module* module) {
   if (window_) window_->RemoveModuleView(*module);
 }
 
-bool SynEditor::IsInSight(const Module* module) const {
-  return window_ && window_->Rack().IsInSight(*module);
+bool SynEditor::LampsMayRedraw(const Module* module) const {
+  return window_ && options.ledsAlwaysOn.Get() && window_->Rack().IsInSight(*module);
 }
 
 void SynEditor::SetRows(int count) {

@@ -1,7 +1,5 @@
 #include "engine/window_editor.h"
 
-#include <optional>
-
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 
@@ -9,42 +7,24 @@ namespace halveron {
 
 namespace {
 
+struct KeyPair {
+  VstVirtualKey host;
+  CVirtualKey own;
+};
+
+constexpr KeyPair kKeys[] = {
+    {VKEY_BACK, kKeyBack},     {VKEY_TAB, kKeyTab},           {VKEY_RETURN, kKeyReturn},
+    {VKEY_ENTER, kKeyReturn},  {VKEY_ESCAPE, kKeyEscape},     {VKEY_SPACE, kKeySpace},
+    {VKEY_END, kKeyEnd},       {VKEY_HOME, kKeyHome},         {VKEY_LEFT, kKeyLeft},
+    {VKEY_UP, kKeyUp},         {VKEY_RIGHT, kKeyRight},       {VKEY_DOWN, kKeyDown},
+    {VKEY_PAGEUP, kKeyPageUp}, {VKEY_PAGEDOWN, kKeyPageDown}, {VKEY_INSERT, kKeyInsert},
+    {VKEY_DELETE, kKeyDelete}};
+
 CVirtualKey VirtualKeyOf(unsigned char key) {
-  switch (key) {
-    case VKEY_BACK:
-      return kKeyBack;
-    case VKEY_TAB:
-      return kKeyTab;
-    case VKEY_RETURN:
-    case VKEY_ENTER:
-      return kKeyReturn;
-    case VKEY_ESCAPE:
-      return kKeyEscape;
-    case VKEY_SPACE:
-      return kKeySpace;
-    case VKEY_END:
-      return kKeyEnd;
-    case VKEY_HOME:
-      return kKeyHome;
-    case VKEY_LEFT:
-      return kKeyLeft;
-    case VKEY_UP:
-      return kKeyUp;
-    case VKEY_RIGHT:
-      return kKeyRight;
-    case VKEY_DOWN:
-      return kKeyDown;
-    case VKEY_PAGEUP:
-      return kKeyPageUp;
-    case VKEY_PAGEDOWN:
-      return kKeyPageDown;
-    case VKEY_INSERT:
-      return kKeyInsert;
-    case VKEY_DELETE:
-      return kKeyDelete;
-    default:
-      return kKeyNone;
+  for (const KeyPair& pair : kKeys) {
+    if (pair.host == key) return pair.own;
   }
+  return kKeyNone;
 }
 
 CKeyEvent EventOf(const VstKeyCode& key) {

@@ -7,6 +7,7 @@
 #include "dsp/random.h"
 #include "dsp/shaping.h"
 #include "framework/byte_io.h"
+#include "framework/control_description.h"
 #include "framework/rack_model.h"
 
 namespace halveron {
@@ -261,6 +262,11 @@ CMouseEventResult Module::onMouseUp(CPoint& where, const CButtonState& buttons) 
 CMouseEventResult Module::onMouseMoved(CPoint& where, const CButtonState& buttons) {
   if (!isDragged) return ModuleWrapper::onMouseMoved(where, buttons);
   return hostTable.ModuleMouseMoved(editor, this, &where, &buttons);
+}
+
+std::string Module::tooltipAt(const CPoint& where) {
+  const auto* control = dynamic_cast<const CControl*>(getViewAt(where, true));
+  return control ? DescribeControl(*control) : ModuleWrapper::tooltipAt(where);
 }
 
 CRect Module::PlaceControl(float x, float y, SharedBitmap bitmap) const {

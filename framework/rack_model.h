@@ -141,7 +141,8 @@ class RackModel : public CControlListener {
   /// A module has joined the rack with all its voices, or is about to leave it. For voice 0 only.
   virtual void ModuleJoined(Module*) {}
   virtual void ModuleLeaves(Module*) {}
-  virtual bool IsInSight(const Module*) const { return true; }
+  /// Whether lamps of a module are worth a redraw when only their light has changed.
+  virtual bool LampsMayRedraw(const Module*) const { return true; }
   /// Gives the rack 1 or more rows.
   virtual void SetRows(int count) { rows = count; }
   /// The innermost view under the mouse while a cable is dragged.
