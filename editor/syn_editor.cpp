@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "editor/context_menus.h"
+#include "editor/factory_presets.h"
 #include "editor/module_catalogue.h"
 #include "editor/rack_window.h"
 #include "editor/window_images.h"
@@ -26,6 +27,7 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
       skin(folders, options),
       presets(folders.Presets()),
       presetsFolder(folders.Presets()) {
+  InstallFactoryPresets(folders);
   sampleAccurate = options.sampleAccurate.Get();
   presets.onChoice = [this] { presetCommands.LoadSelected(); };
 }

@@ -2,6 +2,7 @@
 // the panel. Texts are measured here again, as they are drawn.
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -27,8 +28,9 @@ bool Overlap(const CRect& a, const CRect& b) { return !CRect(a).bound(b).isEmpty
 bool Holds(const CRect& outer, const CRect& inner) { return CRect(outer).unite(inner) == outer; }
 
 std::string Told(const CRect& r) {
-  return "(" + std::to_string(r.left) + ", " + std::to_string(r.top) + ") to (" +
-         std::to_string(r.right) + ", " + std::to_string(r.bottom) + ")";
+  std::ostringstream text;
+  text << "(" << r.left << ", " << r.top << ") to (" << r.right << ", " << r.bottom << ")";
+  return text.str();
 }
 
 std::vector<Mark> Captions(const PanelPlan& plan) {
