@@ -19,8 +19,9 @@ void KeepLeakingLibraries() { halveron::platform::KeepLoaded("libpixman-1.so.0")
 AEffect* CreateVst2Plugin(halveron::audioMasterCallback host) {
   if (!host || host(nullptr, halveron::audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
     return nullptr;
-  return halveron::GuardedAnswer<AEffect*>(
-      nullptr, [&] { return (new Halveron(host, halveron::HostKind::kVst2))->getAeffect(); });
+  return halveron::GuardedAnswer<AEffect*>(nullptr, [&] {
+    return (new Halveron(host, halveron::HostKind::kVst2, halveron::UserFiles::kUse))->getAeffect();
+  });
 }
 
 }  // namespace
