@@ -10,7 +10,6 @@
 #include "engine/clap_factory.h"
 #include "engine/clap_plugin.h"
 #include "tests/hosts/clap_host.h"
-#include "tests/hosts/plugin_file.h"
 #include "tests/hosts/racks.h"
 #include "tests/hosts/vst2_host.h"
 
@@ -104,8 +103,9 @@ TEST(HostThreads, ClapPlaysWhileTheWindowThreadDoesEverythingElse) {
 }
 
 TEST(HostThreads, Vst2PlaysWhileOthersMoveParametersAndKeepStates) {
-  const platform::SharedLibrary file(kVst2File);
-  Vst2Host host(file.FindFunction<Vst2Entry>("VSTPluginMain"));
+  Vst2Host host([](audioMasterCallback callback) {
+    return (new Halveron(callback, HostKind::kVst2))->getAeffect();
+  });
   const std::vector<std::byte> state = StateOf(kFourVoices);
   ASSERT_TRUE(host.Load(state));
   host.Start(48000, kFrames);
