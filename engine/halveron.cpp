@@ -22,15 +22,15 @@ constexpr int kPrograms = 1;
 /// Open instances in this process.
 std::atomic<int> instanceCount{0};
 
-void SetUpProcess(const std::string& programFolder) {
-  skinPath = programFolder + "Skins/Classic/Medium/";
-  skinFallbackPath = skinPath;
-  const CBitmap sidebar(skinPath, skinFallbackPath, "sidebar_s_L.png");
-  if (sidebar.isLoaded()) {
-    SetPanelMetrics(sidebar.getHeight());
+void SetUpProcess(const SkinChoice& skin) {
+  skinPath = skin.Path();
+  skinFallbackPath = skin.FallbackPath();
+  if (skin.RowHeight() > 0) {
+    SetPanelMetrics(skin.RowHeight());
   } else {
     ResetPanelMetrics();
   }
+  digitColor = SkinConfig(skinPath, skinFallbackPath).digitColor;
   dsp::SeedRandomFromClock();
   LoadSharedBitmaps(skinPath, skinFallbackPath);
   SetUpModuleClasses();
@@ -46,7 +46,7 @@ void TearDownProcess() {
 
 }  // namespace
 
-Halveron::Halveron(audioMasterCallback host, HostKind kind)
+Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
     : AudioEffectX(host, kPrograms, kParameterCount) {
   hostKind = kind;
   if (host) {
@@ -62,7 +62,9 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind)
   filter_.AllowVector(platform::HasSse41());
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   separateInputs_.Prepare(blockSize);
-  rack_ = std::make_unique<SynEditor>(*this);
+  rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));
+  windowEditor_ = std::make_unique<WindowEditor>(*rack_);
+  setEditor(windowEditor_.get());
   programsAreChunks();
 }
 
@@ -73,13 +75,14 @@ Halveron::~Halveron() {
 void Halveron::open() {
   if (isOpen_) return;
   isOpen_ = true;
-  if (instanceCount.fetch_add(1) == 0) SetUpProcess(dllFolder_);
+  if (instanceCount.fetch_add(1) == 0) SetUpProcess(rack_->skin);
 }
 
 void Halveron::close() {
   if (!isOpen_) return;
   isOpen_ = false;
   setEditor(nullptr);
+  windowEditor_.reset();
   rack_.reset();
   if (instanceCount.fetch_sub(1) == 1) TearDownProcess();
 }
@@ -281,6 +284,11 @@ void Halveron::PatchEdited() {
 
 bool Halveron::ResizeEditor(int width, int height) {
   return clapHost_ ? clapHost_->ResizeEditor(width, height) : sizeWindow(width, height);
+}
+
+std::string Halveron::HostProduct() {
+  char product[kVstMaxProductStrLen] = "";
+  return !clapHost_ && getHostProductString(product) ? product : "";
 }
 
 }  // namespace halveron

@@ -9,6 +9,7 @@
 #include "engine/clap_host_services.h"
 #include "engine/oversampling.h"
 #include "engine/separate_inputs.h"
+#include "engine/window_editor.h"
 #include "framework/engine_context.h"
 #include "presets/preset_document.h"
 
@@ -22,7 +23,7 @@ class Halveron final : public AudioEffectX, public EngineContext {
   static constexpr int kMidiChannels = 16;
 
   /// `host` may be null: then nobody is asked for anything.
-  Halveron(audioMasterCallback host, HostKind kind);
+  Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles = UserFiles::kLeaveAlone);
   ~Halveron() override;
 
   // Life. The instance must be opened before it processes; the first one that opens in a process
@@ -85,8 +86,8 @@ class Halveron final : public AudioEffectX, public EngineContext {
   bool ReleaseVoiceNote(int voice, int noteSlot) override;
   void ParameterMoved(int index, float value) override;
   void PatchEdited() override;
-  /// Asks the host for another size of the editor's window, in pixels; false if it refuses.
-  bool ResizeEditor(int width, int height);
+  bool ResizeEditor(int width, int height) override;
+  std::string HostProduct() override;
 
   /// The CLAP instance that drives this engine, which outlives it; null under VST2.
   void AttachClapHost(ClapHostServices* host) { clapHost_ = host; }
@@ -108,6 +109,7 @@ class Halveron final : public AudioEffectX, public EngineContext {
   SeparateInputs separateInputs_;
   ClapHostServices* clapHost_ = nullptr;
   std::unique_ptr<SynEditor> rack_;
+  std::unique_ptr<WindowEditor> windowEditor_;
   bool isOpen_ = false;
 };
 

@@ -130,7 +130,7 @@ void RackModel::FillHostTable() {
     return knob->onMouseMoved(*where, *buttons);
   };
   t.LampMayRedraw = [](Rack* rack, const CMovieBitmap* lamp) {
-    return rack->IsInSight(static_cast<const Module*>(lamp->getParentView()));
+    return rack->LampsMayRedraw(static_cast<const Module*>(lamp->getParentView()));
   };
   t.ModuleMouseDown = [](Rack* rack, Module* module, CPoint* where, const CButtonState* buttons) {
     return rack->ModuleMouseDown(module, *where, *buttons);

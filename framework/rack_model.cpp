@@ -107,6 +107,7 @@ void RackModel::SetUpNewModule(int index) {
   }
   LinkVoiceControls(instances.front());
   for (Module* module : instances) module->ModuleCreated(engine.voiceCount);
+  ModuleJoined(instances.front());
 }
 
 void RackModel::LinkVoiceControls(Module* module) {
@@ -150,6 +151,7 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
       instances.push_back(instance);
     }
   }
+  if (isDraggingCable && dragOrigin->Owner() == module) AbortCableDrag();
   for (Module* instance : instances) RemoveCablesOf(instance);
   if (deleteInstances) {
     for (Module* instance : instances) instance->ModuleRemoved();
@@ -165,6 +167,7 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
     if (row[place]) row[place]->moduleIndex = index;
     row.pop_back();
   }
+  if (firstVoice == 0) ModuleLeaves(module);
   for (Module* instance : instances) Discard(instance);
   RequestRedraw();
 }
@@ -238,6 +241,13 @@ bool RackModel::ReleaseFromTrash(Module* module) {
   trashList.pop_back();
   module->forget();
   return true;
+}
+
+void RackModel::EmptyTrash() {
+  const std::vector<Module*> held = trashList;
+  for (Module* module : held) {
+    if (module->getNbReference() == 1) ReleaseFromTrash(module);
+  }
 }
 
 CMouseEventResult RackModel::KnobContextClick(CControl*, const CPoint&) {
