@@ -4,22 +4,15 @@
 #include <chrono>
 #include <utility>
 
+#include "engine/clap_host_extension.h"
+
 namespace halveron {
 
-namespace {
-
-template <class Extension>
-const Extension* AskHost(const clap_host_t* host, const char* id) {
-  return host && host->get_extension ? static_cast<const Extension*>(host->get_extension(host, id))
-                                     : nullptr;
-}
-
-}  // namespace
-
 void ClapWindow::FindServices() {
-  hostGui_ = AskHost<clap_host_gui_t>(host_, CLAP_EXT_GUI);
-  hostTimer_ = AskHost<clap_host_timer_support_t>(host_, CLAP_EXT_TIMER_SUPPORT);
-  hostDescriptor_ = AskHost<clap_host_posix_fd_support_t>(host_, CLAP_EXT_POSIX_FD_SUPPORT);
+  hostGui_ = FindHostExtension<clap_host_gui_t>(host_, CLAP_EXT_GUI);
+  hostTimer_ = FindHostExtension<clap_host_timer_support_t>(host_, CLAP_EXT_TIMER_SUPPORT);
+  hostDescriptor_ =
+      FindHostExtension<clap_host_posix_fd_support_t>(host_, CLAP_EXT_POSIX_FD_SUPPORT);
 }
 
 bool ClapWindow::GetSize(std::uint32_t* width, std::uint32_t* height) const {

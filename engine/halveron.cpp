@@ -122,10 +122,12 @@ void Halveron::ApplyOversamplingFactor(int menuEntry) {
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   filter_.Configure(filterMenuIndex, oversamplingFactor);
   ForEachInstance([](Module& module) { module.FollowRate(); });
+  PatchEdited();
 }
 
 void Halveron::ApplyOversamplingFilter(int row) {
   filterMenuIndex = row;
+  PatchEdited();
   if (oversamplingFactor == 1) return;
   const std::lock_guard lock(processingLock);
   filter_.Configure(row, oversamplingFactor);
@@ -238,7 +240,7 @@ void Halveron::RunOversampled(int sampleFrames) {
 }
 
 int Halveron::processEvents(VstEvents* events) {
-  if (!events || events->numEvents == 0 || !rack_ || rack_->eventModules.empty()) return 1;
+  if (!events || events->numEvents == 0) return 1;
   const std::lock_guard lock(processingLock);
   HandEvents(events);
   return 1;

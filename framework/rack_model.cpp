@@ -12,8 +12,8 @@ PatchEdit::PatchEdit(RackModel& rack) : rack_(rack), lock_(rack.engine.processin
 }
 
 PatchEdit::~PatchEdit() {
-  if (--rack_.editDepth_ > 0 || !rack_.planOutdated_) return;
-  rack_.RebuildPlan();
+  if (--rack_.editDepth_ > 0) return;
+  if (rack_.planOutdated_) rack_.RebuildPlan();
   lock_.unlock();
   rack_.engine.PatchEdited();
 }

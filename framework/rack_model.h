@@ -221,7 +221,7 @@ class RackModel : public CControlListener {
 };
 
 /// Holds the processing lock for a change of the patch. When the outermost one ends, what the
-/// sample loop walks is brought up to date.
+/// sample loop walks is brought up to date, and the host is told that its state is outdated.
 class PatchEdit {
  public:
   explicit PatchEdit(RackModel& rack);

@@ -18,7 +18,7 @@ constexpr const char* kScanner = "/usr/lib/x86_64-linux-gnu/qtractor/qtractor_pl
 class ScannerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (HALVERON_IS_SANITIZED) GTEST_SKIP() << "other programs cannot load a sanitized file";
+    if (*HALVERON_SANITIZERS) GTEST_SKIP() << "other programs cannot load a sanitized file";
     if (!std::filesystem::exists(kScanner)) {
       GTEST_SKIP() << "no " << kScanner << "; it comes with: apt-get install qtractor";
     }
