@@ -18,8 +18,8 @@ float Playable(float sample) { return std::isfinite(sample) ? std::clamp(sample,
 
 }  // namespace
 
-LiveHost::LiveHost(Settings settings)
-    : PluginHost(std::move(settings), UserFiles::kUse),
+LiveHost::LiveHost(Settings settings, UserFiles userFiles)
+    : PluginHost(std::move(settings), userFiles),
       incoming_(kQueueBytes),
       outgoing_(kQueueBytes),
       blockBytes_(kQueueBytes) {}

@@ -17,8 +17,7 @@ namespace halveron {
 /// from Start on.
 class LiveHost final : public PluginHost {
  public:
-  /// Files of the user's (options, presets) are used, as any host's instance does.
-  explicit LiveHost(Settings settings);
+  explicit LiveHost(Settings settings, UserFiles userFiles = UserFiles::kUse);
   ~LiveHost() override;
 
   /// Gets what the plug-in sends, on a thread of its own, from Start on; none drops it.

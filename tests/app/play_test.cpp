@@ -87,7 +87,7 @@ class LiveHostTest : public ::testing::Test {
     return left;
   }
 
-  LiveHost host{{48000, kBlock, true, SongPosition(120.0)}};
+  LiveHost host{{48000, kBlock, true, SongPosition(120.0)}, UserFiles::kLeaveAlone};
   double now = 0;
 };
 
@@ -149,6 +149,8 @@ class Played {
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
+    // The user's own options and presets stay out of it.
+    setenv("HOME", folder.At("").c_str(), 1);
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_addopen(&files, 1, log_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
