@@ -112,19 +112,38 @@ WindowSurface::WindowSurface(X11Window window, int width, int height) : window_(
       cairo_xlib_surface_create(DisplayOf(window), window.id, attributes.visual, width, height);
 }
 
-WindowSurface::~WindowSurface() { cairo_surface_destroy(surface_); }
+WindowSurface::~WindowSurface() {
+  // Copies that the server has not confirmed are forgotten, and leak, unless they are looked
+  // through once more, as happens when room for another picture is taken.
+  XSync(DisplayOf(window_), False);
+  constexpr int kLargeEnough = 256;
+  cairo_surface_destroy(
+      cairo_surface_create_similar_image(surface_, CAIRO_FORMAT_RGB24, kLargeEnough, kLargeEnough));
+  cairo_device_t* device = cairo_device_reference(cairo_surface_get_device(surface_));
+  cairo_surface_destroy(surface_);
+  cairo_device_finish(device);
+  cairo_device_destroy(device);
+}
 
 void WindowSurface::Resize(int width, int height) {
   cairo_xlib_surface_set_size(surface_, width, height);
 }
 
 void WindowSurface::Copy(cairo_surface_t* picture, int x, int y, int width, int height) {
+  // The same pixels without their alpha are laid out as the window's are and go there as they
+  // stand.
+  cairo_surface_flush(picture);
+  cairo_surface_t* opaque = cairo_image_surface_create_for_data(
+      cairo_image_surface_get_data(picture), CAIRO_FORMAT_RGB24,
+      cairo_image_surface_get_width(picture), cairo_image_surface_get_height(picture),
+      cairo_image_surface_get_stride(picture));
   cairo_t* cairo = cairo_create(surface_);
   cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
-  cairo_set_source_surface(cairo, picture, 0, 0);
+  cairo_set_source_surface(cairo, opaque, 0, 0);
   cairo_rectangle(cairo, x, y, width, height);
   cairo_fill(cairo);
   cairo_destroy(cairo);
+  cairo_surface_destroy(opaque);
 }
 
 void WindowSurface::Flush() {

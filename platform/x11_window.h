@@ -52,7 +52,7 @@ std::uintptr_t TakeKeyboard(X11Window window);
 /// Gives the keyboard to another window, if this one has it and the other one exists.
 void GiveKeyboardBack(X11Window window, std::uintptr_t to);
 
-/// A window's pixels, to copy pictures to.
+/// A window's pixels, to copy pictures to. One at a time for a connection.
 class WindowSurface {
  public:
   /// The size may differ from the window's; what does not fit is cut.
@@ -62,7 +62,7 @@ class WindowSurface {
   WindowSurface& operator=(const WindowSurface&) = delete;
 
   void Resize(int width, int height);
-  /// Copies a rectangle of a picture to the same place of the window.
+  /// Copies a rectangle of a picture, an image with alpha, to the same place of the window.
   void Copy(cairo_surface_t* picture, int x, int y, int width, int height);
   /// Sends what was copied.
   void Flush();
