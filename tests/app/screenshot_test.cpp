@@ -54,8 +54,8 @@ TEST_F(ScreenshotTest, ShowsTheRowsOfThePatchInEachSkinAndTheSameEachTime) {
   ASSERT_EQ(Run({patch_, "-o", Path("night.png"), "--skin", "Night"}), 0) << err_.str();
   EXPECT_NE(platform::ReadWholeFile(Path("a.png")), platform::ReadWholeFile(Path("night.png")));
   EXPECT_EQ(SizeOf(Path("a.png")), SizeOf(Path("night.png")));
-  ASSERT_EQ(Run({patch_, "-o", Path("two.png"), "--rows", "2"}), 0) << err_.str();
-  EXPECT_EQ(SizeOf(Path("a.png")).y - SizeOf(Path("two.png")).y, 291) << "the patch has three";
+  ASSERT_EQ(Run({patch_, "-o", Path("three.png"), "--rows", "3"}), 0) << err_.str();
+  EXPECT_EQ(SizeOf(Path("three.png")).y - SizeOf(Path("a.png")).y, 291) << "the patch has two";
   ASSERT_EQ(Run({patch_, "-o", Path("menu.png"), "--menu", "modules"}), 0) << err_.str();
   EXPECT_NE(platform::ReadWholeFile(Path("a.png")), platform::ReadWholeFile(Path("menu.png")));
   ASSERT_EQ(Run({patch_, "-o", Path("large.png"), "--size", "Large"}), 0) << err_.str();
