@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 
+#include "dsp/lanes.h"
+
 namespace halveron::dsp {
 
 /// Table points per zero crossing of the sinc: one point is 1/16 of a sample at the base rate.
@@ -25,48 +27,71 @@ const std::array<float, kMinBlepSize>& GetMinBlepTable();
 ///
 /// A step is told at the moment when the naive wave has jumped; the ring then leads from the old
 /// level to the new one. Memory is part of the object, so no call allocates.
+template <class Lanes = OneVoice>
 class MinBlepRing {
  public:
+  using Float = typename Lanes::Float;
+
   /// Table points per output sample, 1 to kMinBlepSize; others are limited to that. At 16 the step
   /// ends at the Nyquist frequency, at 8 at half of it. Forgets the steps under way.
   void SetStride(int stride) {
     stride_ = std::clamp(stride, 1, kMinBlepSize);
     size_ = kMinBlepSize / stride_ + 3;
-    slots_.fill(0.0f);
+    slots_.fill(Float(0.0f));
     read_ = 0;
   }
   int Stride() const { return stride_; }
   /// Samples that the ring holds, more than any step is long.
   int Size() const { return size_; }
 
-  /// Inserts a step that fell by `amplitude`, `position` table points before the present sample.
-  /// A position at or beyond the step's end, or one that is no number, inserts nothing.
-  void Insert(float position, float amplitude) {
+  /// Inserts into a lane a step that fell by `amplitude`, `position` table points before the
+  /// present sample. A position at or beyond the step's end, or one that is no number, inserts
+  /// nothing.
+  void Insert(int lane, float position, float amplitude) {
     if (!(position < kMinBlepLength)) return;
-    position = std::max(position, 0.0f);
+    position = position < 0.0f ? 0.0f : position;
     int k = static_cast<int>(position);
     const float fraction = position - static_cast<float>(k);
     for (int slot = read_; k < kMinBlepLength; k += stride_) {
       const float value = table_[k] + (table_[k + 1] - table_[k]) * fraction;
-      slots_[slot] += (1.0f - value) * amplitude;
+      Lane(slots_[slot], lane) += (1.0f - value) * amplitude;
       if (++slot == size_) slot = 0;
     }
   }
 
   /// The residual of the present sample; goes on to the next.
-  float Read() {
-    const float residual = slots_[read_];
-    slots_[read_] = 0.0f;
+  Float Read() {
+    const Float residual = slots_[read_];
+    slots_[read_] = Float(0.0f);
     if (++read_ == size_) read_ = 0;
     return residual;
   }
 
+  /// Takes over the steps under way of one voice, whose ring has the same stride.
+  void LoadLane(int lane, const MinBlepRing<OneVoice>& voice) {
+    for (int i = 0, from = voice.read_, to = read_; i < size_; ++i) {
+      Lane(slots_[to], lane) = voice.slots_[from];
+      if (++from == size_) from = 0;
+      if (++to == size_) to = 0;
+    }
+  }
+  void StoreLane(int lane, MinBlepRing<OneVoice>& voice) const {
+    for (int i = 0, from = read_, to = voice.read_; i < size_; ++i) {
+      voice.slots_[to] = Lane(slots_[from], lane);
+      if (++from == size_) from = 0;
+      if (++to == size_) to = 0;
+    }
+  }
+
  private:
+  template <class Other>
+  friend class MinBlepRing;
+
   const float* table_ = GetMinBlepTable().data();
   int stride_ = kMinBlepDensity;
   int size_ = kMinBlepSize / kMinBlepDensity + 3;
   int read_ = 0;
-  std::array<float, kMinBlepSize + 3> slots_{};
+  std::array<Float, kMinBlepSize + 3> slots_{};
 };
 
 }  // namespace halveron::dsp

@@ -1,30 +1,33 @@
 // Small non-linear shapes that filters and amplifiers share.
 #pragma once
 
-#include <algorithm>
-#include <cmath>
+#include <type_traits>
+
+#include "dsp/lanes.h"
 
 namespace halveron::dsp {
 
 /// Limits x to -limit..limit. A NaN passes through.
 template <class Real>
-inline Real LimitSymmetric(Real x, Real limit) {
-  return x > limit ? limit : (x < -limit ? -limit : x);
+inline Real LimitSymmetric(Real x, std::type_identity_t<Real> limit) {
+  return Select(x > limit, limit, Select(x < -limit, -limit, x));
 }
 
 /// Limits x to 0..1; a NaN, which a MIDI cable may bring, counts as 0.
 template <class Real>
 inline Real LimitUnit(Real x) {
-  return x > Real(0) ? (x < Real(1) ? x : Real(1)) : Real(0);
+  return Select(x > Real(0.0f), Select(x < Real(1.0f), x, Real(1.0f)), Real(0.0f));
 }
 
 /// Leaves -1..1 as it is, bends what is beyond, and stays at 2 from 3 on. A NaN passes through.
-inline double SoftClip(double x) {
-  const double excess = std::abs(x) - 1.0;
-  if (!(excess > 0.0)) return x;
-  if (excess > 2.0) return std::copysign(2.0, x);
-  const float half = static_cast<float>(excess * 0.5);
-  return std::copysign(1.0 + excess / (half * half + 1.0f), x);
+template <class Double>
+inline Double SoftClip(Double x) {
+  const Double excess = Abs(x) - 1.0;
+  const auto bends = excess > 0.0;
+  if (!Any(bends)) return x;
+  const auto half = ToFloat(excess * 0.5);
+  const Double bent = 1.0 + excess / ToDouble(half * half + 1.0f);
+  return Select(bends, CopySign(Select(excess > 2.0, 2.0, bent), x), x);
 }
 
 /// Pre-warp of a trapezoidal integrator's gain: a polynomial in place of tan, good to 1 % up to
@@ -36,10 +39,14 @@ inline Real Warp(Real g0) {
 }
 
 /// Rounds to the nearest integer by truncation: one is added where the remainder is above 0.5.
-template <class Real>
-inline int RoundHalfDown(Real x) {
+inline int RoundHalfDown(double x) {
   const int whole = static_cast<int>(x);
-  return x - static_cast<Real>(whole) > Real(0.5) ? whole + 1 : whole;
+  return x - whole > 0.5 ? whole + 1 : whole;
+}
+template <class Float>
+inline auto RoundHalfDown(Float x) {
+  const auto whole = Truncate(x);
+  return Select(x - ToFloat(whole) > 0.5f, whole + 1, whole);
 }
 
 }  // namespace halveron::dsp

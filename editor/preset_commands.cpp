@@ -119,6 +119,7 @@ void PresetCommands::EditDescription() {
     if (button == kOk) {
       editor_.author = dialog.FieldText(0);
       editor_.description = dialog.FieldText(1);
+      editor_.engine.PatchEdited();
       editor_.ShowAuthor();
     }
     dialog.CloseDialog();

@@ -70,6 +70,7 @@ void PresetLibrary::Empty() {
   presetMenu_->removeAllEntry();
   currentPresetMenu_ = presetMenu_.get();
   currentIndex_ = -1;
+  isSelected_ = false;
 }
 
 void PresetLibrary::Refresh() {
@@ -109,20 +110,20 @@ int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& title) {
 }
 
 void PresetLibrary::Select(SynOptionMenu& menu, int index) {
-  MarkPresetChain(false);
+  ClearSelection();
   currentPresetMenu_ = &menu;
   currentIndex_ = index;
+  isSelected_ = true;
   MarkPresetChain(true);
 }
 
 void PresetLibrary::ClearSelection() {
-  MarkPresetChain(false);
-  currentIndex_ = -1;
+  if (isSelected_) MarkPresetChain(false);
+  isSelected_ = false;
 }
 
 void PresetLibrary::MarkPresetChain(bool state) {
   int index = currentIndex_;
-  if (index < 0) return;
   for (SynOptionMenu* menu = currentPresetMenu_; menu; menu = menu->parentMenu) {
     menu->checkEntry(index, state);
     index = menu->parentIndex;
@@ -155,7 +156,7 @@ bool PresetLibrary::Step(int direction) {
 std::string PresetLibrary::BuildPresetPath(const SynOptionMenu& menu, int index) const {
   std::string path = menu.TitleAt(index);
   for (const SynOptionMenu* m = &menu; m->parentMenu; m = m->parentMenu) {
-    path = std::string(m->parentMenu->TitleAt(m->parentIndex)) + "/" + path;
+    path.insert(0, "/").insert(0, m->parentMenu->TitleAt(m->parentIndex));
   }
   return presetsFolder_ + path + kPresetExtension;
 }

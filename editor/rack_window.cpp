@@ -281,6 +281,7 @@ void RackWindow::EndDrag(const CPoint& where, const CButtonState& buttons) {
   frame_->dragRepeat.stop();
   frame_->releaseCapture();
   frame_->setFocusView(nullptr);
+  if (outcome == ModuleDrag::Outcome::kPlaced) editor_.engine.PatchEdited();
   if (outcome == ModuleDrag::Outcome::kRefused) editor_.commands.DeleteModule(module);
   rack_->RequestRedraw();
 }

@@ -95,11 +95,12 @@ void SynEditor::ModuleLeaves(Module* module) {
 }
 
 bool SynEditor::LampsMayRedraw(const Module* module) const {
-  return window_ && options.ledsAlwaysOn.Get() && window_->Rack().IsInSight(*module);
+  return !window_ || (options.ledsAlwaysOn.Get() && window_->Rack().IsInSight(*module));
 }
 
 void SynEditor::SetRows(int count) {
   RackModel::SetRows(count);
+  engine.PatchEdited();
   if (window_) window_->RowsChanged(count);
 }
 

@@ -7,18 +7,14 @@
 #include <mutex>
 #include <vector>
 
+#include "engine/clap_host_extension.h"
+
 namespace halveron {
 
 namespace {
 
 constexpr std::uint32_t kChannelsPerPort = 2;
 constexpr auto kMostFrames = static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max());
-
-template <class Extension>
-void AskHost(const clap_host_t* host, const char* id, const Extension*& extension) {
-  const void* found = host && host->get_extension ? host->get_extension(host, id) : nullptr;
-  extension = static_cast<const Extension*>(found);
-}
 
 /// Writes the channels of `count` stereo ports into `target`, null for each that is not there.
 template <std::size_t Count>
@@ -94,7 +90,10 @@ bool ReadAll(const clap_istream_t& stream, std::vector<std::byte>& bytes) {
 
 ClapPluginInstance::ClapPluginInstance(const clap_plugin_descriptor_t& descriptor,
                                        const clap_host_t* host)
-    : host_(host), engine_(nullptr, HostKind::kClap, UserFiles::kUse), input_(engine_, notes_), window_(host) {
+    : host_(host),
+      engine_(nullptr, HostKind::kClap, UserFiles::kUse),
+      input_(engine_, notes_),
+      window_(host) {
   record.desc = &descriptor;
   record.plugin_data = this;
 }
@@ -107,11 +106,11 @@ ClapPluginInstance::~ClapPluginInstance() {
 }
 
 bool ClapPluginInstance::Init() {
-  AskHost(host_, CLAP_EXT_LOG, hostLog_);
-  AskHost(host_, CLAP_EXT_THREAD_CHECK, hostThreadCheck_);
-  AskHost(host_, CLAP_EXT_LATENCY, hostLatency_);
-  AskHost(host_, CLAP_EXT_PARAMS, hostParams_);
-  AskHost(host_, CLAP_EXT_STATE, hostState_);
+  hostLog_ = FindHostExtension<clap_host_log_t>(host_, CLAP_EXT_LOG);
+  hostThreadCheck_ = FindHostExtension<clap_host_thread_check_t>(host_, CLAP_EXT_THREAD_CHECK);
+  hostLatency_ = FindHostExtension<clap_host_latency_t>(host_, CLAP_EXT_LATENCY);
+  hostParams_ = FindHostExtension<clap_host_params_t>(host_, CLAP_EXT_PARAMS);
+  hostState_ = FindHostExtension<clap_host_state_t>(host_, CLAP_EXT_STATE);
   window_.FindServices();
   engine_.open();
   window_.SetEditor(engine_.getEditor());

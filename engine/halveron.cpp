@@ -73,7 +73,7 @@ Halveron::~Halveron() {
 }
 
 void Halveron::open() {
-  if (isOpen_) return;
+  if (isOpen_ || !rack_) return;
   isOpen_ = true;
   if (instanceCount.fetch_add(1) == 0) SetUpProcess(rack_->skin);
 }
@@ -122,10 +122,12 @@ void Halveron::ApplyOversamplingFactor(int menuEntry) {
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   filter_.Configure(filterMenuIndex, oversamplingFactor);
   ForEachInstance([](Module& module) { module.FollowRate(); });
+  PatchEdited();
 }
 
 void Halveron::ApplyOversamplingFilter(int row) {
   filterMenuIndex = row;
+  PatchEdited();
   if (oversamplingFactor == 1) return;
   const std::lock_guard lock(processingLock);
   filter_.Configure(row, oversamplingFactor);
@@ -200,16 +202,13 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   if (clearOutputsPending) ClearOutputs(sampleFrames);
   if (hostKind != HostKind::kClap) blockStartFrames = sampleFrames;
   StartBlock();
+  rack_->plan.BeginBlock(sampleFrames * oversamplingSteps);
   if (oversamplingFactor == 1) {
     RunPlain(sampleFrames);
   } else {
     RunOversampled(sampleFrames);
   }
-}
-
-void Halveron::CarryCables() {
-  for (const RackModel::SignalMove& move : rack_->copies) *move.to = *move.from;
-  for (const RackModel::SignalMove& move : rack_->sums) *move.to += *move.from;
+  rack_->plan.EndBlock();
 }
 
 void Halveron::AdvanceSample() {
@@ -220,9 +219,9 @@ void Halveron::AdvanceSample() {
 
 void Halveron::RunPlain(int sampleFrames) {
   for (int sample = 0; sample < sampleFrames; ++sample) {
-    for (const RackModel::ModuleRun& run : rack_->everyStepRuns) run();
-    for (const RackModel::ModuleRun& run : rack_->firstStepRuns) run();
-    CarryCables();
+    rack_->plan.RunEveryStep();
+    rack_->plan.RunFirstStep();
+    rack_->plan.CarryCables();
     AdvanceSample();
   }
 }
@@ -230,11 +229,9 @@ void Halveron::RunPlain(int sampleFrames) {
 void Halveron::RunOversampled(int sampleFrames) {
   for (int sample = 0; sample < sampleFrames; ++sample) {
     for (int step = 0; step < oversamplingSteps; ++step) {
-      for (const RackModel::ModuleRun& run : rack_->everyStepRuns) run();
-      if (step == 0) {
-        for (const RackModel::ModuleRun& run : rack_->firstStepRuns) run();
-      }
-      CarryCables();
+      rack_->plan.RunEveryStep();
+      if (step == 0) rack_->plan.RunFirstStep();
+      rack_->plan.CarryCables();
       filter_.Push(currentOutL ? *currentOutL : 0.0f, currentOutR ? *currentOutR : 0.0f);
     }
     filter_.Decimate(currentOutL, currentOutR);
@@ -243,7 +240,7 @@ void Halveron::RunOversampled(int sampleFrames) {
 }
 
 int Halveron::processEvents(VstEvents* events) {
-  if (!events || events->numEvents == 0 || !rack_ || rack_->eventModules.empty()) return 1;
+  if (!events || events->numEvents == 0) return 1;
   const std::lock_guard lock(processingLock);
   HandEvents(events);
   return 1;

@@ -102,7 +102,6 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void StartBlock();
   void RunPlain(int sampleFrames);
   void RunOversampled(int sampleFrames);
-  void CarryCables();
   void AdvanceSample();
 
   std::string dllFolder_;

@@ -44,7 +44,6 @@ Module::Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const Hos
   sampleRate = static_cast<float>(hostTable.GetOversamplingSteps(editor)) * dawSampleRate;
   halfSampleRate = sampleRate * 0.5f;
   sampleRate60 = sampleRate * 60.0f;
-  signals = editor->signals;
 }
 
 Module::~Module() = default;
@@ -79,12 +78,10 @@ bool Module::SetBandlimitMode(int mode) {
 }
 
 void Module::InitPatchPoints(float value) {
-  forEach([&](CView* view) {
-    PatchPoint* point = AsPatchPoint(view);
-    if (!point) return;
+  for (PatchPoint* point : points_) {
     point->in = value;
     point->out = value;
-  });
+  }
 }
 
 int Module::OnMouseMoved(CPoint*, int*) { return kMouseEventNotHandled; }
@@ -302,41 +299,42 @@ PatchPoint* Module::MakePatchPoint(int type, bool twoState, const char* role, fl
               : CPoint(ScaleToPixels(kPatchPointSize), ScaleToPixels(kPatchPointSize));
     rect = CentredOn(x, y, size);
   }
-  auto* point = new PatchPoint(rect, editor, editor, type, twoState ? 2 : 1, bitmap, signals);
+  auto* point = new PatchPoint(rect, editor, editor, type, twoState ? 2 : 1, bitmap);
   point->twoState = twoState;
+  points_.push_back(point);
   return AdoptControl(point, role, 0.0f, TAG_UNASSIGNED);
 }
 
 void Module::AddPatchPoint(Input& handle, const char* role, float x, float y) {
   PatchPoint* point = MakePatchPoint(kInputPoint, false, role, x, y);
-  handle.Bind(point, point->in.Address());
+  handle.Bind(point);
 }
 
 void Module::AddPatchPoint(Output& handle, const char* role, float x, float y) {
   PatchPoint* point = MakePatchPoint(kOutputPoint, false, role, x, y);
-  handle.Bind(point, point->out.Address());
+  handle.Bind(point);
 }
 
 void Module::AddPatchPoint(Either& handle, const char* role, float x, float y) {
   PatchPoint* point = MakePatchPoint(kEitherPoint, false, role, x, y);
-  handle.Bind(point, point->in.Address());
+  handle.Bind(point);
 }
 
 void Module::AddMidiPatchPoint(Input& handle, const char* role, float x, float y) {
   PatchPoint* point = MakePatchPoint(kInputPoint, true, role, x, y);
-  handle.Bind(point, point->in.Address());
+  handle.Bind(point);
 }
 
 void Module::AddMidiPatchPoint(Output& handle, const char* role, float x, float y) {
   PatchPoint* point = MakePatchPoint(kOutputPoint, true, role, x, y);
-  handle.Bind(point, point->out.Address());
+  handle.Bind(point);
 }
 
 template <class KnobClass>
 KnobClass* Module::MakeKnob(Knob& handle, const char* role, float x, float y, SharedBitmap bitmap,
                             float initial, bool stepped, int tag) {
   auto* knob = new KnobClass(PlaceControl(x, y, bitmap), editor, TAG_UNASSIGNED,
-                             InfoOf(bitmap).frames, BitmapOf(bitmap), signals);
+                             InfoOf(bitmap).frames, BitmapOf(bitmap), editor->knobs);
   knob->stepped = stepped;
   knob->SetSmoothing(kDefaultSmoothDelay, sampleRate);
   AdoptControl(knob, role, initial, tag);

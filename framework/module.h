@@ -5,8 +5,9 @@
 // the cable notices run on the thread that made the change; the cable notices come inside the lock.
 #pragma once
 
-#include <memory>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "framework/class_pool.h"
 #include "framework/engine_context.h"
@@ -14,6 +15,7 @@
 #include "framework/module_controls.h"
 #include "framework/patch_point.h"
 #include "framework/signal.h"
+#include "framework/voice_group.h"
 #include "gui/view_container.h"
 
 namespace halveron {
@@ -63,6 +65,12 @@ class Module : public ModuleWrapper {
       for (std::size_t i = 0; i < count; ++i) modules[i]->ProcessSample();
     };
   }
+  /// Makes the operation that runs all voices of a module of this class in one call, in vectors of
+  /// a given width. Null where the class has none.
+  virtual VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const {
+    (void)unit;
+    return nullptr;
+  }
   virtual void ProcessEvents(VstEvents* events) { (void)events; }
   virtual void BlockStart(int frames) { (void)frames; }
   virtual void SetSampleRate(float rate);
@@ -77,6 +85,9 @@ class Module : public ModuleWrapper {
   virtual void SetKnobSmoothing(float delay);
   virtual bool SetBandlimitMode(int mode);
   virtual void InitPatchPoints(float value);
+
+  /// The patch points, in the order of making.
+  std::span<PatchPoint* const> Points() const { return points_; }
 
   // Notices.
   virtual void CableConnected(PatchPoint* point) { (void)point; }
@@ -219,8 +230,6 @@ class Module : public ModuleWrapper {
   void AddLeftScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener);
   void AddRightScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener);
 
-  std::shared_ptr<SignalStore> signals;
-
  private:
   CRect PlaceControl(float x, float y, SharedBitmap bitmap) const;
   /// Names the control, gives it its first value and tag, and puts it on the panel.
@@ -233,6 +242,7 @@ class Module : public ModuleWrapper {
   void AddScrew(CMovieBitmap** screw, CControlListener* listener, bool left, bool top);
 
   std::string infoUrl_;
+  std::vector<PatchPoint*> points_;
 };
 
 /// Holds the processing lock for a scope, from panel logic that touches what ProcessSample uses.

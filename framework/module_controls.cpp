@@ -7,17 +7,17 @@
 namespace halveron {
 
 ModuleKnob::ModuleKnob(const CRect& rect, CControlListener* listener, int tag, int frames,
-                       CBitmap* bitmap, std::shared_ptr<SignalStore> store)
+                       CBitmap* bitmap, std::shared_ptr<KnobStore> store)
     : CAnimKnob(rect, listener, tag, frames, bitmap),
       store_(std::move(store)),
-      cell_(store_->TakeKnob()) {
+      cell_(store_->Take()) {
   BindValue(&cell_->value);
   setZoomFactor(5.0f);
 }
 
 ModuleKnob::~ModuleKnob() {
   BindValue(nullptr);
-  store_->GiveBackKnob(cell_);
+  store_->GiveBack(cell_);
 }
 
 void ModuleKnob::setValue(float newValue) {

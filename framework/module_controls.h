@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "dsp/counters.h"
+#include "framework/knob_store.h"
 #include "framework/shared_bitmaps.h"
-#include "framework/signal_store.h"
 #include "gui/button.h"
 #include "gui/knob.h"
 #include "gui/movie_bitmap.h"
@@ -32,12 +32,12 @@ inline constexpr int TAG_UNASSIGNED = 0x7FFFFFF8;  ///< saved, but no host param
 
 inline constexpr float kDefaultSmoothDelay = 35.0f;  ///< milliseconds
 
-/// Panel knob, range 0..1. The values that sound live in a KnobCell of the rack's signal store.
+/// Panel knob, range 0..1. The values that sound live in a KnobCell of the rack's store.
 class ModuleKnob : public CAnimKnob {
  public:
   /// `frames` positions of the strip; `stepped` knobs stand only on those.
   ModuleKnob(const CRect& rect, CControlListener* listener, int tag, int frames, CBitmap* bitmap,
-             std::shared_ptr<SignalStore> store);
+             std::shared_ptr<KnobStore> store);
   ~ModuleKnob() override;
 
   HALVERON_TYPE_OF(ModuleKnob, CAnimKnob)
@@ -67,7 +67,7 @@ class ModuleKnob : public CAnimKnob {
   float smoothDelay = kDefaultSmoothDelay;
 
  private:
-  std::shared_ptr<SignalStore> store_;
+  std::shared_ptr<KnobStore> store_;
   KnobCell* cell_;
 };
 
@@ -229,6 +229,7 @@ class HeldLamp : public Lamp {
   void Tick() {
     if (counter_.Tick()) Set(0.0f);
   }
+  bool IsHeld() const { return counter_.IsRunning(); }
   void Darken() {
     counter_.Cancel();
     Set(0.0f);

@@ -7,37 +7,52 @@
 
 namespace halveron {
 
-namespace {
-
-// An either-way point works on both cells, so they lie side by side; of a fixed point only one
-// counts, and the idle one is kept out of the way of those that the loop touches.
-constexpr std::size_t kCellsPerPoint = 2;
-
-}  // namespace
-
 PatchPoint::PatchPoint(const CRect& rect, CControlListener* listener, RackModel* rack,
-                       int pointType, int frames, CBitmap* bitmap,
-                       std::shared_ptr<SignalStore> store)
+                       int pointType, int frames, CBitmap* bitmap)
     : CMovieBitmap(rect, listener, TAG_UNASSIGNED, frames, bitmap),
       type(pointType),
       voiceLink(this),
-      editor(rack),
-      store_(std::move(store)) {
-  if (type == kEitherPoint) {
-    in.cell_ = store_->TakeSignals(kCellsPerPoint);
-    out.cell_ = in.cell_ + 1;
-  } else {
-    (type == kInputPoint ? in : out).cell_ = store_->TakeSignals(1);
-    (type == kInputPoint ? out : in).cell_ = &idleCell_;
-  }
+      editor(rack) {
+  own_ = in.cell_ = &resting_[0];
+  out.cell_ = &resting_[1];
 }
 
-PatchPoint::~PatchPoint() {
-  if (type == kEitherPoint) {
-    store_->GiveBackSignals(in.cell_, kCellsPerPoint);
-  } else {
-    store_->GiveBackSignals(type == kInputPoint ? in.cell_ : out.cell_, 1);
-  }
+void PatchPoint::AttachHandle(float** cell) {
+  handle_ = cell;
+  UpdateHandle();
+}
+
+void PatchPoint::UpdateHandle() const {
+  if (handle_) *handle_ = type == kOutputPoint ? out.cell_ : in.cell_;
+}
+
+void PatchPoint::PlaceIn(float* cell) {
+  *cell = in;
+  own_ = in.cell_ = cell;
+  UpdateHandle();
+}
+
+void PatchPoint::PlaceOut(float* cell) {
+  *cell = out;
+  out.cell_ = cell;
+  UpdateHandle();
+}
+
+void PatchPoint::PlaceBoth(float* pair) {
+  PlaceIn(pair);
+  PlaceOut(pair + 1);
+}
+
+void PatchPoint::ReadAt(float* cell) {
+  in.cell_ = cell;
+  UpdateHandle();
+}
+
+void PatchPoint::ReadOwn() {
+  if (in.cell_ == own_) return;
+  *own_ = in;
+  in.cell_ = own_;
+  UpdateHandle();
 }
 
 Module* PatchPoint::Owner() const { return static_cast<Module*>(getParentView()); }

@@ -1,10 +1,9 @@
 // A jack on a panel and, at the same time, the register through which signals pass.
 #pragma once
 
-#include <memory>
+#include <array>
 
 #include "framework/cable.h"
-#include "framework/signal_store.h"
 #include "gui/movie_bitmap.h"
 
 namespace halveron {
@@ -12,7 +11,7 @@ namespace halveron {
 class Module;
 class RackModel;
 
-/// Cells of the signal store as a module's arithmetic sees them.
+/// Signal cells as a module's arithmetic sees them.
 struct InCell {
   float in;
 };
@@ -24,7 +23,7 @@ struct EitherCell {
   float out;
 };
 
-/// One float in the signal store, used like a plain member.
+/// One float, used like a plain member, wherever it lies.
 class SignalRef {
  public:
   SignalRef() = default;
@@ -64,8 +63,7 @@ inline constexpr const char* kCableDropMessage = "Cable Draged In";
 class PatchPoint : public CMovieBitmap {
  public:
   PatchPoint(const CRect& rect, CControlListener* listener, RackModel* editor, int type, int frames,
-             CBitmap* bitmap, std::shared_ptr<SignalStore> store);
-  ~PatchPoint() override;
+             CBitmap* bitmap);
 
   HALVERON_TYPE_OF(PatchPoint, CMovieBitmap)
 
@@ -82,40 +80,65 @@ class PatchPoint : public CMovieBitmap {
 
   int type;
   int direction = kUnconnected;
-  bool twoState = false;          ///< shows whether it is plugged, takes one cable: MIDI
-  SignalRef in;                   ///< value that the cables leave here
-  SignalRef out;                  ///< value that the module leaves here
-  Cable* firstCable = nullptr;    ///< feeds this point, or, on an output, was plugged last
-  const float* source = nullptr;  ///< `out` at the far end of firstCable, on a destination only
-  int cableCount = 0;             ///< cables on this point, in all lists
-  signed char cableOffsetX = 0;   ///< where the cable sits, from the centre of the point
+  bool twoState = false;         ///< shows whether it is plugged, takes one cable: MIDI
+  SignalRef in;                  ///< value that the cables leave here
+  SignalRef out;                 ///< value that the module leaves here
+  Cable* firstCable = nullptr;   ///< feeds this point, or, on an output, was plugged last
+  PatchPoint* source = nullptr;  ///< the far end of firstCable, on a destination only
+  int cableCount = 0;            ///< cables on this point, in all lists
+  signed char cableOffsetX = 0;  ///< where the cable sits, from the centre of the point
   signed char cableOffsetY = 0;
   PatchPoint* voiceLink;  ///< the point that the next voice meets on a mono side
   bool poly = false;      ///< exists per voice although the module is mono
   RackModel* editor;
   int patchIndex = 0;  ///< numbering for saved cables
 
+  // Where the signals lie. They begin in the point itself; the sample plan gives those that sound
+  // a place among its own, and the module's handle follows. Inside the processing lock.
+
+  /// Keeps a handle's pointer on `out` of an output, on `in` of any other.
+  void AttachHandle(float** cell);
+  /// Moves the signals, with their values, to other cells. An either-way point's lie side by side.
+  void PlaceIn(float* cell);
+  void PlaceOut(float* cell);
+  void PlaceBoth(float* pair);
+  /// Moves the signals back into the point.
+  void Withdraw() { PlaceBoth(resting_.data()); }
+  /// Reads `in` in a cell of another point; the own one rests.
+  void ReadAt(float* cell);
+  /// Reads the own cell again, which takes over the value that was read.
+  void ReadOwn();
+  int planIndex = 0;  ///< the sample plan's numbering, meaningful only while it is made
+
  private:
-  std::shared_ptr<SignalStore> store_;
-  float idleCell_ = 0.0f;  // the side of a fixed point that no cable reaches
+  void UpdateHandle() const;
+
+  std::array<float, 2> resting_{};
+  float* own_ = nullptr;  // `in` where cables are carried into this point
+  float** handle_ = nullptr;
 };
 
-/// A module's handle on a point. The arithmetic reads and writes the cell (`pitch->in`,
-/// `saw->out`), the panel logic uses the view.
+/// A module's handle on a point, which stays where it is. The arithmetic reads and writes the cell
+/// (`pitch->in`, `saw->out`), the panel logic uses the view.
 template <class Cell>
 class PointHandle {
  public:
-  Cell* operator->() const { return cell_; }
+  PointHandle() = default;
+  PointHandle(const PointHandle&) = delete;
+  PointHandle& operator=(const PointHandle&) = delete;
+
+  Cell* operator->() const { return reinterpret_cast<Cell*>(cell_); }
   operator PatchPoint*() const { return view_; }
   PatchPoint& View() const { return *view_; }
+  float* Address() const { return cell_; }
   bool IsCabled() const { return view_->IsCabled(); }
-  void Bind(PatchPoint* view, float* cell) {
+  void Bind(PatchPoint* view) {
     view_ = view;
-    cell_ = reinterpret_cast<Cell*>(cell);
+    view->AttachHandle(&cell_);
   }
 
  private:
-  Cell* cell_ = nullptr;
+  float* cell_ = nullptr;
   PatchPoint* view_ = nullptr;
 };
 

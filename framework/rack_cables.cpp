@@ -68,11 +68,11 @@ void RackModel::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voice
   } else {
     cable->voiceTag = moduleA->voice == moduleB->voice ? voice : -voice;
     cableList.Append(cable);
-    destination->source = origin->out.Address();
+    destination->source = origin;
     a->firstCable = b->firstCable = cable;
   }
   if (a->type == kEitherPoint && b->type == kEitherPoint) {
-    origin->source = destination->out.Address();
+    origin->source = destination;
     a->direction = b->direction = kActsAsBoth;
   } else {
     if (destination->type == kEitherPoint) destination->direction = kActsAsInput;
@@ -141,6 +141,7 @@ void RackModel::RemoveCable(Cable* cable, int voices, bool inSumList) {
     for (PatchPoint* point : {a, b}) {
       if (--point->cableCount == 0) point->direction = kUnconnected;
     }
+    a->ReadOwn();
     b->firstCable = nullptr;
     b->source = nullptr;
     b->in = 0.0f;

@@ -1,7 +1,6 @@
 #include "framework/rack_model.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <utility>
 
 #include "framework/module.h"
@@ -13,8 +12,8 @@ PatchEdit::PatchEdit(RackModel& rack) : rack_(rack), lock_(rack.engine.processin
 }
 
 PatchEdit::~PatchEdit() {
-  if (--rack_.editDepth_ > 0 || !rack_.planOutdated_) return;
-  rack_.RebuildPlan();
+  if (--rack_.editDepth_ > 0) return;
+  if (rack_.planOutdated_) rack_.RebuildPlan();
   lock_.unlock();
   rack_.engine.PatchEdited();
 }
@@ -29,45 +28,14 @@ RackModel::~RackModel() {
   for (Module* module : trashList) module->forget();
 }
 
-void RackModel::PlanModules() {
-  plannedModules_.clear();
-  for (const std::vector<Module*>& row : activeModules) {
-    plannedModules_.insert(plannedModules_.end(), row.begin(), row.end());
-  }
-  // Functions are told apart by their address, whichever that is: the order of runs is not heard.
-  const auto key = [](const Module* module) {
-    return std::pair(module->oversampled,
-                     reinterpret_cast<std::uintptr_t>(module->GetRunFunction()));
-  };
-  std::stable_sort(plannedModules_.begin(), plannedModules_.end(),
-                   [&](const Module* a, const Module* b) { return key(a) < key(b); });
-  everyStepRuns.clear();
-  firstStepRuns.clear();
-  for (std::size_t first = 0; first < plannedModules_.size();) {
-    std::size_t end = first + 1;
-    while (end < plannedModules_.size() &&
-           key(plannedModules_[end]) == key(plannedModules_[first])) {
-      ++end;
-    }
-    const Module& module = *plannedModules_[first];
-    (module.oversampled ? everyStepRuns : firstStepRuns)
-        .push_back({module.GetRunFunction(), plannedModules_.data() + first, end - first});
-    first = end;
-  }
-}
-
 void RackModel::RebuildPlan() {
-  PlanModules();
-  copies.clear();
-  sums.clear();
-  copies.reserve(static_cast<std::size_t>(cableList.size()));
-  sums.reserve(static_cast<std::size_t>(sumCableList.size()));
-  for (const Cable* cable = cableList.head; cable; cable = cable->next) {
-    copies.push_back({cable->destination->in.Address(), cable->destination->source});
+  for (const std::vector<Module*>& row : modules) {
+    for (Module* module : row) {
+      if (!module || module->activeIndex != -1) continue;
+      for (PatchPoint* point : module->Points()) point->Withdraw();
+    }
   }
-  for (const Cable* cable = sumCableList.head; cable; cable = cable->next) {
-    sums.push_back({cable->destination->in.Address(), cable->origin->out.Address()});
-  }
+  plan.Build(activeModules, cableList, sumCableList);
   planOutdated_ = false;
 }
 
@@ -160,6 +128,7 @@ void RackModel::Discard(Module* instance) {
   UnregisterFrom(eventModules, &Module::eventIndex, instance);
   UnregisterFrom(blockStartModules, &Module::blockStartIndex, instance);
   UnregisterFrom(mouseModules, &Module::mouseIndex, instance);
+  for (PatchPoint* point : instance->Points()) point->Withdraw();
   const bool isHeldElsewhere = instance->getNbReference() > 1;
   instance->moduleIndex = -1;
   if (isHeldElsewhere) {

@@ -14,7 +14,7 @@
 #include "framework/engine_context.h"
 #include "framework/host_table.h"
 #include "framework/module.h"
-#include "framework/signal_store.h"
+#include "framework/sample_plan.h"
 #include "gui/control.h"
 
 namespace halveron {
@@ -158,7 +158,7 @@ class RackModel : public CControlListener {
 
   EngineContext& engine;
   HostTable hostTable;
-  std::shared_ptr<SignalStore> signals = std::make_shared<SignalStore>();
+  std::shared_ptr<KnobStore> knobs = std::make_shared<KnobStore>();
 
   /// modules[voice][index]: voice 0 holds every module, the others clones or null. All rows up to
   /// voiceCount are of equal length.
@@ -190,34 +190,14 @@ class RackModel : public CControlListener {
   std::string author;
   std::string description;
 
-  /// One cable as the sample loop sees it.
-  struct SignalMove {
-    float* to;
-    const float* from;
-  };
-  /// Active modules of all voices that run in one call.
-  struct ModuleRun {
-    Module::RunFunction run;
-    Module* const* modules;
-    std::size_t count;
-
-    void operator()() const { run(modules, count); }
-  };
-
-  // What the sample loop walks: the lists above made flat when an edit of the patch ends. First all
-  // modules run, then all copies, then all sums.
-
-  std::vector<ModuleRun> everyStepRuns;  ///< modules that follow the oversampling
-  std::vector<ModuleRun> firstStepRuns;  ///< modules at the host's rate
-  std::vector<SignalMove> copies;
-  std::vector<SignalMove> sums;
+  /// What the sample loop walks: the lists above made flat when an edit of the patch ends.
+  SamplePlan plan;
 
  private:
   friend class PatchEdit;
 
   void FillHostTable();
   void RebuildPlan();
-  void PlanModules();
   bool RegisterIn(std::vector<Module*>& list, int Module::*index, Module* module);
   void UnregisterFrom(std::vector<Module*>& list, int Module::*index, Module* module);
   void Discard(Module* instance);
@@ -235,14 +215,13 @@ class RackModel : public CControlListener {
   int PickCableColour() const;
   bool OwnsParameter(const CControl* control) const;
 
-  std::vector<Module*> plannedModules_;  // what the runs point into
   ModuleMaker maker_;
   int editDepth_ = 0;
   bool planOutdated_ = false;
 };
 
 /// Holds the processing lock for a change of the patch. When the outermost one ends, what the
-/// sample loop walks is brought up to date.
+/// sample loop walks is brought up to date, and the host is told that its state is outdated.
 class PatchEdit {
  public:
   explicit PatchEdit(RackModel& rack);

@@ -166,6 +166,11 @@ struct Window::Translator {
     window.heldButtons_ &= ~bit;
     CPoint where(event.x, event.y);
     window.frame_.onMouseUp(where, CButtonState(bit | ModifierBits(event.state)));
+    // The mouse may have left while a button held it.
+    where = CPoint(event.x, event.y);
+    if (window.heldButtons_ == 0 && !window.frame_.getViewSize().pointInside(where)) {
+      window.frame_.onMouseExited(where, window.Buttons(event.state));
+    }
   }
 
   static void Move(Window& window, const PuglMotionEvent& event) {
@@ -354,6 +359,9 @@ void Window::Draw() {
                      std::ceil(dirty.bottom));
     const DrawStateScope scope(*picture_);
     picture_->setClipRect(rect);
+    // Where no view draws, nothing of what was drawn before may stay.
+    picture_->setFillColor(kBlackCColor);
+    picture_->fillRect(rect);
     frame_.drawRect(picture_.get(), rect);
     surface_->Copy(picture_->getSurface(), static_cast<int>(rect.left), static_cast<int>(rect.top),
                    static_cast<int>(rect.getWidth()), static_cast<int>(rect.getHeight()));

@@ -1,12 +1,16 @@
 #include "platform/cpu_features.h"
 
-#include <cpuid.h>
-
 namespace halveron::platform {
 
 bool HasSse41() {
-  unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
-  return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_SSE4_1) != 0;
+  return __builtin_cpu_supports("sse4.1") != 0;
+}
+
+bool HasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+
+bool HasAvx512() {
+  return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512dq") != 0 &&
+         __builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vl") != 0;
 }
 
 }  // namespace halveron::platform

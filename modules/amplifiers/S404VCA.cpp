@@ -31,15 +31,15 @@ void S404VCA::ProcessSample() {
   baseGain_->SmoothValue();
   clip_.Tick();
 
-  const float g =
-      S404VCAKernel::Gain(law_, baseGain_->smoothed_value, cvAmount_->smoothed_value, cv_->in);
+  using Kernel = S404VCAKernel<>;
+  const float g = Kernel::Gain(law_, baseGain_->smoothed_value, cvAmount_->smoothed_value, cv_->in);
   if (!(g > 0.0f)) {
     mix_->out = out1_->out = out2_->out = 0.0f;
     return;
   }
-  out1_->out = clip_.Limit(static_cast<float>(in1_->in * level1_->smoothed_value * g), clipLevel);
-  out2_->out = clip_.Limit(static_cast<float>(in2_->in * level2_->smoothed_value * g), clipLevel);
-  mix_->out = S404VCAKernel::Mix(out1_->out, out2_->out, crossfade_->in);
+  out1_->out = clip_.Limit(Kernel::Amplify(in1_->in, level1_->smoothed_value, g), clipLevel);
+  out2_->out = clip_.Limit(Kernel::Amplify(in2_->in, level2_->smoothed_value, g), clipLevel);
+  mix_->out = Kernel::Mix(out1_->out, out2_->out, crossfade_->in);
 }
 
 void S404VCA::SetSampleRate(float rate) {
@@ -49,6 +49,10 @@ void S404VCA::SetSampleRate(float rate) {
 
 void S404VCA::ValueChanged(CControl* control) {
   if (control == lawSwitch_) law_ = lawSwitch_->getPosition();
+}
+
+VoiceGroupMaker S404VCA::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S404VCA>(unit);
 }
 
 }  // namespace halveron

@@ -17,16 +17,20 @@ class S404VCA final : public BuiltInModule<S404VCA> {
 
   S404VCA(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
 
  private:
+  template <class Unit>
+  friend class S404VCAVoices;
+
   Knob level1_, level2_, cvAmount_, baseGain_;
   CVerticalSwitch* lawSwitch_;
   ClipLamp clip_;
   Input in1_, in2_, cv_, crossfade_;
   Output mix_, out1_, out2_;
-  int law_ = S404VCAKernel::kLinear;
+  int law_ = S404VCAKernel<>::kLinear;
 };
 
 }  // namespace halveron

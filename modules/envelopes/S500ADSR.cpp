@@ -33,13 +33,17 @@ void S500ADSR::ProcessSample() {
   sustain_->SmoothValue();
   release_->SmoothValue();
 
-  const S500ADSRKernel::Stages stages{attack_->smoothed_value, decay_->smoothed_value,
-                                      sustain_->smoothed_value, release_->smoothed_value};
+  const S500ADSRKernel<>::Stages stages{attack_->smoothed_value, decay_->smoothed_value,
+                                        sustain_->smoothed_value, release_->smoothed_value};
   const double speed = timeCv_->in * timeAmount_->smoothed_value + 1.0;
-  const float gate = manualGate_->getValue() >= 0.5f ? 1.25f : gate_->in;
+  const float gate = IsGatePressed() ? kPressedGate : gate_->in;
   kernel_.Step(stages, speed, gate, retrigger_->in);
   sustainFlag_->out = kernel_.sustainFlag;
   envelope_->out = kernel_.envelope;
+}
+
+VoiceGroupMaker S500ADSR::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S500ADSR>(unit);
 }
 
 void S500ADSR::SetSampleRate(float rate) {

@@ -16,16 +16,23 @@ class S500ADSR final : public BuiltInModule<S500ADSR> {
 
   S500ADSR(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
 
  private:
+  template <class Unit>
+  friend class S500ADSRVoices;
+
+  static constexpr float kPressedGate = 1.25f;
+  bool IsGatePressed() const { return manualGate_->getValue() >= 0.5f; }
+
   Knob timeAmount_, attack_, decay_, sustain_, release_;
   CVerticalSwitch* curve_;
   CKickButtonEx* manualGate_;
   Input timeCv_, gate_, retrigger_;
   Output sustainFlag_, envelope_;
-  S500ADSRKernel kernel_;
+  S500ADSRKernel<> kernel_;
 };
 
 }  // namespace halveron

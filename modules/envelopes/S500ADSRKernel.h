@@ -3,20 +3,26 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "dsp/edge.h"
+#include "dsp/lanes.h"
 
 namespace halveron {
 
 /// Nothing is integrated: a count of samples is mapped to a level by the law of the present
 /// segment, so segments do not drift and a turned knob acts at once.
+template <class Lanes = dsp::OneVoice>
 struct S500ADSRKernel {
+  using Float = typename Lanes::Float;
+  using Double = typename Lanes::Double;
+
   /// Positions of the four stage knobs, 0..1. Times follow their cubes.
   struct Stages {
-    double attack = 0.0;
-    double decay = 0.0;
-    double sustain = 0.0;
-    double release = 0.0;
+    Double attack = 0.0;
+    Double decay = 0.0;
+    Double sustain = 0.0;
+    Double release = 0.0;
   };
 
   /// Reach of a stage's time, in samples.
@@ -24,7 +30,7 @@ struct S500ADSRKernel {
     double shortest = 1.0;
     double longest = 1.0;
 
-    double At(double position) const {
+    Double At(Double position) const {
       return (longest - shortest) * (position * position * position) + shortest;
     }
   };
@@ -33,21 +39,33 @@ struct S500ADSRKernel {
   static constexpr double kShortestDecay = 0.0020408163265306124;
   static constexpr double kLongest = 22.0;
 
-  // Coefficients.
+  // The same for all voices.
   TimeRange attackTime;
   TimeRange decayTime;
   TimeRange releaseTime;
   bool linear = true;  ///< straight segments; else curved ones
 
   // State.
-  double t = 0.0;  ///< samples since the segment began
-  double releaseLevel = 0.0;
-  float lastGate = 0.0f;
-  float lastRetrigger = 0.0f;
+  Double t = 0.0;  ///< samples since the segment began
+  Double releaseLevel = 0.0;
+  Float lastGate = 0.0f;
+  Float lastRetrigger = 0.0f;
 
   // Outputs.
-  float envelope = 0.0f;     ///< 0..1
-  float sustainFlag = 0.0f;  ///< 1 while at sustain, else 0
+  Float envelope = 0.0f;     ///< 0..1
+  Float sustainFlag = 0.0f;  ///< 1 while at sustain, else 0
+
+  template <class Self>
+  static auto Settings(Self& self) {
+    return std::tie(self.attackTime.shortest, self.attackTime.longest, self.decayTime.shortest,
+                    self.decayTime.longest, self.releaseTime.shortest, self.releaseTime.longest,
+                    self.linear);
+  }
+  template <class Self>
+  static auto State(Self& self) {
+    return std::tie(self.t, self.releaseLevel, self.lastGate, self.lastRetrigger, self.envelope,
+                    self.sustainFlag);
+  }
 
   /// Times at `rate` hertz.
   void Prepare(float rate) {
@@ -57,78 +75,97 @@ struct S500ADSRKernel {
   }
 
   /// One sample. `speed` is how fast the envelope's own time runs, 1 as the knobs tell.
-  void Step(const Stages& stages, double speed, float gate, float retrigger) {
-    const double u = speed * t;
-    if (!IsHigh(gate)) {
-      StepLow(stages, u, gate);
-    } else if (!IsHigh(lastGate) || dsp::IsRisingEdge(lastRetrigger, retrigger)) {
-      Restart(stages, gate, retrigger);
-    } else {
-      lastRetrigger = retrigger;
-      StepHigh(stages, u);
+  void Step(const Stages& stages, Double speed, Float gate, Float retrigger) {
+    const Double u = speed * t;
+    const auto isHigh = IsHigh(gate);
+    const auto wasHigh = IsHigh(lastGate);
+    const auto isLow = !isHigh;
+    const auto wasLow = !wasHigh;
+    const auto restarts =
+        dsp::And(isHigh, dsp::Or(wasLow, dsp::IsRisingEdge(lastRetrigger, retrigger)));
+    const auto goesOn = dsp::And(isHigh, !restarts);
+    if (dsp::Any(isLow)) {
+      BeginRelease(dsp::And(isLow, wasHigh), gate);
+      StepLow(dsp::And(isLow, wasLow), stages, u);
     }
+    if (dsp::Any(restarts)) Restart(restarts, stages, gate);
+    lastRetrigger = dsp::Select(isHigh, retrigger, lastRetrigger);
+    if (dsp::Any(goesOn)) StepHigh(goesOn, stages, u);
   }
 
  private:
   // What is no number is low, so that a gate is never stuck after it.
-  static bool IsHigh(float gate) { return gate >= dsp::kGateThreshold; }
+  static auto IsHigh(Float gate) { return gate >= dsp::kGateThreshold; }
 
-  void StepLow(const Stages& stages, double u, float gate) {
-    if (IsHigh(lastGate)) {
-      lastGate = gate;
-      t = 1.0;
-      releaseLevel = std::isfinite(envelope) ? envelope : 0.0f;
-      return;
-    }
-    sustainFlag = 0.0f;
-    const double R = releaseTime.At(stages.release);
-    if (u > R) {
-      envelope = 0.0f;
-      return;
-    }
-    const double x = u / R;
-    double level = (1.0 - x) * releaseLevel;
-    if (!linear) level *= 1.0 - x;
-    envelope = static_cast<float>(level);
-    t += 1.0;
+  template <class Mask>
+  void BeginRelease(Mask begins, Float gate) {
+    if (!dsp::Any(begins)) return;
+    lastGate = dsp::Select(begins, gate, lastGate);
+    t = dsp::Select(begins, 1.0, t);
+    const Float level = dsp::Select(dsp::IsFinite(envelope), envelope, 0.0f);
+    releaseLevel = dsp::Select(begins, dsp::ToDouble(level), releaseLevel);
   }
 
-  void StepHigh(const Stages& stages, double u) {
-    const double A = attackTime.At(stages.attack);
-    double level = 0.0;
-    if (u > A) {
-      const double v = u - A;
-      const double D = decayTime.At(stages.decay);
-      if (v > D) {
-        envelope = static_cast<float>(stages.sustain);
-        sustainFlag = 1.0f;
-        return;
-      }
-      if (linear) {
-        level = 1.0 - (1.0 - stages.sustain) / D * v;
-      } else {
-        const double w = 1.0 - v / D;
-        level = w * w * (1.0 - stages.sustain) + stages.sustain;
-      }
-    } else {
-      const double x = u / A;
-      level = linear ? x : 1.0 - (1.0 - x) * (1.0 - x);
+  template <class Mask>
+  void StepLow(Mask isLow, const Stages& stages, Double u) {
+    const Double R = releaseTime.At(stages.release);
+    const auto falls = dsp::And(isLow, !(u > R));
+    sustainFlag = dsp::Select(isLow, 0.0f, sustainFlag);
+    Float level = 0.0f;
+    if (dsp::Any(falls)) {
+      const Double rest = 1.0 - u / R;
+      Double fallen = rest * releaseLevel;
+      if (!linear) fallen *= rest;
+      level = dsp::Select(falls, dsp::ToFloat(fallen), level);
+      t = dsp::Select(falls, t + 1.0, t);
     }
-    envelope = static_cast<float>(level);
-    t += 1.0;
-    sustainFlag = 0.0f;
+    envelope = dsp::Select(isLow, level, envelope);
+  }
+
+  template <class Mask>
+  void StepHigh(Mask isOn, const Stages& stages, Double u) {
+    const Double A = attackTime.At(stages.attack);
+    const auto isPast = dsp::And(isOn, u > A);
+    const auto rises = dsp::And(isOn, !(u > A));
+    Float level = envelope;
+    auto moves = rises;
+    if (dsp::Any(rises)) {
+      const Double x = u / A;
+      level = dsp::Select(rises, dsp::ToFloat(linear ? x : 1.0 - (1.0 - x) * (1.0 - x)), level);
+    }
+    if (dsp::Any(isPast)) {
+      const Double v = u - A;
+      const Double D = decayTime.At(stages.decay);
+      const auto falls = dsp::And(isPast, !(v > D));
+      level = dsp::Select(isPast, dsp::ToFloat(stages.sustain), level);
+      if (dsp::Any(falls)) {
+        const Double w = 1.0 - v / D;
+        level = dsp::Select(falls,
+                            dsp::ToFloat(linear ? 1.0 - (1.0 - stages.sustain) / D * v
+                                                : w * w * (1.0 - stages.sustain) + stages.sustain),
+                            level);
+      }
+      moves = dsp::Or(moves, falls);
+    }
+    envelope = level;
+    sustainFlag = dsp::Select(isOn, dsp::Select(moves, Float(0.0f), 1.0f), sustainFlag);
+    t = dsp::Select(moves, t + 1.0, t);
   }
 
   // Enters the attack at the level that stands, by the inverse of its curve: no step is heard. The
   // level can be above 1 only after time ran backward in a release.
-  void Restart(const Stages& stages, float gate, float retrigger) {
-    lastGate = gate;
-    lastRetrigger = retrigger;
-    sustainFlag = 0.0f;
-    const double y = envelope;
-    const double A = attackTime.At(stages.attack);
-    t = linear ? y * A + 1.0 : (1.0 - std::sqrt(std::max(1.0 - y, 0.0))) * A + 1.0;
-    if (!std::isfinite(t)) t = 1.0;
+  template <class Mask>
+  void Restart(Mask restarts, const Stages& stages, Float gate) {
+    lastGate = dsp::Select(restarts, gate, lastGate);
+    sustainFlag = dsp::Select(restarts, 0.0f, sustainFlag);
+    const Double A = attackTime.At(stages.attack);
+    dsp::ForEachLane(restarts, [&](int lane) {
+      const double y = dsp::Lane(envelope, lane);
+      const double reach = dsp::Lane(A, lane);
+      const double start =
+          linear ? y * reach + 1.0 : (1.0 - std::sqrt(std::max(1.0 - y, 0.0))) * reach + 1.0;
+      dsp::Lane(t, lane) = std::isfinite(start) ? start : 1.0;
+    });
   }
 };
 

@@ -44,7 +44,7 @@ void S515VCLFO::ProcessSample() {
   }
   kernel_.FollowReset(reset_->in, phase_->value, i);
   const double step = stepsCabled_ ? stepsCv_->in * steps_->smoothed_value : steps_->smoothed_value;
-  const double v = S515VCLFOKernel::Quantise(kernel_.Advance(i), step);
+  const double v = S515VCLFOKernel<>::Quantise(kernel_.Advance(i), step);
   bipolar_->out = static_cast<float>(v);
   unipolar_->out = static_cast<float>((v + 1.0) * 0.5);
   activity_.Set(unipolar_->out);
@@ -115,6 +115,10 @@ void S515VCLFO::LoadValuesWithoutPhase(const void* buffer, std::size_t size) {
 
   ByteReader tail(static_cast<const std::byte*>(buffer) + (size - kTail), kTail);
   ReadClockIncrement<float>(tail, kernel_.clock.increment);
+}
+
+VoiceGroupMaker S515VCLFO::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S515VCLFO>(unit);
 }
 
 }  // namespace halveron

@@ -17,6 +17,7 @@ class S515VCLFO final : public BuiltInModule<S515VCLFO> {
   S515VCLFO(CFrame* frame, const HostTable& hostTable, int voice);
   bool GetAlwaysOnDefault() const override { return true; }
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
   void CableConnected(PatchPoint* point) override;
@@ -28,6 +29,9 @@ class S515VCLFO final : public BuiltInModule<S515VCLFO> {
   void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
+  template <class Unit>
+  friend class S515VCLFOVoices;
+
   void LoadValuesWithoutPhase(const void* buffer, std::size_t size);
 
   Knob rate_, rateAmount_, steps_, waveform_, phase_;
@@ -37,7 +41,7 @@ class S515VCLFO final : public BuiltInModule<S515VCLFO> {
   Output bipolar_, unipolar_;
   bool clocked_ = false;
   bool stepsCabled_ = false;
-  S515VCLFOKernel kernel_;
+  S515VCLFOKernel<> kernel_;
 };
 
 }  // namespace halveron

@@ -1,28 +1,42 @@
 // S515 VCLFO kernel: seven waves from one phase, free or at a multiple of a clock.
 #pragma once
 
-#include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "dsp/clock_follower.h"
 #include "dsp/edge.h"
+#include "dsp/lanes.h"
 #include "dsp/shaping.h"
 
 namespace halveron {
 
+template <class Lanes = dsp::OneVoice>
 struct S515VCLFOKernel {
+  using Float = typename Lanes::Float;
+  using Double = typename Lanes::Double;
+
   enum Waveform : int { kSawUp, kSawDown, kSine, kSquare, kTriangle, kTriangleDouble, kThreePart };
 
-  // Coefficients: cycles per sample at both ends of Rate.
+  // The same for all voices: cycles per sample at both ends of Rate, and the panel's choices.
   double rateMin = 0.0;
   double rateMax = 0.0;
   bool lowRange = true;
   int waveform = kSawUp;
 
   // State.
-  double phase = 0.0;  ///< 0..1
-  dsp::ClockFollower clock;
-  float lastReset = 0.0f;
+  Double phase = 0.0;  ///< 0..1
+  dsp::ClockFollower<Lanes> clock;
+  Float lastReset = 0.0f;
+
+  template <class Self>
+  static auto Settings(Self& self) {
+    return std::tie(self.rateMin, self.rateMax, self.lowRange, self.waveform);
+  }
+  template <class Self>
+  static auto State(Self& self) {
+    return std::tuple_cat(std::tie(self.phase, self.lastReset), self.clock.State(self.clock));
+  }
 
   /// Low range: 0 to 25 Hz. Else the audio band, 14 to 1700 Hz.
   void Prepare(float rate, bool low) {
@@ -32,71 +46,74 @@ struct S515VCLFOKernel {
   }
 
   /// A whole multiple of the clock, 1 to 16 in low range, else 2 to 256.
-  double ClockedIncrement(float rate, float rateCv, float amount) const {
-    const float c = rateCv * amount;
-    const float n = lowRange ? (c + rate) * 15.0f + 1.0f : (c + rate * rate) * 254.0f + 2.0f;
-    if (!(n > 0.0f)) return 0.0;
-    return LimitIncrement(dsp::RoundHalfDown(std::min(n, kHighestMultiple)) * clock.increment);
+  Double ClockedIncrement(Float rate, Float rateCv, Float amount) const {
+    const Float c = rateCv * amount;
+    const Float n = lowRange ? (c + rate) * 15.0f + 1.0f : (c + rate * rate) * 254.0f + 2.0f;
+    const auto isPositive = n > 0.0f;
+    const Float limited = dsp::Select(isPositive, dsp::Min(n, Float(kHighestMultiple)), 0.0f);
+    const Double i = dsp::ToDouble(dsp::RoundHalfDown(limited)) * clock.increment;
+    return dsp::Select(isPositive, LimitIncrement(i), 0.0);
   }
 
   /// Cubic law of Rate between both ends.
-  double FreeIncrement(double rate, float rateCv, double amount) const {
-    return LimitIncrement((rateCv * amount + rate * rate * rate) * (rateMax - rateMin) + rateMin);
+  Double FreeIncrement(Double rate, Float rateCv, Double amount) const {
+    return LimitIncrement(
+        (dsp::ToDouble(rateCv) * amount + rate * rate * rate) * (rateMax - rateMin) + rateMin);
   }
 
   /// On a trigger the phase goes to `start`, 0..1; `i` is the present increment.
-  void FollowReset(float reset, float start, double i) {
-    if (dsp::IsRisingEdge(lastReset, reset)) {
-      const double target = start * (1.0 - i) + i;
-      if (target >= 0.0 && target <= 1.0) phase = target;
-    }
+  void FollowReset(Float reset, Float start, Double i) {
+    const auto triggered = dsp::IsRisingEdge(lastReset, reset);
     lastReset = reset;
+    if (!dsp::Any(triggered)) return;
+    const Double target = dsp::ToDouble(start) * (1.0 - i) + i;
+    const auto isPhase = dsp::And(target >= 0.0, target <= 1.0);
+    phase = dsp::Select(dsp::And(triggered, isPhase), target, phase);
   }
 
   /// The wave at the present phase, -1..1, then one increment on.
-  double Advance(double i) {
-    const double v = Wave(waveform, phase, i);
-    phase += i;
-    if (phase >= 1.0) phase -= 1.0;
+  Double Advance(Double i) {
+    const Double v = Wave(waveform, phase, i);
+    const Double next = phase + i;
+    phase = dsp::Select(next >= 1.0, next - 1.0, next);
     return v;
   }
 
   /// Rounds toward zero to whole multiples of `step`, of which 0 leaves the value alone.
-  static double Quantise(double v, double step) {
-    const double s = dsp::LimitSymmetric(step, kLargestStep);
-    return s != 0.0 ? std::trunc(v / s) * s : v;
+  static Double Quantise(Double v, Double step) {
+    const Double s = dsp::LimitSymmetric(step, kLargestStep);
+    Double rounded = v;
+    dsp::ForEachLane(s != 0.0, [&](int lane) {
+      const double size = dsp::Lane(s, lane);
+      dsp::Lane(rounded, lane) = std::trunc(dsp::Lane(v, lane) / size) * size;
+    });
+    return rounded;
   }
 
   /// A jump of a wave takes the one sample in which the phase has passed it by less than `i`.
-  static double Wave(int waveform, double p, double i) {
+  static Double Wave(int waveform, Double p, Double i) {
     switch (waveform) {
       case kSawUp:
-        return p >= i ? 2.0 * p - 1.0 : Falling(p, i);
+        return Jump(p, i, true, 2.0 * p - 1.0);
       case kSawDown:
-        return p >= i ? 1.0 - 2.0 * p : Rising(p, i);
+        return Jump(p, i, false, 1.0 - 2.0 * p);
       case kSine: {
-        const double v = 4.0 * p;
-        return p > 0.5 ? (v - 3.0) * (v - 3.0) - 1.0 : 1.0 - (v - 1.0) * (v - 1.0);
+        const Double v = 4.0 * p;
+        return dsp::Select(p > 0.5, (v - 3.0) * (v - 3.0) - 1.0, 1.0 - (v - 1.0) * (v - 1.0));
       }
-      case kSquare: {
-        if (p < 0.5) return p >= i ? 1.0 : Rising(p, i);
-        const double q = p - 0.5;
-        return q >= i ? -1.0 : Falling(q, i);
-      }
+      case kSquare:
+        return dsp::Select(p < 0.5, Jump(p, i, false, 1.0), Jump(p - 0.5, i, true, -1.0));
       case kTriangle:
-        return p > 0.5 ? 1.0 - (p - 0.5) * 4.0 : 4.0 * p - 1.0;
+        return dsp::Select(p > 0.5, 1.0 - (p - 0.5) * 4.0, 4.0 * p - 1.0);
       case kTriangleDouble:
-        if (p <= 0.5) return 4.0 * p - 1.0;
-        if (p <= 2.0 / 3.0) return 1.0 - (p - 0.5) * 12.0;
-        if (p <= 5.0 / 6.0) return (p - 2.0 / 3.0) * 12.0 - 1.0;
-        return 1.0 - (p - 5.0 / 6.0) * 12.0;
-      default: {
-        if (p <= 1.0 / 3.0) return p >= i ? 6.0 * p - 1.0 : Falling(p, i);
-        const bool middle = p <= 2.0 / 3.0;
-        const double q = p - (middle ? 1.0 / 3.0 : 2.0 / 3.0);
-        if (middle) return q >= i ? -1.0 : Falling(q, i);
-        return q >= i ? 1.0 : Rising(q, i);
-      }
+        return dsp::Select(p <= 0.5, 4.0 * p - 1.0,
+                           dsp::Select(p <= 2.0 / 3.0, 1.0 - (p - 0.5) * 12.0,
+                                       dsp::Select(p <= 5.0 / 6.0, (p - 2.0 / 3.0) * 12.0 - 1.0,
+                                                   1.0 - (p - 5.0 / 6.0) * 12.0)));
+      default:
+        return dsp::Select(p <= 1.0 / 3.0, Jump(p, i, true, 6.0 * p - 1.0),
+                           dsp::Select(p <= 2.0 / 3.0, Jump(p - 1.0 / 3.0, i, true, -1.0),
+                                       Jump(p - 2.0 / 3.0, i, false, 1.0)));
     }
   }
 
@@ -106,11 +123,18 @@ struct S515VCLFOKernel {
   // With the slowest clock it still gives the highest increment, and it fits an int.
   static constexpr float kHighestMultiple = 0x1p30f;
 
-  static double Falling(double past, double i) { return 1.0 - (past / i) * 2.0; }
-  static double Rising(double past, double i) { return (past / i) * 2.0 - 1.0; }
+  /// `after` from one sample behind a jump on; on its way there before.
+  static Double Jump(Double past, Double i, bool falls, Double after) {
+    const auto isPast = past >= i;
+    if (dsp::All(isPast)) return after;
+    const Double part = (past / i) * 2.0;
+    return dsp::Select(isPast, after, falls ? 1.0 - part : part - 1.0);
+  }
 
   // What is no number stands still.
-  static double LimitIncrement(double i) { return i > 0.0 ? std::min(i, kHighestIncrement) : 0.0; }
+  static Double LimitIncrement(Double i) {
+    return dsp::Select(i > 0.0, dsp::Min(i, Double(kHighestIncrement)), 0.0);
+  }
 };
 
 }  // namespace halveron

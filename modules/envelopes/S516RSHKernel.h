@@ -21,7 +21,7 @@ struct S516RSHKernel {
   double nextValue = NextValue();
 
   // State of the clock, which asks for one segment each.
-  dsp::ClockFollower clock;
+  dsp::ClockFollower<> clock;
   bool resync = false;  ///< the next clock starts a segment
 
   // Outputs.

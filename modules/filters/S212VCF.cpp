@@ -82,4 +82,8 @@ void S212VCF::ProcessSample() {
   kernel_.End();
 }
 
+VoiceGroupMaker S212VCF::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S212VCF>(unit);
+}
+
 }  // namespace halveron

@@ -16,12 +16,16 @@ class S212VCF final : public BuiltInModule<S212VCF> {
 
   S212VCF(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
 
  private:
+  template <class Unit>
+  friend class S212VCFVoices;
+
   void NoteCabledOutputs();
 
   Knob inputLevel_, cutoff_, fmAmount_, resonanceAmount_, resonance_, instability_;
@@ -32,7 +36,7 @@ class S212VCF final : public BuiltInModule<S212VCF> {
   bool fourPoles_ = false;
   // Only cabled outputs run.
   bool hasHighPass_ = false, hasBandPass_ = false, hasLowPass_ = false, hasNotch_ = false;
-  S212VCFKernel kernel_;
+  S212VCFKernel<> kernel_;
 };
 
 }  // namespace halveron

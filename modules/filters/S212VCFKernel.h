@@ -2,9 +2,9 @@
 // an unsteady third feedback tap.
 #pragma once
 
-#include <algorithm>
-#include <cmath>
+#include <tuple>
 
+#include "dsp/lanes.h"
 #include "dsp/shaping.h"
 
 namespace halveron {
@@ -14,37 +14,63 @@ namespace halveron {
 /// cosine, and a tap on the third last output, swept by a triangle.
 ///
 /// A sample is Begin, any of the four outputs, End. An output that is not asked for stands still.
+template <class Lanes = dsp::OneVoice>
 struct S212VCFKernel {
+  using Float = typename Lanes::Float;
+  using Double = typename Lanes::Double;
+
   struct Inputs {
-    float audio, cutoff, fm, resonance, instability;
+    Float audio, cutoff, fm, resonance, instability;
   };
   struct Controls {
-    double level, cutoff, fmAmount, resonanceAmount, resonance, instability;
+    Double level, cutoff, fmAmount, resonanceAmount, resonance, instability;
     bool fourPoles;
   };
   /// One biquad's last three outputs, as the soft clipper left them.
   struct Stage {
-    double y1 = 0.0, y2 = 0.0, y3 = 0.0;
+    Double y1 = 0.0, y2 = 0.0, y3 = 0.0;
   };
   struct Chain {
     Stage first, second;
   };
+
+  // The same for all voices.
 
   double cut_max = 0.0, cut_min = 0.0;
   double crossfade_below = 0.0;
   double damp_min = 0.0;
   double tri_inc_min = 0.0, tri_inc_max = 0.0;
 
-  double x0 = 0.0, x1 = 0.0, x2 = 0.0;
-  double tri_phase = 0.0;
-  double fm_hp = 1.0, fm_prev = 0.0;
+  // State.
+  Double x1 = 0.0, x2 = 0.0;
+  Double tri_phase = 0.0;
+  Double fm_hp = 1.0, fm_prev = 0.0;
   Chain highPass, bandPass, lowPass, notch;
-  double cutoff_cache = kStale, res_cache = kStale;
-  double freq = 0.0;  ///< cutoff, 1 at half the rate
-  double cos_w = 0.0;
-  double damp = 0.0;
-  double a0 = 1.0, a1 = 0.0, a2 = 0.0, t3 = 0.0;
+  Double cutoff_cache = kStale, res_cache = kStale;
+  Double freq = 0.0;  ///< cutoff, 1 at half the rate
+  Double cos_w = 0.0;
+  Double damp = 0.0;
+
+  // The present sample.
+  Double x0 = 0.0;
+  Double a0 = 1.0, a1 = 0.0, a2 = 0.0, t3 = 0.0;
   bool fourPoles = false;
+
+  template <class Self>
+  static auto Settings(Self& self) {
+    return std::tie(self.cut_max, self.cut_min, self.crossfade_below, self.damp_min,
+                    self.tri_inc_min, self.tri_inc_max);
+  }
+  template <class Self>
+  static auto State(Self& self) {
+    const auto chain = [](auto& c) {
+      return std::tie(c.first.y1, c.first.y2, c.first.y3, c.second.y1, c.second.y2, c.second.y3);
+    };
+    return std::tuple_cat(
+        std::tie(self.x1, self.x2, self.tri_phase, self.fm_hp, self.fm_prev, self.cutoff_cache,
+                 self.res_cache, self.freq, self.cos_w, self.damp),
+        chain(self.highPass), chain(self.bandPass), chain(self.lowPass), chain(self.notch));
+  }
 
   void Prepare(float rate) {
     const double inverseRate = 1.0f / rate;
@@ -59,23 +85,23 @@ struct S212VCFKernel {
   }
 
   void Begin(const Inputs& in, const Controls& knobs) {
-    const double x = in.audio * (knobs.level * knobs.level);
-    const double res = in.resonance * knobs.resonanceAmount + knobs.resonance;
-    const double u = 0.5f * in.instability + knobs.instability;
-    const double drive = 1.0 - (1.0 - u) * (1.0 - u);
-    const double v = u > 0.0 ? std::min(u, 2.0) : 0.0;
-    const double v4 = v * v * v * v;
+    const Double x = dsp::ToDouble(in.audio) * (knobs.level * knobs.level);
+    const Double res = dsp::ToDouble(in.resonance) * knobs.resonanceAmount + knobs.resonance;
+    const Double u = dsp::ToDouble(0.5f * in.instability) + knobs.instability;
+    const Double drive = 1.0 - (1.0 - u) * (1.0 - u);
+    const Double v = dsp::Select(u > 0.0, dsp::Min(u, Double(2.0)), 0.0);
+    const Double v4 = v * v * v * v;
 
-    const double tri = Triangle(v4);
-    const double cut = ModulatedCutoff(in, knobs, tri) + knobs.cutoff;
-    if (cut != cutoff_cache) SetCutoff(cut);
-    if (res != res_cache) SetResonance(res);
+    const Double tri = Triangle(v4);
+    const Double cut = ModulatedCutoff(in, knobs, tri) + knobs.cutoff;
+    if (dsp::Any(cut != cutoff_cache)) SetCutoff(cut);
+    if (dsp::Any(res != res_cache)) SetResonance(res);
 
-    const double alpha = freq * damp;
+    const Double alpha = freq * damp;
     a1 = -2.0 * cos_w;
     a2 = 1.0 - alpha;
-    const double lp = (1.0 - cos_w) * 0.5;
-    const double e = (freq * 30.0 + 3.0) * std::min(v4, lp);
+    const Double lp = (1.0 - cos_w) * 0.5;
+    const Double e = (freq * 30.0 + 3.0) * dsp::Min(v4, lp);
     a0 = alpha + e + 1.0;
     t3 = tri * e;
 
@@ -83,16 +109,16 @@ struct S212VCFKernel {
     x0 = x * (drive + (fourPoles ? 0.7 : 1.0));
   }
 
-  double HighPass() {
-    const double b = (1.0 + cos_w) / 2.0;
+  Double HighPass() {
+    const Double b = (1.0 + cos_w) / 2.0;
     return FadeToDry(Run(highPass, b, -(1.0 + cos_w), b));
   }
-  double BandPass() { return Run(bandPass, freq * 1.4, 0.0, -freq * 1.4); }
-  double LowPass() {
-    const double b = (1.0 - cos_w) / 2.0;
+  Double BandPass() { return Run(bandPass, freq * 1.4, 0.0, -freq * 1.4); }
+  Double LowPass() {
+    const Double b = (1.0 - cos_w) / 2.0;
     return Run(lowPass, b, 1.0 - cos_w, b);
   }
-  double Notch() { return FadeToDry(Run(notch, 1.0, -2.0 * cos_w, 1.0)); }
+  Double Notch() { return FadeToDry(Run(notch, 1.0, -2.0 * cos_w, 1.0)); }
 
   void End() {
     x2 = x1;
@@ -103,57 +129,66 @@ struct S212VCFKernel {
   static constexpr double kStale = -1000.0;
 
   /// The triangle's present value; `speed` of 0..1 and beyond sets its step to the next.
-  double Triangle(double speed) {
-    const double t = tri_phase;
-    tri_phase += (tri_inc_max - tri_inc_min) * speed + tri_inc_min;
-    if (tri_phase > 2.0) tri_phase -= 2.0;
-    return t >= 1.0 ? 1.0 - (t - 1.0) * 2.0 : t * 2.0 - 1.0;
+  Double Triangle(Double speed) {
+    const Double t = tri_phase;
+    const Double next = tri_phase + ((tri_inc_max - tri_inc_min) * speed + tri_inc_min);
+    tri_phase = dsp::Select(next > 2.0, next - 2.0, next);
+    return dsp::Select(t >= 1.0, 1.0 - (t - 1.0) * 2.0, t * 2.0 - 1.0);
   }
 
   /// Cutoff CV and audio-rate FM. What the blocker lets through of the FM input fades from plain
   /// FM to FM that is ring-modulated by the triangle.
-  double ModulatedCutoff(const Inputs& in, const Controls& knobs, double tri) {
-    if (!(knobs.fmAmount > 0.0)) return in.cutoff;
-    double h = in.fm - fm_prev + fm_hp * 0.9;
-    fm_prev = in.fm;
+  Double ModulatedCutoff(const Inputs& in, const Controls& knobs, Double tri) {
+    const Double plain = dsp::ToDouble(in.cutoff);
+    const auto modulated = knobs.fmAmount > 0.0;
+    if (!dsp::Any(modulated)) return plain;
+    const Double fm = dsp::ToDouble(in.fm);
+    const Double passed = fm - fm_prev + fm_hp * 0.9;
     // A MIDI word may be no number: it must not stay in the blocker for good.
-    if (!std::isfinite(h)) h = fm_prev = 0.0;
-    fm_hp = h;
-    return ((1.0 - h) + h * tri) * (in.fm * (knobs.fmAmount * knobs.fmAmount)) + in.cutoff;
+    const auto isNumber = dsp::IsFinite(passed);
+    const Double h = dsp::Select(isNumber, passed, 0.0);
+    fm_prev = dsp::Select(modulated, dsp::Select(isNumber, fm, 0.0), fm_prev);
+    fm_hp = dsp::Select(modulated, h, fm_hp);
+    const Double swing = ((1.0 - h) + h * tri) * (fm * (knobs.fmAmount * knobs.fmAmount)) + plain;
+    return dsp::Select(modulated, swing, plain);
   }
 
-  void SetCutoff(double cut) {
+  void SetCutoff(Double cut) {
     cutoff_cache = cut;
-    const double c = dsp::LimitUnit(cut);
+    const Double c = dsp::LimitUnit(cut);
     freq = (cut_max - cut_min) * (c * c * c * c) + cut_min;
-    cos_w = freq > 0.5 ? (freq - 1.0) * (freq - 1.0) * 4.0 - 1.0 : 1.0 - freq * freq * 4.0;
+    cos_w =
+        dsp::Select(freq > 0.5, (freq - 1.0) * (freq - 1.0) * 4.0 - 1.0, 1.0 - freq * freq * 4.0);
   }
 
-  void SetResonance(double res) {
+  void SetResonance(Double res) {
     res_cache = res;
-    const double r = dsp::LimitUnit(res);
+    const Double r = dsp::LimitUnit(res);
     damp = (1.0 - (1.0 - r) * (1.0 - r)) * (damp_min - 3.0) + 3.0;
   }
 
-  double Step(Stage& stage, double feedForward) const {
-    double y = dsp::SoftClip((feedForward - a1 * stage.y1 - a2 * stage.y2 + t3 * stage.y3) / a0);
-    if (std::isnan(y)) y = 0.0;  // nor in the histories
+  Double Step(Stage& stage, Double feedForward) const {
+    const Double clipped =
+        dsp::SoftClip((feedForward - a1 * stage.y1 - a2 * stage.y2 + t3 * stage.y3) / a0);
+    const Double y = dsp::Select(clipped == clipped, clipped, 0.0);  // nor in the histories
     stage.y3 = stage.y2;
     stage.y2 = stage.y1;
     stage.y1 = y;
     return y;
   }
 
-  double Run(Chain& chain, double b0, double b1, double b2) const {
-    const double y = Step(chain.first, b0 * x0 + b1 * x1 + b2 * x2);
+  Double Run(Chain& chain, Double b0, Double b1, Double b2) const {
+    const Double y = Step(chain.first, b0 * x0 + b1 * x1 + b2 * x2);
     if (!fourPoles) return y;
     const Stage& u = chain.first;
     return Step(chain.second, b0 * u.y1 + b1 * u.y2 + b2 * u.y3);
   }
 
   /// Keeps the high-pass and the notch from ringing at nothing at the bottom of the range.
-  double FadeToDry(double y) const {
-    return freq >= crossfade_below ? y : (y - x0) * (freq / crossfade_below) + x0;
+  Double FadeToDry(Double y) const {
+    const auto isAbove = freq >= crossfade_below;
+    if (dsp::All(isAbove)) return y;
+    return dsp::Select(isAbove, y, (y - x0) * (freq / crossfade_below) + x0);
   }
 };
 

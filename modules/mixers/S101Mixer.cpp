@@ -32,13 +32,14 @@ void S101Mixer::ProcessSample() {
   for (Knob& level : levels_) level->SmoothValue();
   master_->SmoothValue();
 
-  const double in1 = ins_[0]->in, in2 = ins_[1]->in, in3 = ins_[2]->in, in4 = ins_[3]->in;
-  const double l1 = levels_[0]->smoothed_value, l2 = levels_[1]->smoothed_value,
-               l3 = levels_[2]->smoothed_value, l4 = levels_[3]->smoothed_value;
-  // The order of the summands differs between the laws; it is part of the sound's last bits.
-  const double sum = squareLaw_ ? l2 * l2 * in2 + l3 * l3 * in3 + l4 * l4 * in4 + l1 * l1 * in1
-                                : in4 * l4 + in2 * l2 + in3 * l3 + in1 * l1;
-  out_->out = static_cast<float>(sum * master_->smoothed_value);
+  const std::array<double, 4> in{ins_[0]->in, ins_[1]->in, ins_[2]->in, ins_[3]->in};
+  const std::array<double, 4> levels{levels_[0]->smoothed_value, levels_[1]->smoothed_value,
+                                     levels_[2]->smoothed_value, levels_[3]->smoothed_value};
+  out_->out = static_cast<float>(Sum(in, levels, squareLaw_) * master_->smoothed_value);
+}
+
+VoiceGroupMaker S101Mixer::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S101Mixer>(unit);
 }
 
 }  // namespace halveron

@@ -57,11 +57,11 @@ void S310VCO::ProcessSample() {
   pulseWidth_->SmoothValue();
   shape_->SmoothValue();
 
-  const S310VCOKernel::Knobs knobs{fineTune_->smoothed_value, octave_->smoothed_value,
-                                   fmAmount_->smoothed_value, pulseWidth_->smoothed_value,
-                                   shape_->smoothed_value};
-  const S310VCOKernel::Inputs inputs{pitchIn_->in, fmIn_->in,         pwmIn_->in,
-                                     shapeIn_->in, octaveStepIn_->in, syncIn_->in};
+  const S310VCOKernel<>::Knobs knobs{fineTune_->smoothed_value, octave_->smoothed_value,
+                                     fmAmount_->smoothed_value, pulseWidth_->smoothed_value,
+                                     shape_->smoothed_value};
+  const S310VCOKernel<>::Inputs inputs{pitchIn_->in, fmIn_->in,         pwmIn_->in,
+                                       shapeIn_->in, octaveStepIn_->in, syncIn_->in};
   kernel_.Step(knobs, inputs, cables_, outputs_);
   saw_->out = outputs_.saw;
   triangle_->out = outputs_.triangle;
@@ -142,6 +142,10 @@ void S310VCO::LoadPreset(const void* buffer, int size, int version) {
   for (float* phase : {&kernel_.sawPhase, &kernel_.pulsePhase}) {
     if (phases.Read(value) && value >= 0.0f && value <= 1.0f) *phase = value;
   }
+}
+
+VoiceGroupMaker S310VCO::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S310VCO>(unit);
 }
 
 }  // namespace halveron

@@ -17,6 +17,7 @@ class S310VCO final : public BuiltInModule<S310VCO> {
   S310VCO(CFrame* frame, const HostTable& hostTable, int voice);
 
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   /// 0: steps reach up to half the running rate; 1: up to half the host's rate. Silences the steps
   /// under way.
@@ -37,6 +38,9 @@ class S310VCO final : public BuiltInModule<S310VCO> {
   int StepRingSize() const { return kernel_.sawBlep.Size(); }
 
  private:
+  template <class Unit>
+  friend class S310VCOVoices;
+
   static constexpr int kFirstVersionOfFmLaw = 1001;
 
   void AddControls();
@@ -51,9 +55,9 @@ class S310VCO final : public BuiltInModule<S310VCO> {
   Input pitchIn_, fmIn_, pwmIn_, shapeIn_, octaveStepIn_, syncIn_;
   Output saw_, triangle_, round_, pulse_;
 
-  S310VCOKernel kernel_;
-  S310VCOKernel::Cables cables_;
-  S310VCOKernel::Outputs outputs_;
+  S310VCOKernel<> kernel_;
+  S310VCOKernel<>::Cables cables_;
+  S310VCOKernel<>::Outputs outputs_;
 };
 
 }  // namespace halveron

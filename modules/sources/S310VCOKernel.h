@@ -2,10 +2,11 @@
 // integrated from the pulse.
 #pragma once
 
-#include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "dsp/exp2_fast.h"
+#include "dsp/lanes.h"
 #include "dsp/min_blep.h"
 #include "dsp/shaping.h"
 
@@ -16,22 +17,26 @@ namespace halveron {
 /// The naive saw and pulse jump at a known time between two samples; each jump puts the residual
 /// of a minimum-phase band-limited step into the wave's ring. Triangle and round wave are leaky
 /// integrals of the finished pulse, so that they need no correction of their own.
+template <class Lanes = dsp::OneVoice>
 struct S310VCOKernel {
+  using Float = typename Lanes::Float;
+  using Double = typename Lanes::Double;
+
   /// Smoothed knobs, 0..1.
   struct Knobs {
-    double fineTune = 0.0;
-    double octave = 0.5;
-    double fmAmount = 0.0;
-    double pulseWidth = 0.5;
-    double shape = 0.0;
+    Double fineTune = 0.0;
+    Double octave = 0.5;
+    Double fmAmount = 0.0;
+    Double pulseWidth = 0.5;
+    Double shape = 0.0;
   };
   struct Inputs {
-    float pitch = 0.0f;
-    float fm = 0.0f;
-    float pwm = 0.0f;
-    float shape = 0.0f;
-    float octaveStep = 0.0f;
-    float sync = 0.0f;
+    Float pitch = 0.0f;
+    Float fm = 0.0f;
+    Float pwm = 0.0f;
+    Float shape = 0.0f;
+    Float octaveStep = 0.0f;
+    Float sync = 0.0f;
   };
   /// Which points have a cable. A wave that nobody hears is not computed and stands still.
   struct Cables {
@@ -41,13 +46,29 @@ struct S310VCOKernel {
     bool triangle = false;
     bool round = false;
     bool pulse = false;
+
+    bool operator==(const Cables&) const = default;
   };
   struct Outputs {
-    float saw = 0.0f;
-    float triangle = 0.0f;
-    float round = 0.0f;
-    float pulse = 0.0f;
+    Float saw = 0.0f;
+    Float triangle = 0.0f;
+    Float round = 0.0f;
+    Float pulse = 0.0f;
   };
+
+  template <class Self>
+  static auto Settings(Self& self) {
+    return std::tie(self.baseFrequency, self.syncModulationOn, self.sampleRate, self.halfSampleRate,
+                    self.highPitchThreshold);
+  }
+  template <class Self>
+  static auto State(Self& self) {
+    return std::tie(self.octaveShift, self.lastOctaveIn, self.lastPitch, self.period,
+                    self.quarterPeriod, self.phaseInc, self.sawPhase, self.sawJump, self.pulsePhase,
+                    self.pulseLevel, self.pulseWidth, self.triIntegrator, self.triIntegratorPrev,
+                    self.triOut, self.roundIntegrator, self.roundIntegratorPrev, self.negativePeak,
+                    self.lastSyncIn, self.syncSampleClock);
+  }
 
   /// Rates in hertz: of Step, and of the host. Keeps phases and steps under way.
   void Prepare(float rate, float dawRate) {
@@ -66,103 +87,99 @@ struct S310VCOKernel {
   void Step(const Knobs& knobs, const Inputs& in, const Cables& cables, Outputs& out) {
     StepOctave(in.octaveStep);
     UpdatePitch(knobs, in);
-    const float oldWidth = pulseWidth;
+    const Float oldWidth = pulseWidth;
     UpdateWidth(knobs.pulseWidth, in.pwm, cables.pwm);
 
-    double gain = 1.0;
-    if (syncModulationOn && cables.sync) {
-      gain = std::cos(((in.shape + knobs.shape) * 50.0 + 2.0) * in.sync);
-      // No number would stay in the integrators for ever.
-      if (std::isnan(gain)) gain = 1.0;
+    const bool isModulated = syncModulationOn && cables.sync;
+    const Double gain = isModulated ? SyncGain(knobs, in) : Double(1.0);
+    const auto resets = dsp::And(lastSyncIn <= 0.0f, in.sync > 0.0f);
+    Float resetPhase = 0.0f;
+    if (dsp::Any(resets)) {
+      dsp::ForEachLane(resets, [&](int lane) {
+        dsp::Lane(resetPhase, lane) = StartCycle(lane, dsp::Lane(in.sync, lane));
+      });
     }
-
     const bool pulseHeard = cables.pulse || cables.triangle || cables.round;
-    if (lastSyncIn <= 0.0f && in.sync > 0.0f) {
-      const float resetPhase = StartCycle(in.sync);
-      if (cables.saw) SyncSaw(resetPhase);
-      if (pulseHeard) SyncPulse(oldWidth, resetPhase);
-    } else {
-      if (cables.saw) AdvanceSaw();
-      if (pulseHeard) AdvancePulse(oldWidth);
-    }
     if (cables.saw) {
+      AdvanceSaw(resets, resetPhase);
       // The last term takes the mean of the delayed step out of the wave.
-      const float saw = 2.0f * sawPhase - 1.0f - 4.0f * phaseInc + sawBlep.Read();
-      out.saw = static_cast<float>(saw * gain);
+      const Float saw = 2.0f * sawPhase - 1.0f - 4.0f * phaseInc + sawBlep.Read();
+      out.saw = isModulated ? dsp::ToFloat(dsp::ToDouble(saw) * gain) : saw;
     }
-    if (pulseHeard) out.pulse = static_cast<float>((pulseBlep.Read() + pulseLevel) * gain);
+    if (pulseHeard) {
+      AdvancePulse(resets, oldWidth, resetPhase);
+      const Float pulse = pulseBlep.Read() + pulseLevel;
+      out.pulse = isModulated ? dsp::ToFloat(dsp::ToDouble(pulse) * gain) : pulse;
+    }
 
     lastSyncIn = in.sync;
     if (!cables.triangle && !cables.round) return;
-    const float leak = 1.0f - phaseInc;
+    const Float leak = 1.0f - phaseInc;
     IntegrateTriangle(leak, out);
-    if (cables.round) IntegrateRound(leak, in.shape + knobs.shape, out);
+    if (cables.round) IntegrateRound(leak, dsp::ToDouble(in.shape) + knobs.shape, out);
 
     syncSampleClock += 1.0f;
-    if (syncSampleClock >= period) syncSampleClock -= period;
+    syncSampleClock =
+        dsp::Select(syncSampleClock >= period, syncSampleClock - period, syncSampleClock);
   }
 
   static constexpr float kNoPitch = -1000.0f;
   static constexpr float kMaxOctaveShift = 6.0f;
   static constexpr float kOctaveThreshold = 0.25f;
 
+  // The same for all voices.
   float baseFrequency = 261.62558f;  ///< hertz at pitch 0
   bool syncModulationOn = false;
-
   float sampleRate = 48000.0f;
   float halfSampleRate = 24000.0f;
   float highPitchThreshold = 0.0454f;  ///< phase increment above which the shape fades
 
-  float octaveShift = 0.0f;  ///< whole octaves that the octave-step input has added
-  float lastOctaveIn = 0.0f;
+  Float octaveShift = 0.0f;  ///< whole octaves that the octave-step input has added
+  Float lastOctaveIn = 0.0f;
 
-  float lastPitch = kNoPitch;  ///< octaves for which the next three stand
-  float period = 2.0f;         ///< samples
-  float quarterPeriod = 0.5f;
-  float phaseInc = 0.5f;
+  Float lastPitch = kNoPitch;  ///< octaves for which the next three stand
+  Float period = 2.0f;         ///< samples
+  Float quarterPeriod = 0.5f;
+  Float phaseInc = 0.5f;
 
-  float sawPhase = 0.0f;
-  float sawJump = 0.0f;  ///< height that the last sync took off the saw
-  float pulsePhase = 0.0f;
-  float pulseLevel = -1.0f;
-  float pulseWidth = 0.0f;  ///< part of the cycle for which the pulse is low
+  Float sawPhase = 0.0f;
+  Float sawJump = 0.0f;  ///< height that the last sync took off the saw
+  Float pulsePhase = 0.0f;
+  Float pulseLevel = -1.0f;
+  Float pulseWidth = 0.0f;  ///< part of the cycle for which the pulse is low
 
-  float triIntegrator = 0.0f, triIntegratorPrev = 0.0f;
-  float triOut = 0.0f;
-  float roundIntegrator = 0.0f, roundIntegratorPrev = 0.0f;
-  float negativePeak = -1.0f;
+  Float triIntegrator = 0.0f, triIntegratorPrev = 0.0f;
+  Float triOut = 0.0f;
+  Float roundIntegrator = 0.0f, roundIntegratorPrev = 0.0f;
+  Float negativePeak = -1.0f;
 
-  float lastSyncIn = -1.0f;
-  float syncSampleClock = 0.0f;  ///< samples since the cycle began
+  Float lastSyncIn = -1.0f;
+  Float syncSampleClock = 0.0f;  ///< samples since the cycle began
 
-  dsp::MinBlepRing sawBlep;
-  dsp::MinBlepRing pulseBlep;
+  dsp::MinBlepRing<Lanes> sawBlep;
+  dsp::MinBlepRing<Lanes> pulseBlep;
 
  private:
-  struct Crossing {
-    bool met;
-    float phase;
-  };
-
-  void StepOctave(float in) {
-    if (lastOctaveIn < kOctaveThreshold && in >= kOctaveThreshold &&
-        octaveShift < kMaxOctaveShift) {
-      octaveShift += 1.0f;
-    } else if (lastOctaveIn > -kOctaveThreshold && in <= -kOctaveThreshold &&
-               octaveShift > -kMaxOctaveShift) {
-      octaveShift -= 1.0f;
-    }
+  void StepOctave(Float in) {
+    const auto rises = dsp::And(lastOctaveIn < kOctaveThreshold, in >= kOctaveThreshold,
+                                octaveShift < kMaxOctaveShift);
+    const auto falls = dsp::And(lastOctaveIn > -kOctaveThreshold, in <= -kOctaveThreshold,
+                                octaveShift > -kMaxOctaveShift);
     lastOctaveIn = in;
+    if (!dsp::Any(dsp::Or(rises, falls))) return;
+    octaveShift =
+        dsp::Select(rises, octaveShift + 1.0f, dsp::Select(falls, octaveShift - 1.0f, octaveShift));
   }
 
   void UpdatePitch(const Knobs& knobs, const Inputs& in) {
-    const float amount = static_cast<float>(knobs.fmAmount);
-    const float modulation = amount * amount * amount * in.fm * 8.0f;
-    const double octaves =
-        modulation + in.pitch * 10.0 + (knobs.octave * 12.0 - 6.0) + octaveShift + knobs.fineTune;
-    const float pitch = static_cast<float>(octaves);
-    if (pitch == lastPitch) return;
-    const float frequency = std::min(dsp::Exp2Fast(pitch) * baseFrequency, halfSampleRate);
+    const Float amount = dsp::ToFloat(knobs.fmAmount);
+    const Float modulation = amount * amount * amount * in.fm * 8.0f;
+    const Double octaves = dsp::ToDouble(modulation) + dsp::ToDouble(in.pitch) * 10.0 +
+                           (knobs.octave * 12.0 - 6.0) + dsp::ToDouble(octaveShift) +
+                           knobs.fineTune;
+    const Float pitch = dsp::ToFloat(octaves);
+    if (!dsp::Any(pitch != lastPitch)) return;
+    const Float frequency = dsp::Min(dsp::Exp2Fast(pitch) * baseFrequency, Float(halfSampleRate));
     period = sampleRate / frequency;
     phaseInc = 1.0f / period;
     quarterPeriod = period * 0.25f;
@@ -170,122 +187,163 @@ struct S310VCOKernel {
   }
 
   /// A width comes no closer than one sample to either end of the cycle.
-  void UpdateWidth(double knob, float pwm, bool pwmCabled) {
-    const float span = 1.0f - phaseInc - phaseInc;
+  void UpdateWidth(Double knob, Float pwm, bool pwmCabled) {
+    const Float span = 1.0f - phaseInc - phaseInc;
     if (pwmCabled) {
-      const double x = dsp::LimitSymmetric(pwm, 1.0f);
-      pulseWidth = static_cast<float>((x * knob + 1.0) * 0.5 * span + phaseInc);
+      const Double x = dsp::ToDouble(dsp::LimitSymmetric(pwm, 1.0f));
+      pulseWidth =
+          dsp::ToFloat((x * knob + 1.0) * 0.5 * dsp::ToDouble(span) + dsp::ToDouble(phaseInc));
     } else {
-      pulseWidth = static_cast<float>(span * knob + phaseInc);
+      pulseWidth = dsp::ToFloat(dsp::ToDouble(span) * knob + dsp::ToDouble(phaseInc));
     }
+  }
+
+  static Double SyncGain(const Knobs& knobs, const Inputs& in) {
+    Double gain;
+    for (int lane = 0; lane < Lanes::kLanes; ++lane) {
+      const double depth = dsp::Lane(in.shape, lane) + dsp::Lane(knobs.shape, lane);
+      const double level = std::cos((depth * 50.0 + 2.0) * dsp::Lane(in.sync, lane));
+      // No number would stay in the integrators for ever.
+      dsp::Lane(gain, lane) = std::isnan(level) ? 1.0 : level;
+    }
+    return gain;
   }
 
   /// The part of a cycle that has passed since the sync input rose through 0.
-  float StartCycle(float sync) {
-    float fraction = lastSyncIn / (sync - lastSyncIn) + 1.0f;
+  float StartCycle(int lane, float sync) {
+    const float last = dsp::Lane(lastSyncIn, lane);
+    float fraction = last / (sync - last) + 1.0f;
     if (!(fraction >= 0.0f && fraction <= 1.0f)) fraction = 1.0f;
-    syncSampleClock = fraction;
-    return fraction / period;
+    dsp::Lane(syncSampleClock, lane) = fraction;
+    return fraction / dsp::Lane(period, lane);
   }
 
-  void InsertSaw(float amplitude, float excess) {
-    sawBlep.Insert(static_cast<float>(sawBlep.Stride()) / phaseInc * excess, amplitude);
+  void InsertSaw(int lane, float amplitude, float excess) {
+    const float inc = dsp::Lane(phaseInc, lane);
+    sawBlep.Insert(lane, static_cast<float>(sawBlep.Stride()) / inc * excess, amplitude);
   }
-  void InsertPulse(float amplitude, float excess) {
-    pulseBlep.Insert(static_cast<float>(pulseBlep.Stride()) / phaseInc * excess, amplitude);
+  void InsertPulse(int lane, float amplitude, float excess) {
+    const float inc = dsp::Lane(phaseInc, lane);
+    pulseBlep.Insert(lane, static_cast<float>(pulseBlep.Stride()) / inc * excess, amplitude);
   }
 
-  void AdvanceSaw() {
+  template <class Mask>
+  void AdvanceSaw(Mask resets, const Float& resetPhase) {
     sawPhase += phaseInc;
-    if (sawPhase < 1.0f) return;
-    sawPhase -= 1.0f;
-    InsertSaw(2.0f, sawPhase);
+    dsp::ForEachLane(dsp::And(!resets, sawPhase >= 1.0f), [&](int lane) {
+      float& phase = dsp::Lane(sawPhase, lane);
+      phase -= 1.0f;
+      InsertSaw(lane, 2.0f, phase);
+    });
+    if (!dsp::Any(resets)) return;
+    dsp::ForEachLane(resets, [&](int lane) { SyncSaw(lane, dsp::Lane(resetPhase, lane)); });
   }
 
-  void SyncSaw(float resetPhase) {
-    sawPhase += phaseInc;
-    if (sawPhase - resetPhase > 1.0f) {
-      sawPhase -= 1.0f;
-      InsertSaw(2.0f, sawPhase);
+  void SyncSaw(int lane, float resetPhase) {
+    float& phase = dsp::Lane(sawPhase, lane);
+    if (phase - resetPhase > 1.0f) {
+      phase -= 1.0f;
+      InsertSaw(lane, 2.0f, phase);
     }
-    sawJump = (sawPhase - resetPhase) * 2.0f;
-    sawPhase = resetPhase;
-    InsertSaw(sawJump, resetPhase);
+    const float jump = (phase - resetPhase) * 2.0f;
+    dsp::Lane(sawJump, lane) = jump;
+    phase = resetPhase;
+    InsertSaw(lane, jump, resetPhase);
   }
 
-  /// Where between two samples the phase, on its way from `old`, met the moving width, if it did:
-  /// with c = lead / closing the part of the sample until then, c is above 0 and at most 1.
-  Crossing MeetWidth(float old, float oldWidth) const {
-    const float d = pulsePhase - old;
-    const float lead = oldWidth - old;
-    const float closing = d - pulseWidth + oldWidth;
-    const bool met =
-        closing > 0.0f ? lead > 0.0f && lead <= closing : lead < 0.0f && lead >= closing;
-    return {met, met ? d * (lead / closing) + old : 0.0f};
-  }
+  /// What passes in one sample of the pulse: between two samples the phase, on its way from `old`
+  /// to `top`, may meet the moving width. With c = lead / closing the part of the sample until
+  /// then, c is above 0 and at most 1.
+  struct Passage {
+    float top;
+    float width;
+    bool met;
+    float crossing;  ///< phase at which they met
+  };
 
-  void AdvancePulse(float oldWidth) {
-    const float old = pulsePhase;
+  template <class Mask>
+  void AdvancePulse(Mask resets, const Float& oldWidth, const Float& resetPhase) {
+    const Float old = pulsePhase;
     pulsePhase += phaseInc;
-    if (pulsePhase >= 1.0f) {
-      pulsePhase -= 1.0f;
-      if (pulseLevel > 0.0f) {
-        InsertPulse(2.0f, pulsePhase);
-        pulseLevel = -1.0f;
+    const Float d = pulsePhase - old;
+    const Float lead = oldWidth - old;
+    const Float closing = d - pulseWidth + oldWidth;
+    const auto approaches = closing > 0.0f;
+    const auto met = dsp::Or(dsp::And(approaches, lead > 0.0f, lead <= closing),
+                             dsp::And(!approaches, lead < 0.0f, lead >= closing));
+    dsp::ForEachLane(dsp::Or(resets, met, pulsePhase >= 1.0f), [&](int lane) {
+      Passage passage{dsp::Lane(pulsePhase, lane), dsp::Lane(pulseWidth, lane), false, 0.0f};
+      passage.met = (dsp::LaneBits(met) >> lane & 1u) != 0;
+      if (passage.met) {
+        passage.crossing = dsp::Lane(d, lane) * (dsp::Lane(lead, lane) / dsp::Lane(closing, lane)) +
+                           dsp::Lane(old, lane);
+      }
+      if ((dsp::LaneBits(resets) >> lane & 1u) != 0) {
+        SyncPulse(lane, passage, dsp::Lane(resetPhase, lane));
+      } else {
+        PassPulse(lane, passage);
+      }
+    });
+  }
+
+  void PassPulse(int lane, const Passage& passage) {
+    float& phase = dsp::Lane(pulsePhase, lane);
+    float& level = dsp::Lane(pulseLevel, lane);
+    if (passage.top >= 1.0f) {
+      phase = passage.top - 1.0f;
+      if (level > 0.0f) {
+        InsertPulse(lane, 2.0f, phase);
+        level = -1.0f;
       }
       return;
     }
-    const Crossing crossing = MeetWidth(old, oldWidth);
-    if (!crossing.met) return;
-    if (pulseLevel < 0.0f) {
-      InsertPulse(-2.0f, pulsePhase - crossing.phase);
-      pulseLevel = 1.0f;
+    if (level < 0.0f) {
+      InsertPulse(lane, -2.0f, passage.top - passage.crossing);
+      level = 1.0f;
       return;
     }
     // The width has overtaken the phase from above.
-    InsertPulse(2.0f, pulsePhase - crossing.phase);
-    if (pulseWidth > pulsePhase) {
-      pulseLevel = -1.0f;
+    InsertPulse(lane, 2.0f, passage.top - passage.crossing);
+    if (passage.width > passage.top) {
+      level = -1.0f;
     } else {
-      InsertPulse(-2.0f, pulsePhase - pulseWidth);
+      InsertPulse(lane, -2.0f, passage.top - passage.width);
     }
   }
 
   /// The reset leaves the pulse low, whatever happened before it within the sample.
-  void SyncPulse(float oldWidth, float resetPhase) {
-    const float old = pulsePhase;
-    pulsePhase += phaseInc;
-    const float top = pulsePhase;
+  void SyncPulse(int lane, const Passage& passage, float resetPhase) {
+    const float top = passage.top;
     const float reset = top - resetPhase;  // where the phase stood when it was reset
-    const Crossing crossing = MeetWidth(old, oldWidth);
-    pulsePhase = resetPhase;
-    if (pulseLevel < 0.0f) {
-      if (crossing.met && crossing.phase < reset) {
-        InsertPulse(-2.0f, top - crossing.phase);
-        InsertPulse(2.0f, resetPhase);
+    dsp::Lane(pulsePhase, lane) = resetPhase;
+    float& level = dsp::Lane(pulseLevel, lane);
+    if (level < 0.0f) {
+      if (passage.met && passage.crossing < reset) {
+        InsertPulse(lane, -2.0f, top - passage.crossing);
+        InsertPulse(lane, 2.0f, resetPhase);
       }
       return;
     }
-    pulseLevel = -1.0f;
-    if (!crossing.met) {
-      InsertPulse(2.0f, top - 1.0f > resetPhase ? top - 1.0f : resetPhase);
+    level = -1.0f;
+    if (!passage.met) {
+      InsertPulse(lane, 2.0f, top - 1.0f > resetPhase ? top - 1.0f : resetPhase);
     } else if (top - 1.0f >= resetPhase) {
-      InsertPulse(2.0f, top - 1.0f);
-    } else if (crossing.phase >= reset) {
-      InsertPulse(2.0f, resetPhase);
+      InsertPulse(lane, 2.0f, top - 1.0f);
+    } else if (passage.crossing >= reset) {
+      InsertPulse(lane, 2.0f, resetPhase);
     } else {
-      InsertPulse(2.0f, top - crossing.phase);
-      if (pulseWidth < reset) {
-        InsertPulse(-2.0f, top - pulseWidth);
-        InsertPulse(2.0f, resetPhase);
+      InsertPulse(lane, 2.0f, top - passage.crossing);
+      if (passage.width < reset) {
+        InsertPulse(lane, -2.0f, top - passage.width);
+        InsertPulse(lane, 2.0f, resetPhase);
       }
     }
   }
 
   /// The blocker's corner follows the pitch; it takes off the pulse's mean, which depends on the
   /// width.
-  void IntegrateTriangle(float leak, Outputs& out) {
-    const float x = out.pulse / quarterPeriod;
+  void IntegrateTriangle(Float leak, Outputs& out) {
+    const Float x = out.pulse / quarterPeriod;
     triIntegratorPrev = triIntegrator;
     triIntegrator = triIntegrator * leak + x;
     triOut = triIntegrator - triIntegratorPrev + leak * triOut;
@@ -293,19 +351,17 @@ struct S310VCOKernel {
   }
 
   /// The second integral, cut off at a floor that rises with the shape.
-  void IntegrateRound(float leak, double shape, Outputs& out) {
+  void IntegrateRound(Float leak, Double shape, Outputs& out) {
     roundIntegratorPrev = roundIntegrator;
     roundIntegrator = leak * roundIntegrator + out.triangle / quarterPeriod * 2.0f;
-    const float r = roundIntegrator;
-    if (r >= negativePeak) {
-      negativePeak = static_cast<float>(std::min(phaseInc * 0.05 + negativePeak, -1.0));
-    } else {
-      negativePeak = r;
-    }
-    const float excess = phaseInc - highPitchThreshold;
-    if (excess > 0.0f) shape += excess * -20.0f;
-    const double floor = (shape - 1.0) * -negativePeak;
-    out.round = floor > 1.0 ? 1.0f : std::max(r, static_cast<float>(floor));
+    const Float r = roundIntegrator;
+    const Double recovered = dsp::ToDouble(phaseInc) * 0.05 + dsp::ToDouble(negativePeak);
+    negativePeak =
+        dsp::Select(r >= negativePeak, dsp::ToFloat(dsp::Min(recovered, Double(-1.0))), r);
+    const Float excess = phaseInc - highPitchThreshold;
+    shape = dsp::Select(excess > 0.0f, shape + dsp::ToDouble(excess * -20.0f), shape);
+    const Double floor = (shape - 1.0) * dsp::ToDouble(-negativePeak);
+    out.round = dsp::Select(floor > 1.0, Float(1.0f), dsp::Max(r, dsp::ToFloat(floor)));
   }
 };
 

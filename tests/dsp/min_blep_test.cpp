@@ -50,14 +50,14 @@ TEST(MinBlepTable, PassesBelowNyquistAndStopsAbove) {
 
 TEST(MinBlepRing, LeadsFromTheOldLevelToTheNewOneAtEveryStride) {
   const auto& table = GetMinBlepTable();
-  MinBlepRing ring;
+  MinBlepRing<> ring;
   for (const int stride : {1, 5, 8, 16, 96, kMinBlepSize}) {
     ring.SetStride(stride);
     EXPECT_EQ(ring.Size(), kMinBlepSize / stride + 3);
     // The steps begin in each slot once.
     for (int turn = 0; turn < ring.Size(); ++turn) {
-      ring.Insert(0.5f, 2.0f);
-      ring.Insert(0.5f, -0.5f);
+      ring.Insert(0, 0.5f, 2.0f);
+      ring.Insert(0, 0.5f, -0.5f);
       for (int i = 0; i < ring.Size() + 1; ++i) {
         const int k = std::min(i * stride, kMinBlepLength);
         const float value = k == kMinBlepLength ? 1.0f : (table[k] + table[k + 1]) / 2.0f;
@@ -73,15 +73,15 @@ TEST(MinBlepRing, LeadsFromTheOldLevelToTheNewOneAtEveryStride) {
 
 TEST(MinBlepRing, TakesAnyPosition) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
-  MinBlepRing ring;
+  MinBlepRing<> ring;
   for (const float position : {384.0f, 1e30f, kInfinity, std::nanf("")})
-    ring.Insert(position, 1.0f);
+    ring.Insert(0, position, 1.0f);
   for (int i = 0; i < ring.Size(); ++i) EXPECT_EQ(ring.Read(), 0.0f);
 
   // A jump just ahead of the sample, by rounding, is one at the sample.
   for (const float position : {-1e-7f, -kInfinity}) {
     ring.SetStride(16);
-    ring.Insert(position, 1.0f);
+    ring.Insert(0, position, 1.0f);
     EXPECT_EQ(ring.Read(), 1.0f - GetMinBlepTable()[0]);
   }
 }

@@ -69,6 +69,16 @@ TEST_F(PresetFolder, StepsThroughAllFoldersAndStopsAtTheEnds) {
   EXPECT_FALSE(menu.isCheckEntry(2));
 }
 
+TEST_F(PresetFolder, StepsOnFromTheLastPlaceWhenNothingIsSelected) {
+  PresetLibrary library(Root());
+  ASSERT_TRUE(library.SelectPreset(PathOf("Bass/Deep.hvp"), false));
+  library.ClearSelection();
+  EXPECT_FALSE(library.HasSelection());
+  EXPECT_FALSE(library.PresetMenu().isCheckEntry(0));
+  EXPECT_TRUE(library.Step(1));
+  EXPECT_EQ(library.CurrentTitle(), "round");
+}
+
 TEST_F(PresetFolder, FindsAndAddsWhatWasSaved) {
   PresetLibrary library(Root());
   EXPECT_TRUE(library.SelectPreset(PathOf("Bass/Deep.hvp"), false));

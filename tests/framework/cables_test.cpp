@@ -192,7 +192,7 @@ TEST(Cables, TheDragMovesReplacesRefusesAndAborts) {
   EXPECT_FALSE(editor.CanConnect(&outB));
   EXPECT_TRUE(editor.CanConnect(&inB));
   editor.DropCable(&inB);
-  EXPECT_EQ(inB.source, outA.out.Address());
+  EXPECT_EQ(inB.source, &outA);
 
   // Pulling at a fed input takes the cable along, with its colour.
   editor.cableColourChoice = 5;
@@ -201,12 +201,12 @@ TEST(Cables, TheDragMovesReplacesRefusesAndAborts) {
   EXPECT_EQ(editor.dragColour, 3);
   EXPECT_EQ(editor.cableList.size(), 0);
   editor.DropCable(&inA);
-  EXPECT_EQ(inA.source, outA.out.Address());
+  EXPECT_EQ(inA.source, &outA);
 
   // Dropping on a fed input replaces its cable.
   editor.BeginCableDrag(&outB);
   editor.DropCable(&inA);
-  EXPECT_EQ(inA.source, outB.out.Address());
+  EXPECT_EQ(inA.source, &outB);
   EXPECT_EQ(outA.cableCount, 0);
   EXPECT_EQ(editor.cableList.size(), 1);
 
@@ -285,7 +285,7 @@ TEST(Cables, EitherWayPointsResolveTheirDirection) {
   // Between two of them both point at each other, and the signal flows into the first.
   rack.editor.ConnectCable(second.left, second.right, 1, -1);
   EXPECT_EQ(second.left.View().direction, kActsAsBoth);
-  EXPECT_EQ(second.right.View().source, second.left.View().out.Address());
+  EXPECT_EQ(second.right.View().source, &second.left.View());
   rack.editor.RemoveCable(second.left.View().firstCable, kAllVoices, false);
   EXPECT_EQ(second.right.View().direction, kUnconnected);
   EXPECT_EQ(second.right.View().source, nullptr);

@@ -21,7 +21,7 @@ constexpr float kRate = 1000.0f;
 template <class KnobClass = ModuleKnob>
 SharedPointer<KnobClass> MakeKnob(int frames, CControlListener* listener = nullptr) {
   auto* knob = new KnobClass(CRect(0, 0, 20, 20), listener, TAG_UNASSIGNED, frames, nullptr,
-                             std::make_shared<SignalStore>());
+                             std::make_shared<KnobStore>());
   knob->SetSmoothing(kDefaultSmoothDelay, kRate);
   return SharedPointer<KnobClass>::Adopt(knob);
 }
@@ -231,18 +231,14 @@ TEST(Signal, NoteTablePitchAndMetrics) {
   EXPECT_EQ(panelUnitWidth, 12);
 }
 
-TEST(SignalStore, CellsAreZeroedAndUsedAgain) {
-  SignalStore store;
-  float* first = store.TakeSignals(1);
-  float* second = store.TakeSignals(1);
-  EXPECT_EQ(second, first + 1);
-  *first = 3.0f;
-  store.GiveBackSignals(first, 1);
-  EXPECT_EQ(store.TakeSignals(1), first);
-  EXPECT_EQ(*first, 0.0f);
-  std::vector<float*> many;
-  for (int i = 0; i < 20000; ++i) many.push_back(store.TakeSignals(2));
-  for (float* cells : many) EXPECT_EQ(cells[0] + cells[1], 0.0f);
+TEST(KnobStore, CellsAreZeroedAndUsedAgain) {
+  KnobStore store;
+  KnobCell* first = store.Take();
+  EXPECT_EQ(store.Take(), first + 1);
+  first->value = 3.0f;
+  store.GiveBack(first);
+  EXPECT_EQ(store.Take(), first);
+  EXPECT_EQ(first->value, 0.0f);
 }
 
 }  // namespace

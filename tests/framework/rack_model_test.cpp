@@ -50,7 +50,7 @@ TEST(RackModel, RemovalTakesCablesVoicesAndRegistrationsAlong) {
 
   editor.RemoveModule(&vco, true);
   EXPECT_EQ(editor.cableList.size() + editor.sumCableList.size(), 0);
-  EXPECT_TRUE(editor.copies.empty() && editor.sums.empty());
+  EXPECT_EQ(editor.plan.CarriedInputs(), 0u);
   EXPECT_EQ(editor.parameterControls[static_cast<std::size_t>(tag)], nullptr);
   EXPECT_EQ(editor.ModuleCount(), 2);
   EXPECT_EQ(out.moduleIndex, 1);  // the last module took the free index

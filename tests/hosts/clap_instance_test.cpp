@@ -149,8 +149,19 @@ TEST_F(ClapInstanceTest, EditsThatNoParameterTellsMarkTheStateDirty) {
   host_.plugin->on_main_thread(host_.plugin);
   EXPECT_EQ(host_.dirtyMarks, 1);
   EXPECT_EQ(host_.valueRescans, rescans + 1);
-  Rack().RemoveAllModules();
+  const auto answer = [&] {
+    host_.callbacks = 0;
+    host_.plugin->on_main_thread(host_.plugin);
+  };
+  Rack().ApplyVoiceCount(2);
   EXPECT_EQ(host_.callbacks, 2);
+  answer();
+  Rack().engine.ApplyOversamplingFilter(3);
+  EXPECT_EQ(host_.callbacks, 1);
+  answer();
+  host_.Save();
+  Rack().SaveChunk();
+  EXPECT_EQ(host_.callbacks, 0);
 }
 
 TEST_F(ClapInstanceTest, MoreEventsThanTheQueueHoldsReachTheHostInOrder) {

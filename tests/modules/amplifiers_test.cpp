@@ -12,7 +12,7 @@ namespace {
 
 TEST(S404VCA, GainLawsCrossfadeAndMute) {
   const auto gain = [](int law, double base, double amount, double cv) {
-    return S404VCAKernel::Gain(law, base, amount, cv);
+    return S404VCAKernel<>::Gain(law, base, amount, cv);
   };
   for (int law = 0; law < 3; ++law) {
     EXPECT_FLOAT_EQ(gain(law, std::sqrt(0.05), 0.7, 0.0), 1.0f) << "unity at rest";

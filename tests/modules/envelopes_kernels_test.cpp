@@ -18,10 +18,10 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 TEST(S500ADSRKernel, SegmentsFollowTheirClosedFormsAtAnyRate) {
   for (const float rate : {8000.0f, 48000.0f, 192000.0f}) {
     for (const bool linear : {true, false}) {
-      S500ADSRKernel envelope;
+      S500ADSRKernel<> envelope;
       envelope.Prepare(rate);
       envelope.linear = linear;
-      const S500ADSRKernel::Stages stages{0.1, 0.12, 0.4, 0.08};
+      const S500ADSRKernel<>::Stages stages{0.1, 0.12, 0.4, 0.08};
       const auto time = [&](double shortest, double knob) {
         return (rate * 22.0 - rate * shortest) * std::pow(knob, 3.0) + rate * shortest;
       };
@@ -58,10 +58,10 @@ TEST(S500ADSRKernel, SegmentsFollowTheirClosedFormsAtAnyRate) {
 
 TEST(S500ADSRKernel, RestartsWithoutAStepAndRunsAtItsSpeed) {
   for (const bool linear : {true, false}) {
-    S500ADSRKernel envelope;
+    S500ADSRKernel<> envelope;
     envelope.Prepare(48000.0f);
     envelope.linear = linear;
-    const S500ADSRKernel::Stages stages{0.1, 0.1, 0.7, 0.1};
+    const S500ADSRKernel<>::Stages stages{0.1, 0.1, 0.7, 0.1};
     // The steepest of all segments is that of a curved attack or decay: twice its mean slope.
     const double steepest = 2.0 / envelope.attackTime.At(0.1) + 1e-6;
     float before = 0.0f;
@@ -87,7 +87,7 @@ TEST(S500ADSRKernel, RestartsWithoutAStepAndRunsAtItsSpeed) {
     EXPECT_EQ(before, 0.7f);
   }
   for (const double speed : {0.5, 1.0, 4.0}) {
-    S500ADSRKernel envelope;
+    S500ADSRKernel<> envelope;
     envelope.Prepare(48000.0f);
     int k = 0;
     for (; envelope.sustainFlag == 0.0f; ++k) envelope.Step({}, speed, 1.0f, 0.0f);
@@ -98,10 +98,10 @@ TEST(S500ADSRKernel, RestartsWithoutAStepAndRunsAtItsSpeed) {
 
 TEST(S500ADSRKernel, RecoversFromWhatIsNoVoltage) {
   for (const bool linear : {true, false}) {
-    S500ADSRKernel envelope;
+    S500ADSRKernel<> envelope;
     envelope.Prepare(48000.0f);
     envelope.linear = linear;
-    const S500ADSRKernel::Stages stages{0.05, 0.05, 0.5, 0.05};
+    const S500ADSRKernel<>::Stages stages{0.05, 0.05, 0.5, 0.05};
     for (const double speed : {double{kNaN}, double{kInf}, -double{kInf}, -1000.0}) {
       for (const float gate : {1.0f, kNaN, 0.0f, kInf, 1.0f, 0.0f, 1.0f}) {
         for (int k = 0; k < 50; ++k) envelope.Step(stages, speed, gate, gate);
@@ -163,21 +163,21 @@ TEST(S515VCLFOKernel, WavesHaveTheirShapesAndRetraces) {
                                   {6, 0.8, 1.0},
                                   {6, 2.0 / 3 + 0.0075, 0.5}};
   for (const Point& point : points) {
-    EXPECT_NEAR(S515VCLFOKernel::Wave(point.waveform, point.p, i), point.value, 1e-12)
+    EXPECT_NEAR(S515VCLFOKernel<>::Wave(point.waveform, point.p, i), point.value, 1e-12)
         << point.waveform << " at " << point.p;
   }
   // Whatever the increment, a wave stays in its range.
   for (int waveform = 0; waveform < 7; ++waveform) {
     for (const double increment : {0.0, 1e-9, 0.013, 0.5}) {
       for (double p = 0.0; p <= 1.0; p += 1.0 / 512) {
-        EXPECT_LE(std::abs(S515VCLFOKernel::Wave(waveform, p, increment)), 1.0 + 1e-9);
+        EXPECT_LE(std::abs(S515VCLFOKernel<>::Wave(waveform, p, increment)), 1.0 + 1e-9);
       }
     }
   }
 }
 
 TEST(S515VCLFOKernel, RunsAtTheFrequencyOfItsKnobsOrAMultipleOfTheClock) {
-  S515VCLFOKernel lfo;
+  S515VCLFOKernel<> lfo;
   lfo.Prepare(48000.0f, true);
   EXPECT_NEAR(lfo.FreeIncrement(0.5, 0.0f, 0.0) * 48000.0, 25.0 * 0.125, 1e-9);
   EXPECT_NEAR(lfo.FreeIncrement(0.5, 0.25f, 0.5) * 48000.0, 25.0 * 0.25, 1e-9);
@@ -205,7 +205,7 @@ TEST(S515VCLFOKernel, RunsAtTheFrequencyOfItsKnobsOrAMultipleOfTheClock) {
 }
 
 TEST(S515VCLFOKernel, ResetsToItsPhaseAndQuantisesTowardZero) {
-  S515VCLFOKernel lfo;
+  S515VCLFOKernel<> lfo;
   lfo.phase = 0.9;
   lfo.FollowReset(0.24f, 0.5f, 0.01);
   EXPECT_EQ(lfo.phase, 0.9);
@@ -217,12 +217,12 @@ TEST(S515VCLFOKernel, ResetsToItsPhaseAndQuantisesTowardZero) {
   lfo.FollowReset(1.0f, kNaN, 0.01);
   EXPECT_DOUBLE_EQ(lfo.phase, 0.505);
 
-  EXPECT_EQ(S515VCLFOKernel::Quantise(0.123, 0.0), 0.123);
-  EXPECT_DOUBLE_EQ(S515VCLFOKernel::Quantise(0.74, 0.25), 0.5);
-  EXPECT_DOUBLE_EQ(S515VCLFOKernel::Quantise(-0.74, 0.25), -0.5);
-  EXPECT_DOUBLE_EQ(S515VCLFOKernel::Quantise(0.74, -0.25), 0.5);
-  EXPECT_DOUBLE_EQ(S515VCLFOKernel::Quantise(1.0, 7.0), 0.999) << "the step is limited";
-  EXPECT_EQ(S515VCLFOKernel::Quantise(0.9, 0.999), 0.0);
+  EXPECT_EQ(S515VCLFOKernel<>::Quantise(0.123, 0.0), 0.123);
+  EXPECT_DOUBLE_EQ(S515VCLFOKernel<>::Quantise(0.74, 0.25), 0.5);
+  EXPECT_DOUBLE_EQ(S515VCLFOKernel<>::Quantise(-0.74, 0.25), -0.5);
+  EXPECT_DOUBLE_EQ(S515VCLFOKernel<>::Quantise(0.74, -0.25), 0.5);
+  EXPECT_DOUBLE_EQ(S515VCLFOKernel<>::Quantise(1.0, 7.0), 0.999) << "the step is limited";
+  EXPECT_EQ(S515VCLFOKernel<>::Quantise(0.9, 0.999), 0.0);
 }
 
 TEST(S516RSHKernel, ValuesAreEvenAndTheLineJoinsThem) {

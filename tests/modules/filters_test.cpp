@@ -129,12 +129,12 @@ TEST(S202HPLSVCF, IsFlatAtHalfLevelAndLimited) {
 }
 
 struct S212Rig {
-  S212VCFKernel kernel;
-  S212VCFKernel::Controls knobs{1.0, 0.5, 0.0, 0.0, 0.0, 0.0, false};
+  S212VCFKernel<> kernel;
+  S212VCFKernel<>::Controls knobs{1.0, 0.5, 0.0, 0.0, 0.0, 0.0, false};
 
   explicit S212Rig(float rate = 48000.0f) { kernel.Prepare(rate); }
   /// High-pass, band-pass, low-pass, notch.
-  std::array<double, 4> Step(const S212VCFKernel::Inputs& in) {
+  std::array<double, 4> Step(const S212VCFKernel<>::Inputs& in) {
     kernel.Begin(in, knobs);
     const std::array<double, 4> y{kernel.HighPass(), kernel.BandPass(), kernel.LowPass(),
                                   kernel.Notch()};
@@ -248,7 +248,7 @@ TEST(S212VCF, ModulatesItsCutoffAndRecomputesOnlyWhatMoved) {
   still.Step({0, static_cast<float>(0.1 + (0.6 + 0.4 * tri) * 0.15), 0, 0, 0});
   EXPECT_NEAR(fm.kernel.freq, still.kernel.freq, 1e-7);
 
-  S212VCFKernel& kernel = still.kernel;
+  S212VCFKernel<>& kernel = still.kernel;
   still.Step({0, 0, 0, 0, 0});
   const double freq = kernel.freq, damp = kernel.damp;
   kernel.freq = kernel.damp = 0.125;

@@ -17,21 +17,21 @@ namespace {
 
 using testing::TestRack;
 
-using Wave = float S310VCOKernel::Outputs::*;
-constexpr Wave kSaw = &S310VCOKernel::Outputs::saw;
-constexpr Wave kTriangle = &S310VCOKernel::Outputs::triangle;
-constexpr Wave kRound = &S310VCOKernel::Outputs::round;
-constexpr Wave kPulse = &S310VCOKernel::Outputs::pulse;
+using Wave = float S310VCOKernel<>::Outputs::*;
+constexpr Wave kSaw = &S310VCOKernel<>::Outputs::saw;
+constexpr Wave kTriangle = &S310VCOKernel<>::Outputs::triangle;
+constexpr Wave kRound = &S310VCOKernel<>::Outputs::round;
+constexpr Wave kPulse = &S310VCOKernel<>::Outputs::pulse;
 constexpr double kRate = 48000.0;
 constexpr double kMiddleC = 261.6255653;
 
 /// A kernel with all outputs heard and neither PWM nor sync plugged.
 struct Voice {
-  S310VCOKernel kernel;
-  S310VCOKernel::Knobs knobs;
-  S310VCOKernel::Inputs in;
-  S310VCOKernel::Cables cables{false, false, true, true, true, true};
-  S310VCOKernel::Outputs out;
+  S310VCOKernel<> kernel;
+  S310VCOKernel<>::Knobs knobs;
+  S310VCOKernel<>::Inputs in;
+  S310VCOKernel<>::Cables cables{false, false, true, true, true, true};
+  S310VCOKernel<>::Outputs out;
 
   explicit Voice(double hertz) {
     kernel.Prepare(kRate, kRate);
@@ -301,8 +301,8 @@ TEST(S310VCOKernel, EachWayThroughASampleGivesThePulseItsSteps) {
 TEST(S310VCOKernel, UnheardWavesStandStill) {
   Voice voice(700.0);
   voice.Run(kSaw, 100);
-  const S310VCOKernel before = voice.kernel;
-  const S310VCOKernel::Outputs heard = voice.out;
+  const S310VCOKernel<> before = voice.kernel;
+  const S310VCOKernel<>::Outputs heard = voice.out;
   voice.cables = {};
   voice.cables.round = true;
   voice.Run(kRound, 17);
@@ -319,7 +319,7 @@ TEST(S310VCOKernel, UnheardWavesStandStill) {
 }
 
 TEST(S310VCOKernel, RecoversFromValuesThatAreNoNumbers) {
-  using Inputs = S310VCOKernel::Inputs;
+  using Inputs = S310VCOKernel<>::Inputs;
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   for (const auto input : {&Inputs::pitch, &Inputs::fm, &Inputs::pwm, &Inputs::shape, &Inputs::sync,
                            &Inputs::octaveStep}) {

@@ -1,0 +1,21 @@
+// Smoothing of control values.
+#pragma once
+
+#include "dsp/lanes.h"
+
+namespace halveron::dsp {
+
+/// One step of a one-pole low-pass toward `target`, ended by a snap within 0.001; `step` is the
+/// fraction of the distance covered. True where the value had arrived before.
+template <class Double, class Float>
+inline auto SmoothToward(Double& value, const Float& target, const Float& step) {
+  const Float distance = ToFloat(ToDouble(target) - value);
+  const auto arrived = distance == 0.0f;
+  if (All(arrived)) return arrived;
+  const auto isNear = And(ToDouble(distance) > -0.001, ToDouble(distance) < 0.001);
+  const Double next = Select(isNear, ToDouble(target), value + ToDouble(distance * step));
+  value = Select(arrived, value, next);
+  return arrived;
+}
+
+}  // namespace halveron::dsp

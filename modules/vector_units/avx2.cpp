@@ -1,0 +1,9 @@
+// Voices in AVX2 registers. Compiled for processors that have them; nothing else may be.
+#include "modules/vector_units/voice_classes.h"
+
+namespace halveron {
+
+#define HALVERON_MAKER(M) HALVERON_DEFINE_MAKER(M, dsp::Avx2)
+HALVERON_VOICE_CLASSES(HALVERON_MAKER)
+
+}  // namespace halveron

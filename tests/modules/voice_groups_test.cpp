@@ -1,0 +1,244 @@
+// Voices in vectors give the bits that each gives by itself.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/cpu_features.h"
+#include "tests/support/test_rack.h"
+
+namespace halveron::testing {
+namespace {
+
+constexpr int kLines = 16;
+
+/// A different signal of each kind for each voice: pitches, gates, audio, modulation, clocks, and
+/// now and then what no module expects.
+class SignalZoo final : public Module {
+ public:
+  SignalZoo(const HostTable& hostTable, unsigned seed)
+      : Module(CRect(0, 0, 10, 10), nullptr, nullptr, hostTable, 0), random_(seed) {
+    for (Output& out : outs) AddPatchPoint(out, "Out", 5, 5);
+    for (Line& line : lines_) line.kind = static_cast<int>(random_() % kKinds);
+  }
+  const char* GetName() const override { return "Test zoo"; }
+
+  void ProcessSample() override {
+    for (std::size_t i = 0; i < lines_.size(); ++i) outs[i]->out = Next(lines_[i]);
+  }
+
+  std::array<Output, kLines> outs;
+
+ private:
+  static constexpr int kKinds = 6;
+  struct Line {
+    int kind;
+    int rest = 0;
+    float value = 0.0f;
+  };
+
+  float Draw(float from, float to) {
+    return std::uniform_real_distribution<float>(from, to)(random_);
+  }
+
+  float Next(Line& line) {
+    if (random_() % 20000 == 0) return Wild();
+    switch (line.kind) {
+      case 0:  // a pitch now and then
+        if (--line.rest < 0) line.rest = 200, line.value = Draw(-0.3f, 0.4f);
+        return line.value;
+      case 1:  // gates
+        if (--line.rest < 0)
+          line.rest = static_cast<int>(random_() % 300), line.value = 1.0f - line.value;
+        return line.value;
+      case 2:  // a clock
+        if (--line.rest < 0) line.rest = 37;
+        return line.rest > 30 ? 1.0f : 0.0f;
+      case 3:  // a slow wave, for sync and modulation
+        line.value += 0.013f;
+        return std::sin(line.value);
+      case 4:
+        return Draw(-1.0f, 1.0f);
+      default:
+        return 0.0f;
+    }
+  }
+
+  float Wild() {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    constexpr float kWild[] = {kInfinity, -kInfinity, std::numeric_limits<float>::quiet_NaN(),
+                               1e30f,     -0.0f,      4.0f};
+    return kWild[random_() % std::size(kWild)];
+  }
+
+  std::mt19937 random_;
+  std::array<Line, kLines> lines_;
+};
+
+/// Polyphonic modules at random, played by zoos through the bridge into voices, and patched to each
+/// other at random. The same seed makes the same rack, and the same changes to it.
+class RandomRack {
+ public:
+  RandomRack(unsigned seed, VectorUnit unit, int voices) : random_(seed) {
+    rack_.editor.plan.AllowVectors(unit);
+    rack_.editor.ApplyVoiceCount(voices);
+    constexpr const char* kKinds[] = {"S310 VCO",  "S212 VCF",   "S404 VCA",
+                                      "S500 ADSR", "S515 VCLFO", "S101 Mixer"};
+    for (int i = 0; i < 3; ++i) {
+      auto& zoo = static_cast<SignalZoo&>(
+          rack_.Adopt(new SignalZoo(rack_.editor.hostTable, seed * 10 + static_cast<unsigned>(i))));
+      Module& bridge = rack_.Add("S120 Mono To Poly");
+      for (std::size_t line = 0; line < kLines; ++line) {
+        rack_.editor.ConnectCable(zoo.outs[line], bridge.Points()[line], 1, -1);
+      }
+      // The bridge's sixteen outputs lie on one another; the first carries all voices.
+      sources_.push_back(bridge.Points()[kLines]);
+      sources_.push_back(zoo.outs[0]);
+    }
+    for (int i = 0; i < 12; ++i) modules_.push_back(&rack_.Add(kKinds[i % 6]));
+    for (Module* module : modules_) AddSources(*module);
+    for (int i = 0; i < 50; ++i) ChangeCable();
+    for (int i = 0; i < 100; ++i) ChangeControl();
+  }
+
+  void RunBlock() { rack_.RunBlock(static_cast<int>(1 + random_() % 64)); }
+
+  void Change() {
+    switch (random_() % 6) {
+      case 0:
+        ChangeCable();
+        break;
+      case 1:
+        ModulateOneVoice();
+        break;
+      case 2:
+        rack_.editor.ApplyVoiceCount(static_cast<int>(1 + random_() % kMaxVoices));
+        break;
+      case 3:
+        rack_.editor.SetModuleBandlimitMode(&AnyModule(), static_cast<int>(random_() % 2));
+        break;
+      default:
+        ChangeControl();
+    }
+  }
+
+  void SetOversampling(int menuEntry) { rack_.engine.ApplyOversamplingFactor(menuEntry); }
+  std::size_t VectorRows() const { return rack_.editor.plan.VectorRows(); }
+
+  /// Every signal and every knob of every voice, as bits.
+  std::vector<std::uint64_t> Bits() const {
+    std::vector<std::uint64_t> bits;
+    for (const std::vector<Module*>& row : rack_.editor.modules) {
+      for (const Module* module : row) {
+        if (!module) continue;
+        for (const PatchPoint* point : module->Points()) {
+          bits.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(point->in)));
+          bits.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(point->out)));
+        }
+        for (CView* view : module->children()) {
+          if (const auto* knob = dynamic_cast<const ModuleKnob*>(view)) {
+            bits.push_back(std::bit_cast<std::uint64_t>(knob->Cell().smoothed_value));
+          }
+        }
+      }
+    }
+    return bits;
+  }
+
+ private:
+  Module& AnyModule() { return *modules_[random_() % modules_.size()]; }
+
+  void AddSources(const Module& module) {
+    for (PatchPoint* point : module.Points()) {
+      if (point->type == kOutputPoint) sources_.push_back(point);
+    }
+  }
+
+  void ChangeCable() {
+    const std::span<PatchPoint* const> points = AnyModule().Points();
+    PatchPoint* to = points[random_() % points.size()];
+    PatchPoint* from = sources_[random_() % sources_.size()];
+    if (to->type != kInputPoint) return;
+    if (to->firstCable) {
+      rack_.editor.RemoveCable(to->firstCable, kAllVoices, false);
+    } else {
+      rack_.editor.ConnectCable(from, to, 1, -1);
+    }
+  }
+
+  CControl* AnyControl() {
+    const auto& views = AnyModule().children();
+    return dynamic_cast<CControl*>(views[random_() % views.size()]);
+  }
+
+  void ChangeControl() {
+    CControl* control = AnyControl();
+    const float value = static_cast<float>(random_() % 1000) / 999.0f;
+    if (!control || dynamic_cast<PatchPoint*>(control)) return;
+    const bool isSwitch = !dynamic_cast<ModuleKnob*>(control);
+    control->setValue(isSwitch ? std::round(value) : value);
+    rack_.editor.valueChanged(control);
+  }
+
+  void ModulateOneVoice() {
+    const CControl* control = AnyControl();
+    const auto voice = static_cast<int>(random_() % kMaxVoices);
+    const float offset = static_cast<float>(random_() % 100) / 300.0f;
+    if (!control || control->getTag() >= kParameterCount || voice >= rack_.engine.voiceCount)
+      return;
+    rack_.editor.SetParameterOffset(control->getTag(), voice, offset, false);
+  }
+
+  TestRack rack_;
+  std::mt19937 random_;
+  std::vector<Module*> modules_;
+  std::vector<PatchPoint*> sources_;
+};
+
+struct UnitCase {
+  VectorUnit unit;
+  const char* name;
+  bool isHere;
+};
+
+TEST(VoiceGroups, GiveTheBitsOfSingleVoicesInRandomPatches) {
+  const UnitCase units[] = {{VectorUnit::kSse2, "SSE2", true},
+                            {VectorUnit::kAvx2, "AVX2", platform::HasAvx2()},
+                            {VectorUnit::kAvx512, "AVX-512", platform::HasAvx512()}};
+  constexpr int kBlocks = 150;
+  for (unsigned seed = 1; seed <= 6; ++seed) {
+    for (const UnitCase& unit : units) {
+      if (!unit.isHere) continue;
+      const int voices = seed % 2 ? 16 : static_cast<int>(3 + seed);
+      RandomRack single(seed, VectorUnit::kNone, voices);
+      RandomRack vectors(seed, unit.unit, voices);
+      std::size_t rows = 0;
+      for (int block = 0; block < kBlocks; ++block) {
+        if (block == 100) {
+          single.SetOversampling(2);
+          vectors.SetOversampling(2);
+        }
+        single.RunBlock();
+        vectors.RunBlock();
+        ASSERT_EQ(single.VectorRows(), 0u);
+        rows = std::max(rows, vectors.VectorRows());
+        ASSERT_EQ(single.Bits(), vectors.Bits())
+            << unit.name << ", seed " << seed << ", block " << block;
+        if (block % 3 == 0) {
+          single.Change();
+          vectors.Change();
+        }
+      }
+      EXPECT_GE(rows, 10u) << unit.name << ", seed " << seed;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace halveron::testing
