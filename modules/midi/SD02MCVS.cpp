@@ -60,6 +60,11 @@ SD02MCVS::SD02MCVS(CFrame* frame, const HostTable& hostTable, int voice)
 
 void SD02MCVS::ProcessSample() {
   const MidiCableWord word = MidiCableWord::FromCell(midiIn_->in);
+  // Most voices rest most of the time. The gate alone may also be changed from outside a sample.
+  if (word.IsNone() && kernel_.IsAtRest() && gate_->out == kernel_.gate) {
+    kernel_.Rest();
+    return;
+  }
   const bool noteBegan = kernel_.Step(word);
   WriteOutputs();
   if (noteBegan && engine->hostKind == HostKind::kClap) {

@@ -130,6 +130,14 @@ struct SD02MCVSKernel {
     retriggerCounter = 0;
   }
 
+  /// Whether a sample without a word changes nothing but the clock's count.
+  bool IsAtRest() const {
+    return retriggerCounter == 0 && clock == 0.0f && pitch == pitchTarget && mod == modTarget &&
+           bend == bendTarget && aftertouch == aftertouchTarget;
+  }
+  /// The sample of a voice at rest.
+  void Rest() { dsp::CountInterval(clockCounter); }
+
   /// One sample; true if a note began with this word.
   bool Step(MidiCableWord word) {
     EndRetrigger();
