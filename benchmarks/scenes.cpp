@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <filesystem>
 #include <vector>
 
 #include "benchmarks/block_times.h"
@@ -32,6 +33,10 @@ constexpr PadScene kPads[] = {
 constexpr int kLowestKey = 36;
 constexpr unsigned kVelocity = 100;
 constexpr int kCheckedBlocks = 20;
+
+std::string PathOf(const std::string& scene) {
+  return HALVERON_SOURCE_DIR "/benchmarks/scenes/" + scene + ".json";
+}
 
 int KeyOf(int voice) { return kLowestKey + 3 * voice; }
 
@@ -116,7 +121,7 @@ void MeasurePad(benchmark::State& state, const PadScene& scene) {
 }  // namespace
 
 void LoadScene(RackRig& rig, const std::string& scene) {
-  const std::string path = HALVERON_SOURCE_DIR "/benchmarks/scenes/" + scene + ".json";
+  const std::string path = PathOf(scene);
   ApplyTextPatch(ReadTextPatch(path), path, rig.Rack(), KnownModules());
 }
 
@@ -127,7 +132,7 @@ std::function<void()> PlayScene(const std::string& scene) {
     while (!rack->IsComplete()) rack->RunBlock();
     return [rack] { rack->RunBlock(); };
   }
-  if (scene != kMixerScene) return {};
+  if (!std::filesystem::exists(PathOf(scene))) return {};
   const auto rig = std::make_shared<RackRig>();
   LoadScene(*rig, scene);
   return [rig] { rig->RunBlock(); };
