@@ -1,14 +1,39 @@
 // The benchmark program: every scenario, or those that --benchmark_filter names, as one table.
+//
+// `benchmarks --play SCENE BLOCKS` runs a scene and nothing else, for tools that count.
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
+
 #include "benchmarks/scenarios.h"
+#include "benchmarks/scenes.h"
 #include "benchmarks/table_reporter.h"
 
+namespace {
+
+int Play(const char* scene, int blocks) {
+  const auto runBlock = halveron::benchmarks::PlayScene(scene);
+  if (!runBlock) {
+    std::cerr << "benchmarks: there is no scene '" << scene << "' in benchmarks/scenes\n";
+    return 2;
+  }
+  for (int block = 0; block < blocks; ++block) runBlock();
+  return 0;
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
+  if (argc == 4 && std::string_view(argv[1]) == "--play") {
+    return Play(argv[2], std::atoi(argv[3]));
+  }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   halveron::benchmarks::RegisterModules();
-  halveron::benchmarks::RegisterUnityMixers();
+  halveron::benchmarks::RegisterMixerScene();
+  halveron::benchmarks::RegisterScenes();
   halveron::benchmarks::RegisterVoices();
   halveron::benchmarks::RegisterPolyphony();
   halveron::benchmarks::RegisterPresets();

@@ -78,11 +78,14 @@ class RackRig {
   void WarmUp(double seconds);
   /// Largest magnitude on the host's outputs in the last block.
   float Peak() const;
+  /// The last block of a host output.
+  const float* Output(int channel) const { return outputs_[static_cast<std::size_t>(channel)]; }
 
  private:
   static std::intptr_t Answer(AEffect* effect, std::int32_t opcode, std::int32_t index,
                               std::intptr_t value, void* ptr, float opt);
 
+  std::vector<char> spacer_;
   Halveron engine_;
   VstTimeInfo time_{};
   int blockSize_;

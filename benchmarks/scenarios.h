@@ -9,7 +9,12 @@ inline constexpr const char* kNetNsPerSample = "net_ns_per_sample";  ///< less w
 inline constexpr const char* kNsPerVoiceAndStep = "ns_per_voice_and_step";
 inline constexpr const char* kMilliseconds = "ms";
 inline constexpr const char* kTimesRealTime = "x_realtime";
+inline constexpr const char* kHandNsPerSample = "hand_ns_per_sample";
 inline constexpr const char* kRackOverHand = "rack_over_hand";
+inline constexpr const char* kMostOverHand = "most_over_hand";  ///< the aim of the ratio
+
+/// The scene of mixers; the others are pads.
+inline constexpr const char* kMixerScene = "e200";
 
 /// Each timed by hand for this long at least, in seconds.
 inline constexpr double kMeasuringTime = 0.3;
@@ -17,8 +22,10 @@ inline constexpr double kMeasuringTime = 0.3;
 /// `module/<display name>`: each module that can be made, alone, and net of a module that does
 /// nothing at as many cables.
 void RegisterModules();
-/// `rack/` and `hand/`: what the rack's loop costs over one written out by hand.
-void RegisterUnityMixers();
+/// `scene/`: patches of benchmarks/scenes, and what the rack costs over a loop of the same kernels
+/// written out by hand, which gives the same bits.
+void RegisterMixerScene();
+void RegisterScenes();
 /// `voice/`: the demo patches with a held note.
 void RegisterVoices();
 /// `pad/`: a pad of 1 to 16 voices, and of one voice at every oversampling factor. Cost that is

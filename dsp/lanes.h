@@ -32,6 +32,9 @@ inline auto Or(const A& a, const B& b, const C& c) {
 }
 inline bool Any(bool mask) { return mask; }
 inline bool All(bool mask) { return mask; }
+/// A mask for doubles of one for floats, and back.
+inline bool ToWide(bool mask) { return mask; }
+inline bool ToNarrow(bool mask) { return mask; }
 /// A bit for each lane in which the mask holds.
 inline unsigned LaneBits(bool mask) { return mask ? 1u : 0u; }
 

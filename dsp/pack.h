@@ -4,28 +4,16 @@
 // every type in it names its unit: so no function of a wide unit can be taken for another's.
 #pragma once
 
-#include <immintrin.h>
-
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
-#include <utility>
 
 #include "dsp/lanes.h"
+#include "dsp/vector_units.h"
 
 namespace halveron::dsp {
 
-// A unit works on as many lanes as its register has floats; doubles take two registers.
-struct Sse2 {
-  static constexpr int kBytes = 16;
-};
-struct Avx2 {
-  static constexpr int kBytes = 32;
-};
-struct Avx512 {
-  static constexpr int kBytes = 64;
-};
-
+/// A unit works on as many lanes as its register has floats.
 template <class Unit>
 inline constexpr int kLanesOf = Unit::kBytes / static_cast<int>(sizeof(float));
 
@@ -72,7 +60,9 @@ struct Pack : Registers<T, Unit> {
   template <class U>
   requires std::is_arithmetic_v<U> && requires(U u) { T{u}; }
   Pack(U number) {
-    for (Part& each : this->part) each = Part{} + static_cast<T>(number);
+    Part same;
+    for (int lane = 0; lane < Base::kPerPart; ++lane) same[lane] = static_cast<T>(number);
+    for (Part& each : this->part) each = same;
   }
 
   template <class F>
@@ -146,45 +136,27 @@ using WideMask = LaneMask<std::int64_t, Unit>;
 template <class Unit>
 using NarrowMask = LaneMask<std::int32_t, Unit>;
 
-// Between lanes of 4 and of 8 bytes: the parts of the one are the halves of the other.
-
-template <class To, class From, class Unit>
-inline Registers<To, Unit> Widen(const Registers<From, Unit>& x) {
-  Registers<To, Unit> out;
-  constexpr int kHalf = Registers<To, Unit>::kPerPart;
-  [&]<int... i>(std::integer_sequence<int, i...>) {
-    out.part[0] = (typename Registers<To, Unit>::Part) __builtin_convertvector(
-        __builtin_shufflevector(x.part[0], x.part[0], i...), typename Registers<To, Unit>::Part);
-    out.part[1] = (typename Registers<To, Unit>::Part) __builtin_convertvector(
-        __builtin_shufflevector(x.part[0], x.part[0], (i + kHalf)...),
-        typename Registers<To, Unit>::Part);
-  }
-  (std::make_integer_sequence<int, kHalf>{});
-  return out;
-}
-
-template <class To, class From, class Unit>
-inline Registers<To, Unit> Narrow(const Registers<From, Unit>& x) {
-  constexpr int kHalf = Registers<From, Unit>::kPerPart;
-  typedef To Half __attribute__((vector_size(Unit::kBytes / 2)));
-  const Half low = __builtin_convertvector(x.part[0], Half);
-  const Half high = __builtin_convertvector(x.part[1], Half);
-  Registers<To, Unit> out;
-  [&]<int... i>(std::integer_sequence<int, i...>) {
-    out.part[0] = (typename Registers<To, Unit>::Part)__builtin_shufflevector(low, high, i...);
-  }
-  (std::make_integer_sequence<int, 2 * kHalf>{});
-  return out;
-}
-
 template <class Unit>
 inline WideMask<Unit> ToWide(const NarrowMask<Unit>& mask) {
-  return {Widen<std::int64_t>(mask)};
+  using Part = typename WideMask<Unit>::Part;
+  const auto narrow = (typename VectorOps<Unit>::Ints)mask.part[0];
+  return {(Part)VectorOps<Unit>::LowWide(narrow), (Part)VectorOps<Unit>::HighWide(narrow)};
 }
 template <class Unit>
 inline NarrowMask<Unit> ToNarrow(const WideMask<Unit>& mask) {
-  return {Narrow<std::int32_t>(mask)};
+  using Ints = typename VectorOps<Unit>::Ints;
+  return {(typename NarrowMask<Unit>::Part)VectorOps<Unit>::JoinNarrow((Ints)mask.part[0],
+                                                                       (Ints)mask.part[1])};
 }
+template <class Unit>
+inline const WideMask<Unit>& ToWide(const WideMask<Unit>& mask) {
+  return mask;
+}
+template <class Unit>
+inline const NarrowMask<Unit>& ToNarrow(const NarrowMask<Unit>& mask) {
+  return mask;
+}
+
 template <class T, class Unit>
 inline LaneMask<T, Unit> And(const LaneMask<T, Unit>& a, const LaneMask<T, Unit>& b) {
   return LaneMask<T, Unit>::Each([&](int i) { return a.part[i] & b.part[i]; });
@@ -201,15 +173,24 @@ inline NarrowMask<Unit> And(const NarrowMask<Unit>& a, const WideMask<Unit>& b) 
 
 template <class Unit>
 inline Pack<double, Unit> ToDouble(const Pack<float, Unit>& x) {
-  return Pack<double, Unit>(Widen<double>(x));
+  Pack<double, Unit> out;
+  out.part[0] = VectorOps<Unit>::LowDoubles((typename VectorOps<Unit>::Floats)x.part[0]);
+  out.part[1] = VectorOps<Unit>::HighDoubles((typename VectorOps<Unit>::Floats)x.part[0]);
+  return out;
 }
 template <class Unit>
 inline Pack<double, Unit> ToDouble(const Pack<std::int32_t, Unit>& x) {
-  return Pack<double, Unit>(Widen<double>(x));
+  Pack<double, Unit> out;
+  out.part[0] = VectorOps<Unit>::LowDoubles((typename VectorOps<Unit>::Ints)x.part[0]);
+  out.part[1] = VectorOps<Unit>::HighDoubles((typename VectorOps<Unit>::Ints)x.part[0]);
+  return out;
 }
 template <class Unit>
 inline Pack<float, Unit> ToFloat(const Pack<double, Unit>& x) {
-  return Pack<float, Unit>(Narrow<float>(x));
+  Pack<float, Unit> out;
+  out.part[0] = VectorOps<Unit>::JoinFloats((typename VectorOps<Unit>::Doubles)x.part[0],
+                                            (typename VectorOps<Unit>::Doubles)x.part[1]);
+  return out;
 }
 template <class Unit>
 inline Pack<float, Unit> ToFloat(const Pack<std::int32_t, Unit>& x) {
@@ -237,10 +218,28 @@ inline Pack<float, Unit> ScaleByPowerOfTwo(const Pack<float, Unit>& x,
       [&](int p) { return (typename Float::Part)((IntPart)x.part[p] + i.part[p] * (1 << 23)); });
 }
 
+/// What the unit's instructions take for a part.
+template <class T, class Unit>
+struct NativeOf {
+  using Type = typename VectorOps<Unit>::Ints;
+};
+template <class Unit>
+struct NativeOf<float, Unit> {
+  using Type = typename VectorOps<Unit>::Floats;
+};
+template <class Unit>
+struct NativeOf<double, Unit> {
+  using Type = typename VectorOps<Unit>::Doubles;
+};
+
 template <class T, class Unit>
 inline Pack<T, Unit> Select(const LaneMask<MaskLane<T>, Unit>& mask, const Pack<T, Unit>& a,
                             const std::type_identity_t<Pack<T, Unit>>& b) {
-  return Pack<T, Unit>::Each([&](int i) { return mask.part[i] ? a.part[i] : b.part[i]; });
+  using Native = typename NativeOf<T, Unit>::Type;
+  return Pack<T, Unit>::Each([&](int i) {
+    return (typename Pack<T, Unit>::Part)VectorOps<Unit>::Blend(
+        (typename VectorOps<Unit>::Ints)mask.part[i], (Native)a.part[i], (Native)b.part[i]);
+  });
 }
 template <class Unit>
 inline Pack<double, Unit> Select(const NarrowMask<Unit>& mask, const Pack<double, Unit>& a,
@@ -278,37 +277,24 @@ inline Pack<double, Unit> CopySign(const Pack<double, Unit>& magnitude,
   });
 }
 
-template <class T, class Unit>
-inline unsigned LaneBits(const LaneMask<T, Unit>& mask) {
-  unsigned bits = 0;
-  for (int i = 0; i < LaneMask<T, Unit>::kParts; ++i) {
-    unsigned ofPart = 0;
-    if constexpr (std::is_same_v<Unit, Sse2>) {
-      ofPart = sizeof(T) == 8 ? static_cast<unsigned>(_mm_movemask_pd((__m128d)mask.part[i]))
-                              : static_cast<unsigned>(_mm_movemask_ps((__m128)mask.part[i]));
-    }
-#ifdef __AVX2__
-    if constexpr (std::is_same_v<Unit, Avx2>) {
-      ofPart = sizeof(T) == 8 ? static_cast<unsigned>(_mm256_movemask_pd((__m256d)mask.part[i]))
-                              : static_cast<unsigned>(_mm256_movemask_ps((__m256)mask.part[i]));
-    }
-#endif
-#ifdef __AVX512DQ__
-    if constexpr (std::is_same_v<Unit, Avx512>) {
-      ofPart = sizeof(T) == 8 ? static_cast<unsigned>(_mm512_movepi64_mask((__m512i)mask.part[i]))
-                              : static_cast<unsigned>(_mm512_movepi32_mask((__m512i)mask.part[i]));
-    }
-#endif
-    bits |= ofPart << (i * LaneMask<T, Unit>::kPerPart);
-  }
-  return bits;
+template <class Unit>
+inline unsigned LaneBits(const NarrowMask<Unit>& mask) {
+  return VectorOps<Unit>::Bits32((typename VectorOps<Unit>::Ints)mask.part[0]);
 }
-template <class T, class Unit>
-inline bool Any(const LaneMask<T, Unit>& mask) {
-  LaneMask<T, Unit> both = mask;
-  for (int i = 1; i < LaneMask<T, Unit>::kParts; ++i) both.part[0] |= both.part[i];
-  for (int i = 1; i < LaneMask<T, Unit>::kParts; ++i) both.part[i] = both.part[0];
-  return LaneBits(both) != 0;
+template <class Unit>
+inline unsigned LaneBits(const WideMask<Unit>& mask) {
+  using Ints = typename VectorOps<Unit>::Ints;
+  return VectorOps<Unit>::Bits64((Ints)mask.part[0]) | VectorOps<Unit>::Bits64((Ints)mask.part[1])
+                                                           << WideMask<Unit>::kPerPart;
+}
+template <class Unit>
+inline bool Any(const NarrowMask<Unit>& mask) {
+  return LaneBits(mask) != 0;
+}
+template <class Unit>
+inline bool Any(const WideMask<Unit>& mask) {
+  return VectorOps<Unit>::Bits64((typename VectorOps<Unit>::Ints)(mask.part[0] | mask.part[1])) !=
+         0;
 }
 template <class T, class Unit>
 inline bool All(const LaneMask<T, Unit>& mask) {

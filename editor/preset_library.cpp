@@ -154,11 +154,16 @@ bool PresetLibrary::Step(int direction) {
 }
 
 std::string PresetLibrary::BuildPresetPath(const SynOptionMenu& menu, int index) const {
-  std::string path = menu.TitleAt(index);
+  std::vector<const char*> folders;  // from the deepest
   for (const SynOptionMenu* m = &menu; m->parentMenu; m = m->parentMenu) {
-    path.insert(0, "/").insert(0, m->parentMenu->TitleAt(m->parentIndex));
+    folders.push_back(m->parentMenu->TitleAt(m->parentIndex));
   }
-  return presetsFolder_ + path + kPresetExtension;
+  std::string path = presetsFolder_;
+  while (!folders.empty()) {
+    path.append(folders.back()).append("/");
+    folders.pop_back();
+  }
+  return path.append(menu.TitleAt(index)).append(kPresetExtension);
 }
 
 bool PresetLibrary::SelectPreset(const std::string& path, bool add) {

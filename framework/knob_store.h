@@ -24,9 +24,7 @@ struct KnobCell {
   void SmoothSteppedValue() { StepToward(stepped_target); }
 
  private:
-  bool StepToward(float target) {
-    return dsp::SmoothToward(smoothed_value, target, smooth_step);
-  }
+  bool StepToward(float target) { return dsp::SmoothToward(smoothed_value, target, smooth_step); }
 };
 
 /// The knob cells of one rack. Addresses are stable for the life of a cell, and cells that are

@@ -4,11 +4,15 @@
 #include <pango/pangocairo.h>
 #include <pango/pangofc-fontmap.h>
 
+#include <map>
 #include <memory>
+#include <mutex>
 
 namespace halveron {
 
-std::string LoadFontFile(const std::string& path) {
+namespace {
+
+std::string AddFontFile(const std::string& path) {
   const auto* file = reinterpret_cast<const FcChar8*>(path.c_str());
   int count = 0;
   const std::unique_ptr<FcPattern, decltype(&FcPatternDestroy)> pattern(
@@ -21,6 +25,20 @@ std::string LoadFontFile(const std::string& path) {
   PangoFontMap* map = pango_cairo_font_map_get_default();
   if (PANGO_IS_FC_FONT_MAP(map)) pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(map));
   return reinterpret_cast<const char*>(family);
+}
+
+}  // namespace
+
+std::string LoadFontFile(const std::string& path) {
+  // A font that is added again is one more font, and has all text laid out anew.
+  static std::mutex mutex;
+  static std::map<std::string, std::string> families;
+  const std::lock_guard lock(mutex);
+  const auto known = families.find(path);
+  if (known != families.end()) return known->second;
+  std::string family = AddFontFile(path);
+  if (!family.empty()) families.emplace(path, family);
+  return family;
 }
 
 }  // namespace halveron

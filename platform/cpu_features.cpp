@@ -2,9 +2,7 @@
 
 namespace halveron::platform {
 
-bool HasSse41() {
-  return __builtin_cpu_supports("sse4.1") != 0;
-}
+bool HasSse41() { return __builtin_cpu_supports("sse4.1") != 0; }
 
 bool HasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
 

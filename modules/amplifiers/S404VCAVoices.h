@@ -36,7 +36,7 @@ class S404VCAVoices final : public VoiceLanes<S404VCA, Unit> {
     return true;
   }
 
-  void Run() override {
+  [[gnu::flatten]] void Run() override {
     this->Smooth(knobs_);
     TickLamps();
     const auto& [level1, level2, cvAmount, baseGain] = knobs_;

@@ -109,46 +109,48 @@ struct S500ADSRKernel {
   template <class Mask>
   void StepLow(Mask isLow, const Stages& stages, Double u) {
     const Double R = releaseTime.At(stages.release);
-    const auto falls = dsp::And(isLow, !(u > R));
-    sustainFlag = dsp::Select(isLow, 0.0f, sustainFlag);
-    Float level = 0.0f;
+    const auto falls = dsp::And(dsp::ToWide(isLow), !(u > R));
+    Double level = 0.0;
     if (dsp::Any(falls)) {
       const Double rest = 1.0 - u / R;
       Double fallen = rest * releaseLevel;
       if (!linear) fallen *= rest;
-      level = dsp::Select(falls, dsp::ToFloat(fallen), level);
+      level = dsp::Select(falls, fallen, level);
       t = dsp::Select(falls, t + 1.0, t);
     }
-    envelope = dsp::Select(isLow, level, envelope);
+    envelope = dsp::Select(isLow, dsp::ToFloat(level), envelope);
+    sustainFlag = dsp::Select(isLow, 0.0f, sustainFlag);
   }
 
   template <class Mask>
   void StepHigh(Mask isOn, const Stages& stages, Double u) {
+    const auto on = dsp::ToWide(isOn);
     const Double A = attackTime.At(stages.attack);
-    const auto isPast = dsp::And(isOn, u > A);
-    const auto rises = dsp::And(isOn, !(u > A));
-    Float level = envelope;
+    const auto isPast = dsp::And(on, u > A);
+    const auto rises = dsp::And(on, !(u > A));
     auto moves = rises;
+    Double level = stages.sustain;
     if (dsp::Any(rises)) {
       const Double x = u / A;
-      level = dsp::Select(rises, dsp::ToFloat(linear ? x : 1.0 - (1.0 - x) * (1.0 - x)), level);
+      level = dsp::Select(rises, linear ? x : 1.0 - (1.0 - x) * (1.0 - x), level);
     }
     if (dsp::Any(isPast)) {
       const Double v = u - A;
       const Double D = decayTime.At(stages.decay);
       const auto falls = dsp::And(isPast, !(v > D));
-      level = dsp::Select(isPast, dsp::ToFloat(stages.sustain), level);
       if (dsp::Any(falls)) {
         const Double w = 1.0 - v / D;
         level = dsp::Select(falls,
-                            dsp::ToFloat(linear ? 1.0 - (1.0 - stages.sustain) / D * v
-                                                : w * w * (1.0 - stages.sustain) + stages.sustain),
+                            linear ? 1.0 - (1.0 - stages.sustain) / D * v
+                                   : w * w * (1.0 - stages.sustain) + stages.sustain,
                             level);
+        moves = dsp::Or(moves, falls);
       }
-      moves = dsp::Or(moves, falls);
     }
-    envelope = level;
-    sustainFlag = dsp::Select(isOn, dsp::Select(moves, Float(0.0f), 1.0f), sustainFlag);
+    envelope = dsp::Select(isOn, dsp::ToFloat(level), envelope);
+    sustainFlag = dsp::Select(isOn, 1.0f, sustainFlag);
+    if (!dsp::Any(moves)) return;
+    sustainFlag = dsp::Select(dsp::ToNarrow(moves), 0.0f, sustainFlag);
     t = dsp::Select(moves, t + 1.0, t);
   }
 

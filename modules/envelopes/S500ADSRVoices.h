@@ -35,7 +35,7 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
     return true;
   }
 
-  void Run() override {
+  [[gnu::flatten]] void Run() override {
     this->Smooth(knobs_);
     const auto& [timeAmount, attack, decay, sustain, release] = knobs_;
     for (int p = 0; p < this->Packs(); ++p) {

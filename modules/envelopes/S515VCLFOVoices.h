@@ -34,7 +34,7 @@ class S515VCLFOVoices final : public VoiceLanes<S515VCLFO, Unit> {
     return true;
   }
 
-  void Run() override {
+  [[gnu::flatten]] void Run() override {
     auto& [rate, rateAmount, steps, startPhase] = knobs_;
     steps.Smooth(this->Packs());
     if (!clocked_) {

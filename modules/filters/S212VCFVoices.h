@@ -37,7 +37,7 @@ class S212VCFVoices final : public VoiceLanes<S212VCF, Unit> {
     return true;
   }
 
-  void Run() override {
+  [[gnu::flatten]] void Run() override {
     this->Smooth(knobs_);
     const auto& [level, cutoff, fm, resonanceAmount, resonance, instability] = knobs_;
     for (int p = 0; p < this->Packs(); ++p) {

@@ -60,6 +60,12 @@ SD02MCVS::SD02MCVS(CFrame* frame, const HostTable& hostTable, int voice)
 
 void SD02MCVS::ProcessSample() {
   const MidiCableWord word = MidiCableWord::FromCell(midiIn_->in);
+  // Most voices rest most of the time. The gate alone may also be changed from outside a sample.
+  if (word.IsNone() && kernel_.IsAtRest() && gate_->out == kernel_.gate) {
+    kernel_.Rest();
+    WriteWithLamp(clock_, clockLamp_, kernel_.clock);
+    return;
+  }
   const bool noteBegan = kernel_.Step(word);
   WriteOutputs();
   if (noteBegan && engine->hostKind == HostKind::kClap) {
@@ -67,15 +73,16 @@ void SD02MCVS::ProcessSample() {
   }
 }
 
+void SD02MCVS::WriteWithLamp(Output& output, Lamp& lamp, float level) {
+  if (output->out == level) return;
+  output->out = level;
+  lamp.Set(level);
+}
+
 void SD02MCVS::WriteOutputs() {
-  const auto writeWithLamp = [](Output& output, Lamp& lamp, float level) {
-    if (output->out == level) return;
-    output->out = level;
-    lamp.Set(level);
-  };
-  writeWithLamp(clock_, clockLamp_, kernel_.clock);
-  writeWithLamp(stop_, stopLamp_, kernel_.stop);
-  writeWithLamp(gate_, gateLamp_, kernel_.gate);
+  WriteWithLamp(clock_, clockLamp_, kernel_.clock);
+  WriteWithLamp(stop_, stopLamp_, kernel_.stop);
+  WriteWithLamp(gate_, gateLamp_, kernel_.gate);
   pitch_->out = kernel_.pitch;
   velocity_->out = kernel_.velocity;
   pitchBend_->out = kernel_.bend;

@@ -31,6 +31,7 @@ class SD02MCVS final : public BuiltInModule<SD02MCVS> {
 
  private:
   void LoadOptions(const void* block, int size, int version);
+  static void WriteWithLamp(Output& output, Lamp& lamp, float level);
   void WriteOutputs();
 
   SD02MCVSKernel kernel_;

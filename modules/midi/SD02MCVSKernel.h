@@ -130,6 +130,14 @@ struct SD02MCVSKernel {
     retriggerCounter = 0;
   }
 
+  /// Whether a sample without a word concerns nothing but the clock.
+  bool IsAtRest() const {
+    return retriggerCounter == 0 && pitch == pitchTarget && mod == modTarget &&
+           bend == bendTarget && aftertouch == aftertouchTarget;
+  }
+  /// The sample of a voice at rest.
+  void Rest() { EndClock(); }
+
   /// One sample; true if a note began with this word.
   bool Step(MidiCableWord word) {
     EndRetrigger();
@@ -292,15 +300,19 @@ struct SD02MCVSKernel {
     }
   }
 
+  void EndClock() {
+    // Not only at the length itself: a change of rate may have taken the counter past it.
+    if (clockCounter >= clockPulseLength) clock = 0.0f;
+    dsp::CountInterval(clockCounter);
+  }
+
   void Synchronise(std::uint8_t status) {
     if (status == 0xF8) {
       clock = 1.0f;
       clockPulseLength = std::max(1, LimitPulse(clockCounter * 0.3));
       clockCounter = 1;
     } else {
-      // Not only at the length itself: a change of rate may have taken the counter past it.
-      if (clockCounter >= clockPulseLength) clock = 0.0f;
-      dsp::CountInterval(clockCounter);
+      EndClock();
     }
     if (status == 0xFA || status == 0xFB) stop = 0.0f;
     if (status == 0xFC) stop = 1.0f;

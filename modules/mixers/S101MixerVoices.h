@@ -26,7 +26,7 @@ class S101MixerVoices final : public VoiceLanes<S101Mixer, Unit> {
     return true;
   }
 
-  void Run() override {
+  [[gnu::flatten]] void Run() override {
     this->Smooth(levels_);
     master_.Smooth(this->Packs());
     for (int p = 0; p < this->Packs(); ++p) {

@@ -44,7 +44,7 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
     return true;
   }
 
-  void Run() override {
+  [[gnu::flatten]] void Run() override {
     this->Smooth(knobs_);
     octave_.Smooth(this->Packs());
     const auto& [fineTune, fmAmount, pulseWidth, shape] = knobs_;

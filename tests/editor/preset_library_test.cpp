@@ -171,6 +171,19 @@ TEST_F(PresetFolder, PlaysWhatTheScreenShows) {
   EXPECT_TRUE(editor.presets.PresetMenu().isCheckEntry(0));
 }
 
+TEST_F(PresetFolder, PlaysAPresetThatIsDroppedOnTheWindow) {
+  testing::WindowRig rig;
+  rig.Add("S310 VCO", 3, 1);
+  ASSERT_TRUE(rig.editor.SavePreset(PathOf("Pad.hvp")));
+  rig.editor.RemoveAllModules();
+  const std::vector<std::string> files = {PathOf("notes.txt"), PathOf("Pad.hvp")};
+  EXPECT_TRUE(rig.frame.onDrop(files, CPoint(500, 300)));
+  EXPECT_EQ(rig.editor.ModuleCount(), 1);
+  EXPECT_EQ(rig.window.Bar().Screen().ShownText(), "Pad");
+  const std::vector<std::string> others = {PathOf("notes.txt")};
+  EXPECT_FALSE(rig.frame.onDrop(others, CPoint(500, 300)));
+}
+
 TEST_F(PresetFolder, SavesNewVersionsBesideTheOld) {
   testing::WindowRig rig;
   rig.editor.presetsFolder = Root();

@@ -1,0 +1,150 @@
+#include "benchmarks/scenes.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "benchmarks/block_times.h"
+#include "benchmarks/hand_voices.h"
+#include "benchmarks/rack_rig.h"
+#include "benchmarks/scenarios.h"
+#include "editor/known_modules.h"
+#include "platform/file_error.h"
+#include "presets/text_patch.h"
+
+namespace halveron::benchmarks {
+
+namespace {
+
+struct PadScene {
+  const char* name;
+  int voices;
+  int menuEntry;  ///< of the oversampling factor
+  int hops;       ///< cables from the host's MIDI port to a voice
+  double aim;     ///< most of the hand loop's time; 0: none
+};
+
+constexpr PadScene kPads[] = {
+    {"p1", 1, 0, 1, 0.0}, {"p16", 16, 0, 2, 0.5}, {"p16x4", 16, 2, 2, 0.0}};
+constexpr int kLowestKey = 36;
+constexpr unsigned kVelocity = 100;
+constexpr int kCheckedBlocks = 20;
+
+std::string PathOf(const std::string& scene) {
+  return HALVERON_SOURCE_DIR "/benchmarks/scenes/" + scene + ".json";
+}
+
+int KeyOf(int voice) { return kLowestKey + 3 * voice; }
+
+/// The scene in a rack, with the first of `voices` notes about to begin.
+class ScenePad {
+ public:
+  explicit ScenePad(const PadScene& scene) : scene_(scene) { LoadScene(rig_, scene.name); }
+
+  void RunBlock() {
+    if (held_ < scene_.voices) rig_.HoldNote(KeyOf(held_++), static_cast<int>(kVelocity));
+    rig_.RunBlock();
+  }
+  const float* Left() const { return rig_.Output(0); }
+  bool IsComplete() const { return held_ == scene_.voices; }
+
+ private:
+  PadScene scene_;
+  RackRig rig_;
+  int held_ = 0;
+};
+
+class ByHand {
+ public:
+  explicit ByHand(const PadScene& scene) : scene_(scene), pad_(scene.voices, scene.menuEntry) {}
+
+  void RunBlock() {
+    if (held_ < scene_.voices) {
+      // In the first block the start of the transport comes first.
+      const int delay = scene_.hops + (held_ == 0 ? 1 : 0);
+      const auto key = static_cast<unsigned>(KeyOf(held_++));
+      pad_.HoldNote(MidiCableWord::FromBytes(0x90, key, kVelocity), delay);
+    }
+    pad_.RunBlock(kBlock);
+  }
+  const float* Left() const { return pad_.Left().data(); }
+
+ private:
+  PadScene scene_;
+  HandPad pad_;
+  int held_ = 0;
+};
+
+bool HaveSameBits(const float* a, const float* b) {
+  return std::equal(a, a + kBlock, b, [](float x, float y) {
+    return std::bit_cast<std::uint32_t>(x) == std::bit_cast<std::uint32_t>(y);
+  });
+}
+
+/// The hand loop runs in turn with the rack, so that both meet the same disturbances.
+void MeasurePad(benchmark::State& state, const PadScene& scene) {
+  ScenePad rack(scene);
+  ByHand hand(scene);
+  float peak = 0.0f;
+  for (int block = 0; block < scene.voices + kCheckedBlocks; ++block) {
+    rack.RunBlock();
+    hand.RunBlock();
+    peak = std::max(peak, *std::max_element(rack.Left(), rack.Left() + kBlock));
+    if (HaveSameBits(rack.Left(), hand.Left())) continue;
+    state.SkipWithError("the rack and the hand-written loop give different numbers");
+    return;
+  }
+  if (peak == 0.0f) {
+    state.SkipWithError("the scene is silent");
+    return;
+  }
+  std::vector<double> rackTimes, handTimes;
+  for ([[maybe_unused]] auto _ : state) {
+    rackTimes.push_back(SecondsOf([&] { rack.RunBlock(); }));
+    handTimes.push_back(SecondsOf([&] { hand.RunBlock(); }));
+    state.SetIterationTime(rackTimes.back());
+  }
+  const double median = Median(rackTimes);
+  const double perSample = NanosecondsPerSample(median, kBlock);
+  state.counters[kNsPerSample] = perSample;
+  state.counters[kHandNsPerSample] = NanosecondsPerSample(Median(handTimes), kBlock);
+  state.counters[kNsPerVoiceAndStep] = perSample / (scene.voices << scene.menuEntry);
+  state.counters[kTimesRealTime] = kBlock / (kRate * median);
+  state.counters[kRackOverHand] = median / Median(handTimes);
+  if (scene.aim > 0.0) state.counters[kMostOverHand] = scene.aim;
+}
+
+}  // namespace
+
+void LoadScene(RackRig& rig, const std::string& scene) {
+  const std::string path = PathOf(scene);
+  ApplyTextPatch(ReadTextPatch(path), path, rig.Rack(), KnownModules());
+}
+
+std::function<void()> PlayScene(const std::string& scene) {
+  for (const PadScene& pad : kPads) {
+    if (scene != pad.name) continue;
+    const auto rack = std::make_shared<ScenePad>(pad);
+    while (!rack->IsComplete()) rack->RunBlock();
+    return [rack] { rack->RunBlock(); };
+  }
+  if (!std::filesystem::exists(PathOf(scene))) return {};
+  const auto rig = std::make_shared<RackRig>();
+  LoadScene(*rig, scene);
+  return [rig] { rig->RunBlock(); };
+}
+
+void RegisterScenes() {
+  for (const PadScene& scene : kPads) {
+    benchmark::RegisterBenchmark((std::string("scene/") + scene.name).c_str(),
+                                 [scene](benchmark::State& state) { MeasurePad(state, scene); })
+        ->UseManualTime()
+        ->MinTime(kMeasuringTime);
+  }
+}
+
+}  // namespace halveron::benchmarks
