@@ -73,6 +73,37 @@ bool WindowExists(void* display, std::uintptr_t id) {
   return id != 0 && GetWindowSize({display, id}, width, height);
 }
 
+HolderWindow::HolderWindow(X11Window parent, int width, int height)
+    : window_{parent.display, 0}, colours_(None) {
+  Display* display = DisplayOf(parent);
+  const int screen = DefaultScreen(display);
+  Visual* visual = DefaultVisual(display, screen);
+  XSetWindowAttributes attributes{};
+  // The border has to be told, too: by default it is the parent's, of the wrong kind.
+  attributes.border_pixel = 0;
+  attributes.colormap = colours_ = XCreateColormap(display, parent.id, visual, AllocNone);
+  window_.id = XCreateWindow(display, parent.id, 0, 0, static_cast<unsigned>(width),
+                             static_cast<unsigned>(height), 0, DefaultDepth(display, screen),
+                             InputOutput, visual, CWBorderPixel | CWColormap, &attributes);
+  XMapWindow(display, window_.id);
+}
+
+HolderWindow::~HolderWindow() {
+  XDestroyWindow(DisplayOf(window_), window_.id);
+  XFreeColormap(DisplayOf(window_), colours_);
+}
+
+bool HolderWindow::IsNeededIn(X11Window parent) {
+  XWindowAttributes attributes{};
+  if (!XGetWindowAttributes(DisplayOf(parent), parent.id, &attributes)) return false;
+  return attributes.depth != DefaultDepth(DisplayOf(parent), DefaultScreen(DisplayOf(parent)));
+}
+
+void HolderWindow::Resize(int width, int height) {
+  XResizeWindow(DisplayOf(window_), window_.id, static_cast<unsigned>(width),
+                static_cast<unsigned>(height));
+}
+
 void SetKeysWanted(X11Window window, bool wanted) {
   XWindowAttributes attributes{};
   if (!XGetWindowAttributes(DisplayOf(window), window.id, &attributes)) return;

@@ -44,6 +44,26 @@ bool GetWindowSize(X11Window window, int& width, int& height);
 /// True if a window of that id exists at the server of the connection.
 bool WindowExists(void* display, std::uintptr_t id);
 
+/// A window between a parent whose pixels are of another kind than the screen's (with alpha, say)
+/// and a child that can only be of the screen's. It is on the screen as long as the parent is.
+class HolderWindow {
+ public:
+  HolderWindow(X11Window parent, int width, int height);
+  ~HolderWindow();
+  HolderWindow(const HolderWindow&) = delete;
+  HolderWindow& operator=(const HolderWindow&) = delete;
+
+  /// True if a child of the screen's kind cannot stand in the window directly.
+  static bool IsNeededIn(X11Window parent);
+
+  std::uintptr_t Id() const { return window_.id; }
+  void Resize(int width, int height);
+
+ private:
+  X11Window window_;
+  unsigned long colours_;
+};
+
 /// Whether key events come to the window, or pass by to its parent.
 void SetKeysWanted(X11Window window, bool wanted);
 /// Asks for the keyboard, and returns the window that had it before, 0 for none. Nothing happens

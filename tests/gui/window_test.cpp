@@ -309,6 +309,31 @@ TEST(WindowLife, OpensAndClosesAHundredTimesAndSurvivesItsParent) {
   frame.close();
 }
 
+TEST(WindowLife, StandsInWindowsOfAnotherKindThanTheScreens) {
+  HALVERON_NEEDS_DISPLAY(display);
+  const auto parent = display->MakeWindow(0, 0, 2 * kWidth, kHeight, true);
+  if (parent == 0) GTEST_SKIP() << "no windows with alpha";
+  CFrame frame(CRect(0, 0, kWidth, kHeight));
+  auto* field = new Field(CRect(0, 0, 2 * kWidth, kHeight), {10, 200, 30});
+  frame.addView(field);
+  std::string error;
+  ASSERT_TRUE(frame.open(reinterpret_cast<void*>(parent), nullptr, &error)) << error;
+  const auto id = reinterpret_cast<TestDisplay::WindowId>(frame.getWindowHandle());
+  const auto shows = [&](int x) {
+    return TestDisplay::PumpUntil([&] { frame.idle(); },
+                                  [&] { return display->PixelAt(id, x, 20) == 0x0AC81Eu; });
+  };
+  EXPECT_TRUE(shows(20));
+  frame.setSize(2 * kWidth, kHeight);
+  EXPECT_TRUE(shows(2 * kWidth - 20));
+  display->Click(2 * kWidth - 20, 20);
+  EXPECT_TRUE(
+      TestDisplay::PumpUntil([&] { frame.idle(); }, [&] { return field->log.size() >= 2; }));
+  frame.close();
+  EXPECT_TRUE(display->ChildrenOf(parent).empty());
+  display->DestroyWindow(parent);
+}
+
 TEST(WindowLife, MayCloseAndGoWithinItsOwnEvents) {
   HALVERON_NEEDS_DISPLAY(display);
   const auto parent = display->MakeWindow(0, 0, kWidth, kHeight);
