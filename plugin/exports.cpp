@@ -25,6 +25,7 @@ void KeepLibraries() {
 AEffect* CreateVst2Plugin(halveron::audioMasterCallback host) {
   if (!host || host(nullptr, halveron::audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
     return nullptr;
+  KeepLibraries();
   return halveron::GuardedAnswer<AEffect*>(nullptr, [&] {
     using namespace halveron;
     return (new Halveron(host, HostKind::kVst2, UserFiles::kUse))->getAeffect();

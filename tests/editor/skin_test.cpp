@@ -8,6 +8,7 @@
 #include "engine/halveron.h"
 #include "framework/shared_bitmaps.h"
 #include "gui/draw_context.h"
+#include "tests/support/song_file.h"
 
 namespace halveron {
 namespace {
@@ -18,7 +19,6 @@ namespace fs = std::filesystem;
 class SkinTest : public ::testing::Test {
  protected:
   void SetUp() override { fs::create_directories(program_ + "Data"); }
-  void TearDown() override { fs::remove_all(program_); }
 
   void Image(const std::string& file, int width, int height) {
     const fs::path path = program_ + "Skins/" + file;
@@ -36,7 +36,8 @@ class SkinTest : public ::testing::Test {
     return SkinChoice(Folders(), options);
   }
 
-  const std::string program_ = (fs::path(::testing::TempDir()) / "skin-test").string() + "/";
+  const testing::ScratchFolder scratch_;
+  const std::string program_ = scratch_.At("");
 };
 
 TEST_F(SkinTest, TheDataFolderIsTheOneThatPathsNames) {
@@ -120,7 +121,7 @@ TEST_F(SkinTest, TheLayoutFileMovesElementsByPercents) {
   EXPECT_EQ(plain.presetText.font->getSize(), 16);
   EXPECT_EQ(plain.presetText.font->getStyle(), kBoldFace);
   EXPECT_EQ(plain.presetText.color, CColor(255, 255, 255, 140));
-  EXPECT_EQ(plain.digitColor, CColor(245, 132, 0, 255));
+  EXPECT_EQ(ReadDigitColor(night, classic), CColor(245, 132, 0, 255));
 
   Text("Skins/Night/Large/skin_config.ini",
        "[XY_Alter]\ntitle_x=1.3\ntitle_y=-0.5\npreset_text_width=10\npreset_L_y=1e300\n"
@@ -134,7 +135,7 @@ TEST_F(SkinTest, TheLayoutFileMovesElementsByPercents) {
   EXPECT_STREQ(moved.presetText.font->getName(), "Serif");
   EXPECT_EQ(moved.presetText.font->getStyle(), kNormalFace);
   EXPECT_EQ(moved.presetText.color.alpha, 255);
-  EXPECT_EQ(moved.digitColor, CColor(1, 132, 8, 255));
+  EXPECT_EQ(ReadDigitColor(night, classic), CColor(1, 132, 8, 255));
 }
 
 }  // namespace
