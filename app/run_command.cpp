@@ -9,6 +9,8 @@
 #include "app/convert_command.h"
 #include "app/modules_command.h"
 #include "app/render_command.h"
+#include "app/screenshot_command.h"
+#include "editor/options.h"
 #include "platform/file_error.h"
 #include "presets/nearest_name.h"
 
@@ -54,6 +56,7 @@ struct CommandLine {
     AddRender();
     AddConvert();
     AddModules();
+    AddScreenshot();
   }
 
   void AddRender() {
@@ -107,16 +110,33 @@ struct CommandLine {
     modulesCall->add_flag("--json", modules.asJson, "As JSON");
   }
 
+  void AddScreenshot() {
+    screenshotCall = app.add_subcommand("screenshot", "Draw the rack of a patch into a picture");
+    screenshotCall->allow_extras();
+    screenshotCall
+        ->add_option("PATCH", screenshot.patch,
+                     "The patch: a text patch (.json) or a preset (.hvp)")
+        ->required();
+    screenshotCall->add_option("-o,--output", screenshot.output, "The PNG file to write")
+        ->required();
+    screenshotCall->add_option("--skin", screenshot.skin, "The skin")->capture_default_str();
+    screenshotCall->add_option("--size", screenshot.size, "Its size")->capture_default_str();
+    screenshotCall->add_option("--rows", screenshot.rows, "Rows to show; without it all, up to 10")
+        ->check(CLI::Range(Options::kFewestViewableRows, Options::kMostViewableRows));
+    screenshotCall->add_option("--menu", screenshot.menu, "A menu to open")
+        ->check(CLI::IsMember({"modules", "main", "presets"}));
+  }
+
   /// Throws what CLI11 cannot see.
   void Check() const {
-    const CLI::App* const calls[] = {&app, renderCall, convertCall, modulesCall};
+    const CLI::App* const calls[] = {&app, renderCall, convertCall, modulesCall, screenshotCall};
     for (const CLI::App* call : calls) {
       const auto extras = call->remaining();
       if (extras.empty()) continue;
       const bool isOption = extras[0].starts_with("-");
       if (call == &app && !isOption) {
         throw FileError("", "", "no command " + Quoted(extras[0]),
-                        DidYouMean(extras[0], {"render", "convert", "modules"}));
+                        DidYouMean(extras[0], {"render", "convert", "modules", "screenshot"}));
       }
       throw FileError("", call == &app ? "" : call->get_name(),
                       (isOption ? "no option " : "one argument too many, ") + Quoted(extras[0]),
@@ -147,9 +167,11 @@ struct CommandLine {
   CLI::App* renderCall = nullptr;
   CLI::App* convertCall = nullptr;
   CLI::App* modulesCall = nullptr;
+  CLI::App* screenshotCall = nullptr;
   RenderOptions render;
   ConvertOptions convert;
   ModulesOptions modules;
+  ScreenshotOptions screenshot;
 };
 
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
@@ -174,6 +196,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
   if (line.renderCall->parsed()) return Render(line.render, out, err);
   if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out);
   if (line.modulesCall->parsed()) return ListModules(line.modules.name, line.modules.asJson, out);
+  if (line.screenshotCall->parsed()) return Screenshot(line.screenshot, out);
   return Misuse(err, "no command; see halveron --help");
 }
 

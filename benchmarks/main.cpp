@@ -37,6 +37,7 @@ int main(int argc, char** argv) {
   halveron::benchmarks::RegisterVoices();
   halveron::benchmarks::RegisterPolyphony();
   halveron::benchmarks::RegisterPresets();
+  halveron::benchmarks::RegisterWindow();
   halveron::benchmarks::TableReporter reporter;
   const std::size_t matched = benchmark::RunSpecifiedBenchmarks(&reporter);
   return matched == 0 || reporter.AnyFailed() ? 1 : 0;

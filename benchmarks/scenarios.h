@@ -31,6 +31,9 @@ void RegisterVoices();
 /// `pad/`: a pad of 1 to 16 voices, and of one voice at every oversampling factor. Cost that is
 /// linear in both shows as a column of equal figures per voice and step.
 void RegisterPolyphony();
+/// `window/`: what a rack full of modules and cables costs on the screen, drawn by the processor
+/// alone: whole frames, while something moves and at rest, and the idle call of a rack at rest.
+void RegisterWindow();
 /// `preset/`: a rack of 100 modules saved and loaded as a host does.
 void RegisterPresets();
 

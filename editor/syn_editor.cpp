@@ -2,7 +2,11 @@
 
 #include <stdexcept>
 
+#include "editor/context_menus.h"
+#include "editor/factory_presets.h"
 #include "editor/module_catalogue.h"
+#include "editor/rack_window.h"
+#include "editor/window_images.h"
 #include "framework/module.h"
 #include "platform/file_error.h"
 #include "platform/whole_file.h"
@@ -11,20 +15,27 @@
 
 namespace halveron {
 
-SynEditor::SynEditor(EngineContext& owner)
+SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
     : RackModel(owner,
                 [](std::string_view name, std::string_view vendor, const HostTable& hostTable,
                    int voice) -> Module* {
                   const CatalogueEntry* entry = FindInCatalogue(name, vendor);
                   return entry && entry->make ? entry->make(nullptr, hostTable, voice) : nullptr;
-                }) {}
-
-void SynEditor::ShowDialog(const DialogText& dialog) {
-  if (dialogs) dialogs(dialog);
+                }),
+      folders(std::move(dataFolders)),
+      options(folders.ConfigFile(), owner.hostKind),
+      skin(folders, options),
+      presets(folders.Presets()),
+      presetsFolder(folders.Presets()) {
+  InstallFactoryPresets(folders);
+  sampleAccurate = options.sampleAccurate.Get();
+  presets.onChoice = [this] { presetCommands.LoadSelected(); };
 }
 
+SynEditor::~SynEditor() { CloseWindow(); }
+
 void SynEditor::SignPreset() {
-  if (author.empty() || overwriteAuthor) author = defaultAuthor;
+  if (author.empty() || options.overwriteAuthor.Get()) author = options.defaultAuthor.Get();
 }
 
 bool SynEditor::SavePreset(const std::string& path) {
@@ -66,7 +77,11 @@ bool SynEditor::LoadPreset(const std::string& path) {
   return true;
 }
 
-bool SynEditor::LoadChunk(std::span<const std::byte> chunk) { return Load(chunk, false); }
+bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {
+  if (!Load(chunk, false)) return false;
+  UpdatePresetDisplay(false);
+  return true;
+}
 
 bool SynEditor::Load(std::span<const std::byte> bytes, bool fromFile) {
   const PresetReadResult result =

@@ -3,17 +3,35 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "editor/data_folders.h"
+#include "editor/module_clipboard.h"
+#include "editor/options.h"
+#include "editor/preset_commands.h"
+#include "editor/preset_library.h"
+#include "editor/rack_commands.h"
+#include "editor/skin.h"
 #include "framework/rack_model.h"
 
 namespace halveron {
 
+class RackWindow;
+
+/// Works with a window and without one, which then costs nothing. All of it belongs to the window
+/// thread.
 class SynEditor : public RackModel {
  public:
-  explicit SynEditor(EngineContext& engine);
+  explicit SynEditor(EngineContext& engine, DataFolders folders = {});
+  ~SynEditor() override;
+
+  const DataFolders folders;
+  Options options;
+  const SkinChoice skin;
 
   // Presets. Loading reads and checks a preset whole before it touches the rack: one that is
   // truncated or does not hold together is refused with a dialog, and the rack stays. One of a
@@ -29,23 +47,75 @@ class SynEditor : public RackModel {
   std::span<const std::byte> SaveChunk();
   bool LoadChunk(std::span<const std::byte> chunk);
 
+  // The window.
+
+  /// Opens it in a host's window (an X11 window id), or with null as a free one. False, with the
+  /// cause in `error` if that is given, if it cannot be opened.
+  bool OpenWindow(void* parent, std::string* error = nullptr);
+  /// The window's views on no window, to draw or to drive them; those of the open one if there is
+  /// one. CloseWindow takes them away.
+  RackWindow& OpenViews();
+  void CloseWindow();
+  /// Null while closed.
+  RackWindow* Window() { return window_.get(); }
+  /// Its size, open or not.
+  CRect WindowRect() const;
+  /// To be called regularly while the window is open.
+  void Idle();
+  /// True where the window has the size now or the host has agreed to give it.
+  bool ResizeHostWindow(int width, int height);
+
+  /// Tells the preset screen what plays. `add` puts a preset that its library lacks into it.
+  void UpdatePresetDisplay(bool add);
+  /// Shows the name and the author as they are.
+  void ShowAuthor();
+  void ToggleSampleAccurate();
+
+  // What modules and the model ask of a window.
+
+  void RequestRedraw() override;
+  void CableChanged(const Cable* cable) override;
+  void ModuleJoined(Module* module) override;
+  void ModuleLeaves(Module* module) override;
+  bool LampsMayRedraw(const Module* module) const override;
+  void SetRows(int count) override;
+  CView* ViewUnderMouse() override;
+  CMouseEventResult KnobContextClick(CControl* knob, const CPoint& where) override;
+  CMouseEventResult ModuleMouseDown(Module* module, CPoint& where,
+                                    const CButtonState& buttons) override;
+  CMouseEventResult ModuleMouseUp(Module* module, CPoint& where,
+                                  const CButtonState& buttons) override;
+  CMouseEventResult ModuleMouseMoved(Module* module, CPoint& where,
+                                     const CButtonState& buttons) override;
+  CFrame* Frame() override;
+  /// Without a window, the last one is shown when it opens.
   void ShowDialog(const DialogText& dialog) override;
 
-  /// Takes the dialogs that tell the user something; without it they are dropped.
+  /// Takes the dialogs that tell the user something, beside the window.
   std::function<void(const DialogText&)> dialogs;
+
+  RackCommands commands{*this};
+  PresetCommands presetCommands{*this};
+  PresetLibrary presets;
+  ModuleClipboard moduleClipboard;
+  float knobClipboard = 0.0f;
+  float scrollValue = 0.0f;  ///< where the window was scrolled to, and opens again
 
   std::string presetPath;        ///< of the preset that was loaded or saved last
   bool presetFromChunk = false;  ///< the path was told by a chunk and may not exist
   std::string presetName;        ///< as shown to the user
   std::string presetsFolder;     ///< with a slash at its end
-  std::string defaultAuthor;
-  bool overwriteAuthor = false;  ///< saving always writes the default author
 
  private:
   bool Load(std::span<const std::byte> bytes, bool fromFile);
   void SignPreset();
 
   std::vector<std::byte> chunk_;
+  std::unique_ptr<RackWindow> window_;
+  std::unique_ptr<RackWindow> closedWindow_;  // closed by a call from within its own events
+  std::optional<DialogText> pendingDialog_;
+  bool isEmbedded_ = false;  // in a host's window
+  bool idling_ = false;
 };
 
 }  // namespace halveron

@@ -3,29 +3,11 @@
 #include <cmath>
 #include <limits>
 
+#include "engine/guarded_call.h"
+
 namespace halveron {
 
 namespace {
-
-/// Runs `call` so that no exception gets into the host's frames.
-template <typename Call>
-void Guarded(Call&& call) noexcept {
-  try {
-    call();
-  } catch (...) {
-    // What the plug-in could not do stays undone; the interface has no word for it.
-  }
-}
-
-/// The same for a call with an answer.
-template <typename Answer, typename Call>
-Answer GuardedAnswer(Answer failure, Call&& call) noexcept {
-  try {
-    return call();
-  } catch (...) {
-    return failure;
-  }
-}
 
 bool IsWithin(std::intptr_t number, std::int32_t count) { return number >= 0 && number < count; }
 
@@ -139,7 +121,7 @@ struct AEffectEntries {
     if (effect == nullptr || sampleFrames < 0) {
       return;
     }
-    Guarded([&] { effect->processReplacing(inputs, outputs, sampleFrames); });
+    GuardedCall([&] { effect->processReplacing(inputs, outputs, sampleFrames); });
   }
 
   static void ProcessDoubleReplacing(AEffect* record, double** inputs, double** outputs,
@@ -148,7 +130,7 @@ struct AEffectEntries {
     if (effect == nullptr || sampleFrames < 0) {
       return;
     }
-    Guarded([&] { effect->processDoubleReplacing(inputs, outputs, sampleFrames); });
+    GuardedCall([&] { effect->processDoubleReplacing(inputs, outputs, sampleFrames); });
   }
 
   static void SetParameter(AEffect* record, std::int32_t index, float value) {
@@ -156,7 +138,7 @@ struct AEffectEntries {
     if (effect == nullptr || !IsWithin(index, record->numParams) || !std::isfinite(value)) {
       return;
     }
-    Guarded([&] { effect->setParameter(index, value); });
+    GuardedCall([&] { effect->setParameter(index, value); });
   }
 
   static float GetParameter(AEffect* record, std::int32_t index) {

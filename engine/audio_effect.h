@@ -24,6 +24,10 @@ class AEffGUIEditor {
   /// Called many times a second while the editor is open.
   virtual void idle() = 0;
 
+  /// The file descriptor on which the open editor's window hears of events, -1 if it has none. A
+  /// host that can wait for it may then call `idle` as soon as something happens.
+  virtual int eventDescriptor() { return -1; }
+
   /// True if the key was used; the host keeps the others.
   virtual bool onKeyDown(const VstKeyCode& /*key*/) { return false; }
   virtual bool onKeyUp(const VstKeyCode& /*key*/) { return false; }

@@ -22,15 +22,15 @@ constexpr int kPrograms = 1;
 /// Open instances in this process.
 std::atomic<int> instanceCount{0};
 
-void SetUpProcess(const std::string& programFolder) {
-  skinPath = programFolder + "Skins/Classic/Medium/";
-  skinFallbackPath = skinPath;
-  const CBitmap sidebar(skinPath, skinFallbackPath, "sidebar_s_L.png");
-  if (sidebar.isLoaded()) {
-    SetPanelMetrics(sidebar.getHeight());
+void SetUpProcess(const SkinChoice& skin) {
+  skinPath = skin.Path();
+  skinFallbackPath = skin.FallbackPath();
+  if (skin.RowHeight() > 0) {
+    SetPanelMetrics(skin.RowHeight());
   } else {
     ResetPanelMetrics();
   }
+  digitColor = SkinConfig(skinPath, skinFallbackPath).digitColor;
   dsp::SeedRandomFromClock();
   LoadSharedBitmaps(skinPath, skinFallbackPath);
   SetUpModuleClasses();
@@ -46,7 +46,7 @@ void TearDownProcess() {
 
 }  // namespace
 
-Halveron::Halveron(audioMasterCallback host, HostKind kind)
+Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
     : AudioEffectX(host, kPrograms, kParameterCount) {
   hostKind = kind;
   if (host) {
@@ -61,7 +61,10 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind)
   dllFolder_ = path.substr(0, path.find_last_of('/') + 1);
   filter_.AllowVector(platform::HasSse41());
   filter_.SetIirRate(sampleRate, oversamplingFactor);
-  rack_ = std::make_unique<SynEditor>(*this);
+  separateInputs_.Prepare(blockSize);
+  rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));
+  windowEditor_ = std::make_unique<WindowEditor>(*rack_);
+  setEditor(windowEditor_.get());
   programsAreChunks();
 }
 
@@ -72,13 +75,14 @@ Halveron::~Halveron() {
 void Halveron::open() {
   if (isOpen_) return;
   isOpen_ = true;
-  if (instanceCount.fetch_add(1) == 0) SetUpProcess(dllFolder_);
+  if (instanceCount.fetch_add(1) == 0) SetUpProcess(rack_->skin);
 }
 
 void Halveron::close() {
   if (!isOpen_) return;
   isOpen_ = false;
   setEditor(nullptr);
+  windowEditor_.reset();
   rack_.reset();
   if (instanceCount.fetch_sub(1) == 1) TearDownProcess();
 }
@@ -107,6 +111,7 @@ void Halveron::setSampleRate(float rate) {
 void Halveron::setBlockSize(int frames) {
   const std::lock_guard lock(processingLock);
   AudioEffectX::setBlockSize(frames);
+  separateInputs_.Prepare(frames);
   clearOutputsPending = true;
   ForEachInstance([&](Module& module) { module.SetBlockSize(static_cast<float>(frames)); });
 }
@@ -117,10 +122,12 @@ void Halveron::ApplyOversamplingFactor(int menuEntry) {
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   filter_.Configure(filterMenuIndex, oversamplingFactor);
   ForEachInstance([](Module& module) { module.FollowRate(); });
+  PatchEdited();
 }
 
 void Halveron::ApplyOversamplingFilter(int row) {
   filterMenuIndex = row;
+  PatchEdited();
   if (oversamplingFactor == 1) return;
   const std::lock_guard lock(processingLock);
   filter_.Configure(row, oversamplingFactor);
@@ -187,7 +194,7 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   if (!rack_) return;
   blockPosition = 0;
   dawOutputs = outputs;
-  dawInputs = inputs;
+  dawInputs = inputs ? separateInputs_.Of(inputs, outputs, sampleFrames) : nullptr;
   dawInputChannels = inputs ? kDawInputs : 0;
   dawOutputChannels = outputs ? kDawOutputs : 0;
   currentOutL = outputs ? outputs[0] : nullptr;
@@ -233,16 +240,55 @@ void Halveron::RunOversampled(int sampleFrames) {
 }
 
 int Halveron::processEvents(VstEvents* events) {
-  if (!events || events->numEvents == 0 || !rack_ || rack_->eventModules.empty()) return 1;
+  if (!events || events->numEvents == 0) return 1;
   const std::lock_guard lock(processingLock);
-  for (Module* module : rack_->eventModules) {
-    if (module->activeIndex != -1) module->ProcessEvents(events);
-  }
+  HandEvents(events);
   return 1;
 }
 
+void Halveron::HandEvents(VstEvents* events) {
+  if (!rack_) return;
+  for (Module* module : rack_->eventModules) {
+    if (module->activeIndex != -1) module->ProcessEvents(events);
+  }
+}
+
+const VstTimeInfo* Halveron::HostTimeInfo(int filter) {
+  return clapHost_ ? clapHost_->TimeInfo() : getTimeInfo(filter);
+}
+
+bool Halveron::SendEventsToHost(VstEvents* events) {
+  return clapHost_ ? clapHost_->SendEvents(*events) : sendVstEventsToHost(events);
+}
+
 // Under VST2 notes have no identity that could be tied to a voice.
-void Halveron::BindNoteSlotToVoice(int, int) {}
-void Halveron::ReleaseVoiceNote(int, int) {}
+void Halveron::BindNoteSlotToVoice(int voice, int noteSlot) {
+  if (clapHost_) clapHost_->BindNoteSlotToVoice(voice, noteSlot);
+}
+
+bool Halveron::ReleaseVoiceNote(int voice, int noteSlot) {
+  return clapHost_ && clapHost_->ReleaseVoiceNote(voice, noteSlot);
+}
+
+void Halveron::ParameterMoved(int index, float value) {
+  if (clapHost_) {
+    clapHost_->QueueParamValue(index, value);
+  } else {
+    setParameterAutomated(index, value);
+  }
+}
+
+void Halveron::PatchEdited() {
+  if (clapHost_) clapHost_->PatchEdited();
+}
+
+bool Halveron::ResizeEditor(int width, int height) {
+  return clapHost_ ? clapHost_->ResizeEditor(width, height) : sizeWindow(width, height);
+}
+
+std::string Halveron::HostProduct() {
+  char product[kVstMaxProductStrLen] = "";
+  return !clapHost_ && getHostProductString(product) ? product : "";
+}
 
 }  // namespace halveron

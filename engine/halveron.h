@@ -6,8 +6,12 @@
 
 #include "editor/syn_editor.h"
 #include "engine/audio_effect_x.h"
+#include "engine/clap_host_services.h"
 #include "engine/oversampling.h"
+#include "engine/separate_inputs.h"
+#include "engine/window_editor.h"
 #include "framework/engine_context.h"
+#include "presets/preset_document.h"
 
 namespace halveron {
 
@@ -16,8 +20,10 @@ namespace halveron {
 /// no special case.
 class Halveron final : public AudioEffectX, public EngineContext {
  public:
+  static constexpr int kMidiChannels = 16;
+
   /// `host` may be null: then nobody is asked for anything.
-  Halveron(audioMasterCallback host, HostKind kind);
+  Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles = UserFiles::kLeaveAlone);
   ~Halveron() override;
 
   // Life. The instance must be opened before it processes; the first one that opens in a process
@@ -28,11 +34,25 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void setSampleRate(float rate) override;
   void setBlockSize(int frames) override;
 
-  /// One block. Audio thread; waits for a patch change that is under way.
+  /// One block. Audio thread; waits for a patch change that is under way. An input may share its
+  /// buffer with an output.
   void processReplacing(float** inputs, float** outputs, int sampleFrames) override;
   void processDoubleReplacing(double**, double**, int) override {}
   /// Hands host events to the active modules that registered for them.
   int processEvents(VstEvents* events) override;
+  /// The same for a caller that holds the processing lock.
+  void HandEvents(VstEvents* events);
+
+  // Identity.
+  bool getEffectName(char* name) override;
+  bool getVendorString(char* text) override;
+  bool getProductString(char* text) override;
+  int getVendorVersion() override { return kPresetVersion; }
+  int getNumMidiInputChannels() override { return kMidiChannels; }
+  int getNumMidiOutputChannels() override { return kMidiChannels; }
+  int canDo(char* text) override;
+  bool getInputProperties(int index, VstPinProperties* properties) override;
+  bool getOutputProperties(int index, VstPinProperties* properties) override;
 
   // Host parameters: a slot is a control of voice 0, its clones follow. Any thread, no lock.
   void setParameter(int index, float value) override;
@@ -44,6 +64,7 @@ class Halveron final : public AudioEffectX, public EngineContext {
   int getChunk(void** data, bool isPreset) override;
   /// 1 if the rack was loaded, 0 if not.
   int setChunk(void* data, int byteSize, bool isPreset) override;
+  /// Writes the name, and answers false: the one program is not to be picked by name.
   bool getProgramNameIndexed(int category, int index, char* text) override;
 
   void ApplyOversamplingFactor(int menuEntry) override;
@@ -58,11 +79,18 @@ class Halveron final : public AudioEffectX, public EngineContext {
 
   float HostSampleRate() const override { return sampleRate; }
   int HostBlockSize() const override { return blockSize; }
-  const VstTimeInfo* HostTimeInfo(int filter) override { return getTimeInfo(filter); }
-  bool SendEventsToHost(VstEvents* events) override { return sendVstEventsToHost(events); }
+  /// Host services, from whichever interface the instance was made by.
+  const VstTimeInfo* HostTimeInfo(int filter) override;
+  bool SendEventsToHost(VstEvents* events) override;
   void BindNoteSlotToVoice(int voice, int noteSlot) override;
-  void ReleaseVoiceNote(int voice, int noteSlot) override;
-  void ParameterMoved(int index, float value) override { setParameterAutomated(index, value); }
+  bool ReleaseVoiceNote(int voice, int noteSlot) override;
+  void ParameterMoved(int index, float value) override;
+  void PatchEdited() override;
+  bool ResizeEditor(int width, int height) override;
+  std::string HostProduct() override;
+
+  /// The CLAP instance that drives this engine, which outlives it; null under VST2.
+  void AttachClapHost(ClapHostServices* host) { clapHost_ = host; }
 
   /// Frames handed to BlockStart; the CLAP side sets them itself, 0 for a block's later slices.
   int blockStartFrames = 0;
@@ -78,7 +106,10 @@ class Halveron final : public AudioEffectX, public EngineContext {
 
   std::string dllFolder_;
   OversamplingFilter filter_;
+  SeparateInputs separateInputs_;
+  ClapHostServices* clapHost_ = nullptr;
   std::unique_ptr<SynEditor> rack_;
+  std::unique_ptr<WindowEditor> windowEditor_;
   bool isOpen_ = false;
 };
 

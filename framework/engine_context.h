@@ -1,6 +1,8 @@
 // What the rack and its modules see of the engine.
 #pragma once
 
+#include <string>
+
 #include "framework/host_events.h"
 #include "framework/signal.h"
 #include "platform/recursive_lock.h"
@@ -57,11 +59,22 @@ class EngineContext {
   /// Ties the note that a note-on brought (its slot) to a voice, where the host tracks notes.
   virtual void BindNoteSlotToVoice(int voice, int noteSlot) = 0;
 
-  /// Ends the note that a voice holds, if it is the one of the slot or the slot is negative.
-  virtual void ReleaseVoiceNote(int voice, int noteSlot) = 0;
+  /// Ends the note that a voice holds, if it is the one of the slot or the slot is negative. False
+  /// if no voice holds the slot's note.
+  virtual bool ReleaseVoiceNote(int voice, int noteSlot) = 0;
 
-  /// Tells the host that a panel control moved one of its parameters.
+  /// Tells the host that a panel control moved one of its parameters. Any thread.
   virtual void ParameterMoved(int index, float value) = 0;
+
+  /// Asks the host for another size of the editor's window, in pixels; false if it refuses.
+  virtual bool ResizeEditor(int /*width*/, int /*height*/) { return false; }
+
+  /// What the host calls itself; empty if it does not tell.
+  virtual std::string HostProduct() { return {}; }
+
+  /// The rack was changed in a way that no parameter tells: what the host saved of it is outdated.
+  /// Any thread but the audio thread.
+  virtual void PatchEdited() {}
 };
 
 }  // namespace halveron

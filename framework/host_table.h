@@ -75,7 +75,7 @@ struct HostTable {
   void (*EnterProcessingCriticalSection)(RackModel*);                // 48
   void (*LeaveProcessingCriticalSection)(RackModel*);                // 49
   void (*BindNoteSlotToVoice)(RackModel*, int voice, int noteSlot);  // 50
-  void (*ReleaseVoiceNote)(RackModel*, int voice, int noteSlot);     // 51
+  bool (*ReleaseVoiceNote)(RackModel*, int voice, int noteSlot);     // 51
   int (*GetHostKind)(RackModel*);                                    // 52
 };
 

@@ -7,6 +7,7 @@
 #include "dsp/random.h"
 #include "dsp/shaping.h"
 #include "framework/byte_io.h"
+#include "framework/control_description.h"
 #include "framework/rack_model.h"
 
 namespace halveron {
@@ -241,6 +242,8 @@ Module* Module::GetVoiceModule(int voiceIndex) {
 }
 
 CMouseEventResult Module::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  // A module that hangs on the mouse is to be put down, not played.
+  if (isDragged) return hostTable.ModuleMouseDown(editor, this, &where, &buttons);
   const CMouseEventResult taken = ModuleWrapper::onMouseDown(where, buttons);
   if (taken == kMouseEventHandled || taken == kMouseDownEventHandledButDontNeedMovedOrUpEvents) {
     return taken;
@@ -256,6 +259,11 @@ CMouseEventResult Module::onMouseUp(CPoint& where, const CButtonState& buttons) 
 CMouseEventResult Module::onMouseMoved(CPoint& where, const CButtonState& buttons) {
   if (!isDragged) return ModuleWrapper::onMouseMoved(where, buttons);
   return hostTable.ModuleMouseMoved(editor, this, &where, &buttons);
+}
+
+std::string Module::tooltipAt(const CPoint& where) {
+  const auto* control = dynamic_cast<const CControl*>(getViewAt(where, true));
+  return control ? DescribeControl(*control) : ModuleWrapper::tooltipAt(where);
 }
 
 CRect Module::PlaceControl(float x, float y, SharedBitmap bitmap) const {
@@ -387,6 +395,7 @@ Digit* MakeDigit(CRect place, CControlListener* listener, SharedBitmap bitmap, i
   place = CRect(place.left - extra / 2, place.top, place.right + extra / 2, place.bottom);
   auto* control =
       new Digit(place, listener, TAG_UNASSIGNED, digits, InfoOf(bitmap).frames, BitmapOf(bitmap));
+  control->setFontColor(digitColor);
   control->setMin(static_cast<float>(minimum));
   control->setMax(static_cast<float>(maximum));
   return control;

@@ -97,7 +97,8 @@ class Module : public ModuleWrapper {
   virtual void VoiceCountChanged(int voices) { (void)voices; }
   virtual void ModuleCreated(int voices) { (void)voices; }
   virtual void ModuleRemoved() {}
-  /// Modules that joined mouseModules get it. Answers 2, not handled.
+  /// Modules that joined mouseModules get it, for each move of the mouse over the window and with
+  /// the point in the coordinates of that. Answers 2, not handled.
   virtual int OnMouseMoved(CPoint* where, int* buttons);
 
   // Host audio of the present sample, by channel. Channels that the host did not bring are skipped.
@@ -154,6 +155,7 @@ class Module : public ModuleWrapper {
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
+  std::string tooltipAt(const CPoint& where) override;
 
   virtual float GetClipLevel() const { return clipLevel; }
   virtual void SetClipLevel(float level) { clipLevel = level; }

@@ -58,6 +58,19 @@ CMouseEventResult ModuleKnob::onMouseDown(CPoint& where, const CButtonState& but
   return CAnimKnob::onMouseDown(where, buttons);
 }
 
+bool ModuleKnob::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
+  if (!stepped || subPixmaps < 2) return CAnimKnob::onWheel(where, distance, buttons);
+  const int last = subPixmaps - 1;
+  const int turn = distance > 0.0f ? 1 : -1;
+  const int index = std::clamp(GetStepIndex() + (inverseBitmap ? -turn : turn), 0, last);
+  beginEdit();
+  // A little above the step's edge: the index is cut, and a quotient may fall short of it.
+  const float share = (static_cast<float>(index) + 0.001f) / static_cast<float>(last);
+  changeValue(inverseBitmap ? 1.0f - share : share);
+  endEdit();
+  return true;
+}
+
 float ModuleKnobEx::dragPixels(const CButtonState& buttons) const {
   if (fineByDefault) return kFineDragPixels * zoomFactor * (buttons.isShiftSet() ? 4.0f : 1.0f);
   return kFineDragPixels * (buttons.isShiftSet() ? zoomFactor : 1.0f);

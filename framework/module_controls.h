@@ -45,6 +45,8 @@ class ModuleKnob : public CAnimKnob {
   /// Sets the target; a stepped knob snaps to its step. No clamp, no listener.
   void setValue(float newValue) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  /// A notch turns a stepped knob by a step.
+  bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
 
   /// Stores the stepped target of the present value and returns the step's index. Truncates.
   int SnapToStep();

@@ -38,7 +38,8 @@ void SendToDAWPoints(RackModel* rack, PatchPoint** points, int first) {
 void ReceiveFromDAWPoints(RackModel* rack, PatchPoint** points, int first) {
   EngineContext& engine = rack->engine;
   for (int i = first; i < engine.dawInputChannels && *points; ++i, ++points) {
-    if (const float* channel = engine.dawInputs[i]) (*points)->out = channel[engine.blockPosition];
+    const float* channel = engine.dawInputs[i];
+    (*points)->out = channel ? channel[engine.blockPosition] : 0.0f;
   }
 }
 
@@ -129,7 +130,7 @@ void RackModel::FillHostTable() {
     return knob->onMouseMoved(*where, *buttons);
   };
   t.LampMayRedraw = [](Rack* rack, const CMovieBitmap* lamp) {
-    return rack->IsInSight(static_cast<const Module*>(lamp->getParentView()));
+    return rack->LampsMayRedraw(static_cast<const Module*>(lamp->getParentView()));
   };
   t.ModuleMouseDown = [](Rack* rack, Module* module, CPoint* where, const CButtonState* buttons) {
     return rack->ModuleMouseDown(module, *where, *buttons);
@@ -169,7 +170,7 @@ void RackModel::FillHostTable() {
     rack->engine.BindNoteSlotToVoice(voice, noteSlot);
   };
   t.ReleaseVoiceNote = [](Rack* rack, int voice, int noteSlot) {
-    rack->engine.ReleaseVoiceNote(voice, noteSlot);
+    return rack->engine.ReleaseVoiceNote(voice, noteSlot);
   };
   t.GetHostKind = [](Rack* rack) { return static_cast<int>(rack->engine.hostKind); };
 }

@@ -12,7 +12,10 @@ PatchEdit::PatchEdit(RackModel& rack) : rack_(rack), lock_(rack.engine.processin
 }
 
 PatchEdit::~PatchEdit() {
-  if (--rack_.editDepth_ == 0 && rack_.planOutdated_) rack_.RebuildPlan();
+  if (--rack_.editDepth_ > 0) return;
+  if (rack_.planOutdated_) rack_.RebuildPlan();
+  lock_.unlock();
+  rack_.engine.PatchEdited();
 }
 
 RackModel::RackModel(EngineContext& owner, ModuleMaker maker)
@@ -104,6 +107,7 @@ void RackModel::SetUpNewModule(int index) {
   }
   LinkVoiceControls(instances.front());
   for (Module* module : instances) module->ModuleCreated(engine.voiceCount);
+  ModuleJoined(instances.front());
 }
 
 void RackModel::LinkVoiceControls(Module* module) {
@@ -147,6 +151,7 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
       instances.push_back(instance);
     }
   }
+  if (isDraggingCable && dragOrigin->Owner() == module) AbortCableDrag();
   for (Module* instance : instances) RemoveCablesOf(instance);
   if (deleteInstances) {
     for (Module* instance : instances) instance->ModuleRemoved();
@@ -162,6 +167,7 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
     if (row[place]) row[place]->moduleIndex = index;
     row.pop_back();
   }
+  if (firstVoice == 0) ModuleLeaves(module);
   for (Module* instance : instances) Discard(instance);
   RequestRedraw();
 }
@@ -235,6 +241,13 @@ bool RackModel::ReleaseFromTrash(Module* module) {
   trashList.pop_back();
   module->forget();
   return true;
+}
+
+void RackModel::EmptyTrash() {
+  const std::vector<Module*> held = trashList;
+  for (Module* module : held) {
+    if (module->getNbReference() == 1) ReleaseFromTrash(module);
+  }
 }
 
 CMouseEventResult RackModel::KnobContextClick(CControl*, const CPoint&) {

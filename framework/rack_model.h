@@ -130,12 +130,19 @@ class RackModel : public CControlListener {
   bool RegisterForBlockStart(Module* module);
   bool RegisterForMouseMoved(Module* module);
   bool ReleaseFromTrash(Module* module);
+  /// Deletes the removed modules that nobody but the trash list holds any more.
+  void EmptyTrash();
 
   // What a window adds; the model alone draws nothing.
 
   virtual void RequestRedraw() {}
+  /// A cable of voice 0 has come, or is about to go.
   virtual void CableChanged(const Cable*) {}
-  virtual bool IsInSight(const Module*) const { return true; }
+  /// A module has joined the rack with all its voices, or is about to leave it. For voice 0 only.
+  virtual void ModuleJoined(Module*) {}
+  virtual void ModuleLeaves(Module*) {}
+  /// Whether lamps of a module are worth a redraw when only their light has changed.
+  virtual bool LampsMayRedraw(const Module*) const { return true; }
   /// Gives the rack 1 or more rows.
   virtual void SetRows(int count) { rows = count; }
   /// The innermost view under the mouse while a cable is dragged.
@@ -214,7 +221,7 @@ class RackModel : public CControlListener {
 };
 
 /// Holds the processing lock for a change of the patch. When the outermost one ends, what the
-/// sample loop walks is brought up to date.
+/// sample loop walks is brought up to date, and the host is told that its state is outdated.
 class PatchEdit {
  public:
   explicit PatchEdit(RackModel& rack);

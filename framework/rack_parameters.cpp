@@ -49,7 +49,11 @@ void RackModel::valueChanged(CControl* control) {
   auto* module = dynamic_cast<Module*>(control->getParentView());
   if (!module) return;
   inValueChanged = true;
-  if (OwnsParameter(control)) engine.ParameterMoved(control->getTag(), control->getValue());
+  if (OwnsParameter(control)) {
+    engine.ParameterMoved(control->getTag(), control->getValue());
+  } else {
+    engine.PatchEdited();
+  }
   auto* knob = engine.hostKind == HostKind::kClap ? dynamic_cast<ModuleKnob*>(control) : nullptr;
   module->ValueChanged(control);
   for (CControl* clone = control->nextVoice; clone; clone = clone->nextVoice) {

@@ -68,6 +68,7 @@ std::array<CBitmap*, kSharedBitmapCount> moduleBitmaps{};
 std::array<CBitmap*, kPatchPointBitmapCount> patchPointBitmaps{};
 std::string skinPath;
 std::string skinFallbackPath;
+CColor digitColor{245, 132, 0};
 
 const SharedBitmapInfo& InfoOf(SharedBitmap bitmap) {
   return kInfos[static_cast<std::size_t>(bitmap)];

@@ -99,4 +99,7 @@ void ForgetSharedBitmaps();
 extern std::string skinPath;
 extern std::string skinFallbackPath;
 
+/// Colour of the numbers on panels, from the skin.
+extern CColor digitColor;
+
 }  // namespace halveron

@@ -97,6 +97,12 @@ bool CView::hitTest(const CPoint& where, const CButtonState& /*buttons*/) {
   return mouseableArea.pointInside(where);
 }
 
+bool CView::onDragMove(const CPoint& /*where*/) { return false; }
+
+bool CView::onDrop(std::span<const std::string> /*files*/, const CPoint& /*where*/) {
+  return false;
+}
+
 CPoint& CView::localToFrame(CPoint& point) const {
   for (const CView* v = parentView; v && v->parentView; v = v->parentView) {
     point.offset(v->viewSize.left, v->viewSize.top);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "gui/base_object.h"
@@ -139,9 +140,15 @@ class CView : public CBaseObject {
   /// True if the key was used.
   virtual bool onKeyDown(const CKeyEvent& event);
   virtual bool onKeyUp(const CKeyEvent& event);
+  /// Files are dragged over the view from elsewhere. True if it would take them at this point.
+  virtual bool onDragMove(const CPoint& where);
+  /// Files, by their full paths, are dropped on the view. True if it took them.
+  virtual bool onDrop(std::span<const std::string> files, const CPoint& where);
   /// Told by the frame when the view becomes its focus view, and when it no longer is.
   virtual void takeFocus() {}
   virtual void looseFocus() {}
+  /// Told to a modal view whose frame closes its window: the view goes, and nothing was chosen.
+  virtual void cancelModal() {}
   /// True if an event at this point is the view's.
   virtual bool hitTest(const CPoint& where, const CButtonState& buttons = {});
 
@@ -161,6 +168,9 @@ class CView : public CBaseObject {
 
   void setTooltipText(const char* text) { tooltipText = text ? text : ""; }
   const char* getTooltipText() const { return tooltipText.c_str(); }
+  /// What the frame shows when the mouse rests at a point of the view; empty for nothing, and then
+  /// the parent is asked. Asked anew for each showing, so that it may tell a present value.
+  virtual std::string tooltipAt(const CPoint& /*where*/) { return tooltipText; }
 
   /// The view as a container, null if it is none. Cheaper than asking for its type.
   virtual CViewContainer* asContainer() { return nullptr; }

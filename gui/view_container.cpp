@@ -213,14 +213,32 @@ CMouseEventResult CViewContainer::onMouseUp(CPoint& where, const CButtonState& b
   return held->onMouseUp(local, buttons);
 }
 
-bool CViewContainer::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
+template <class F>
+bool CViewContainer::askChildrenAt(const CPoint& where, const CButtonState& buttons, F&& f) {
   const CPoint local = toChildren(where);
   for (std::size_t i = childViews.size(); i-- > 0;) {
+    // What is asked may take views away.
     if (i >= childViews.size() || !takesMouseAt(childViews[i], local, buttons)) continue;
     const SharedPointer<CView> child(childViews[i]);
-    if (child->onWheel(local, distance, buttons)) return true;
+    if (f(*child, local)) return true;
   }
   return false;
+}
+
+bool CViewContainer::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
+  return askChildrenAt(where, buttons, [&](CView& child, const CPoint& local) {
+    return child.onWheel(local, distance, buttons);
+  });
+}
+
+bool CViewContainer::onDragMove(const CPoint& where) {
+  return askChildrenAt(where, {},
+                       [](CView& child, const CPoint& local) { return child.onDragMove(local); });
+}
+
+bool CViewContainer::onDrop(std::span<const std::string> files, const CPoint& where) {
+  return askChildrenAt(
+      where, {}, [files](CView& child, const CPoint& local) { return child.onDrop(files, local); });
 }
 
 }  // namespace halveron

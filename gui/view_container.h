@@ -70,6 +70,8 @@ class CViewContainer : public CView {
   CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
   bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
+  bool onDragMove(const CPoint& where) override;
+  bool onDrop(std::span<const std::string> files, const CPoint& where) override;
   /// The child that took the press which is still held, null if none.
   CView* getMouseDownView() const { return mouseDownView; }
 
@@ -89,6 +91,9 @@ class CViewContainer : public CView {
 
  private:
   void letGo(CView* view, bool withForget);
+  /// Asks the children at a point, uppermost first, until one answers true to f(child, local).
+  template <class F>
+  bool askChildrenAt(const CPoint& where, const CButtonState& buttons, F&& f);
   bool takesMouseAt(CView* view, const CPoint& local, const CButtonState& buttons) const;
 
   CView* mouseDownView = nullptr;

@@ -1,6 +1,7 @@
 #include "presets/preset_rack.h"
 
 #include <bit>
+#include <mutex>
 
 #include "dsp/shaping.h"
 #include "framework/module.h"
@@ -146,7 +147,7 @@ PresetDocument CapturePreset(RackModel& rack) {
   document.highestParameterIndex = rack.highestParameterIndex;
   document.author = rack.author;
   document.description = rack.description;
-  PatchEdit edit(rack);
+  const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {
     document.modules.push_back(CaptureModule(*module, &nextPoint));

@@ -32,7 +32,7 @@ class ScratchRack {
     const VstTimeInfo* HostTimeInfo(int) override { return nullptr; }
     bool SendEventsToHost(VstEvents*) override { return false; }
     void BindNoteSlotToVoice(int, int) override {}
-    void ReleaseVoiceNote(int, int) override {}
+    bool ReleaseVoiceNote(int, int) override { return false; }
     void ParameterMoved(int, float) override {}
 
    private:

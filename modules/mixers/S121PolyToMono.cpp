@@ -5,7 +5,7 @@ namespace halveron {
 S121PolyToMono::S121PolyToMono(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
   // One jack for all voices, and two columns of eight mono outputs.
-  constexpr float kSpotX = 22, kSpotY = 150, kLeft = 66, kSpacing = 30, kTop = 56, kRow = 28;
+  constexpr float kSpotX = 22, kSpotY = 150, kLeft = 63, kSpacing = 29, kTop = 56, kRow = 28;
   constexpr int kRows = 8;
   for (int line = 0; line < VoiceBridge::kLines; ++line) {
     AddPatchPoint(bridge_.ins_[line], kBridgeInRoles[line], kSpotX, kSpotY);

@@ -123,13 +123,13 @@ TEST(PresetRack, FilesAndChunksHoldTheSameRack) {
 
 TEST(PresetRack, TheAuthorIsTheDefaultOneWhereNoneIsTold) {
   TestRack rack;
-  rack.editor.defaultAuthor = "Grace";
+  rack.editor.options.defaultAuthor.Set("Grace");
   rack.editor.SaveChunk();
   EXPECT_EQ(rack.editor.author, "Grace");
   rack.editor.author = "Ada";
   rack.editor.SaveChunk();
   EXPECT_EQ(rack.editor.author, "Ada");
-  rack.editor.overwriteAuthor = true;
+  rack.editor.options.overwriteAuthor.Set(true);
   rack.editor.SaveChunk();
   EXPECT_EQ(rack.editor.author, "Grace");
 }

@@ -1,0 +1,83 @@
+#include "app/screenshot_command.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <ostream>
+
+#include "app/offline_host.h"
+#include "app/patch_file.h"
+#include "app/run_command.h"
+#include "dsp/random.h"
+#include "editor/rack_window.h"
+#include "framework/shared_bitmaps.h"
+#include "gui/draw_context.h"
+#include "platform/file_error.h"
+#include "platform/library_path.h"
+#include "presets/nearest_name.h"
+
+namespace halveron {
+
+using platform::FileError;
+
+namespace {
+
+constexpr std::uint32_t kSeed = 20;  // of the jacks' and the cables' looks
+
+/// Has the process wear a skin that lies beside the program.
+void WearSkin(const std::string& skin, const std::string& size) {
+  const std::string program = platform::LibraryPath();
+  const std::string folder =
+      DataFolders{program.substr(0, program.find_last_of('/') + 1), ""}.Skins();
+  const std::vector<SkinEntry> skins = ListSkins(folder);
+  if (skins.empty()) throw FileError(folder, "", "holds no skins", "build the target skins");
+  std::vector<std::string> names;
+  for (const SkinEntry& entry : skins) names.push_back(entry.name);
+  const auto chosen = std::find(names.begin(), names.end(), skin);
+  if (chosen == names.end()) {
+    throw FileError("", "screenshot", "no skin " + Quoted(skin), DidYouMean(skin, names));
+  }
+  const std::vector<std::string>& sizes =
+      skins[static_cast<std::size_t>(chosen - names.begin())].sizes;
+  if (std::find(sizes.begin(), sizes.end(), size) == sizes.end()) {
+    throw FileError("", "screenshot", "no size " + Quoted(size) + " of skin " + Quoted(skin),
+                    DidYouMean(size, sizes));
+  }
+  skinPath = folder + skin + "/" + size + "/";
+  skinFallbackPath = skinPath;
+}
+
+void OpenMenu(TopBar& bar, const std::string& menu) {
+  if (menu == "modules") bar.moduleMenu->onPress(*bar.moduleMenu);
+  if (menu == "main") bar.mainMenu->onPress(*bar.mainMenu);
+  if (menu == "presets") bar.Screen().onPress();
+}
+
+}  // namespace
+
+int Screenshot(const ScreenshotOptions& options, std::ostream& out) {
+  RequirePatchExtension(options.patch);
+  WearSkin(options.skin, options.size);
+  OfflineHost host({});
+  dsp::SeedRandom(kSeed);
+  SynEditor& rack = host.Rack();
+  LoadPatchFile(options.patch, rack);
+  rack.options.viewableRows.Set(options.rows > 0 ? options.rows : rack.rows);
+  rack.presetPath = std::filesystem::path(options.patch).stem().string();
+  RackWindow& window = rack.OpenViews();
+  rack.UpdatePresetDisplay(false);
+  OpenMenu(window.Bar(), options.menu);
+  SynFrame& frame = window.Frame();
+  const int width = static_cast<int>(frame.getWidth());
+  const int height = static_cast<int>(frame.getHeight());
+  COffscreenContext picture(width, height);
+  frame.draw(&picture);
+  std::string cause;
+  if (!picture.writePng(options.output, &cause)) {
+    throw FileError(options.output, "", "cannot be written: " + cause);
+  }
+  rack.CloseWindow();
+  out << options.output << ": " << width << " by " << height << " pixels\n";
+  return kExitDone;
+}
+
+}  // namespace halveron

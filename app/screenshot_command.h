@@ -1,0 +1,22 @@
+// `halveron screenshot`: draws the rack of a patch without a display.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+namespace halveron {
+
+struct ScreenshotOptions {
+  std::string patch;
+  std::string output;
+  std::string skin = "Classic";
+  std::string size = "Medium";
+  int rows = 0;      ///< rows that the window shows; 0: as many as the rack has, within its bounds
+  std::string menu;  ///< "modules", "main" or "presets" is opened; empty: none
+};
+
+/// Returns the exit status. The same patch gives the same picture on every run. Throws
+/// platform::FileError; then what stood at the output's place is still there.
+int Screenshot(const ScreenshotOptions& options, std::ostream& out);
+
+}  // namespace halveron

@@ -1,0 +1,16 @@
+// The menus of the right mouse button: on a module, on a knob, and on the free rack.
+#pragma once
+
+#include "editor/syn_option_menu.h"
+
+namespace halveron {
+
+class Module;
+class ModuleKnob;
+class SynEditor;
+
+SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module);
+SharedPointer<SynOptionMenu> MakeKnobMenu(SynEditor& editor, ModuleKnob& knob);
+SharedPointer<SynOptionMenu> MakeRackMenu(SynEditor& editor);
+
+}  // namespace halveron

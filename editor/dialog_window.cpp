@@ -1,0 +1,238 @@
+#include "editor/dialog_window.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "gui/draw_context.h"
+#include "gui/frame.h"
+#include "gui/text_edit.h"
+#include "gui/theme.h"
+
+namespace halveron {
+
+namespace {
+
+// Pixels at the reference scale.
+constexpr CCoord kMargin = 20;
+constexpr CCoord kGap = 10;
+constexpr CCoord kTitleHeight = 26;
+constexpr CCoord kLineHeight = 19;
+constexpr CCoord kFieldHeight = 26;
+constexpr CCoord kButtonWidth = 96;
+constexpr CCoord kButtonHeight = 28;
+constexpr std::size_t kMostFieldBytes = 4000;
+
+class DialogButton final : public CControl {
+ public:
+  DialogButton(const CRect& size, CControlListener* listener, int tag, std::string caption,
+               double scale)
+      : CControl(size, listener, tag), caption_(std::move(caption)), scale_(scale) {}
+
+  CMouseEventResult onMouseDown(CPoint& /*where*/, const CButtonState& buttons) override {
+    if (!buttons.isLeftButton()) return kMouseEventNotHandled;
+    Show(true);
+    return kMouseEventHandled;
+  }
+  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override {
+    if (!buttons.isLeftButton()) return kMouseEventNotHandled;
+    Show(viewSize.pointInside(where));
+    return kMouseEventHandled;
+  }
+  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& /*buttons*/) override {
+    const SharedPointer<DialogButton> alive(this);
+    Show(false);
+    if (viewSize.pointInside(where)) valueChanged();
+    return kMouseEventHandled;
+  }
+
+ protected:
+  void drawPlain(CDrawContext& context) override {
+    context.setFillColor(oldValue == getMax() ? theme::kButtonDown : theme::kButton);
+    context.setFrameColor(theme::kFieldEdge);
+    context.setLineWidth(1);
+    context.drawRoundRect(viewSize, theme::Scaled(theme::kCornerRadius, scale_),
+                          kDrawFilledAndStroked);
+    context.setFont(theme::Font(scale_));
+    context.setFontColor(theme::kText);
+    context.drawString(caption_, viewSize);
+  }
+
+ private:
+  void Show(bool down) {
+    setValue(down ? getMax() : getMin());
+    if (isDirty()) invalid();
+  }
+
+  std::string caption_;
+  double scale_;
+};
+
+CTextLabel* MakeLabel(const CRect& place, const std::string& text, double scale, int style) {
+  auto* label = new CTextLabel(place, text.c_str(), nullptr, kNoFrame);
+  label->setTransparency(true);
+  label->setFont(theme::Font(scale, style));
+  label->setFontColor(theme::kText);
+  return label;
+}
+
+}  // namespace
+
+DialogWindow::DialogWindow() : CViewContainer(CRect(), nullptr) { setVisible(false); }
+
+DialogWindow::~DialogWindow() = default;
+
+void DialogWindow::ShowDialog(DialogRequest request, double scale) {
+  CloseDialog();
+  request_ = std::move(request);
+  LayOut(scale);
+  setVisible(true);
+  CFrame* root = getFrame();
+  if (root && request_.modal) root->pushModalView(this);
+  if (root && !fields_.empty()) root->setFocusView(fields_.front());
+}
+
+void DialogWindow::CloseDialog() {
+  if (!isVisible()) return;
+  if (CFrame* root = getFrame()) root->popModalView(this);
+  setVisible(false);
+  fields_.clear();
+  removeAll();
+}
+
+std::string DialogWindow::FieldText(int index) const {
+  return fields_[static_cast<std::size_t>(index)]->getText();
+}
+
+void DialogWindow::LayOut(double scale) {
+  const CCoord width = theme::Scaled(request_.width, scale);
+  setViewSize(CRect(0, 0, width, 0), false);
+  CCoord bottom = AddTexts(theme::Scaled(kMargin, scale), scale);
+  bottom = AddFields(bottom, scale);
+  const CCoord height = AddButtons(bottom, scale) + theme::Scaled(kMargin, scale);
+
+  const CRect room = getParentView() ? getParentView()->getViewSize() : CRect(0, 0, width, height);
+  const CCoord left = std::max((room.getWidth() - width) * request_.xRatio, 0.0);
+  const CCoord top =
+      request_.y >= 0 ? request_.y * scale : (room.getHeight() - height) * request_.yRatio;
+  const CRect place = CRect::FromSize(
+      CPoint(theme::Scaled(left, 1), theme::Scaled(std::max(top, 0.0), 1)), width, height);
+  setViewSize(place, false);
+  setMouseableArea(place);
+}
+
+CCoord DialogWindow::AddTexts(CCoord top, double scale) {
+  const CCoord margin = theme::Scaled(kMargin, scale);
+  const CCoord right = getWidth() - margin;
+  if (!request_.title.empty()) {
+    const CCoord height = theme::Scaled(kTitleHeight, scale);
+    addView(MakeLabel(CRect(margin, top, right, top + height), request_.title, scale, kBoldFace));
+    top += height + theme::Scaled(kGap, scale);
+  }
+  if (request_.text.empty()) return top;
+  const auto lines = std::count(request_.text.begin(), request_.text.end(), '\n') + 1;
+  const CCoord height = theme::Scaled(kLineHeight, scale) *
+                        static_cast<CCoord>(std::max<std::ptrdiff_t>(lines, request_.lineCount));
+  CTextLabel* label =
+      MakeLabel(CRect(margin, top, right, top + height), request_.text, scale, kNormalFace);
+  label->setHoriAlign(request_.centered ? kCenterText : kLeftText);
+  addView(label);
+  return top + height + theme::Scaled(kGap, scale);
+}
+
+CCoord DialogWindow::AddFields(CCoord top, double scale) {
+  const CCoord margin = theme::Scaled(kMargin, scale);
+  const CCoord right = getWidth() - margin;
+  const CCoord labelHeight = theme::Scaled(kLineHeight, scale);
+  const CCoord fieldHeight = theme::Scaled(kFieldHeight, scale);
+  for (const DialogRequest::Field& field : request_.fields) {
+    CTextLabel* label =
+        MakeLabel(CRect(margin, top, right, top + labelHeight), field.label, scale, kNormalFace);
+    label->setHoriAlign(kLeftText);
+    addView(label);
+    top += labelHeight;
+    auto* edit = new CTextEdit(CRect(margin, top, right, top + fieldHeight));
+    edit->setMaxLength(kMostFieldBytes);
+    edit->setFont(theme::Font(scale));
+    edit->setFontColor(theme::kText);
+    edit->setBackColor(theme::kField);
+    edit->setFrameColor(theme::kFieldEdge);
+    edit->setHoriAlign(kLeftText);
+    edit->setTextInset(CPoint(theme::Scaled(kGap / 2, scale), 0));
+    edit->setText(field.value.c_str());
+    edit->onReturn = [this](CTextEdit*) { Press(0); };
+    fields_.push_back(edit);
+    addView(edit);
+    top += fieldHeight + theme::Scaled(kGap, scale);
+  }
+  return top;
+}
+
+CCoord DialogWindow::AddButtons(CCoord top, double scale) {
+  const CCoord width = theme::Scaled(kButtonWidth, scale);
+  const CCoord height = theme::Scaled(kButtonHeight, scale);
+  const CCoord gap = theme::Scaled(kGap, scale);
+  const auto count = static_cast<CCoord>(request_.buttons.size());
+  CCoord left = theme::Scaled((getWidth() - count * width - (count - 1) * gap) / 2, 1);
+  top += gap;
+  for (std::size_t i = 0; i < request_.buttons.size(); ++i) {
+    addView(new DialogButton(CRect(left, top, left + width, top + height), this,
+                             static_cast<int>(i), request_.buttons[i], scale));
+    left += width + gap;
+  }
+  return top + height;
+}
+
+void DialogWindow::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {
+  const CRect whole = CRect::FromSize({}, getWidth(), getHeight());
+  CColor back = theme::kPanel;
+  back.alpha = static_cast<std::uint8_t>(request_.alpha);
+  context->setFillColor(back);
+  context->setFrameColor(theme::kFieldEdge);
+  context->setLineWidth(1);
+  context->drawRoundRect(whole, theme::kCornerRadius, kDrawFilledAndStroked);
+  if (request_.image && request_.image->load()) request_.image->draw(*context, whole);
+}
+
+CMouseEventResult DialogWindow::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  const CMouseEventResult result = CViewContainer::onMouseDown(where, buttons);
+  return result == kMouseEventNotHandled ? kMouseDownEventHandledButDontNeedMovedOrUpEvents
+                                         : result;
+}
+
+void DialogWindow::FocusNextField(bool backward) {
+  CFrame* root = getFrame();
+  if (!root || fields_.empty()) return;
+  const auto count = fields_.size();
+  const auto place = std::find(fields_.begin(), fields_.end(), root->getFocusView());
+  const auto present = static_cast<std::size_t>(place - fields_.begin());
+  root->setFocusView(
+      fields_[place == fields_.end() ? 0 : (present + (backward ? count - 1 : 1)) % count]);
+}
+
+bool DialogWindow::onKeyDown(const CKeyEvent& event) {
+  if (event.key == kKeyReturn) {
+    Press(0);
+  } else if (event.key == kKeyEscape) {
+    Press(static_cast<int>(request_.buttons.size()) - 1);
+  } else if (event.key == kKeyTab) {
+    FocusNextField(event.modifiers.isShiftSet());
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void DialogWindow::valueChanged(CControl* control) { Press(control->getTag()); }
+
+void DialogWindow::Press(int button) {
+  const SharedPointer<DialogWindow> alive(this);
+  if (!request_.callback) {
+    CloseDialog();
+    return;
+  }
+  // By a copy: the callback may show another dialog in this one's place.
+  const DialogRequest::Callback callback = request_.callback;
+  callback(*this, button);
+}
+
+}  // namespace halveron

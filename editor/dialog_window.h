@@ -1,0 +1,78 @@
+// The message box of the system.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "gui/control.h"
+#include "gui/view_container.h"
+
+namespace halveron {
+
+class CTextEdit;
+class DialogWindow;
+
+/// What a dialog shows. Measures are in pixels of the reference scale.
+struct DialogRequest {
+  struct Field {
+    std::string label;
+    std::string value;
+  };
+  /// Gets the number of the button that was pressed, 0 for the first. It reads the fields and ends
+  /// with CloseDialog.
+  using Callback = std::function<void(DialogWindow&, int button)>;
+
+  double width = 400;
+  std::string title;
+  std::string text;   ///< may have several lines
+  int lineCount = 2;  ///< lines of text that room is kept for at least
+  bool centered = true;
+  std::vector<Field> fields;
+  std::vector<std::string> buttons = {"OK"};
+  bool modal = true;  ///< the rest of the frame takes no input
+  SharedPointer<CBitmap> image;
+  Callback callback;  ///< without one any button closes the dialog
+  double y = -1;      ///< of its top; below 0 it stands by yRatio
+  double xRatio = 0.5;
+  double yRatio = 0.5;
+  int alpha = 220;  ///< of its background
+};
+
+/// One view on the frame, hidden until it is needed. Return presses the first button, Escape the
+/// last.
+class DialogWindow final : public CViewContainer, private CControlListener {
+ public:
+  DialogWindow();
+  ~DialogWindow() override;
+
+  HALVERON_TYPE_OF(DialogWindow, CViewContainer)
+
+  /// Shows what is asked for; a dialog that is up is closed first.
+  void ShowDialog(DialogRequest request, double scale);
+  /// Hides the dialog and forgets the views that were made for this showing.
+  void CloseDialog();
+  bool IsShown() const { return isVisible(); }
+  const DialogRequest& Request() const { return request_; }
+  std::string FieldText(int index) const;
+
+  void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  bool onKeyDown(const CKeyEvent& event) override;
+
+  /// What a press of a button does.
+  void Press(int button);
+
+ private:
+  void valueChanged(CControl* control) override;
+  void LayOut(double scale);
+  CCoord AddTexts(CCoord top, double scale);
+  CCoord AddFields(CCoord top, double scale);
+  CCoord AddButtons(CCoord top, double scale);
+  void FocusNextField(bool backward);
+
+  DialogRequest request_;
+  std::vector<CTextEdit*> fields_;
+};
+
+}  // namespace halveron

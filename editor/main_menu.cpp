@@ -1,0 +1,210 @@
+#include "editor/main_menu.h"
+
+#include "editor/rack_window.h"
+#include "editor/syn_editor.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr const char* kFactorTexts[] = {"None", "2X",  "4X",   "8X",  "16X",
+                                        "32X",  "64X", "128X", "256X"};
+constexpr const char* kFilterTexts[kOversamplingFilters] = {
+    "IIR Chamberlin (>2X)", "FIR Auto taps", "FIR Auto double taps", "FIR 50 taps",
+    "FIR 100 taps",         "FIR 150 taps",  "FIR 200 taps",         "FIR 300 taps",
+    "FIR 400 taps",         "FIR 600 taps",  "FIR 800 taps",         "FIR 1000 taps",
+    "FIR 1300 taps",        "FIR 1600 taps", "FIR 2000 taps",        "FIR 2600 taps",
+    "FIR 3200 taps",        "FIR 4800 taps", "FIR 6400 taps",        "FIR 12800 taps"};
+constexpr const char* kTransparencyTexts[] = {"None", "1", "2", "3", "4"};
+constexpr double kAboutWidth = 420;
+
+void Toggle(Option<bool>& option) { option.Set(!option.Get()); }
+
+void ShowAbout(SynEditor&, RackWindow& window) {
+  DialogRequest request;
+  request.width = kAboutWidth;
+  request.title = "About Halveron";
+  request.text =
+      "Halveron 2.2\n"
+      "A modular synthesizer in software, by Calderine\n"
+      "and everybody who patched, listened and reported.\n"
+      "Free software under the GNU General Public License 3";
+  request.lineCount = 4;
+  request.buttons = {"Close"};
+  request.image = window.AboutImage();
+  window.ShowDialog(std::move(request));
+}
+
+void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
+
+}  // namespace
+
+struct MainMenu::Entry {
+  const char* text;  // null for a separator
+  void (*act)(SynEditor&, RackWindow&) = nullptr;
+  Menu (MainMenu::*submenu)() const = nullptr;
+  bool (*isChecked)(const SynEditor&) = nullptr;
+  bool (*isEnabled)(const SynEditor&) = nullptr;
+  bool (*isOffered)(const SynEditor&) = nullptr;
+};
+
+const MainMenu::Entry MainMenu::kEntries[] = {
+    {.text = "Open...",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Open(); }},
+    {.text = "Save", .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); }},
+    {.text = "Save As...",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
+    {.text = "Save As New Version",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
+    {.text = nullptr},
+    {.text = "Refresh Presets Library",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.RefreshLibrary(); }},
+    {.text = "Preset Description",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.EditDescription(); }},
+    {.text = "Default Author",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.EditDefaultAuthor(); }},
+    {.text = "Oversampling", .submenu = &MainMenu::MakeOversampling},
+    {.text = "Oversampling Filter",
+     .submenu = &MainMenu::MakeOversamplingFilter,
+     .isOffered =
+         [](const SynEditor& editor) { return editor.options.advancedOversampling.Get(); }},
+    {.text = "Polyphony", .submenu = &MainMenu::MakePolyphony},
+    {.text = "Skin", .submenu = &MainMenu::MakeSkin},
+    {.text = "Window Height", .submenu = &MainMenu::MakeWindowHeight},
+    {.text = "Cable Transparency", .submenu = &MainMenu::MakeCableTransparency},
+    {.text = "Cable Thickness", .submenu = &MainMenu::MakeCableThickness},
+    {.text = "Flat Cables",
+     .act =
+         [](SynEditor& editor, RackWindow& window) {
+           Toggle(editor.options.flatCables);
+           RedrawCables(window);
+         },
+     .isChecked = [](const SynEditor& editor) { return editor.options.flatCables.Get(); }},
+    {.text = "CPU Lite Cables",
+     .act =
+         [](SynEditor& editor, RackWindow& window) {
+           Toggle(editor.options.cpuLiteCables);
+           RedrawCables(window);
+         },
+     .isChecked = [](const SynEditor& editor) { return editor.options.cpuLiteCables.Get(); }},
+    {.text = "LEDs Always ON",
+     .act = [](SynEditor& editor, RackWindow&) { Toggle(editor.options.ledsAlwaysOn); },
+     .isChecked = [](const SynEditor& editor) { return editor.options.ledsAlwaysOn.Get(); }},
+    {.text = "Sample Accurate Automation",
+     .act = [](SynEditor& editor, RackWindow&) { editor.ToggleSampleAccurate(); },
+     .isChecked = [](const SynEditor& editor) { return editor.sampleAccurate; },
+     .isEnabled =
+         [](const SynEditor& editor) { return editor.engine.hostKind == HostKind::kClap; }},
+    {.text = "About", .act = ShowAbout},
+};
+
+SharedPointer<SynOptionMenu> MainMenu::Make() const {
+  Menu menu = SynOptionMenu::Make();
+  for (const Entry& entry : kEntries) {
+    if (entry.isOffered && !entry.isOffered(editor_)) continue;
+    if (!entry.text) {
+      menu->addSeparator();
+      continue;
+    }
+    if (entry.submenu) {
+      menu->AddSubmenu(entry.text, (this->*entry.submenu)());
+      continue;
+    }
+    SynMenuItem& item = menu->Add(entry.text, [act = entry.act, &editor = editor_,
+                                               &window = window_] { act(editor, window); });
+    item.setChecked(entry.isChecked && entry.isChecked(editor_));
+    item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeOversampling() const {
+  Menu menu = SynOptionMenu::Make();
+  int row = 0;
+  for (const char* text : kFactorTexts) {
+    const bool isPresent = editor_.engine.oversamplingFactor == 1 << row;
+    menu->AddChecked(text, isPresent,
+                     [row, &engine = editor_.engine] { engine.ApplyOversamplingFactor(row); });
+    ++row;
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeOversamplingFilter() const {
+  Menu menu = SynOptionMenu::Make();
+  int row = 0;
+  for (const char* text : kFilterTexts) {
+    menu->AddChecked(text, editor_.engine.filterMenuIndex == row,
+                     [row, &engine = editor_.engine] { engine.ApplyOversamplingFilter(row); });
+    ++row;
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakePolyphony() const {
+  Menu menu = SynOptionMenu::Make();
+  for (int voices = 1; voices <= kMaxVoices; ++voices) {
+    const std::string text = voices == 1 ? "1 Voice" : std::to_string(voices) + " Voices";
+    menu->AddChecked(text, editor_.engine.voiceCount == voices,
+                     [voices, &editor = editor_] { editor.commands.ChangeVoices(voices); });
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeSkin() const {
+  Menu menu = SynOptionMenu::Make();
+  for (const SkinEntry& skin : editor_.skin.Entries()) {
+    Menu sizes = SynOptionMenu::Make();
+    const bool isChosen = editor_.options.skin.Get() == skin.name;
+    for (const std::string& size : skin.sizes) {
+      const auto choose = [&editor = editor_, name = skin.name, size] {
+        editor.options.skin.Set(name);
+        editor.options.skinSize.Set(size);
+        editor.ShowDialog({"Skin Change",
+                           "Please close all instances of Halveron for the changes to take effect",
+                           400});
+      };
+      sizes->AddChecked(size, isChosen && editor_.options.skinSize.Get() == size, choose);
+    }
+    menu->AddSubmenu(skin.name, sizes);
+    menu->checkEntry(menu->getNbEntries() - 1, isChosen);
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeWindowHeight() const {
+  Menu menu = SynOptionMenu::Make();
+  for (int rows = Options::kFewestViewableRows; rows <= Options::kMostViewableRows; ++rows) {
+    menu->AddChecked(std::to_string(rows) + " Rows", window_.Geometry().viewableRows == rows,
+                     [rows, &editor = editor_] { editor.commands.ChangeViewableRows(rows); });
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeCableTransparency() const {
+  Menu menu = SynOptionMenu::Make();
+  int step = 0;
+  for (const char* text : kTransparencyTexts) {
+    const auto choose = [step, &editor = editor_, &window = window_] {
+      editor.options.transparency.Set(step);
+      RedrawCables(window);
+    };
+    menu->AddChecked(text, editor_.options.transparency.Get() == step, choose);
+    ++step;
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeCableThickness() const {
+  Menu menu = SynOptionMenu::Make();
+  for (int units = Options::kThinnestCable; units <= Options::kThickestCable; ++units) {
+    const auto choose = [units, &editor = editor_, &window = window_] {
+      editor.options.cableThickness.Set(units);
+      RedrawCables(window);
+    };
+    menu->AddChecked(std::to_string(units), editor_.options.cableThickness.Get() == units, choose);
+  }
+  return menu;
+}
+
+}  // namespace halveron

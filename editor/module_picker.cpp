@@ -1,0 +1,28 @@
+#include "editor/module_picker.h"
+
+#include <array>
+
+#include "editor/module_catalogue.h"
+#include "editor/syn_editor.h"
+
+namespace halveron {
+
+SharedPointer<SynOptionMenu> MakeModulePicker(SynEditor& editor) {
+  SharedPointer<SynOptionMenu> menu = SynOptionMenu::Make();
+  menu->setStyle(kFindInSubmenus);
+  std::array<SharedPointer<SynOptionMenu>, kCategoryCount> categories;
+  for (int i = 0; i < kCategoryCount; ++i) {
+    categories[static_cast<std::size_t>(i)] = SynOptionMenu::Make();
+    menu->AddSubmenu(NamesOf(static_cast<Category>(i)).display,
+                     categories[static_cast<std::size_t>(i)]);
+  }
+  for (const CatalogueEntry& entry : ModuleCatalogue()) {
+    categories[static_cast<std::size_t>(entry.category)]
+        ->Add(entry.name,
+              [&editor, name = entry.name] { editor.commands.InsertModule(name, kBuiltInVendor); })
+        .setEnabled(entry.make != nullptr);
+  }
+  return menu;
+}
+
+}  // namespace halveron

@@ -1,0 +1,158 @@
+#include "editor/preset_commands.h"
+
+#include <cctype>
+#include <charconv>
+#include <filesystem>
+#include <system_error>
+
+#include "editor/rack_window.h"
+#include "editor/syn_editor.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr int kFirstVersion = 2;
+constexpr int kLastVersion = 1000;
+constexpr double kDialogWidth = 440;
+constexpr int kOk = 0;
+
+bool FileExists(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::exists(path, error);
+}
+
+std::string FolderOf(const std::string& path) { return path.substr(0, path.find_last_of('/') + 1); }
+
+}  // namespace
+
+std::optional<std::string> NextVersionPath(const std::string& path,
+                                           const std::function<bool(const std::string&)>& exists) {
+  const std::size_t name = path.find_last_of('/') + 1;
+  const std::size_t dot = path.find('.', name);
+  std::string stem = path.substr(0, dot) + ".v";
+  int version = kFirstVersion;
+  if (dot != std::string::npos && dot + 1 < path.size() &&
+      std::tolower(static_cast<unsigned char>(path[dot + 1])) == 'v') {
+    stem = path.substr(0, dot + 2);
+    int present = 0;
+    std::from_chars(path.data() + dot + 2, path.data() + path.size(), present);
+    if (present + 1 >= kFirstVersion && present < kLastVersion) version = present + 1;
+  }
+  for (; version <= kLastVersion; ++version) {
+    std::string next = stem + std::to_string(version) + kPresetExtension;
+    if (!exists(next)) return next;
+  }
+  return std::nullopt;
+}
+
+SharedPointer<CFileSelector> PresetCommands::MakeSelector(CFileSelector::Style style,
+                                                          const char* title) const {
+  auto selector =
+      SharedPointer<CFileSelector>::Adopt(new CFileSelector(&editor_.Window()->Frame(), style));
+  selector->setTitle(title);
+  selector->addFileExtension({"Halveron Preset", "hvp", "application/hvp"});
+  const std::string folder = FolderOf(editor_.presetPath);
+  selector->setInitialDirectory(folder.empty() ? editor_.presetsFolder : folder);
+  return selector;
+}
+
+void PresetCommands::Open() {
+  if (!editor_.Window()) return;
+  MakeSelector(CFileSelector::kSelectFile, "Open Preset")->run([this](const std::string& path) {
+    if (!path.empty()) Load(path);
+  });
+}
+
+bool PresetCommands::Load(const std::string& path) {
+  if (!editor_.LoadPreset(path)) return false;
+  editor_.UpdatePresetDisplay(true);
+  return true;
+}
+
+void PresetCommands::Save() {
+  if (editor_.presetPath.empty() || editor_.presetFromChunk) {
+    SaveAs();
+  } else {
+    SaveTo(editor_.presetPath);
+  }
+}
+
+void PresetCommands::SaveAs() {
+  if (!editor_.Window()) return;
+  const SharedPointer<CFileSelector> selector =
+      MakeSelector(CFileSelector::kSelectSaveFile, "Save Preset As");
+  selector->setDefaultSaveName(editor_.presetName);
+  selector->run([this](const std::string& path) {
+    if (!path.empty()) SaveTo(path);
+  });
+}
+
+void PresetCommands::SaveAsNewVersion() {
+  if (editor_.presetPath.empty()) {
+    SaveAs();
+    return;
+  }
+  if (const auto path = NextVersionPath(editor_.presetPath, FileExists)) SaveTo(*path);
+}
+
+void PresetCommands::SaveTo(const std::string& path) {
+  if (editor_.SavePreset(path)) {
+    editor_.UpdatePresetDisplay(true);
+  } else {
+    editor_.ShowDialog({"Preset not saved", "This file could not be written:\n" + path, 600});
+  }
+}
+
+void PresetCommands::RefreshLibrary() { editor_.presets.Refresh(); }
+
+void PresetCommands::EditDescription() {
+  RackWindow* window = editor_.Window();
+  if (!window) return;
+  DialogRequest request;
+  request.width = kDialogWidth;
+  request.title = "Preset Description";
+  request.fields = {{"Enter author name", editor_.author},
+                    {"Enter preset description", editor_.description}};
+  request.buttons = {"OK", "Cancel"};
+  request.callback = [this](DialogWindow& dialog, int button) {
+    if (button == kOk) {
+      editor_.author = dialog.FieldText(0);
+      editor_.description = dialog.FieldText(1);
+      editor_.engine.PatchEdited();
+      editor_.ShowAuthor();
+    }
+    dialog.CloseDialog();
+  };
+  window->ShowDialog(std::move(request));
+}
+
+void PresetCommands::EditDefaultAuthor() {
+  RackWindow* window = editor_.Window();
+  if (!window) return;
+  DialogRequest request;
+  request.width = kDialogWidth;
+  request.title = "Default Author";
+  request.fields = {{"Enter default author name", editor_.options.defaultAuthor.Get()}};
+  request.buttons = {"OK", "Cancel"};
+  request.callback = [this](DialogWindow& dialog, int button) {
+    if (button == kOk) editor_.options.defaultAuthor.Set(dialog.FieldText(0));
+    dialog.CloseDialog();
+  };
+  window->ShowDialog(std::move(request));
+}
+
+void PresetCommands::Step(int direction) {
+  if (editor_.presets.Step(direction)) LoadSelected();
+}
+
+void PresetCommands::LoadSelected() {
+  // The screen tells what was chosen, whatever becomes of it.
+  const std::string path = editor_.presets.CurrentPath();
+  editor_.presetPath = path;
+  editor_.presetName = editor_.presets.CurrentTitle();
+  editor_.LoadPreset(path);
+  editor_.ShowAuthor();
+}
+
+}  // namespace halveron

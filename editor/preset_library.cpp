@@ -1,0 +1,201 @@
+#include "editor/preset_library.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace halveron {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kMostFolderDepth = 32;  // folders that link to themselves end somewhere
+
+struct FolderContent {
+  std::vector<std::string> folders;
+  std::vector<std::string> presets;  // names without the extension
+};
+
+/// As people look names up: capitals do not count, unless nothing else differs.
+bool ComesBefore(const std::string& a, const std::string& b) {
+  const auto lower = [](unsigned char c) { return std::tolower(c); };
+  const auto less = [&](unsigned char x, unsigned char y) { return lower(x) < lower(y); };
+  if (std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), less)) return true;
+  if (std::lexicographical_compare(b.begin(), b.end(), a.begin(), a.end(), less)) return false;
+  return a < b;
+}
+
+FolderContent ListFolder(const std::string& path) {
+  FolderContent content;
+  std::error_code error;
+  for (fs::directory_iterator place(path, error), end; !error && place != end;
+       place.increment(error)) {
+    const std::string name = place->path().filename().string();
+    std::error_code entryError;
+    if (place->is_directory(entryError)) {
+      if (name.front() != '.') content.folders.push_back(name);
+    } else if (name.ends_with(kPresetExtension) && place->is_regular_file(entryError)) {
+      content.presets.push_back(place->path().stem().string());
+    }
+  }
+  std::sort(content.folders.begin(), content.folders.end(), ComesBefore);
+  std::sort(content.presets.begin(), content.presets.end(), ComesBefore);
+  return content;
+}
+
+/// The entry of a folder, or of a preset, by its title; -1 if there is none.
+int FindEntry(const SynOptionMenu& menu, const std::string& title, bool isFolder) {
+  for (int i = 0; i < menu.getNbEntries(); ++i) {
+    if ((menu.getSubMenu(i) != nullptr) == isFolder && title == menu.TitleAt(i)) return i;
+  }
+  return -1;
+}
+
+}  // namespace
+
+PresetLibrary::PresetLibrary(std::string presetsFolder)
+    : presetsFolder_(std::move(presetsFolder)) {}
+
+void PresetLibrary::SetFolder(const std::string& presetsFolder) {
+  presetsFolder_ = presetsFolder;
+  Empty();
+  isRead_ = false;
+}
+
+void PresetLibrary::Empty() {
+  presetMenu_->removeAllEntry();
+  currentPresetMenu_ = presetMenu_.get();
+  currentIndex_ = -1;
+}
+
+void PresetLibrary::Refresh() {
+  Empty();
+  isRead_ = true;
+  if (!presetsFolder_.empty()) ScanPresets(*presetMenu_, presetsFolder_);
+}
+
+SynOptionMenu& PresetLibrary::PresetMenu() {
+  if (!isRead_) Refresh();
+  return *presetMenu_;
+}
+
+void PresetLibrary::ScanPresets(SynOptionMenu& menu, const std::string& path) {
+  int depth = 0;
+  for (const SynOptionMenu* m = &menu; m->parentMenu; m = m->parentMenu) ++depth;
+  const FolderContent content = ListFolder(path);
+  for (const std::string& name : content.folders) {
+    if (depth >= kMostFolderDepth) break;
+    ScanPresets(AddFolder(menu, name), path + name + "/");
+  }
+  for (const std::string& title : content.presets) AddPreset(menu, title);
+}
+
+SynOptionMenu& PresetLibrary::AddFolder(SynOptionMenu& menu, const std::string& name) {
+  menu.AddSubmenu(name, SynOptionMenu::Make());
+  return *menu.SubmenuAt(menu.getNbEntries() - 1);
+}
+
+int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& title) {
+  const int index = menu.getNbEntries();
+  menu.Add(title, [this, &menu, index] {
+    Select(menu, index);
+    if (onChoice) onChoice();
+  });
+  return index;
+}
+
+void PresetLibrary::Select(SynOptionMenu& menu, int index) {
+  MarkPresetChain(false);
+  currentPresetMenu_ = &menu;
+  currentIndex_ = index;
+  MarkPresetChain(true);
+}
+
+void PresetLibrary::ClearSelection() {
+  MarkPresetChain(false);
+  currentIndex_ = -1;
+}
+
+void PresetLibrary::MarkPresetChain(bool state) {
+  int index = currentIndex_;
+  if (index < 0) return;
+  for (SynOptionMenu* menu = currentPresetMenu_; menu; menu = menu->parentMenu) {
+    menu->checkEntry(index, state);
+    index = menu->parentIndex;
+  }
+}
+
+int PresetLibrary::StepPreset(SynOptionMenu& menu, int index, int direction) {
+  for (int p = index + direction; p >= 0 && p < menu.getNbEntries(); p += direction) {
+    SynOptionMenu* folder = menu.SubmenuAt(p);
+    if (!folder) {
+      Select(menu, p);
+      return p;
+    }
+    const int found = StepPreset(*folder, direction > 0 ? -1 : folder->getNbEntries(), direction);
+    if (found >= 0) return found;
+  }
+  return -1;
+}
+
+bool PresetLibrary::Step(int direction) {
+  if (!isRead_) Refresh();
+  int index = currentIndex_;
+  for (SynOptionMenu* menu = currentPresetMenu_; menu; menu = menu->parentMenu) {
+    if (StepPreset(*menu, index, direction) >= 0) return true;
+    index = menu->parentIndex;
+  }
+  return false;
+}
+
+std::string PresetLibrary::BuildPresetPath(const SynOptionMenu& menu, int index) const {
+  std::string path = menu.TitleAt(index);
+  for (const SynOptionMenu* m = &menu; m->parentMenu; m = m->parentMenu) {
+    path = std::string(m->parentMenu->TitleAt(m->parentIndex)) + "/" + path;
+  }
+  return presetsFolder_ + path + kPresetExtension;
+}
+
+bool PresetLibrary::SelectPreset(const std::string& path, bool add) {
+  if (presetsFolder_.empty() || !path.starts_with(presetsFolder_)) return false;
+  if (!isRead_) Refresh();
+  const std::size_t dot = path.find_last_of('.');
+  std::size_t begin = presetsFolder_.size();
+  const std::size_t end = dot == std::string::npos || dot < begin ? path.size() : dot;
+  const std::string inside = path.substr(begin, end - begin);
+
+  SynOptionMenu* menu = presetMenu_.get();
+  begin = 0;
+  for (std::size_t slash = inside.find('/'); slash != std::string::npos;
+       slash = inside.find('/', begin)) {
+    const std::string folder = inside.substr(begin, slash - begin);
+    const int index = FindEntry(*menu, folder, true);
+    if (index < 0 && !add) return false;
+    menu = index < 0 ? &AddFolder(*menu, folder) : menu->SubmenuAt(index);
+    begin = slash + 1;
+  }
+  const std::string title = inside.substr(begin);
+  int index = FindEntry(*menu, title, false);
+  if (index < 0) {
+    if (!add) return false;
+    index = AddPreset(*menu, title);
+  }
+  Select(*menu, index);
+  return true;
+}
+
+std::string PresetTitle(const std::string& path) {
+  const std::string name = path.substr(path.find_last_of('/') + 1);
+  std::size_t dot = name.find('.');
+  if (dot != std::string::npos && dot + 1 < name.size() &&
+      std::tolower(static_cast<unsigned char>(name[dot + 1])) == 'v') {
+    dot = name.find('.', dot + 1);
+  }
+  return name.substr(0, dot);
+}
+
+}  // namespace halveron

@@ -1,0 +1,72 @@
+#include "editor/preset_screen.h"
+
+#include "gui/draw_context.h"
+#include "gui/theme.h"
+
+namespace halveron {
+
+PresetScreen::PresetScreen(const CRect& size, const WindowImages& images, const SkinConfig& config)
+    : CViewContainer(size, nullptr), screen_(images.presetScreen), stripes_(images.presetStripes) {
+  const SkinConfig::Shifts& shifts = config.shifts;
+  const CRect place = CRect::FromSize(shifts.presetText, size.getWidth() + shifts.presetTextSize.x,
+                                      size.getHeight() + shifts.presetTextSize.y);
+  presetNameLabel_ = AddLabel(place, config.presetText);
+  presetAuthorLabel_ = AddLabel(place, config.presetText);
+  presetAuthorLabel_->setVisible(false);
+}
+
+CTextLabel* PresetScreen::AddLabel(const CRect& place, const SkinConfig::PresetText& text) {
+  auto* label = new CTextLabel(place, "", nullptr, kShadowText | kNoFrame);
+  label->setTransparency(true);
+  if (screen_->isLoaded()) label->setFont(text.font);
+  label->setFontColor(text.color);
+  label->setShadowColor(CColor(0, 0, 0, text.shadowAlpha));
+  label->setMouseEnabled(false);
+  addView(label);
+  return label;
+}
+
+void PresetScreen::ShowName(const std::string& name) {
+  presetAuthorLabel_->setVisible(false);
+  presetNameLabel_->setText(name.c_str());
+  presetNameLabel_->setVisible(true);
+  invalid();
+}
+
+void PresetScreen::SetAuthor(const std::string& author) {
+  author_ = author;
+  presetAuthorLabel_->setText(author.c_str());
+}
+
+void PresetScreen::Toggle() {
+  const bool showsName = presetNameLabel_->isVisible();
+  presetNameLabel_->setVisible(!showsName);
+  presetAuthorLabel_->setVisible(showsName);
+}
+
+std::string PresetScreen::ShownText() const {
+  return (presetNameLabel_->isVisible() ? presetNameLabel_ : presetAuthorLabel_)->getText();
+}
+
+void PresetScreen::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {
+  const CRect whole = CRect::FromSize({}, getWidth(), getHeight());
+  if (screen_->isLoaded()) {
+    screen_->draw(*context, whole);
+    return;
+  }
+  context->setFillColor(theme::kField);
+  context->drawRoundRect(whole, theme::kCornerRadius, kDrawFilled);
+}
+
+void PresetScreen::drawRect(CDrawContext* context, const CRect& updateRect) {
+  CViewContainer::drawRect(context, updateRect);
+  stripes_->draw(*context, viewSize);
+}
+
+CMouseEventResult PresetScreen::onMouseDown(CPoint& /*where*/, const CButtonState& buttons) {
+  if (!buttons.isLeftButton() || !onPress) return kMouseEventNotHandled;
+  onPress();
+  return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+}  // namespace halveron

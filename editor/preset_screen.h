@@ -1,0 +1,46 @@
+// The screen on the bar that tells which preset plays, and opens the menu of presets.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "editor/skin.h"
+#include "editor/window_images.h"
+#include "gui/param_display.h"
+#include "gui/view_container.h"
+
+namespace halveron {
+
+/// Shows the preset's name, or its author while Toggle is called at intervals.
+class PresetScreen final : public CViewContainer {
+ public:
+  /// `size` is that of the screen without its frame; the text may be elsewhere within it.
+  PresetScreen(const CRect& size, const WindowImages& images, const SkinConfig& config);
+
+  HALVERON_TYPE_OF(PresetScreen, CViewContainer)
+
+  void ShowName(const std::string& name);
+  void SetAuthor(const std::string& author);
+  /// An author of one character is not worth a change of the screen.
+  bool HasAuthor() const { return author_.size() >= 2; }
+  /// From the name to the author, or back.
+  void Toggle();
+  std::string ShownText() const;
+
+  void drawRect(CDrawContext* context, const CRect& updateRect) override;
+  void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+
+  std::function<void()> onPress;
+
+ private:
+  CTextLabel* AddLabel(const CRect& place, const SkinConfig::PresetText& text);
+
+  SharedPointer<CBitmap> screen_;
+  SharedPointer<CBitmap> stripes_;
+  CTextLabel* presetNameLabel_;
+  CTextLabel* presetAuthorLabel_;
+  std::string author_;
+};
+
+}  // namespace halveron

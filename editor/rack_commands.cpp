@@ -1,0 +1,94 @@
+#include "editor/rack_commands.h"
+
+#include <algorithm>
+#include <cctype>
+#include <vector>
+
+#include "editor/rack_window.h"
+#include "editor/syn_editor.h"
+#include "framework/module.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr const char* kVoiceChainer = "SD05 MIDI Poly Chainer";
+
+std::string LowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+}  // namespace
+
+void RackCommands::Insert(Module* module) {
+  if (!module) {
+    editor_.ShowDialog({"Module failed", "Module failed to load properly or was not found!", 400});
+    return;
+  }
+  if (RackWindow* window = editor_.Window()) window->BeginInsertion(*module);
+}
+
+void RackCommands::InsertModule(std::string_view name, std::string_view vendor) {
+  Insert(editor_.AddModule(name, vendor));
+}
+
+void RackCommands::PasteModule() {
+  if (editor_.moduleClipboard.HasData()) Insert(editor_.moduleClipboard.PasteNew(editor_));
+}
+
+void RackCommands::DeleteModule(Module& module) {
+  const bool leadsToVoices = module.UsesPolyphony();
+  editor_.RemoveModule(&module, true);
+  if (leadsToVoices) editor_.ResetPolyphonyIfUnused();
+  editor_.RequestRedraw();
+}
+
+void RackCommands::AddRow() {
+  if (editor_.rows < kMostRackRows) editor_.SetRows(editor_.rows + 1);
+}
+
+void RackCommands::RemoveRow() {
+  if (editor_.rows <= 1) return;
+  const CCoord justInside = (editor_.rows - 1) * static_cast<CCoord>(panelHeight) + 1;
+  const std::vector<Module*> modules = editor_.modules[0];
+  for (Module* module : modules) {
+    const CRect& place = module->getViewSize();
+    if (place.top <= justInside && place.bottom > justInside) editor_.RemoveModule(module, true);
+  }
+  editor_.SetRows(editor_.rows - 1);
+}
+
+void RackCommands::ChangeVoices(int count) {
+  editor_.ApplyVoiceCount(count);
+  const auto leadsToVoices = [](const Module* module) { return module->UsesPolyphony(); };
+  const std::vector<Module*>& modules = editor_.modules[0];
+  if (count > 1 && std::none_of(modules.begin(), modules.end(), leadsToVoices)) {
+    InsertModule(kVoiceChainer, kBuiltInVendor);
+  }
+}
+
+void RackCommands::ChangeViewableRows(int count) {
+  editor_.options.viewableRows.Set(count);
+  RackWindow* window = editor_.Window();
+  if (!window) return;
+  window->SetViewableRows(count);
+  if (editor_.rows < count) editor_.SetRows(count);
+
+  const CRect wanted = window->Geometry().WindowRect();
+  SynFrame& frame = window->Frame();
+  const bool resized = editor_.ResizeHostWindow(static_cast<int>(wanted.getWidth()),
+                                                static_cast<int>(wanted.getHeight()));
+  const std::string host = LowerCase(editor_.engine.HostProduct());
+  if (resized && frame.getWindowSize() == wanted.getBottomRight() &&
+      host.find("cubase") == std::string::npos) {
+    return;
+  }
+  editor_.ShowDialog({"Window Height",
+                      "It seams the DAW can't dynamically resize. Please close and restart\n"
+                      "                          Halveron for the changes to take effect",
+                      440});
+}
+
+}  // namespace halveron

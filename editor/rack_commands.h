@@ -1,0 +1,38 @@
+// What the user does to the rack by its menus and buttons, with a window or without.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace halveron {
+
+class Module;
+class SynEditor;
+
+class RackCommands {
+ public:
+  explicit RackCommands(SynEditor& editor) : editor_(editor) {}
+
+  /// Adds a module, which then hangs on the mouse. One that cannot be made is told by a dialog.
+  void InsertModule(std::string_view name, std::string_view vendor);
+  /// Adds a module as the clipboard's, likewise.
+  void PasteModule();
+  /// With all its voices; the last one that voices can be reached by takes them along.
+  void DeleteModule(Module& module);
+
+  void AddRow();
+  /// With the modules in it. The only row stays.
+  void RemoveRow();
+
+  /// 1 to 16 voices. Where nothing in the rack leads to them, a module that does is added.
+  void ChangeVoices(int count);
+  /// Shows that many rows from now on, and asks the host to resize.
+  void ChangeViewableRows(int count);
+
+ private:
+  void Insert(Module* module);
+
+  SynEditor& editor_;
+};
+
+}  // namespace halveron

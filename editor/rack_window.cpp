@@ -1,0 +1,339 @@
+#include "editor/rack_window.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "editor/context_menus.h"
+#include "editor/main_menu.h"
+#include "editor/module_picker.h"
+#include "editor/side_strip.h"
+#include "editor/syn_editor.h"
+#include "framework/module.h"
+#include "gui/theme.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr CCoord kDragMargin = 30;  // pixels at the rack's edges in which a module scrolls it
+constexpr double kDragSpeed = 0.3;
+constexpr CCoord kCableMargin = 10;
+constexpr double kCableSpeed = 0.5;
+constexpr CCoord kGrabDepth = 12;  // panel units below a new module's top where it hangs
+constexpr CColor kBehindRack{24, 24, 27};
+
+CableStyle StyleOf(const Options& options) {
+  constexpr int kAlpha[][Options::kMostTransparency + 1] = {{255, 150, 100, 70, 45},
+                                                            {255, 210, 180, 150, 100}};
+  CableStyle style;
+  style.width = options.cableThickness.Get() * panelHeight / kReferencePanelHeight;
+  style.isFlat = options.flatCables.Get();
+  style.isLite = options.cpuLiteCables.Get();
+  style.alpha = kAlpha[style.isFlat ? 1 : 0][options.transparency.Get()];
+  return style;
+}
+
+}  // namespace
+
+RackWindow::RackWindow(SynEditor& editor)
+    : editor_(editor),
+      images_(skinPath, skinFallbackPath),
+      config_(skinPath, skinFallbackPath),
+      geometry_(images_.Geometry(editor.rows, editor.options.viewableRows.Get())),
+      frame_(SharedPointer<SynFrame>::Adopt(new SynFrame(geometry_.WindowRect(), *this))),
+      rack_(SharedPointer<SynRack>::Adopt(new SynRack(editor, images_, geometry_))),
+      drag_(*rack_, geometry_) {
+  frame_->setUiScale(uiScale);
+  BuildRack();
+  BuildViews();
+  ConnectBar();
+  TakeCableStyle();
+  ScrollTo(editor.scrollValue);
+}
+
+RackWindow::~RackWindow() {
+  CancelInsertion();
+  drag_.Abort();
+  if (editor_.isDraggingCable) editor_.AbortCableDrag();
+  if (openMenu_) openMenu_->closePopup();
+  while (rack_->getNbViews() > 0) rack_->removeView(rack_->getView(0));
+}
+
+void RackWindow::BuildRack() {
+  for (Module* module : editor_.modules[0]) AddModuleView(*module);
+  rackView_ = new CViewContainer(geometry_.ViewRect(), nullptr);
+  rackView_->setBackgroundColor(kBehindRack);
+  rack_->remember();
+  rackView_->addView(rack_);
+  rack_->onContextPress = [this] {
+    PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
+  };
+  rack_->onKey = [this](const CKeyEvent& event) {
+    if (event.key != kKeyEscape || !drag_.IsInserting()) return false;
+    CancelInsertion();
+    return true;
+  };
+}
+
+void RackWindow::BuildViews() {
+  const CRect window = geometry_.WindowRect();
+  const CRect view = geometry_.ViewRect();
+  frame_->addView(rackView_);
+  leftStrip_ = new SideStrip(CRect(0, view.top, view.left, view.bottom), geometry_.rowHeight,
+                             images_.leftStrip, images_.shortLeftStrip);
+  rightStrip_ = new SideStrip(CRect(view.right, view.top, window.right, view.bottom),
+                              geometry_.rowHeight, images_.rightStrip, images_.shortRightStrip);
+  rackScroll_ = new SynScrollbar(this, geometry_);
+  bar_ = new TopBar(CRect(0, 0, window.right, view.top), images_, config_);
+  dialog_ = new DialogWindow;
+  nestedDialog_ = new DialogWindow;
+  for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_,
+                                                   dialog_, nestedDialog_}) {
+    frame_->addView(part);
+  }
+}
+
+void RackWindow::ConnectBar() {
+  bar_->addRow->onPress = [this](BarButton&) { editor_.commands.AddRow(); };
+  bar_->removeRow->onPress = [this](BarButton&) { editor_.commands.RemoveRow(); };
+  bar_->presetPrevious->onPress = [this](BarButton&) { editor_.presetCommands.Step(-1); };
+  bar_->presetNext->onPress = [this](BarButton&) { editor_.presetCommands.Step(1); };
+  bar_->moduleMenu->onPress = [this](BarButton& button) {
+    PopUpUnder(button, MakeModulePicker(editor_), &button);
+  };
+  bar_->mainMenu->onPress = [this](BarButton& button) {
+    PopUpUnder(button, MainMenu(editor_, *this).Make(), &button);
+  };
+  bar_->Screen().onPress = [this] {
+    PopUpUnder(bar_->Screen(), SharedPointer<SynOptionMenu>(&editor_.presets.PresetMenu()));
+  };
+}
+
+void RackWindow::PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
+                            BarButton* opener) {
+  CPoint corner(view.getViewSize().left, view.getViewSize().bottom);
+  PopUp(menu, view.localToFrame(corner), opener);
+}
+
+void RackWindow::PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& where,
+                       BarButton* opener) {
+  CancelInsertion();
+  openMenu_ = menu;
+  const SharedPointer<BarButton> pressed(opener);
+  const auto closed = [pressed] {
+    if (pressed) pressed->SetPressed(false);
+  };
+  if (!menu->PopUp(*frame_, where, closed)) closed();
+}
+
+void RackWindow::ShowDialog(DialogRequest request) {
+  DialogWindow* dialog =
+      dialog_->IsShown() && dialog_->Request().callback ? nestedDialog_ : dialog_;
+  dialog->ShowDialog(std::move(request), uiScale);
+}
+
+SharedPointer<CBitmap> RackWindow::AboutImage() const {
+  if (skinPath.empty()) return {};
+  return SharedPointer<CBitmap>::Adopt(new CBitmap(skinPath, skinFallbackPath, "about_back.png"));
+}
+
+void RackWindow::AddModuleView(Module& module) {
+  module.remember();
+  rack_->addView(&module);
+}
+
+void RackWindow::RemoveModuleView(Module& module) {
+  if (openMenu_) openMenu_->closePopup();
+  if (drag_.DraggedModule() == &module) {
+    drag_.Drop(module);
+    frame_->dragRepeat.stop();
+    frame_->setFocusView(nullptr);
+  }
+  rack_->removeView(&module);
+}
+
+void RackWindow::RowsChanged(int rows) {
+  const float value = rackScroll_->getValue();
+  geometry_.rows = rows;
+  rack_->setViewSize(CRect::FromSize(rack_->getViewSize().getTopLeft(), geometry_.rackWidth,
+                                     geometry_.RackHeight()),
+                     false);
+  rackScroll_->Follow(geometry_);
+  ScrollTo(value);
+  frame_->invalid();
+}
+
+void RackWindow::SetViewableRows(int count) {
+  geometry_.viewableRows = count;
+  const CRect window = geometry_.WindowRect();
+  const CRect view = geometry_.ViewRect();
+  frame_->setSize(window.getWidth(), window.getHeight());
+  rackView_->setViewSize(view);
+  leftStrip_->setViewSize(CRect(0, view.top, view.left, view.bottom));
+  rightStrip_->setViewSize(CRect(view.right, view.top, window.right, view.bottom));
+  rack_->ResizeCableLayer(static_cast<int>(geometry_.ViewHeight()));
+  RowsChanged(geometry_.rows);
+}
+
+void RackWindow::ShowPreset(const std::string& name, const std::string& author) {
+  PresetScreen& screen = bar_->Screen();
+  screen.ShowName(name);
+  screen.SetAuthor(author);
+  frame_->presetDisplay.stop();
+  if (screen.HasAuthor()) frame_->presetDisplay.start();
+}
+
+void RackWindow::TakeCableStyle() { rack_->SetCableStyle(StyleOf(editor_.options)); }
+
+void RackWindow::valueChanged(CControl* control) {
+  if (control == rackScroll_) ScrollTo(rackScroll_->getValue());
+}
+
+void RackWindow::ScrollTo(float value) {
+  rackScroll_->setValue(std::clamp(value, 0.0f, 1.0f));
+  rackScroll_->invalid();
+  MoveRackTo(geometry_.RackTop(rackScroll_->getValue()));
+}
+
+void RackWindow::MoveRackTo(CCoord top) {
+  rack_->setViewSize(CRect(rack_->getViewSize()).moveTo(0, top), false);
+  rack_->RequestRedraw();
+  editor_.scrollValue = rackScroll_->getValue();
+}
+
+bool RackWindow::ScrollByWheel(float distance, const CButtonState& buttons) {
+  if (!rackScroll_->canScroll()) return false;
+  return rackScroll_->onWheel(rackScroll_->getViewSize().getCenter(), distance, buttons);
+}
+
+bool RackWindow::ScrollAtEdge(CCoord y, CCoord margin, double speed) {
+  const CRect view = geometry_.ViewRect();
+  const CCoord above = view.top + margin - y;
+  const CCoord below = y - (view.bottom - margin);
+  const CCoord step = above > 0 ? std::ceil(above * speed) : -std::ceil(below * speed);
+  if (step == 0 || (above <= 0 && below <= 0)) return false;
+  const CCoord lowest = std::min(geometry_.ViewHeight() - geometry_.RackHeight(), 0.0);
+  const CCoord top = std::clamp(rack_->getViewSize().top + step, lowest, 0.0);
+  if (top == rack_->getViewSize().top) return false;
+  rackScroll_->setValue(geometry_.ScrollOf(top));
+  rackScroll_->invalid();
+  MoveRackTo(top);
+  return true;
+}
+
+CPoint RackWindow::ToRack(const CPoint& framePoint) const {
+  return framePoint - geometry_.origin - rack_->getViewSize().getTopLeft();
+}
+
+CMouseEventResult RackWindow::ModuleMouseDown(Module& module, const CPoint& where,
+                                              const CButtonState& buttons) {
+  if (drag_.DraggedModule()) {
+    insertionPressed_ = insertionPressed_ || buttons.isLeftButton();
+    return kMouseEventHandled;
+  }
+  if (buttons.isRightButton()) {
+    PopUp(MakeModuleMenu(editor_, module), frame_->getCurrentMouseLocation());
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
+  if (!buttons.isLeftButton()) return kMouseEventNotHandled;
+  drag_.Begin(module, where);
+  // Who begins near an edge does not mean to scroll by that.
+  const CRect view = geometry_.ViewRect();
+  const CCoord y = frame_->getCurrentMouseLocation().y;
+  dragMargin_ = std::clamp(std::min(y - view.top, view.bottom - y), 0.0, kDragMargin);
+  rack_->RequestRedraw();
+  return kMouseEventHandled;
+}
+
+CMouseEventResult RackWindow::ModuleMouseMoved(const CPoint& where, const CButtonState& buttons) {
+  drag_.MoveTo(where, buttons);
+  const CPoint mouse = frame_->getCurrentMouseLocation();
+  // A new module comes from the bar, where resting is no wish to scroll.
+  const bool isOnBar = drag_.IsInserting() && mouse.y < geometry_.origin.y;
+  if (!isOnBar && ScrollAtEdge(mouse.y, dragMargin_, kDragSpeed)) {
+    drag_.MoveTo(ToRack(mouse), buttons);
+    frame_->dragRepeat.start();
+  } else {
+    frame_->dragRepeat.stop();
+  }
+  return kMouseEventHandled;
+}
+
+void RackWindow::RepeatDrag(const CPoint& where, const CButtonState& buttons) {
+  if (drag_.DraggedModule()) ModuleMouseMoved(ToRack(where), buttons);
+}
+
+CMouseEventResult RackWindow::ModuleMouseUp(const CPoint& where, const CButtonState& buttons) {
+  if (!drag_.DraggedModule()) return kMouseEventNotHandled;
+  if (drag_.IsInserting() && !insertionPressed_) {
+    frame_->setCapture(drag_.DraggedModule());
+    return kMouseEventHandled;
+  }
+  EndDrag(where, buttons);
+  return kMouseEventHandled;
+}
+
+void RackWindow::EndDrag(const CPoint& where, const CButtonState& buttons) {
+  Module& module = *drag_.DraggedModule();
+  const ModuleDrag::Outcome outcome = drag_.End(where, buttons);
+  insertionPressed_ = false;
+  frame_->dragRepeat.stop();
+  frame_->releaseCapture();
+  frame_->setFocusView(nullptr);
+  if (outcome == ModuleDrag::Outcome::kPlaced) editor_.engine.PatchEdited();
+  if (outcome == ModuleDrag::Outcome::kRefused) editor_.commands.DeleteModule(module);
+  rack_->RequestRedraw();
+}
+
+void RackWindow::BeginInsertion(Module& module) {
+  const CRect place = module.getViewSize();
+  drag_.BeginInsertion(module, place.getTopLeft() + CPoint(std::floor(place.getWidth() / 3),
+                                                           ScaleToPixels(kGrabDepth)));
+  insertionPressed_ = false;
+  dragMargin_ = kDragMargin;
+  drag_.MoveTo(ToRack(frame_->getCurrentMouseLocation()), {});
+  frame_->setCapture(&module);
+  frame_->setFocusView(rack_);
+  rack_->RequestRedraw();
+}
+
+void RackWindow::CancelInsertion() {
+  if (!drag_.IsInserting()) return;
+  Module& module = *drag_.DraggedModule();
+  drag_.Abort();
+  frame_->releaseCapture();
+  frame_->setFocusView(nullptr);
+  editor_.commands.DeleteModule(module);
+}
+
+void RackWindow::FollowMouse(const CPoint& where, const CButtonState& buttons) {
+  MoveCableEnd(where);
+  for (Module* module : std::vector<Module*>(editor_.mouseModules)) {
+    CPoint point = where;
+    int state = buttons();
+    module->OnMouseMoved(&point, &state);
+  }
+}
+
+void RackWindow::MoveCableEnd(const CPoint& where) {
+  if (!editor_.isDraggingCable) {
+    frame_->mouseRepeat.stop();
+    rack_->MoveDraggedCable(std::nullopt);
+    return;
+  }
+  if (ScrollAtEdge(where.y, kCableMargin, kCableSpeed)) {
+    frame_->mouseRepeat.start();
+  } else {
+    frame_->mouseRepeat.stop();
+  }
+  rack_->MoveDraggedCable(ToRack(where));
+}
+
+bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
+  const auto isPreset = [](const std::string& path) { return path.ends_with(kPresetExtension); };
+  const auto file = std::find_if(files.begin(), files.end(), isPreset);
+  return file != files.end() && editor_.presetCommands.Load(*file);
+}
+
+}  // namespace halveron

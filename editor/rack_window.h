@@ -1,0 +1,118 @@
+// The window of a rack: the rack's view, what stands around it, and what the mouse does there.
+#pragma once
+
+#include <functional>
+#include <span>
+#include <string>
+
+#include "editor/dialog_window.h"
+#include "editor/module_drag.h"
+#include "editor/rack_geometry.h"
+#include "editor/syn_frame.h"
+#include "editor/syn_option_menu.h"
+#include "editor/syn_rack.h"
+#include "editor/syn_scrollbar.h"
+#include "editor/top_bar.h"
+#include "editor/window_images.h"
+
+namespace halveron {
+
+class SideStrip;
+class SynEditor;
+
+/// Made when the window opens, or when somebody wants to draw or to drive the rack without one; all
+/// of it works on a frame that stands on no window. Modules lend it their views.
+class RackWindow final : private CControlListener {
+ public:
+  explicit RackWindow(SynEditor& editor);
+  ~RackWindow() override;
+  RackWindow(const RackWindow&) = delete;
+  RackWindow& operator=(const RackWindow&) = delete;
+
+  SynFrame& Frame() { return *frame_; }
+  SynRack& Rack() { return *rack_; }
+  SynScrollbar& Scrollbar() { return *rackScroll_; }
+  TopBar& Bar() { return *bar_; }
+  DialogWindow& Dialog() { return *dialog_; }
+  DialogWindow& NestedDialog() { return *nestedDialog_; }
+  const RackGeometry& Geometry() const { return geometry_; }
+
+  // What the rack tells its window.
+
+  void AddModuleView(Module& module);
+  void RemoveModuleView(Module& module);
+  void RowsChanged(int rows);
+  void ShowPreset(const std::string& name, const std::string& author);
+  /// Cables are drawn by the present options from now on.
+  void TakeCableStyle();
+
+  // Mouse. Points in the rack's coordinates where a module gets them, else in the frame's.
+
+  CMouseEventResult ModuleMouseDown(Module& module, const CPoint& where,
+                                    const CButtonState& buttons);
+  CMouseEventResult ModuleMouseUp(const CPoint& where, const CButtonState& buttons);
+  CMouseEventResult ModuleMouseMoved(const CPoint& where, const CButtonState& buttons);
+  /// After the views had their turn: a dragged cable's end, and modules that listen to the mouse.
+  void FollowMouse(const CPoint& where, const CButtonState& buttons);
+  void RepeatDrag(const CPoint& where, const CButtonState& buttons);
+  bool ScrollByWheel(float distance, const CButtonState& buttons);
+  bool OpenDroppedPreset(std::span<const std::string> files);
+  void TogglePresetScreen() { bar_->Screen().Toggle(); }
+
+  /// Scrolls up or down if `y` lies within `margin` pixels of the rack's visible edges, or beyond
+  /// them, by `speed` pixels for each that it does. False if nothing moved.
+  bool ScrollAtEdge(CCoord y, CCoord margin, double speed);
+  void ScrollTo(float value);
+
+  /// A new module begins to hang on the mouse, until a left click puts it down or Escape drops it.
+  void BeginInsertion(Module& module);
+  bool IsInserting() const { return drag_.IsInserting(); }
+  void CancelInsertion();
+
+  /// Shows a menu at a point of the frame and keeps it alive until the next one.
+  void PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& where,
+             BarButton* opener = nullptr);
+  /// The menu that is up; null if none is.
+  SynOptionMenu* OpenMenu() const {
+    return openMenu_ && openMenu_->isPoppedUp() ? openMenu_.get() : nullptr;
+  }
+  void ShowDialog(DialogRequest request);
+  /// The picture behind the words on the program itself, loaded on demand.
+  SharedPointer<CBitmap> AboutImage() const;
+
+  /// Shows that many rows; the host's window is another's to resize.
+  void SetViewableRows(int count);
+
+ private:
+  void BuildViews();
+  void BuildRack();
+  void ConnectBar();
+  /// A menu right under a view of the bar.
+  void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
+                  BarButton* opener = nullptr);
+  void MoveRackTo(CCoord top);
+  void EndDrag(const CPoint& where, const CButtonState& buttons);
+  void MoveCableEnd(const CPoint& where);
+  CPoint ToRack(const CPoint& framePoint) const;
+  void valueChanged(CControl* control) override;
+
+  SynEditor& editor_;
+  WindowImages images_;
+  SkinConfig config_;
+  RackGeometry geometry_;
+  SharedPointer<SynFrame> frame_;
+  SharedPointer<SynRack> rack_;
+  CViewContainer* rackView_ = nullptr;  // through which the rack shows
+  SynScrollbar* rackScroll_ = nullptr;
+  SideStrip* leftStrip_ = nullptr;
+  SideStrip* rightStrip_ = nullptr;
+  TopBar* bar_ = nullptr;
+  DialogWindow* dialog_ = nullptr;
+  DialogWindow* nestedDialog_ = nullptr;
+  ModuleDrag drag_;
+  bool insertionPressed_ = false;  // the click that puts a new module down has begun
+  CCoord dragMargin_ = 0;          // pixels from the edges in which a drag scrolls
+  SharedPointer<SynOptionMenu> openMenu_;
+};
+
+}  // namespace halveron

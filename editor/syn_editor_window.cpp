@@ -1,0 +1,149 @@
+// The rack's side of its window.
+#include "editor/context_menus.h"
+#include "editor/rack_window.h"
+#include "editor/syn_editor.h"
+#include "framework/module.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr const char* kWindowTitle = "Halveron";
+
+}  // namespace
+
+RackWindow& SynEditor::OpenViews() {
+  if (window_) return *window_;
+  window_ = std::make_unique<RackWindow>(*this);
+  if (rows < options.viewableRows.Get()) SetRows(options.viewableRows.Get());
+  UpdatePresetDisplay(false);
+  if (pendingDialog_) ShowDialog(*pendingDialog_);
+  pendingDialog_.reset();
+  return *window_;
+}
+
+bool SynEditor::OpenWindow(void* parent, std::string* error) {
+  if (!OpenViews().Frame().open(parent, kWindowTitle, error)) {
+    CloseWindow();
+    return false;
+  }
+  isEmbedded_ = parent != nullptr;
+  return true;
+}
+
+void SynEditor::CloseWindow() {
+  if (!window_) return;
+  window_->Frame().close();
+  // Menus and dialogs that went with it may still have asked for the window.
+  std::unique_ptr<RackWindow> closed = std::move(window_);
+  isEmbedded_ = false;
+  if (idling_) closedWindow_ = std::move(closed);
+}
+
+CRect SynEditor::WindowRect() const {
+  if (window_) return window_->Geometry().WindowRect();
+  return WindowImages(skinPath, skinFallbackPath)
+      .Geometry(rows, options.viewableRows.Get())
+      .WindowRect();
+}
+
+void SynEditor::Idle() {
+  if (idling_) return;
+  idling_ = true;
+  EmptyTrash();
+  if (window_) window_->Frame().idle();
+  idling_ = false;
+  closedWindow_.reset();
+}
+
+bool SynEditor::ResizeHostWindow(int width, int height) {
+  return !isEmbedded_ || engine.ResizeEditor(width, height);
+}
+
+void SynEditor::UpdatePresetDisplay(bool add) {
+  // The library is read when somebody looks at it, not for a rack that only plays.
+  const bool isListed = (window_ || presets.IsRead()) && presets.SelectPreset(presetPath, add);
+  if (!isListed) presets.ClearSelection();
+  presetName = isListed ? presets.CurrentTitle() : PresetTitle(presetPath);
+  ShowAuthor();
+}
+
+void SynEditor::ShowAuthor() {
+  if (window_) window_->ShowPreset(presetName, author);
+}
+
+void SynEditor::ToggleSampleAccurate() {
+  const std::lock_guard lock(engine.processingLock);
+  options.sampleAccurate.Set(!sampleAccurate);
+  sampleAccurate = options.sampleAccurate.Get();
+}
+
+void SynEditor::RequestRedraw() {
+  if (window_) window_->Rack().RequestRedraw();
+}
+
+void SynEditor::CableChanged(const Cable* cable) {
+  if (window_) window_->Rack().InvalidateCable(*cable);
+}
+
+void SynEditor::ModuleJoined(Module* module) {
+  if (window_) window_->AddModuleView(*module);
+}
+
+void SynEditor::ModuleLeaves(Module* module) {
+  if (window_) window_->RemoveModuleView(*module);
+}
+
+bool SynEditor::LampsMayRedraw(const Module* module) const {
+  return !window_ || (options.ledsAlwaysOn.Get() && window_->Rack().IsInSight(*module));
+}
+
+void SynEditor::SetRows(int count) {
+  RackModel::SetRows(count);
+  engine.PatchEdited();
+  if (window_) window_->RowsChanged(count);
+}
+
+CView* SynEditor::ViewUnderMouse() {
+  if (!window_) return nullptr;
+  return window_->Frame().getViewAt(window_->Frame().getCurrentMouseLocation(), true);
+}
+
+CMouseEventResult SynEditor::KnobContextClick(CControl* control, const CPoint& /*where*/) {
+  auto* knob = dynamic_cast<ModuleKnob*>(control);
+  if (!window_ || !knob) return kMouseEventNotHandled;
+  window_->PopUp(MakeKnobMenu(*this, *knob), window_->Frame().getCurrentMouseLocation());
+  return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+CMouseEventResult SynEditor::ModuleMouseDown(Module* module, CPoint& where,
+                                             const CButtonState& buttons) {
+  return window_ ? window_->ModuleMouseDown(*module, where, buttons) : kMouseEventNotHandled;
+}
+
+CMouseEventResult SynEditor::ModuleMouseUp(Module* /*module*/, CPoint& where,
+                                           const CButtonState& buttons) {
+  return window_ ? window_->ModuleMouseUp(where, buttons) : kMouseEventNotHandled;
+}
+
+CMouseEventResult SynEditor::ModuleMouseMoved(Module* /*module*/, CPoint& where,
+                                              const CButtonState& buttons) {
+  return window_ ? window_->ModuleMouseMoved(where, buttons) : kMouseEventNotHandled;
+}
+
+CFrame* SynEditor::Frame() { return window_ ? &window_->Frame() : nullptr; }
+
+void SynEditor::ShowDialog(const DialogText& dialog) {
+  if (dialogs) dialogs(dialog);
+  if (!window_) {
+    pendingDialog_ = dialog;
+    return;
+  }
+  DialogRequest request;
+  request.width = dialog.width;
+  request.title = dialog.title;
+  request.text = dialog.text;
+  window_->ShowDialog(std::move(request));
+}
+
+}  // namespace halveron

@@ -1,0 +1,69 @@
+#include "editor/syn_frame.h"
+
+#include "editor/rack_window.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr int kRepeatMilliseconds = 50;
+constexpr int kPresetDisplayMilliseconds = 5000;
+
+}  // namespace
+
+SynFrame::SynFrame(const CRect& size, RackWindow& window)
+    : CFrame(size),
+      mouseRepeat(this, kRepeatMilliseconds),
+      dragRepeat(this, kRepeatMilliseconds),
+      presetDisplay(this, kPresetDisplayMilliseconds),
+      window_(window) {}
+
+CMouseEventResult SynFrame::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  const CMouseEventResult result = CFrame::onMouseDown(where, buttons);
+  window_.FollowMouse(getCurrentMouseLocation(), buttons);
+  return result;
+}
+
+CMouseEventResult SynFrame::onMouseMoved(CPoint& where, const CButtonState& buttons) {
+  const CMouseEventResult result = CFrame::onMouseMoved(where, buttons);
+  window_.FollowMouse(getCurrentMouseLocation(), buttons);
+  return result;
+}
+
+CMouseEventResult SynFrame::onMouseUp(CPoint& where, const CButtonState& buttons) {
+  const CMouseEventResult result = CFrame::onMouseUp(where, buttons);
+  window_.FollowMouse(getCurrentMouseLocation(), buttons);
+  return result;
+}
+
+bool SynFrame::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
+  if (CFrame::onWheel(where, distance, buttons)) return true;
+  if (getModalView() || !window_.ScrollByWheel(distance, buttons)) return false;
+  window_.FollowMouse(where, buttons);
+  return true;
+}
+
+bool SynFrame::onDragMove(const CPoint& where) {
+  return CFrame::onDragMove(where) || !getModalView();
+}
+
+bool SynFrame::onDrop(std::span<const std::string> files, const CPoint& where) {
+  if (CFrame::onDrop(files, where)) return true;
+  return !getModalView() && window_.OpenDroppedPreset(files);
+}
+
+int SynFrame::notify(CBaseObject* sender, const char* message) {
+  if (sender == &mouseRepeat) {
+    CPoint where = getCurrentMouseLocation();
+    onMouseMoved(where, getCurrentMouseButtons());
+  } else if (sender == &dragRepeat) {
+    window_.RepeatDrag(getCurrentMouseLocation(), getCurrentMouseButtons());
+  } else if (sender == &presetDisplay) {
+    window_.TogglePresetScreen();
+  } else {
+    return CFrame::notify(sender, message);
+  }
+  return kMessageNotified;
+}
+
+}  // namespace halveron

@@ -1,0 +1,36 @@
+// The frame of the rack's window: where events come in and its clocks run.
+#pragma once
+
+#include "editor/syn_timer.h"
+#include "gui/frame.h"
+
+namespace halveron {
+
+class RackWindow;
+
+/// Hands events to its views and tells the window what it has to know beside them.
+class SynFrame final : public CFrame {
+ public:
+  SynFrame(const CRect& size, RackWindow& window);
+
+  HALVERON_TYPE_OF(SynFrame, CFrame)
+
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
+  bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
+  bool onDragMove(const CPoint& where) override;
+  bool onDrop(std::span<const std::string> files, const CPoint& where) override;
+  int notify(CBaseObject* sender, const char* message) override;
+
+  // While the mouse rests, these keep a cable or a module moving that scrolls the rack.
+  SynTimer mouseRepeat;
+  SynTimer dragRepeat;
+  /// Turns the preset screen from the name to the author and back.
+  SynTimer presetDisplay;
+
+ private:
+  RackWindow& window_;
+};
+
+}  // namespace halveron

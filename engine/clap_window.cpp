@@ -1,0 +1,103 @@
+#include "engine/clap_window.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "engine/clap_host_extension.h"
+
+namespace halveron {
+
+void ClapWindow::FindServices() {
+  hostGui_ = FindHostExtension<clap_host_gui_t>(host_, CLAP_EXT_GUI);
+  hostTimer_ = FindHostExtension<clap_host_timer_support_t>(host_, CLAP_EXT_TIMER_SUPPORT);
+  hostDescriptor_ =
+      FindHostExtension<clap_host_posix_fd_support_t>(host_, CLAP_EXT_POSIX_FD_SUPPORT);
+}
+
+bool ClapWindow::GetSize(std::uint32_t* width, std::uint32_t* height) const {
+  ERect* rect = nullptr;
+  if (!editor_ || !editor_->getRect(&rect) || !rect) return false;
+  *width = static_cast<std::uint32_t>(std::max(rect->right - rect->left, 0));
+  *height = static_cast<std::uint32_t>(std::max(rect->bottom - rect->top, 0));
+  return true;
+}
+
+void ClapWindow::SetParent(clap_xwnd parent) {
+  Hide();
+  parent_ = parent;
+  Show();
+}
+
+void ClapWindow::Show() {
+  if (isOpen_ || parent_ == 0) return;
+  // The interface of the editor carries a window's number as a pointer.
+  isOpen_ = !editor_ || editor_->open(reinterpret_cast<void*>(parent_));
+  if (isOpen_ && editor_) StartWaking();
+}
+
+void ClapWindow::Hide() {
+  if (!std::exchange(isOpen_, false) || !editor_) return;
+  StopWaking();
+  editor_->close();
+}
+
+// A timer does all that the window needs. The descriptor only makes it answer sooner, and a window
+// that nothing but its descriptor wakes stays blank.
+void ClapWindow::StartWaking() {
+  const bool timed = hostTimer_ && hostTimer_->register_timer &&
+                     hostTimer_->register_timer(host_, kPeriodMilliseconds, &timer_);
+  if (!timed) timer_ = CLAP_INVALID_ID;
+  descriptor_ = editor_->eventDescriptor();
+  if (descriptor_ >= 0 && hostDescriptor_ && hostDescriptor_->register_fd &&
+      !hostDescriptor_->register_fd(host_, descriptor_, CLAP_POSIX_FD_READ)) {
+    descriptor_ = -1;
+  }
+  if (!timed) pulse_ = std::jthread([this](const std::stop_token& stop) { Pulse(stop); });
+}
+
+void ClapWindow::StopWaking() {
+  if (pulse_.joinable()) {
+    pulse_.request_stop();
+    pulse_.join();
+  }
+  if (timer_ != CLAP_INVALID_ID && hostTimer_->unregister_timer) {
+    hostTimer_->unregister_timer(host_, timer_);
+  }
+  timer_ = CLAP_INVALID_ID;
+  if (descriptor_ >= 0 && hostDescriptor_ && hostDescriptor_->unregister_fd) {
+    hostDescriptor_->unregister_fd(host_, descriptor_);
+  }
+  descriptor_ = -1;
+}
+
+void ClapWindow::Pulse(const std::stop_token& stop) {
+  std::unique_lock lock(pulseMutex_);
+  while (!stop.stop_requested()) {
+    pulseEnd_.wait_for(lock, stop, std::chrono::milliseconds(kPeriodMilliseconds),
+                       [] { return false; });
+    if (!stop.stop_requested() && host_->request_callback) host_->request_callback(host_);
+  }
+}
+
+void ClapWindow::OnTimer(clap_id timer) {
+  if (timer == timer_) Idle();
+}
+
+void ClapWindow::OnDescriptor() { Idle(); }
+
+void ClapWindow::OnMainThread() {
+  if (pulse_.joinable()) Idle();
+}
+
+void ClapWindow::Idle() {
+  if (isOpen_ && editor_) editor_->idle();
+}
+
+bool ClapWindow::RequestResize(int width, int height) const {
+  return hostGui_ && hostGui_->request_resize && width > 0 && height > 0 &&
+         hostGui_->request_resize(host_, static_cast<std::uint32_t>(width),
+                                  static_cast<std::uint32_t>(height));
+}
+
+}  // namespace halveron

@@ -1,0 +1,69 @@
+// The editor's window under a CLAP host: when it is open, and who wakes it.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <stop_token>
+#include <thread>
+
+#include "engine/audio_effect.h"
+#include "engine/clap_abi.h"
+
+namespace halveron {
+
+/// Opens and closes an editor in the window that the host names, and passes the host's timer, or
+/// whatever it has in place of one, on to the editor's idle call. Main thread.
+class ClapWindow {
+ public:
+  explicit ClapWindow(const clap_host_t* host) : host_(host) {}
+  ~ClapWindow() { Hide(); }
+
+  /// Asks the host what it offers. To be called once, before anything else.
+  void FindServices();
+
+  /// The editor to drive, which stays its owner's; null for none.
+  void SetEditor(AEffGUIEditor* editor) { editor_ = editor; }
+  bool HasEditor() const { return editor_ != nullptr; }
+
+  /// False if there is no editor to have a size.
+  bool GetSize(std::uint32_t* width, std::uint32_t* height) const;
+
+  /// Opens the editor in `parent`, closing it first where it is open.
+  void SetParent(clap_xwnd parent);
+  /// Opens the editor in the parent told last.
+  void Show();
+  void Hide();
+
+  /// Calls of the host's main thread that came for the window, or may have.
+  void OnTimer(clap_id timer);
+  void OnDescriptor();
+  void OnMainThread();
+
+  /// Asks for another size of the host's window. Any thread.
+  bool RequestResize(int width, int height) const;
+
+ private:
+  static constexpr std::uint32_t kPeriodMilliseconds = 16;
+
+  void StartWaking();
+  void StopWaking();
+  void Idle();
+  void Pulse(const std::stop_token& stop);
+
+  const clap_host_t* host_;
+  const clap_host_gui_t* hostGui_ = nullptr;
+  const clap_host_timer_support_t* hostTimer_ = nullptr;
+  const clap_host_posix_fd_support_t* hostDescriptor_ = nullptr;
+  AEffGUIEditor* editor_ = nullptr;
+  clap_xwnd parent_ = 0;
+  bool isOpen_ = false;
+
+  clap_id timer_ = CLAP_INVALID_ID;
+  int descriptor_ = -1;
+  std::mutex pulseMutex_;
+  std::condition_variable_any pulseEnd_;
+  std::jthread pulse_;  // wakes the main thread where the host has no timer
+};
+
+}  // namespace halveron

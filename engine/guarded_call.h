@@ -1,0 +1,27 @@
+// Calls from a host: no exception may get into its frames.
+#pragma once
+
+#include <utility>
+
+namespace halveron {
+
+/// The answer of `call`, or `failure` if it threw.
+template <class Answer, class Call>
+Answer GuardedAnswer(Answer failure, Call&& call) noexcept {
+  try {
+    return call();
+  } catch (...) {
+    return failure;
+  }
+}
+
+/// True if `call` went through.
+template <class Call>
+bool GuardedCall(Call&& call) noexcept {
+  return GuardedAnswer(false, [&] {
+    call();
+    return true;
+  });
+}
+
+}  // namespace halveron

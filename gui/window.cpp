@@ -1,0 +1,412 @@
+#include "gui/window.h"
+
+// The headers leave their C linkage to whoever includes them.
+extern "C" {
+#include <pugl/pugl.h>
+#include <pugl/stub.h>
+}
+
+#include <cmath>
+#include <utility>
+
+namespace halveron {
+
+namespace {
+
+constexpr std::uintptr_t kWakeTimer = 0;
+constexpr double kDoubleClickSeconds = 0.4;
+constexpr CCoord kDoubleClickPixels = 5;
+constexpr char kTextType[] = "text/plain";
+// The selection's own name for text; the MIME type would be offered to nobody who asks for text.
+constexpr char kTextTarget[] = "UTF8_STRING";
+
+CVirtualKey KeyOf(std::uint32_t key) {
+  switch (key) {
+    case PUGL_KEY_BACKSPACE:
+      return kKeyBack;
+    case '\t':
+      return kKeyTab;
+    case '\r':
+    case '\n':
+      return kKeyReturn;
+    case PUGL_KEY_ESCAPE:
+      return kKeyEscape;
+    case ' ':
+      return kKeySpace;
+    case PUGL_KEY_END:
+      return kKeyEnd;
+    case PUGL_KEY_HOME:
+      return kKeyHome;
+    case PUGL_KEY_LEFT:
+      return kKeyLeft;
+    case PUGL_KEY_UP:
+      return kKeyUp;
+    case PUGL_KEY_RIGHT:
+      return kKeyRight;
+    case PUGL_KEY_DOWN:
+      return kKeyDown;
+    case PUGL_KEY_PAGE_UP:
+      return kKeyPageUp;
+    case PUGL_KEY_PAGE_DOWN:
+      return kKeyPageDown;
+    case PUGL_KEY_INSERT:
+      return kKeyInsert;
+    case PUGL_KEY_DELETE:
+      return kKeyDelete;
+    default:
+      return kKeyNone;
+  }
+}
+
+int ModifierBits(PuglMods mods) {
+  return ((mods & PUGL_MOD_SHIFT) ? kShift : 0) | ((mods & PUGL_MOD_CTRL) ? kControl : 0) |
+         ((mods & PUGL_MOD_ALT) ? kAlt : 0);
+}
+
+int ButtonBit(std::uint32_t button) {
+  constexpr int kBits[] = {kLButton, kRButton, kMButton};
+  return button < std::size(kBits) ? kBits[button] : 0;
+}
+
+PuglCursor CursorOf(CCursorType type) {
+  switch (type) {
+    case kCursorText:
+      return PUGL_CURSOR_CARET;
+    case kCursorCrosshair:
+      return PUGL_CURSOR_CROSSHAIR;
+    case kCursorHand:
+      return PUGL_CURSOR_HAND;
+    case kCursorNotAllowed:
+      return PUGL_CURSOR_NO;
+    case kCursorHSize:
+      return PUGL_CURSOR_LEFT_RIGHT;
+    case kCursorVSize:
+      return PUGL_CURSOR_UP_DOWN;
+    default:
+      return PUGL_CURSOR_ARROW;
+  }
+}
+
+}  // namespace
+
+/// Turns the window library's events into the frame's.
+struct Window::Translator {
+  static PuglStatus OnEvent(PuglView* view, const PuglEvent* event) {
+    auto& window = *static_cast<Window*>(puglGetHandle(view));
+    // The library between here and HandleEvents knows no exceptions.
+    try {
+      Handle(window, *event);
+    } catch (...) {
+      window.failure_ = std::current_exception();
+    }
+    return PUGL_SUCCESS;
+  }
+
+  static void Handle(Window& window, const PuglEvent& event) {
+    switch (event.type) {
+      case PUGL_EXPOSE:
+        return Expose(window, event.expose);
+      case PUGL_CLOSE:
+        window.closeRequested_ = true;
+        return;
+      case PUGL_BUTTON_PRESS:
+        return Press(window, event.button);
+      case PUGL_BUTTON_RELEASE:
+        return Release(window, event.button);
+      case PUGL_MOTION:
+        return Move(window, event.motion);
+      case PUGL_POINTER_OUT:
+        return Leave(window, event.crossing);
+      case PUGL_SCROLL:
+        return Scroll(window, event.scroll);
+      case PUGL_KEY_PRESS:
+        return KeyPress(window, event.key);
+      case PUGL_KEY_RELEASE:
+        return KeyRelease(window, event.key);
+      case PUGL_TEXT:
+        return Text(window, event.text);
+      case PUGL_DATA_OFFER:
+        return Offer(window, event.offer);
+      case PUGL_DATA:
+        return window.ReceiveClipboard(event.data.typeIndex);
+      default:
+        return;
+    }
+  }
+
+  static void Expose(Window& window, const PuglExposeEvent& event) {
+    window.surface_->Copy(window.picture_->getSurface(), event.x, event.y, event.width,
+                          event.height);
+  }
+
+  static void Press(Window& window, const PuglButtonEvent& event) {
+    const int bit = ButtonBit(event.button);
+    if (bit == 0) return;
+    window.heldButtons_ |= bit;
+    CPoint where(event.x, event.y);
+    const CPoint moved = where - window.lastPressPoint_;
+    const bool isDouble = window.lastPressButton_ == bit &&
+                          event.time - window.lastPressTime_ <= kDoubleClickSeconds &&
+                          std::abs(moved.x) <= kDoubleClickPixels &&
+                          std::abs(moved.y) <= kDoubleClickPixels;
+    // A third press begins anew.
+    window.lastPressButton_ = isDouble ? 0 : bit;
+    window.lastPressTime_ = event.time;
+    window.lastPressPoint_ = where;
+    // The keyboard may have gone elsewhere since it was asked for.
+    window.keyboardAsked_ = false;
+    // Only the pressed button counts: what handles a press asks which button it was.
+    window.frame_.onMouseDown(
+        where, CButtonState(bit | ModifierBits(event.state) | (isDouble ? kDoubleClick : 0)));
+  }
+
+  static void Release(Window& window, const PuglButtonEvent& event) {
+    const int bit = ButtonBit(event.button);
+    if (bit == 0) return;
+    window.heldButtons_ &= ~bit;
+    CPoint where(event.x, event.y);
+    window.frame_.onMouseUp(where, CButtonState(bit | ModifierBits(event.state)));
+    // The mouse may have left while a button held it.
+    where = CPoint(event.x, event.y);
+    if (window.heldButtons_ == 0 && !window.frame_.getViewSize().pointInside(where)) {
+      window.frame_.onMouseExited(where, window.Buttons(event.state));
+    }
+  }
+
+  static void Move(Window& window, const PuglMotionEvent& event) {
+    CPoint where(event.x, event.y);
+    window.frame_.onMouseMoved(where, window.Buttons(event.state));
+  }
+
+  static void Leave(Window& window, const PuglCrossingEvent& event) {
+    if (event.mode != PUGL_CROSSING_NORMAL || window.heldButtons_ != 0) return;
+    CPoint where(event.x, event.y);
+    window.frame_.onMouseExited(where, window.Buttons(event.state));
+  }
+
+  static void Scroll(Window& window, const PuglScrollEvent& event) {
+    if (event.dy == 0) return;
+    window.frame_.onWheel({event.x, event.y}, static_cast<float>(event.dy),
+                          window.Buttons(event.state));
+  }
+
+  static void KeyPress(Window& window, const PuglKeyEvent& event) {
+    const CVirtualKey key = KeyOf(event.key);
+    const CButtonState modifiers(ModifierBits(event.state));
+    const bool isShortcut = (event.state & (PUGL_MOD_CTRL | PUGL_MOD_ALT)) != 0;
+    // What makes text comes once more as such, and is left to that; so is the blank, both a key and
+    // a letter.
+    if (key == kKeySpace && !isShortcut) return;
+    const bool isLetter = event.key >= ' ' && event.key < PUGL_KEY_F1 && key == kKeyNone;
+    if (key == kKeyNone && !(isLetter && isShortcut)) return;
+    window.frame_.onKeyDown({isLetter ? event.key : 0, key, modifiers});
+  }
+
+  static void KeyRelease(Window& window, const PuglKeyEvent& event) {
+    const CVirtualKey key = KeyOf(event.key);
+    const bool isLetter = event.key >= ' ' && event.key < PUGL_KEY_F1;
+    if (key == kKeyNone && !isLetter) return;
+    window.frame_.onKeyUp({isLetter ? event.key : 0, key, CButtonState(ModifierBits(event.state))});
+  }
+
+  static void Text(Window& window, const PuglTextEvent& event) {
+    const bool isControl = event.character < ' ' || event.character == PUGL_KEY_DELETE;
+    const int modifiers = ModifierBits(event.state);
+    if (isControl || (modifiers & kControl) || (modifiers & kAlt)) return;
+    window.frame_.onKeyDown({event.character, KeyOf(event.character), CButtonState(modifiers)});
+  }
+
+  static void Offer(Window& window, const PuglDataOfferEvent& event) {
+    const std::uint32_t count = puglGetNumClipboardTypes(window.view_);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const char* type = puglGetClipboardType(window.view_, i);
+      if (type && std::string_view(type) == kTextType) {
+        puglAcceptOffer(window.view_, &event, i);
+        return;
+      }
+    }
+  }
+};
+
+std::unique_ptr<Window> Window::Open(CFrame& frame, void* parent, const char* title,
+                                     std::string& error) {
+  std::unique_ptr<Window> window(new Window(frame, parent != nullptr));
+  return window->Create(parent, title, error) ? std::move(window) : nullptr;
+}
+
+bool Window::Create(void* parent, const char* title, std::string& error) {
+  world_ = puglNewWorld(PUGL_MODULE, 0);
+  if (!world_) {
+    error = "there is no X display to open a window on; set DISPLAY";
+    return false;
+  }
+  void* display = puglGetNativeWorld(world_);
+  platform::X11ErrorScope errors(display);
+  const auto parentId = reinterpret_cast<std::uintptr_t>(parent);
+  if (parent && !platform::WindowExists(display, parentId)) {
+    error = "the window to open in does not exist on this display";
+    return false;
+  }
+  puglSetClassName(world_, "Halveron");
+  view_ = puglNewView(world_);
+  puglSetHandle(view_, this);
+  puglSetEventFunc(view_, &Translator::OnEvent);
+  puglSetBackend(view_, puglStubBackend());
+  puglSetViewHint(view_, PUGL_IGNORE_KEY_REPEAT, PUGL_FALSE);
+  puglSetViewHint(view_, PUGL_RESIZABLE, PUGL_TRUE);
+  const int width = static_cast<int>(frame_.getWidth());
+  const int height = static_cast<int>(frame_.getHeight());
+  puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
+  FixSize(width, height);
+  if (parent) puglSetParentWindow(view_, parentId);
+  if (title) puglSetWindowTitle(view_, title);
+  if (puglRealize(view_) != PUGL_SUCCESS || errors.HasFailed()) {
+    error = "the display refuses the window";
+    return false;
+  }
+  picture_ = std::make_unique<COffscreenContext>(width, height);
+  surface_ = std::make_unique<platform::WindowSurface>(Native(), width, height);
+  drops_ = std::make_unique<platform::FileDropTarget>(
+      Native(), platform::FileDropTarget::Handler{
+                    [this](int x, int y) { return frame_.onDragMove(CPoint(x, y)); },
+                    [this](const std::vector<std::string>& paths, int x, int y) {
+                      return frame_.onDrop(paths, CPoint(x, y));
+                    }});
+  // Keys that no view wants are the host's.
+  if (isEmbedded_) platform::SetKeysWanted(Native(), false);
+  puglShow(view_);
+  puglUpdate(world_, 0);
+  return true;
+}
+
+Window::~Window() {
+  if (!world_) return;
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  if (view_) SetKeyboardWanted(false);
+  drops_.reset();
+  surface_.reset();
+  if (view_) puglFreeView(view_);
+  puglFreeWorld(world_);
+}
+
+platform::X11Window Window::Native() const {
+  return {puglGetNativeWorld(world_), puglGetNativeView(view_)};
+}
+
+void* Window::Handle() const { return reinterpret_cast<void*>(puglGetNativeView(view_)); }
+
+int Window::EventDescriptor() {
+  if (!wakesItself_) puglStartTimer(view_, kWakeTimer, CFrame::kIdlePeriod);
+  wakesItself_ = true;
+  return platform::EventDescriptor(puglGetNativeWorld(world_));
+}
+
+void Window::WaitForEvents(double seconds) {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  platform::WaitForEvents(puglGetNativeWorld(world_), seconds);
+}
+
+CPoint Window::GetSize() const {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  int width = 0;
+  int height = 0;
+  platform::GetWindowSize(Native(), width, height);
+  return CPoint(width, height);
+}
+
+void Window::FixSize(int width, int height) {
+  const auto w = static_cast<PuglSpan>(width);
+  const auto h = static_cast<PuglSpan>(height);
+  for (const PuglSizeHint hint : {PUGL_DEFAULT_SIZE, PUGL_MIN_SIZE, PUGL_MAX_SIZE}) {
+    puglSetSizeHint(view_, hint, w, h);
+  }
+}
+
+void Window::SetSize(int width, int height) {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  FixSize(width, height);
+  puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
+  picture_ = std::make_unique<COffscreenContext>(width, height);
+  surface_->Resize(width, height);
+  surface_->Flush();
+}
+
+void Window::Hide() {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  SetKeyboardWanted(false);
+  puglHide(view_);
+  surface_->Flush();
+}
+
+CButtonState Window::Buttons(unsigned modifiers) const {
+  return CButtonState(heldButtons_ | ModifierBits(modifiers));
+}
+
+void Window::HandleEvents() {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  drops_->Poll();
+  puglUpdate(world_, 0);
+  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+}
+
+void Window::Draw() {
+  // What nobody sees stays in the frame's dirty region until somebody does.
+  if (!frame_.hasDirtyRegion() || !puglGetVisible(view_)) return;
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  const std::vector<CRect> rects = frame_.takeDirtyRegion();
+  for (const CRect& dirty : rects) {
+    const CRect rect(std::floor(dirty.left), std::floor(dirty.top), std::ceil(dirty.right),
+                     std::ceil(dirty.bottom));
+    const DrawStateScope scope(*picture_);
+    picture_->setClipRect(rect);
+    // Where no view draws, nothing of what was drawn before may stay.
+    picture_->setFillColor(kBlackCColor);
+    picture_->fillRect(rect);
+    frame_.drawRect(picture_.get(), rect);
+    surface_->Copy(picture_->getSurface(), static_cast<int>(rect.left), static_cast<int>(rect.top),
+                   static_cast<int>(rect.getWidth()), static_cast<int>(rect.getHeight()));
+  }
+  surface_->Flush();
+}
+
+void Window::SetCursor(CCursorType type) {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  puglSetCursor(view_, CursorOf(type));
+}
+
+void Window::SetKeyboardWanted(bool wanted) {
+  // A free window's keyboard is the window manager's affair.
+  if (!isEmbedded_ || (wanted == keyboardWanted_ && (!wanted || keyboardAsked_))) return;
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  if (wanted != keyboardWanted_) {
+    platform::SetKeysWanted(Native(), wanted);
+    keyboardWanted_ = wanted;
+    keyboardAsked_ = false;
+    if (!wanted) platform::GiveKeyboardBack(Native(), std::exchange(keyboardBefore_, 0));
+  }
+  if (wanted && !keyboardAsked_ && puglGetVisible(view_)) {
+    keyboardAsked_ = true;
+    const std::uintptr_t before = platform::TakeKeyboard(Native());
+    if (before != 0) keyboardBefore_ = before;
+  }
+}
+
+void Window::SetClipboardText(std::string_view text) {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  puglSetClipboard(view_, kTextTarget, text.data(), text.size());
+}
+
+void Window::RequestClipboardText(std::function<void(const std::string&)> callback) {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  clipboardCallback_ = std::move(callback);
+  puglPaste(view_);
+}
+
+void Window::ReceiveClipboard(std::uint32_t typeIndex) {
+  std::size_t length = 0;
+  const void* data = puglGetClipboard(view_, typeIndex, &length);
+  const auto callback = std::exchange(clipboardCallback_, nullptr);
+  if (data && callback) callback(std::string(static_cast<const char*>(data), length));
+}
+
+}  // namespace halveron

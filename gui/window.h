@@ -1,0 +1,83 @@
+// The window under a frame.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "gui/draw_context.h"
+#include "gui/frame.h"
+#include "platform/file_drop_target.h"
+#include "platform/x11_window.h"
+
+struct PuglViewImpl;
+struct PuglWorldImpl;
+
+namespace halveron {
+
+/// A window with a connection of its own to the display. It keeps a picture of what it shows, into
+/// which only what changed is drawn and from which what was covered is brought back.
+class Window {
+ public:
+  /// Null, with the cause in `error`, if it cannot be made. See CFrame::open.
+  static std::unique_ptr<Window> Open(CFrame& frame, void* parent, const char* title,
+                                      std::string& error);
+  ~Window();
+  Window(const Window&) = delete;
+  Window& operator=(const Window&) = delete;
+
+  void* Handle() const;
+  int EventDescriptor();
+  void WaitForEvents(double seconds);
+  bool IsCloseRequested() const { return closeRequested_; }
+  CPoint GetSize() const;
+  void SetSize(int width, int height);
+  void Hide();
+
+  /// Takes what has come in and hands it to the frame.
+  void HandleEvents();
+  /// Draws the frame's dirty region and shows it.
+  void Draw();
+
+  void SetCursor(CCursorType type);
+  /// Whether a view wants the keys.
+  void SetKeyboardWanted(bool wanted);
+  void SetClipboardText(std::string_view text);
+  void RequestClipboardText(std::function<void(const std::string&)> callback);
+
+ private:
+  struct Translator;
+  friend struct Translator;
+
+  Window(CFrame& frame, bool isEmbedded) : frame_(frame), isEmbedded_(isEmbedded) {}
+  bool Create(void* parent, const char* title, std::string& error);
+  void FixSize(int width, int height);
+  platform::X11Window Native() const;
+  CButtonState Buttons(unsigned modifiers) const;
+  void ReceiveClipboard(std::uint32_t typeIndex);
+
+  CFrame& frame_;
+  bool isEmbedded_;
+  PuglWorldImpl* world_ = nullptr;
+  PuglViewImpl* view_ = nullptr;
+  std::unique_ptr<COffscreenContext> picture_;
+  std::unique_ptr<platform::WindowSurface> surface_;
+  std::unique_ptr<platform::FileDropTarget> drops_;
+  std::function<void(const std::string&)> clipboardCallback_;
+  std::exception_ptr failure_;
+  std::uintptr_t keyboardBefore_ = 0;
+  bool keyboardWanted_ = false;
+  bool keyboardAsked_ = false;
+  bool wakesItself_ = false;
+  bool closeRequested_ = false;
+  // What the mouse does, for what the window system does not tell.
+  int heldButtons_ = 0;
+  int lastPressButton_ = 0;
+  CPoint lastPressPoint_;
+  double lastPressTime_ = -1;
+};
+
+}  // namespace halveron

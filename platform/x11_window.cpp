@@ -1,0 +1,135 @@
+#include "platform/x11_window.h"
+
+#include <X11/Xlib.h>
+#include <cairo-xlib.h>
+#include <poll.h>
+
+#include <atomic>
+#include <mutex>
+
+namespace halveron::platform {
+
+namespace {
+
+// The handler is one for the whole process, so it is ours only while some scope is alive.
+std::mutex handlerMutex;
+int scopeCount = 0;
+std::atomic<XErrorHandler> former = nullptr;
+thread_local X11ErrorScope* innermost = nullptr;
+
+Display* DisplayOf(X11Window window) { return static_cast<Display*>(window.display); }
+
+}  // namespace
+
+struct X11ErrorHandling {
+  static int Note(Display* display, XErrorEvent* event) {
+    for (X11ErrorScope* scope = innermost; scope; scope = scope->outer_) {
+      if (scope->display_ != display) continue;
+      scope->failed_ = true;
+      return 0;
+    }
+    const XErrorHandler other = former;
+    return other ? other(display, event) : 0;
+  }
+};
+
+X11ErrorScope::X11ErrorScope(void* display) : display_(display), outer_(innermost) {
+  innermost = this;
+  const std::lock_guard lock(handlerMutex);
+  if (scopeCount++ == 0) former = XSetErrorHandler(&X11ErrorHandling::Note);
+}
+
+X11ErrorScope::~X11ErrorScope() {
+  innermost = outer_;
+  const std::lock_guard lock(handlerMutex);
+  if (--scopeCount == 0) XSetErrorHandler(former);
+}
+
+bool X11ErrorScope::HasFailed() {
+  XSync(static_cast<Display*>(display_), False);
+  return failed_;
+}
+
+int EventDescriptor(void* display) { return ConnectionNumber(static_cast<Display*>(display)); }
+
+void WaitForEvents(void* display, double seconds) {
+  auto* connection = static_cast<Display*>(display);
+  if (XPending(connection) > 0) return;
+  pollfd wait{ConnectionNumber(connection), POLLIN, 0};
+  poll(&wait, 1, static_cast<int>(seconds * 1000));
+}
+
+bool GetWindowSize(X11Window window, int& width, int& height) {
+  XWindowAttributes attributes{};
+  if (!XGetWindowAttributes(DisplayOf(window), window.id, &attributes)) return false;
+  width = attributes.width;
+  height = attributes.height;
+  return true;
+}
+
+bool WindowExists(void* display, std::uintptr_t id) {
+  int width = 0;
+  int height = 0;
+  return id != 0 && GetWindowSize({display, id}, width, height);
+}
+
+void SetKeysWanted(X11Window window, bool wanted) {
+  XWindowAttributes attributes{};
+  if (!XGetWindowAttributes(DisplayOf(window), window.id, &attributes)) return;
+  constexpr long kKeys = KeyPressMask | KeyReleaseMask;
+  const long others = attributes.your_event_mask & ~kKeys;
+  XSelectInput(DisplayOf(window), window.id, wanted ? others | kKeys : others);
+}
+
+std::uintptr_t TakeKeyboard(X11Window window) {
+  XWindowAttributes attributes{};
+  if (!XGetWindowAttributes(DisplayOf(window), window.id, &attributes)) return 0;
+  if (attributes.map_state != IsViewable) return 0;
+  Window before = None;
+  int revert = 0;
+  XGetInputFocus(DisplayOf(window), &before, &revert);
+  if (before != window.id) {
+    XSetInputFocus(DisplayOf(window), window.id, RevertToParent, CurrentTime);
+  }
+  // The pseudo window that stands for "wherever the mouse is" is given back as any other.
+  return before == window.id ? 0 : before;
+}
+
+void GiveKeyboardBack(X11Window window, std::uintptr_t to) {
+  Window holder = None;
+  int revert = 0;
+  XGetInputFocus(DisplayOf(window), &holder, &revert);
+  if (holder != window.id || to == None) return;
+  if (to == PointerRoot || WindowExists(window.display, to)) {
+    XSetInputFocus(DisplayOf(window), to, RevertToParent, CurrentTime);
+  }
+}
+
+WindowSurface::WindowSurface(X11Window window, int width, int height) : window_(window) {
+  XWindowAttributes attributes{};
+  XGetWindowAttributes(DisplayOf(window), window.id, &attributes);
+  surface_ =
+      cairo_xlib_surface_create(DisplayOf(window), window.id, attributes.visual, width, height);
+}
+
+WindowSurface::~WindowSurface() { cairo_surface_destroy(surface_); }
+
+void WindowSurface::Resize(int width, int height) {
+  cairo_xlib_surface_set_size(surface_, width, height);
+}
+
+void WindowSurface::Copy(cairo_surface_t* picture, int x, int y, int width, int height) {
+  cairo_t* cairo = cairo_create(surface_);
+  cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
+  cairo_set_source_surface(cairo, picture, 0, 0);
+  cairo_rectangle(cairo, x, y, width, height);
+  cairo_fill(cairo);
+  cairo_destroy(cairo);
+}
+
+void WindowSurface::Flush() {
+  cairo_surface_flush(surface_);
+  XFlush(DisplayOf(window_));
+}
+
+}  // namespace halveron::platform

@@ -1,0 +1,225 @@
+// Cables: how they look, when they are computed, and how the mouse makes and breaks them.
+#include <gtest/gtest.h>
+
+#include "editor/cable_painter.h"
+#include "tests/support/window_rig.h"
+
+namespace halveron {
+namespace {
+
+using testing::WindowRig;
+
+bool IsTransparent(const COffscreenContext& picture, int x, int y) {
+  return picture.getPixel(x, y).alpha == 0;
+}
+
+TEST(CablePainter, DrawsThreeLayersFromDarkToLight) {
+  CableStyle style;
+  for (const auto& [width, step] : {std::pair(3, 1), {8, 3}, {5, 2}}) {
+    style.width = width;
+    EXPECT_EQ(style.WidthStep(), step);
+  }
+  style.width = 9;
+  COffscreenContext picture(200, 100);
+  CablePainter(style).Draw(picture, CPoint(10, 20), CPoint(190, 20), 1);
+  const auto middle = CablePainter::Middle(CPoint(10, 20), CPoint(190, 20));
+  EXPECT_EQ(middle, CPoint(100, 35)) << "15 below the lower end";
+  const CColor red = CableColour(1);
+  EXPECT_EQ(picture.getPixel(100, 35), CColor(red.red + 90, red.green + 90, red.blue + 90));
+  EXPECT_EQ(picture.getPixel(100, 31), red) << "the edge is the dark layer";
+
+  // A light channel begins again from 0: the MIDI cable's 10 becomes 100, a green of 90 stays 180.
+  COffscreenContext flat(200, 100);
+  style.isFlat = true;
+  CablePainter(style).Draw(flat, CPoint(10, 20), CPoint(190, 20), 2);
+  EXPECT_EQ(flat.getPixel(100, 35), CColor(25 + 45, 90 + 45, 25 + 45)) << "once lighter";
+  EXPECT_TRUE(IsTransparent(flat, 115, 50)) << "a flat cable throws no shadow";
+}
+
+TEST(CablePainter, BulgesWhereEndsStandAboveEachOther) {
+  EXPECT_EQ(CablePainter::Middle(CPoint(50, 10), CPoint(54, 80)), CPoint(59, 95));
+  EXPECT_EQ(CablePainter::Middle(CPoint(54, 10), CPoint(50, 80)), CPoint(59, 95));
+  EXPECT_EQ(CablePainter::Middle(CPoint(50, 10), CPoint(55, 80)), CPoint(52.5, 95));
+}
+
+TEST(CablePainter, LeavesItsBoundsUntouched) {
+  constexpr int kSide = 700;
+  const std::pair<CPoint, CPoint> cables[] = {{{300, 300}, {302, 320}},
+                                              {{100, 100}, {600, 100}},
+                                              {{350, 50}, {352, 550}},
+                                              {{500, 500}, {120, 90}}};
+  for (const bool lite : {false, true}) {
+    CableStyle style;
+    style.isLite = lite;
+    for (const auto& [from, to] : cables) {
+      COffscreenContext picture(kSide, kSide);
+      const CablePainter painter(style);
+      painter.Draw(picture, from, to, 3);
+      const CRect bounds = painter.BoundsOf(from, to);
+      int outside = 0;
+      for (int y = 0; y < kSide; ++y) {
+        for (int x = 0; x < kSide; ++x) {
+          if (!bounds.pointInside(CPoint(x, y)) && !IsTransparent(picture, x, y)) ++outside;
+        }
+      }
+      EXPECT_EQ(outside, 0) << from.x << "," << from.y << (lite ? " lite" : "");
+    }
+  }
+}
+
+TEST(CablePainter, ThrowsAShadowOnlyWhereThereIsEnoughOfIt) {
+  CableStyle style;
+  const auto shadows = [&](int alpha) {
+    style.alpha = alpha;
+    COffscreenContext picture(200, 100);
+    CablePainter(style).Draw(picture, CPoint(10, 20), CPoint(190, 20), 1);
+    return !IsTransparent(picture, 115, 50);
+  };
+  EXPECT_TRUE(shadows(255));
+  EXPECT_TRUE(shadows(150));
+  EXPECT_FALSE(shadows(149));
+}
+
+TEST(SynRack, ComputesCablesOnlyWhileSomethingMoves) {
+  WindowRig rig;
+  Module& from = rig.Add("S310 VCO", 2, 0);
+  Module& to = rig.Add("S102 Unity Mixer", 40, 1);
+  rig.editor.ConnectCable(&rig.Out(from, "Saw"), &rig.In(to, "In 1"), 1, -1);
+  const SynRack& rack = rig.window.Rack();
+  EXPECT_EQ(rack.RedrawFrames(), SynRack::kMovingPaints);
+  for (int i = 0; i < SynRack::kMovingPaints; ++i) rig.DrawAll();
+  EXPECT_EQ(rack.RedrawFrames(), 0);
+  COffscreenContext moving(rig.Picture().getWidth(), rig.Picture().getHeight());
+  rig.Picture().copyFrom(moving, CRect(0, 0, moving.getWidth(), moving.getHeight()));
+
+  rig.DrawAll();
+  EXPECT_EQ(rack.RedrawFrames(), -1) << "the layer stands";
+  rig.DrawAll();
+  EXPECT_EQ(rack.RedrawFrames(), -1);
+  int differing = 0;
+  for (int y = 0; y < moving.getHeight(); ++y) {
+    for (int x = 0; x < moving.getWidth(); ++x) {
+      const CColor a = moving.getPixel(x, y);
+      const CColor b = rig.Picture().getPixel(x, y);
+      const int apart = std::max(
+          {std::abs(a.red - b.red), std::abs(a.green - b.green), std::abs(a.blue - b.blue)});
+      if (apart > 3) ++differing;
+    }
+  }
+  EXPECT_EQ(differing, 0) << "drawn by either way, the picture is the same";
+
+  rig.Drag(rig.Free(to), rig.Free(to) + CPoint(0, 0));
+  EXPECT_EQ(rack.RedrawFrames(), SynRack::kMovingPaints);
+}
+
+TEST(SynRack, AsksOnlyForWhatChanged) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 2, 0);
+  rig.DrawAll();
+  rig.rack.MoveControl(vco, "Fine tune", 0.7f);
+  rig.frame.onIdle();
+  const std::vector<CRect> dirty = rig.frame.takeDirtyRegion();
+  ASSERT_EQ(dirty.size(), 1u);
+  EXPECT_LT(dirty[0].getWidth(), 60);
+  rig.frame.drawRect(&rig.Picture(), dirty[0]);
+  rig.frame.onIdle();
+  EXPECT_FALSE(rig.frame.hasDirtyRegion()) << "an idle rack asks for nothing";
+}
+
+TEST(CableDrag, MakesMovesAndBreaksCables) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 2, 0);
+  Module& mixer = rig.Add("S102 Unity Mixer", 30, 0);
+  PatchPoint& saw = rig.Out(vco, "Saw");
+  PatchPoint& in1 = rig.In(mixer, "In 1");
+  PatchPoint& in2 = rig.In(mixer, "In 2");
+
+  rig.Press(rig.Middle(saw));
+  EXPECT_TRUE(rig.editor.isDraggingCable);
+  rig.Move(rig.Middle(saw) + CPoint(90, 60), kLButton);
+  const CPoint end = rig.Middle(saw) + CPoint(90, 60) - rig.window.Geometry().origin;
+  const CRect dragged = rig.window.Rack().GetDraggedCableRect();
+  EXPECT_TRUE(dragged.pointInside(end));
+  rig.Release(rig.Middle(in1));
+  EXPECT_FALSE(rig.editor.isDraggingCable);
+  EXPECT_EQ(in1.cableCount, 1);
+  EXPECT_TRUE(rig.window.Rack().GetDraggedCableRect().isEmpty());
+
+  const int colour = rig.editor.cableList.head->colour;
+  rig.Drag(rig.Middle(in1), rig.Middle(in2));
+  EXPECT_EQ(in1.cableCount, 0) << "pulled off its input";
+  ASSERT_EQ(in2.cableCount, 1);
+  EXPECT_EQ(rig.editor.cableList.head->colour, colour) << "and keeps its colour";
+  rig.Drag(rig.Middle(in2), rig.Free(mixer));
+  EXPECT_EQ(in2.cableCount, 0) << "dropped in the air it is gone";
+  rig.Drag(rig.Middle(in1), rig.Middle(in2));
+  EXPECT_EQ(rig.editor.visibleCableCount, 0) << "an input feeds no input";
+  EXPECT_EQ(rig.CellOf(mixer), CPoint(30, 0)) << "no module has moved by all of that";
+}
+
+TEST(CableDrag, ScrollsTheRackWhileTheMouseRestsAtItsEdge) {
+  WindowRig rig;
+  rig.editor.SetRows(5);
+  Module& vco = rig.Add("S310 VCO", 2, 0);
+  const CPoint edge(300, rig.window.Geometry().ViewRect().bottom - 2);
+  rig.Press(rig.Middle(rig.Out(vco, "Saw")));
+  rig.Move(edge, kLButton);
+  EXPECT_TRUE(rig.frame.mouseRepeat.isRunning());
+  rig.frame.advanceTime(30.0);
+  EXPECT_EQ(rig.window.Scrollbar().getValue(), 1.0f);
+  EXPECT_FALSE(rig.frame.mouseRepeat.isRunning()) << "there is no further to go";
+  rig.Release(edge);
+  EXPECT_FALSE(rig.editor.isDraggingCable);
+}
+
+TEST(CableDrag, EndsWhenItsModuleIsTakenAway) {
+  WindowRig rig;
+  Module& keys = rig.Add("SA03 MIDI/Sync From DAW", 2, 0);
+  rig.Press(rig.Middle(rig.Out(keys, "MIDI")));
+  rig.Move(CPoint(500, 300), kLButton);
+  rig.DrawAll();
+  rig.editor.RemoveAllModules();
+  EXPECT_FALSE(rig.editor.isDraggingCable);
+  rig.DrawAll();
+  rig.Release(CPoint(500, 300));
+}
+
+TEST(Tooltips, TellRoleValueAndCables) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 2, 0);
+  Module& mixer = rig.Add("S102 Unity Mixer", 30, 0);
+  rig.editor.ConnectCable(&rig.Out(vco, "Saw"), &rig.In(mixer, "In 1"), 1, -1);
+  rig.rack.SetControl(vco, "Fine tune", 0.25f);
+  const auto tipOf = [&](const CView& view) {
+    rig.Move(rig.Middle(view));
+    rig.frame.advanceTime(1.0);
+    return rig.frame.getShownTooltip();
+  };
+  EXPECT_EQ(tipOf(rig.rack.Control(vco, "Fine tune")), "Fine tune: 0.250");
+  EXPECT_EQ(tipOf(rig.rack.Control(vco, "Octave")), "Octave: 7 of 13");
+  EXPECT_EQ(tipOf(rig.Out(vco, "Saw")), "Saw (output)\nto S102 Unity Mixer: In 1");
+  EXPECT_EQ(tipOf(rig.In(mixer, "In 1")), "In 1 (input)\nfrom S310 VCO: Saw");
+  EXPECT_EQ(tipOf(*rig.window.Bar().addRow), "Add a row");
+}
+
+TEST(Tooltips, TheWheelTurnsKnobs) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 2, 0);
+  CControl& octave = rig.rack.Control(vco, "Octave");
+  auto& stepped = dynamic_cast<ModuleKnob&>(octave);
+  const int before = stepped.GetStepIndex();
+  rig.frame.onWheel(rig.Middle(octave), 1.0f, {});
+  EXPECT_EQ(stepped.GetStepIndex(), before + 1) << "one notch, one step";
+  for (int i = 0; i < 20; ++i) rig.frame.onWheel(rig.Middle(octave), -1.0f, {});
+  EXPECT_EQ(stepped.GetStepIndex(), 0);
+
+  CControl& fine = rig.rack.Control(vco, "Fine tune");
+  const float start = fine.getValue();
+  rig.frame.onWheel(rig.Middle(fine), 1.0f, {});
+  const float coarse = fine.getValue() - start;
+  rig.frame.onWheel(rig.Middle(fine), 1.0f, CButtonState(kShift));
+  EXPECT_NEAR(fine.getValue() - start - coarse, coarse / 10, 1e-6);
+}
+
+}  // namespace
+}  // namespace halveron

@@ -1,0 +1,189 @@
+// The rack in a real window, in a host's, by a real mouse and keyboard.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+#include "tests/support/display/test_display.h"
+#include "tests/support/window_rig.h"
+
+namespace halveron {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A host's window at a corner of the screen, and the plug-in's editor in it.
+class WindowOnDisplay : public ::testing::Test {
+ protected:
+  static constexpr int kLeft = 20;
+  static constexpr int kTop = 30;
+
+  void SetUp() override {
+    HALVERON_NEEDS_DISPLAY(found);
+    display = found;
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    rack.editor.presetsFolder = folder.string() + "/";
+    rack.editor.presets.SetFolder(folder.string() + "/");
+    ERect* rect = nullptr;
+    Call(effEditGetRect, &rect);
+    ASSERT_NE(rect, nullptr);
+    parent = display->MakeWindow(kLeft, kTop, rect->right, rect->bottom);
+    Open();
+  }
+  void TearDown() override {
+    if (!display) return;
+    Call(effEditClose);
+    display->DestroyWindow(parent);
+    fs::remove_all(folder);
+  }
+
+  std::intptr_t Call(int opcode, void* ptr = nullptr) {
+    return rack.engine.dispatcher(opcode, 0, 0, ptr, 0.0f);
+  }
+  void Open() {
+    ASSERT_EQ(Call(effEditOpen, reinterpret_cast<void*>(parent)), 1);
+    Settle();
+  }
+  RackWindow& Window() { return *rack.editor.Window(); }
+  void Settle() {
+    for (int i = 0; i < 12; ++i) {
+      Call(effEditIdle);
+      Window().Frame().waitForEvents(0.005);
+    }
+  }
+  bool Until(const std::function<bool()>& done) {
+    return TestDisplay::PumpUntil([this] { Call(effEditIdle); }, done);
+  }
+  void MoveTo(const CPoint& where) {
+    display->MoveMouse(kLeft + static_cast<int>(where.x), kTop + static_cast<int>(where.y));
+    Settle();
+  }
+  void Click(const CPoint& where, int button = 1) {
+    MoveTo(where);
+    display->Press(button);
+    Settle();
+    display->Release(button);
+    Settle();
+  }
+  void Drag(const CPoint& from, const CPoint& to) {
+    MoveTo(from);
+    display->Press();
+    Settle();
+    MoveTo(CPoint((from.x + to.x) / 2, (from.y + to.y) / 2));
+    MoveTo(to);
+    display->Release();
+    Settle();
+  }
+  CPoint Middle(const CView& view) const {
+    CPoint point = view.getViewSize().getCenter();
+    return view.localToFrame(point);
+  }
+  CPoint Cell(int column, int row) {
+    const RackGeometry& grid = Window().Geometry();
+    return grid.origin + CPoint(column * grid.columnWidth, row * grid.rowHeight);
+  }
+  PatchPoint& Point(const char* module, const char* role, int type) {
+    for (Module* m : rack.editor.modules[0]) {
+      if (std::string(m->GetName()) == module) return rack.Point(*m, role, type);
+    }
+    throw std::runtime_error(std::string("no ") + module);
+  }
+  /// From the bar's menu, found by typing, to a place in the rack.
+  void AddModule(const char* typed, int column, int row) {
+    Click(Middle(*Window().Bar().moduleMenu));
+    ASSERT_TRUE(Until([&] { return Window().OpenMenu() != nullptr; }));
+    Settle();
+    display->TypeText(typed);
+    Settle();
+    display->TypeKey("Return");
+    ASSERT_TRUE(Until([&] { return Window().IsInserting(); }));
+    Click(Cell(column, row) + CPoint(60, 12));
+    EXPECT_FALSE(Window().IsInserting());
+  }
+  float PeakOfABlock() {
+    constexpr int kFrames = 2048;
+    rack.Run(kFrames);
+    float peak = 0.0f;
+    for (float sample : rack.output(0)) peak = std::max(peak, std::abs(sample));
+    return peak;
+  }
+
+  testing::TestRack rack;
+  TestDisplay* display = nullptr;
+  TestDisplay::WindowId parent = 0;
+  fs::path folder = fs::temp_directory_path() / ("window-test-" + std::to_string(getpid()));
+};
+
+TEST_F(WindowOnDisplay, APatchIsMadeHeardSavedAndLoadedByHand) {
+  AddModule("s310", 10, 0);
+  AddModule("sa02", 40, 1);
+  ASSERT_EQ(rack.editor.ModuleCount(), 2);
+  EXPECT_EQ(PeakOfABlock(), 0.0f);
+  Drag(Middle(Point("S310 VCO", "Saw", kOutputPoint)),
+       Middle(Point("SA02 2 DAW", "Left", kInputPoint)));
+  ASSERT_EQ(rack.editor.visibleCableCount, 1);
+  EXPECT_GT(PeakOfABlock(), 0.01f) << "it sounds";
+
+  Click(Middle(*Window().Bar().mainMenu));
+  display->TypeText("save as");
+  Settle();
+  display->TypeKey("Return");
+  Settle();
+  display->TypeText("by hand");
+  Settle();
+  display->TypeKey("Return");
+  const fs::path file = folder / "by hand.hvp";
+  ASSERT_TRUE(Until([&] { return fs::exists(file); }));
+  EXPECT_EQ(Window().Bar().Screen().ShownText(), "by hand");
+
+  rack.editor.RemoveAllModules();
+  rack.editor.presets.ClearSelection();
+  Click(Middle(*Window().Bar().presetNext));
+  EXPECT_EQ(rack.editor.ModuleCount(), 2);
+  EXPECT_EQ(rack.editor.visibleCableCount, 1);
+  EXPECT_GT(PeakOfABlock(), 0.01f);
+}
+
+TEST_F(WindowOnDisplay, ShowsWhatTheRackDoesWhileItIsOpen) {
+  const auto id = reinterpret_cast<TestDisplay::WindowId>(Window().Frame().getWindowHandle());
+  const CPoint spot = Cell(30, 0) + CPoint(40, 60);
+  const auto colour = [&] {
+    return display->PixelAt(id, static_cast<int>(spot.x), static_cast<int>(spot.y));
+  };
+  const std::uint32_t before = colour();
+  Module* module = rack.editor.AddModule("S310 VCO", kBuiltInVendor);
+  const RackGeometry& grid = Window().Geometry();
+  Window().Rack().MoveModule(*module, CPoint(30 * grid.columnWidth, 0));
+  EXPECT_TRUE(Until([&] { return colour() != before; }));
+  rack.editor.RemoveAllModules();
+  EXPECT_TRUE(Until([&] { return colour() == before; }));
+}
+
+TEST_F(WindowOnDisplay, GrowsWithMoreRows) {
+  const auto id = reinterpret_cast<TestDisplay::WindowId>(Window().Frame().getWindowHandle());
+  rack.editor.commands.ChangeViewableRows(3);
+  Settle();
+  int height = 0;
+  ASSERT_TRUE(display->GetGeometry(id, nullptr, nullptr, nullptr, &height));
+  EXPECT_EQ(height, static_cast<int>(Window().Geometry().WindowRect().bottom));
+  EXPECT_TRUE(Window().Dialog().IsShown()) << "this host resizes nothing, which the user is told";
+  EXPECT_EQ(Window().Dialog().Request().title, "Window Height");
+}
+
+TEST_F(WindowOnDisplay, OpensAndClosesAHundredTimes) {
+  rack.editor.AddModule("S310 VCO", kBuiltInVendor);
+  for (int i = 0; i < 100; ++i) {
+    Call(effEditClose);
+    EXPECT_TRUE(display->ChildrenOf(parent).empty());
+    ASSERT_EQ(Call(effEditOpen, reinterpret_cast<void*>(parent)), 1) << "time " << i;
+    Call(effEditIdle);
+  }
+  EXPECT_EQ(display->ChildrenOf(parent).size(), 1u);
+  EXPECT_EQ(rack.editor.ModuleCount(), 1);
+}
+
+}  // namespace
+}  // namespace halveron

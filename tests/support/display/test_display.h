@@ -1,0 +1,78 @@
+// A display of the tests' own, with a mouse and a keyboard that send real events.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace halveron {
+
+/// An Xvfb server, 1280 by 1024, without a window manager. Coordinates are the screen's unless a
+/// window is named. Everything happens at the server when a call returns; the program under test
+/// still has to read its events.
+class TestDisplay {
+ public:
+  using WindowId = std::uintptr_t;
+
+  /// The process's one display, started at the first call, named by DISPLAY from then on, and ended
+  /// with the process. Null, with the cause in `why`, where it cannot be had.
+  static TestDisplay* Get(std::string& why);
+  ~TestDisplay();
+  TestDisplay(const TestDisplay&) = delete;
+  TestDisplay& operator=(const TestDisplay&) = delete;
+
+  void MoveMouse(int x, int y);
+  /// Buttons are 1 left, 2 middle, 3 right, 4 wheel up, 5 wheel down.
+  void Press(int button = 1);
+  void Release(int button = 1);
+  void Click(int x, int y, int button = 1);
+  /// By the key's name in X11 ("Return", "a", "Control_L").
+  void PressKey(const char* name);
+  void ReleaseKey(const char* name);
+  void TypeKey(const char* name);
+  /// Small letters, digits and blanks.
+  void TypeText(const std::string& text);
+
+  /// A window of the kind that a host makes for a plug-in, on the screen when the call returns.
+  WindowId MakeWindow(int x, int y, int width, int height);
+  void DestroyWindow(WindowId window);
+  /// True if the window is there, with its place and size if these are wanted.
+  bool GetGeometry(WindowId window, int* x = nullptr, int* y = nullptr, int* width = nullptr,
+                   int* height = nullptr);
+  std::vector<WindowId> ChildrenOf(WindowId window);
+  /// The free window with a title, 0 if there is none.
+  WindowId FindByTitle(const std::string& title);
+  WindowId FocusedWindow();
+  void SetFocus(WindowId window);
+  /// Asks the window to close, as a window manager does.
+  void AskToClose(WindowId window);
+  /// A pixel as 0xRRGGBB.
+  std::uint32_t PixelAt(WindowId window, int x, int y);
+
+  /// What other programs do, which takes turns with the program under test: `pump` runs that once.
+  using Pump = std::function<void()>;
+  /// Puts text on the clipboard, and gives it to whoever asks while `pump` is called until `done`.
+  bool OfferClipboard(const std::string& text, const Pump& pump, const std::function<bool()>& done);
+  /// The clipboard's text, empty if nobody answers.
+  std::string ReadClipboard(const Pump& pump);
+  /// Drags files onto a point of a window and lets them go. True if they were taken.
+  bool DropFiles(WindowId window, int x, int y, const std::string& uriList, const Pump& pump);
+
+  /// Calls `pump` until `done`, for two seconds at most; what `done` says at the end.
+  static bool PumpUntil(const Pump& pump, const std::function<bool()>& done);
+
+ private:
+  struct State;
+  explicit TestDisplay(std::unique_ptr<State> state);
+  std::unique_ptr<State> state_;
+};
+
+/// Stands first in a test that needs a display: skips it with a message where there is none.
+#define HALVERON_NEEDS_DISPLAY(display)                        \
+  std::string display##Why;                                    \
+  TestDisplay* const display = TestDisplay::Get(display##Why); \
+  if (!display) GTEST_SKIP() << "no display: " << display##Why
+
+}  // namespace halveron
