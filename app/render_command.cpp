@@ -4,13 +4,13 @@
 #include <bit>
 #include <chrono>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 #include <vector>
 
+#include "app/interrupt_watch.h"
 #include "app/offline_host.h"
 #include "app/patch_file.h"
 #include "app/run_command.h"
@@ -29,28 +29,6 @@ namespace {
 constexpr double kTailSeconds = 2.0;  // after the end of a MIDI file or an input
 constexpr double kDefaultSeconds = 10.0;
 constexpr double kDefaultTempo = 120.0;
-
-volatile std::sig_atomic_t isInterrupted = 0;
-
-/// Turns an interrupt into a flag for as long as it stands.
-class InterruptWatch {
- public:
-  InterruptWatch() {
-    isInterrupted = 0;
-    formerInterrupt_ = std::signal(SIGINT, [](int) { isInterrupted = 1; });
-    formerTerminate_ = std::signal(SIGTERM, [](int) { isInterrupted = 1; });
-  }
-  ~InterruptWatch() {
-    std::signal(SIGINT, formerInterrupt_);
-    std::signal(SIGTERM, formerTerminate_);
-  }
-  InterruptWatch(const InterruptWatch&) = delete;
-  InterruptWatch& operator=(const InterruptWatch&) = delete;
-
- private:
-  void (*formerInterrupt_)(int);
-  void (*formerTerminate_)(int);
-};
 
 /// A bar on a terminal; nothing where nobody watches.
 class ProgressBar {
@@ -243,7 +221,7 @@ int Render(const RenderOptions& options, std::ostream& out, std::ostream& err) {
     ProgressBar progress(err, material.frames);
     host.Start();
     while (host.Position() < material.frames) {
-      if (isInterrupted) {
+      if (watch.IsInterrupted()) {
         err << "halveron: " << options.output << ": interrupted; nothing was written\n";
         return kExitInterrupted;
       }

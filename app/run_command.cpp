@@ -8,6 +8,7 @@
 
 #include "app/convert_command.h"
 #include "app/modules_command.h"
+#include "app/play_command.h"
 #include "app/render_command.h"
 #include "app/screenshot_command.h"
 #include "editor/options.h"
@@ -53,10 +54,36 @@ struct CommandLine {
   CommandLine() {
     app.set_version_flag("--version", "halveron " HALVERON_VERSION);
     app.allow_extras();
+    AddPlay();
     AddRender();
     AddConvert();
     AddModules();
     AddScreenshot();
+  }
+
+  void AddPlay() {
+    playCall = app.add_subcommand("play", "Play a patch in a window, by a sound card and MIDI");
+    playCall->allow_extras();
+    playCall->add_option("PATCH", play.patch, "A patch to begin with");
+    playCall->add_flag("--list-devices", play.listsDevices,
+                       "Tell what --device and --midi can name");
+    playCall->add_option("--device", play.device, "The sound device: a number or part of a name");
+    playCall
+        ->add_option("--midi", play.midi,
+                     "MIDI input: a number or part of a name; may be given more than once; "
+                     "without it all inputs")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    playCall->add_option("--midi-output", play.midiOutput,
+                         "MIDI output: a number or part of a name; without it none");
+    playCall
+        ->add_option("--rate", play.rate,
+                     "Sample rate in hertz; without it 48000 if the card has it")
+        ->check(CLI::Range(1000, kHighestRate));
+    playCall->add_option("--block", play.block, "Block size in samples; the card may take another")
+        ->check(CLI::Range(16, kLargestBlock))
+        ->capture_default_str();
+    playCall->add_flag("!--no-window", play.hasWindow, "Without a window");
   }
 
   void AddRender() {
@@ -129,14 +156,16 @@ struct CommandLine {
 
   /// Throws what CLI11 cannot see.
   void Check() const {
-    const CLI::App* const calls[] = {&app, renderCall, convertCall, modulesCall, screenshotCall};
+    const CLI::App* const calls[] = {&app,        playCall,    renderCall,
+                                     convertCall, modulesCall, screenshotCall};
     for (const CLI::App* call : calls) {
       const auto extras = call->remaining();
       if (extras.empty()) continue;
       const bool isOption = extras[0].starts_with("-");
       if (call == &app && !isOption) {
-        throw FileError("", "", "no command " + Quoted(extras[0]),
-                        DidYouMean(extras[0], {"render", "convert", "modules", "screenshot"}));
+        throw FileError(
+            "", "", "no command " + Quoted(extras[0]),
+            DidYouMean(extras[0], {"play", "render", "convert", "modules", "screenshot"}));
       }
       throw FileError("", call == &app ? "" : call->get_name(),
                       (isOption ? "no option " : "one argument too many, ") + Quoted(extras[0]),
@@ -164,10 +193,12 @@ struct CommandLine {
   }
 
   CLI::App app{"Halveron, a modular synthesizer", "halveron"};
+  CLI::App* playCall = nullptr;
   CLI::App* renderCall = nullptr;
   CLI::App* convertCall = nullptr;
   CLI::App* modulesCall = nullptr;
   CLI::App* screenshotCall = nullptr;
+  PlayOptions play;
   RenderOptions render;
   ConvertOptions convert;
   ModulesOptions modules;
@@ -193,6 +224,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
                            "; see halveron " + name + "--help");
   }
   line.Check();
+  if (line.playCall->parsed()) return Play(line.play, out, err);
   if (line.renderCall->parsed()) return Render(line.render, out, err);
   if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out);
   if (line.modulesCall->parsed()) return ListModules(line.modules.name, line.modules.asJson, out);

@@ -1,7 +1,6 @@
 #include "engine/clap_window.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 #include "engine/clap_host_extension.h"
@@ -48,19 +47,19 @@ void ClapWindow::StartWaking() {
   const bool timed = hostTimer_ && hostTimer_->register_timer &&
                      hostTimer_->register_timer(host_, kPeriodMilliseconds, &timer_);
   if (!timed) timer_ = CLAP_INVALID_ID;
-  descriptor_ = editor_->eventDescriptor();
-  if (descriptor_ >= 0 && hostDescriptor_ && hostDescriptor_->register_fd &&
-      !hostDescriptor_->register_fd(host_, descriptor_, CLAP_POSIX_FD_READ)) {
-    descriptor_ = -1;
+  // Asking for the descriptor has the window wake itself, for which there must be somebody to hear.
+  if (hostDescriptor_ && hostDescriptor_->register_fd) {
+    descriptor_ = editor_->eventDescriptor();
+    if (descriptor_ >= 0 && !hostDescriptor_->register_fd(host_, descriptor_, CLAP_POSIX_FD_READ)) {
+      descriptor_ = -1;
+    }
   }
-  if (!timed) pulse_ = std::jthread([this](const std::stop_token& stop) { Pulse(stop); });
+  if (timed || !host_->request_callback) return;
+  pulse_.emplace([this] { host_->request_callback(host_); }, kPeriodMilliseconds * 0.001);
 }
 
 void ClapWindow::StopWaking() {
-  if (pulse_.joinable()) {
-    pulse_.request_stop();
-    pulse_.join();
-  }
+  pulse_.reset();
   if (timer_ != CLAP_INVALID_ID && hostTimer_->unregister_timer) {
     hostTimer_->unregister_timer(host_, timer_);
   }
@@ -71,15 +70,6 @@ void ClapWindow::StopWaking() {
   descriptor_ = -1;
 }
 
-void ClapWindow::Pulse(const std::stop_token& stop) {
-  std::unique_lock lock(pulseMutex_);
-  while (!stop.stop_requested()) {
-    pulseEnd_.wait_for(lock, stop, std::chrono::milliseconds(kPeriodMilliseconds),
-                       [] { return false; });
-    if (!stop.stop_requested() && host_->request_callback) host_->request_callback(host_);
-  }
-}
-
 void ClapWindow::OnTimer(clap_id timer) {
   if (timer == timer_) Idle();
 }
@@ -87,7 +77,7 @@ void ClapWindow::OnTimer(clap_id timer) {
 void ClapWindow::OnDescriptor() { Idle(); }
 
 void ClapWindow::OnMainThread() {
-  if (pulse_.joinable()) Idle();
+  if (pulse_) Idle();
 }
 
 void ClapWindow::Idle() {

@@ -1,14 +1,12 @@
 // The editor's window under a CLAP host: when it is open, and who wakes it.
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
-#include <stop_token>
-#include <thread>
+#include <optional>
 
 #include "engine/audio_effect.h"
 #include "engine/clap_abi.h"
+#include "gui/idle_thread.h"
 
 namespace halveron {
 
@@ -49,7 +47,6 @@ class ClapWindow {
   void StartWaking();
   void StopWaking();
   void Idle();
-  void Pulse(const std::stop_token& stop);
 
   const clap_host_t* host_;
   const clap_host_gui_t* hostGui_ = nullptr;
@@ -61,9 +58,7 @@ class ClapWindow {
 
   clap_id timer_ = CLAP_INVALID_ID;
   int descriptor_ = -1;
-  std::mutex pulseMutex_;
-  std::condition_variable_any pulseEnd_;
-  std::jthread pulse_;  // wakes the main thread where the host has no timer
+  std::optional<IdleThread> pulse_;  // wakes the main thread where the host has no timer
 };
 
 }  // namespace halveron

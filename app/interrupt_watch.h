@@ -1,0 +1,21 @@
+// The user's wish to end what a command is doing.
+#pragma once
+
+namespace halveron {
+
+/// Turns an interrupt or a request to end into a flag for as long as it stands. One at a time.
+class InterruptWatch {
+ public:
+  InterruptWatch();
+  ~InterruptWatch();
+  InterruptWatch(const InterruptWatch&) = delete;
+  InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+  bool IsInterrupted() const;
+
+ private:
+  void (*formerInterrupt_)(int);
+  void (*formerTerminate_)(int);
+};
+
+}  // namespace halveron

@@ -1,0 +1,55 @@
+// MIDI in real time, from and to the ports of the machine.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace halveron::media {
+
+/// The ports' names, in the order of their numbers; empty where there is no MIDI.
+std::vector<std::string> ListMidiInputs();
+std::vector<std::string> ListMidiOutputs();
+
+/// An open input port.
+class MidiInput {
+ public:
+  /// Gets each message whole, SysEx too, as it comes; on a thread of the MIDI system's.
+  using Receiver = std::function<void(std::span<const std::uint8_t>)>;
+
+  /// `port` is a number or part of a name, whatever its case. Throws platform::FileError if there
+  /// is no such port or it cannot be opened.
+  MidiInput(const std::string& port, Receiver receiver);
+  ~MidiInput();
+  MidiInput(const MidiInput&) = delete;
+  MidiInput& operator=(const MidiInput&) = delete;
+
+  const std::string& Name() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+/// An open output port.
+class MidiOutput {
+ public:
+  /// As for an input.
+  explicit MidiOutput(const std::string& port);
+  ~MidiOutput();
+  MidiOutput(const MidiOutput&) = delete;
+  MidiOutput& operator=(const MidiOutput&) = delete;
+
+  const std::string& Name() const;
+  /// Not on the audio thread.
+  void Send(std::span<const std::uint8_t> message);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace halveron::media
