@@ -19,7 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kFallbackSkin = "Classic";
-constexpr const char* kConfigFile = "skin_config.ini";
 
 /// Names of the folders in a folder, sorted.
 std::vector<std::string> FoldersIn(const fs::path& folder) {
@@ -102,6 +101,10 @@ constexpr int kSkinBold = 1;
 constexpr int kSkinItalic = 2;
 constexpr int kSkinUnderline = 4;
 
+std::string ConfigIn(const std::string& path) {
+  return path.empty() ? path : path + "skin_config.ini";
+}
+
 int FaceOf(int skinStyle) {
   return ((skinStyle & kSkinBold) ? kBoldFace : 0) | ((skinStyle & kSkinItalic) ? kItalicFace : 0) |
          ((skinStyle & kSkinUnderline) ? kUnderlineFace : 0);
@@ -157,23 +160,22 @@ SkinConfig::PresetText ReadPresetText(const platform::ProfileFile& file, const s
           Channel(file, kPresetMenu, "font_shadow_alpha", 140)};
 }
 
-CColor ReadDigitColor(const platform::ProfileFile& file, const platform::ProfileFile& fallback) {
+}  // namespace
+
+SkinConfig::SkinConfig(const std::string& path, const std::string& fallbackPath) {
+  const platform::ProfileFile file(ConfigIn(path));
+  shifts = ReadShifts(file, path, fallbackPath);
+  presetText = ReadPresetText(file, path, fallbackPath);
+}
+
+CColor ReadDigitColor(const std::string& path, const std::string& fallbackPath) {
+  const platform::ProfileFile file(ConfigIn(path));
+  const platform::ProfileFile fallback(ConfigIn(fallbackPath));
   const auto channel = [&](const char* key, int standard) {
     return Channel(file, "Other", key, Channel(fallback, "Other", key, standard));
   };
   return CColor(channel("digit_red", 245), channel("digit_green", 132), channel("digit_blue", 0),
                 channel("digit_alpha", 255));
-}
-
-}  // namespace
-
-SkinConfig::SkinConfig(const std::string& path, const std::string& fallbackPath) {
-  const platform::ProfileFile file(path.empty() ? path : path + kConfigFile);
-  const platform::ProfileFile fallback(fallbackPath.empty() ? fallbackPath
-                                                            : fallbackPath + kConfigFile);
-  shifts = ReadShifts(file, path, fallbackPath);
-  presetText = ReadPresetText(file, path, fallbackPath);
-  digitColor = ReadDigitColor(file, fallback);
 }
 
 }  // namespace halveron

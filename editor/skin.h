@@ -75,12 +75,15 @@ class SkinConfig {
     int shadowAlpha;  ///< of the black shadow under the text, 0 to 255
   };
 
-  /// A skin that lies in `path`; keys that it lacks are taken from `fallbackPath` only for digits.
+  /// A skin that lies in `path`, images that it lacks in `fallbackPath`. Interface thread.
   SkinConfig(const std::string& path, const std::string& fallbackPath);
 
   Shifts shifts;
   PresetText presetText;
-  CColor digitColor;  ///< of number displays
 };
+
+/// The colour of number displays, from the layout file of a skin or, for what that does not tell,
+/// from the one in the fallback folder.
+CColor ReadDigitColor(const std::string& path, const std::string& fallbackPath);
 
 }  // namespace halveron

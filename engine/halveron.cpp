@@ -30,7 +30,7 @@ void SetUpProcess(const SkinChoice& skin) {
   } else {
     ResetPanelMetrics();
   }
-  digitColor = SkinConfig(skinPath, skinFallbackPath).digitColor;
+  digitColor = ReadDigitColor(skinPath, skinFallbackPath);
   dsp::SeedRandomFromClock();
   LoadSharedBitmaps(skinPath, skinFallbackPath);
   SetUpModuleClasses();

@@ -120,7 +120,7 @@ TEST_F(SkinTest, TheLayoutFileMovesElementsByPercents) {
   EXPECT_EQ(plain.presetText.font->getSize(), 16);
   EXPECT_EQ(plain.presetText.font->getStyle(), kBoldFace);
   EXPECT_EQ(plain.presetText.color, CColor(255, 255, 255, 140));
-  EXPECT_EQ(plain.digitColor, CColor(245, 132, 0, 255));
+  EXPECT_EQ(ReadDigitColor(night, classic), CColor(245, 132, 0, 255));
 
   Text("Skins/Night/Large/skin_config.ini",
        "[XY_Alter]\ntitle_x=1.3\ntitle_y=-0.5\npreset_text_width=10\npreset_L_y=1e300\n"
@@ -134,7 +134,7 @@ TEST_F(SkinTest, TheLayoutFileMovesElementsByPercents) {
   EXPECT_STREQ(moved.presetText.font->getName(), "Serif");
   EXPECT_EQ(moved.presetText.font->getStyle(), kNormalFace);
   EXPECT_EQ(moved.presetText.color.alpha, 255);
-  EXPECT_EQ(moved.digitColor, CColor(1, 132, 8, 255));
+  EXPECT_EQ(ReadDigitColor(night, classic), CColor(1, 132, 8, 255));
 }
 
 }  // namespace
