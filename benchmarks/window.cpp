@@ -13,15 +13,16 @@ namespace halveron::benchmarks {
 
 namespace {
 
-constexpr int kCables = 120;
+constexpr std::size_t kManyCables = 120;
+constexpr std::size_t kUsualCables = 40;  // of a demo patch
 
 /// Every module that can be made, again and again until the rows in sight are full, with cables
 /// from outputs to inputs across all of them.
 class FullRack {
  public:
-  FullRack() : window_(rig_.Rack().OpenViews()) {
+  explicit FullRack(std::size_t cables) : window_(rig_.Rack().OpenViews()) {
     FillRows();
-    Patch();
+    Patch(cables);
   }
   ~FullRack() { rig_.Rack().CloseWindow(); }
 
@@ -53,7 +54,7 @@ class FullRack {
     }
   }
 
-  void Patch() {
+  void Patch(std::size_t cables) {
     std::vector<PatchPoint*> outputs;
     std::vector<PatchPoint*> inputs;
     for (Module* module : rig_.Rack().modules[0]) {
@@ -63,7 +64,7 @@ class FullRack {
         (point->type == kOutputPoint ? outputs : inputs).push_back(point);
       }
     }
-    for (std::size_t i = 0; i < kCables && i < inputs.size(); ++i) {
+    for (std::size_t i = 0; i < cables && i < inputs.size(); ++i) {
       const std::size_t far = i * 37 % outputs.size();
       rig_.Rack().ConnectCable(outputs[far], inputs[i], 1 + static_cast<int>(i % kCableColours),
                                -1);
@@ -86,8 +87,8 @@ void Measure(benchmark::State& state, F&& call) {
   state.counters[kMilliseconds] = Median(times) * 1e3;
 }
 
-void MeasureMoving(benchmark::State& state) {
-  FullRack rack;
+void MeasureMoving(benchmark::State& state, std::size_t cables) {
+  FullRack rack(cables);
   Measure(state, [&] {
     rack.Move();
     rack.Draw();
@@ -95,13 +96,13 @@ void MeasureMoving(benchmark::State& state) {
 }
 
 void MeasureAtRest(benchmark::State& state) {
-  FullRack rack;
+  FullRack rack(kManyCables);
   for (int i = 0; i <= SynRack::kMovingPaints; ++i) rack.Draw();
   Measure(state, [&] { rack.Draw(); });
 }
 
 void MeasureIdle(benchmark::State& state) {
-  FullRack rack;
+  FullRack rack(kManyCables);
   for (int i = 0; i <= SynRack::kMovingPaints; ++i) rack.Draw();
   Measure(state, [&] { rack.Frame().idle(); });
 }
@@ -109,11 +110,15 @@ void MeasureIdle(benchmark::State& state) {
 }  // namespace
 
 void RegisterWindow() {
-  const auto add = [](const char* name, void (*measure)(benchmark::State&)) {
+  const auto add = [](const char* name, auto&& measure) {
     benchmark::RegisterBenchmark(name, measure)->UseManualTime()->MinTime(kMeasuringTime);
   };
-  add("window/frame with moving cables", MeasureMoving);
-  add("window/frame at rest", MeasureAtRest);
+  const auto moving = [](std::size_t cables) {
+    return [cables](benchmark::State& state) { MeasureMoving(state, cables); };
+  };
+  add("window/frame with 040 moving cables", moving(kUsualCables));
+  add("window/frame with 120 moving cables", moving(kManyCables));
+  add("window/frame with 120 cables at rest", MeasureAtRest);
   add("window/idle call", MeasureIdle);
 }
 

@@ -162,12 +162,12 @@ bool SynRack::IsInSight(const Module& module) const {
 
 void SynRack::MoveModule(Module& module, const CPoint& corner) {
   if (module.getViewSize().getTopLeft() == corner) return;
-  InvalidateCablesOf(module);
+  const CRect before = ReachOf(module);
   const CRect place = CRect(module.getViewSize()).moveTo(corner);
-  module.setViewSize(place);
+  module.setViewSize(place, false);
   module.setMouseableArea(place);
-  InvalidateCablesOf(module);
-  redrawFrames_ = kMovingPaints;
+  // As one: cables cross each other, and what lies in several rectangles is painted as often.
+  Invalidate(ReachOf(module).unite(before));
 }
 
 void SynRack::RaiseModule(Module& module) {
@@ -220,13 +220,15 @@ CRect SynRack::GetDraggedCableRect() const {
 
 void SynRack::InvalidateCable(const Cable& cable) { Invalidate(GetCableRect(cable)); }
 
-void SynRack::InvalidateCablesOf(const Module& module) {
+CRect SynRack::ReachOf(const Module& module) const {
+  CRect reach = module.getViewSize();
   for (const Cable* cable = rack_.cableList.head; cable; cable = cable->next) {
     if (cable->voiceTag != 0) continue;
     if (cable->destination->Owner() == &module || cable->origin->Owner() == &module) {
-      InvalidateCable(*cable);
+      reach.unite(GetCableRect(*cable));
     }
   }
+  return reach;
 }
 
 void SynRack::MoveDraggedCable(std::optional<CPoint> mouse) {

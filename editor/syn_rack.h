@@ -74,11 +74,12 @@ class SynRack final : public CViewContainer {
   /// Of the cable that is being dragged; empty without one.
   CRect GetDraggedCableRect() const;
   void InvalidateCable(const Cable& cable);
-  void InvalidateCablesOf(const Module& module);
   /// The loose end of the cable that is being dragged; nothing ends the drag on screen.
   void MoveDraggedCable(std::optional<CPoint> mouse);
 
  private:
+  /// What a module and its cables take.
+  CRect ReachOf(const Module& module) const;
   void DrawCables(CDrawContext& context, const CRect& area) const;
   void DrawPlug(CDrawContext& context, CBitmap& image, const CPoint& at) const;
   void BuildCableLayer();

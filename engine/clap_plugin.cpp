@@ -90,7 +90,10 @@ bool ReadAll(const clap_istream_t& stream, std::vector<std::byte>& bytes) {
 
 ClapPluginInstance::ClapPluginInstance(const clap_plugin_descriptor_t& descriptor,
                                        const clap_host_t* host)
-    : host_(host), engine_(nullptr, HostKind::kClap, UserFiles::kUse), input_(engine_, notes_), window_(host) {
+    : host_(host),
+      engine_(nullptr, HostKind::kClap, UserFiles::kUse),
+      input_(engine_, notes_),
+      window_(host) {
   record.desc = &descriptor;
   record.plugin_data = this;
 }

@@ -73,7 +73,7 @@ Halveron::~Halveron() {
 }
 
 void Halveron::open() {
-  if (isOpen_) return;
+  if (isOpen_ || !rack_) return;
   isOpen_ = true;
   if (instanceCount.fetch_add(1) == 0) SetUpProcess(rack_->skin);
 }
