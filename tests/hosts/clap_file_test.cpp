@@ -3,12 +3,15 @@
 
 #include <clocale>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <numeric>
 #include <random>
 
 #include "tests/hosts/clap_host.h"
 #include "tests/hosts/plugin_file.h"
 #include "tests/hosts/racks.h"
+#include "tests/hosts/test_home.h"
 
 namespace halveron::testing {
 namespace {
@@ -410,6 +413,25 @@ TEST_F(ClapFileTest, ParametersAreSetInAndOutsideOfBlocks) {
   EXPECT_EQ(valueOf(100), 0.875);
   host.Process(64, {ClapEvent::ParamMod(0, 100, 0.0), ClapEvent::ParamMod(0, 100, 0.1, 55)});
   EXPECT_EQ(valueOf(100), 0.75);
+}
+
+TEST_F(ClapFileTest, UsersChoiceOfSampleAccurateAutomationCounts) {
+  for (const bool accurate : {false, true}) {
+    {
+      const ClapHost first(file_.Factory());  // makes the user's folder
+      std::ofstream(TestDataFile("Config.ini"))
+          << "[Options]\nsample_accurate=" << (accurate ? 1 : 0) << "\n";
+    }
+    ClapHost host(file_.Factory());
+    ASSERT_TRUE(host.Load(StateOf(kFourVoices)));
+    host.Activate(48000, 64);
+    host.Input(0).assign(64, 1.0f);
+    host.Process(64);
+    host.Process(64, {ClapEvent::ParamValue(32, 100, 1.0)});
+    EXPECT_EQ(host.Output(0)[31] == 0.0f, accurate);
+    EXPECT_EQ(host.Output(0)[32] == 1.0f, accurate);
+  }
+  std::filesystem::remove(TestDataFile("Config.ini"));
 }
 
 TEST_F(ClapFileTest, OneInstancePlaysOnWhileOthersComeAndGo) {
