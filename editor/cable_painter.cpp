@@ -87,7 +87,7 @@ CRect CablePainter::BoundsOf(const CPoint& from, const CPoint& to) const {
 void CablePainter::Draw(CDrawContext& context, const CPoint& from, const CPoint& to,
                         int colour) const {
   const DrawStateScope scope(context);
-  context.setDrawMode(style.isLite ? kCopyMode : kAntialias);
+  context.setDrawMode(style.isLite ? kCopyMode : kQuickAntialias);
   if (style.isLite) {
     DrawLite(context, from, to, colour);
     return;

@@ -5,6 +5,7 @@
 
 #include "gui/draw_context.h"
 #include "gui/frame.h"
+#include "gui/text_button.h"
 #include "gui/text_edit.h"
 #include "gui/theme.h"
 
@@ -21,51 +22,6 @@ constexpr CCoord kFieldHeight = 26;
 constexpr CCoord kButtonWidth = 96;
 constexpr CCoord kButtonHeight = 28;
 constexpr std::size_t kMostFieldBytes = 4000;
-
-class DialogButton final : public CControl {
- public:
-  DialogButton(const CRect& size, CControlListener* listener, int tag, std::string caption,
-               double scale)
-      : CControl(size, listener, tag), caption_(std::move(caption)), scale_(scale) {}
-
-  CMouseEventResult onMouseDown(CPoint& /*where*/, const CButtonState& buttons) override {
-    if (!buttons.isLeftButton()) return kMouseEventNotHandled;
-    Show(true);
-    return kMouseEventHandled;
-  }
-  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override {
-    if (!buttons.isLeftButton()) return kMouseEventNotHandled;
-    Show(viewSize.pointInside(where));
-    return kMouseEventHandled;
-  }
-  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& /*buttons*/) override {
-    const SharedPointer<DialogButton> alive(this);
-    Show(false);
-    if (viewSize.pointInside(where)) valueChanged();
-    return kMouseEventHandled;
-  }
-
- protected:
-  void drawPlain(CDrawContext& context) override {
-    context.setFillColor(oldValue == getMax() ? theme::kButtonDown : theme::kButton);
-    context.setFrameColor(theme::kFieldEdge);
-    context.setLineWidth(1);
-    context.drawRoundRect(viewSize, theme::Scaled(theme::kCornerRadius, scale_),
-                          kDrawFilledAndStroked);
-    context.setFont(theme::Font(scale_));
-    context.setFontColor(theme::kText);
-    context.drawString(caption_, viewSize);
-  }
-
- private:
-  void Show(bool down) {
-    setValue(down ? getMax() : getMin());
-    if (isDirty()) invalid();
-  }
-
-  std::string caption_;
-  double scale_;
-};
 
 CTextLabel* MakeLabel(const CRect& place, const std::string& text, double scale, int style) {
   auto* label = new CTextLabel(place, text.c_str(), nullptr, kNoFrame);
@@ -174,9 +130,15 @@ CCoord DialogWindow::AddButtons(CCoord top, double scale) {
   const auto count = static_cast<CCoord>(request_.buttons.size());
   CCoord left = theme::Scaled((getWidth() - count * width - (count - 1) * gap) / 2, 1);
   top += gap;
-  for (std::size_t i = 0; i < request_.buttons.size(); ++i) {
-    addView(new DialogButton(CRect(left, top, left + width, top + height), this,
-                             static_cast<int>(i), request_.buttons[i], scale));
+  int number = 0;
+  for (const std::string& caption : request_.buttons) {
+    auto* button =
+        new CTextButton(CRect(left, top, left + width, top + height), nullptr, 0, caption.c_str());
+    button->setFont(theme::Font(scale));
+    button->setProminent(number == 0);
+    button->onPressed = [this, number] { Press(number); };
+    ++number;
+    addView(button);
     left += width + gap;
   }
   return top + height;
@@ -221,8 +183,6 @@ bool DialogWindow::onKeyDown(const CKeyEvent& event) {
   }
   return true;
 }
-
-void DialogWindow::valueChanged(CControl* control) { Press(control->getTag()); }
 
 void DialogWindow::Press(int button) {
   const SharedPointer<DialogWindow> alive(this);

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "gui/control.h"
 #include "gui/view_container.h"
 
 namespace halveron {
@@ -41,7 +40,7 @@ struct DialogRequest {
 
 /// One view on the frame, hidden until it is needed. Return presses the first button, Escape the
 /// last.
-class DialogWindow final : public CViewContainer, private CControlListener {
+class DialogWindow final : public CViewContainer {
  public:
   DialogWindow();
   ~DialogWindow() override;
@@ -59,12 +58,12 @@ class DialogWindow final : public CViewContainer, private CControlListener {
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   bool onKeyDown(const CKeyEvent& event) override;
+  void cancelModal() override { CloseDialog(); }
 
   /// What a press of a button does.
   void Press(int button);
 
  private:
-  void valueChanged(CControl* control) override;
   void LayOut(double scale);
   CCoord AddTexts(CCoord top, double scale);
   CCoord AddFields(CCoord top, double scale);

@@ -153,9 +153,13 @@ MainMenu::Menu MainMenu::MakePolyphony() const {
 
 MainMenu::Menu MainMenu::MakeSkin() const {
   Menu menu = SynOptionMenu::Make();
-  for (const SkinEntry& skin : editor_.skin.Entries()) {
+  // The marks are those of the choice, which is worn only when all instances were closed.
+  const SkinChoice choice(editor_.folders, editor_.options);
+  int index = 0;
+  for (const SkinEntry& skin : choice.Entries()) {
     Menu sizes = SynOptionMenu::Make();
-    const bool isChosen = editor_.options.skin.Get() == skin.name;
+    const bool isChosen = choice.Chosen() == index++;
+    int sizeIndex = 0;
     for (const std::string& size : skin.sizes) {
       const auto choose = [&editor = editor_, name = skin.name, size] {
         editor.options.skin.Set(name);
@@ -164,7 +168,8 @@ MainMenu::Menu MainMenu::MakeSkin() const {
                            "Please close all instances of Halveron for the changes to take effect",
                            400});
       };
-      sizes->AddChecked(size, isChosen && editor_.options.skinSize.Get() == size, choose);
+      sizes->AddChecked(size, isChosen && choice.ChosenSize() == sizeIndex, choose);
+      ++sizeIndex;
     }
     menu->AddSubmenu(skin.name, sizes);
     menu->checkEntry(menu->getNbEntries() - 1, isChosen);

@@ -70,6 +70,7 @@ void PresetLibrary::Empty() {
   presetMenu_->removeAllEntry();
   currentPresetMenu_ = presetMenu_.get();
   currentIndex_ = -1;
+  isSelected_ = false;
 }
 
 void PresetLibrary::Refresh() {
@@ -109,20 +110,20 @@ int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& title) {
 }
 
 void PresetLibrary::Select(SynOptionMenu& menu, int index) {
-  MarkPresetChain(false);
+  ClearSelection();
   currentPresetMenu_ = &menu;
   currentIndex_ = index;
+  isSelected_ = true;
   MarkPresetChain(true);
 }
 
 void PresetLibrary::ClearSelection() {
-  MarkPresetChain(false);
-  currentIndex_ = -1;
+  if (isSelected_) MarkPresetChain(false);
+  isSelected_ = false;
 }
 
 void PresetLibrary::MarkPresetChain(bool state) {
   int index = currentIndex_;
-  if (index < 0) return;
   for (SynOptionMenu* menu = currentPresetMenu_; menu; menu = menu->parentMenu) {
     menu->checkEntry(index, state);
     index = menu->parentIndex;
@@ -153,11 +154,16 @@ bool PresetLibrary::Step(int direction) {
 }
 
 std::string PresetLibrary::BuildPresetPath(const SynOptionMenu& menu, int index) const {
-  std::string path = menu.TitleAt(index);
+  std::vector<const char*> folders;  // from the deepest
   for (const SynOptionMenu* m = &menu; m->parentMenu; m = m->parentMenu) {
-    path = std::string(m->parentMenu->TitleAt(m->parentIndex)) + "/" + path;
+    folders.push_back(m->parentMenu->TitleAt(m->parentIndex));
   }
-  return presetsFolder_ + path + kPresetExtension;
+  std::string path = presetsFolder_;
+  while (!folders.empty()) {
+    path.append(folders.back()).append("/");
+    folders.pop_back();
+  }
+  return path.append(menu.TitleAt(index)).append(kPresetExtension);
 }
 
 bool PresetLibrary::SelectPreset(const std::string& path, bool add) {

@@ -35,9 +35,10 @@ class PresetLibrary {
   /// Selects the preset of a path; with `add`, one that the library lacks joins it. False if the
   /// path is not in the library's folder, or not known and not to be added.
   bool SelectPreset(const std::string& path, bool add);
+  /// Selects nothing; the next step goes on from where the last selection was.
   void ClearSelection();
 
-  bool HasSelection() const { return currentIndex_ >= 0; }
+  bool HasSelection() const { return isSelected_; }
   /// Of the selected preset.
   std::string CurrentPath() const { return BuildPresetPath(*currentPresetMenu_, currentIndex_); }
   std::string CurrentTitle() const { return currentPresetMenu_->TitleAt(currentIndex_); }
@@ -57,7 +58,8 @@ class PresetLibrary {
   std::string presetsFolder_;
   SharedPointer<SynOptionMenu> presetMenu_ = SynOptionMenu::Make();
   SynOptionMenu* currentPresetMenu_ = presetMenu_.get();  // holds the selected preset
-  int currentIndex_ = -1;
+  int currentIndex_ = -1;                                 // where the next step begins
+  bool isSelected_ = false;
   bool isRead_ = false;
 };
 

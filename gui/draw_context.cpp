@@ -95,7 +95,9 @@ void CDrawContext::setFont(CFontDesc* font) { state.font = font; }
 
 void CDrawContext::setDrawMode(CDrawMode mode) {
   state.mode = mode;
-  cairo_set_antialias(cairo, mode == kAntialias ? CAIRO_ANTIALIAS_DEFAULT : CAIRO_ANTIALIAS_NONE);
+  cairo_set_antialias(cairo, mode == kAntialias        ? CAIRO_ANTIALIAS_DEFAULT
+                             : mode == kQuickAntialias ? CAIRO_ANTIALIAS_FAST
+                                                       : CAIRO_ANTIALIAS_NONE);
 }
 
 void CDrawContext::takeColor(const CColor& color) {

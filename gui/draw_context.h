@@ -17,7 +17,7 @@ namespace halveron {
 
 class CBitmap;
 
-enum CDrawMode : int { kCopyMode = 0, kAntialias = 1 };
+enum CDrawMode : int { kCopyMode = 0, kAntialias = 1, kQuickAntialias = 2 };
 enum CHoriTxtAlign : int { kLeftText = 0, kCenterText, kRightText };
 enum CVertTxtAlign : int { kTopText = 0, kMiddleText, kBottomText };
 enum CDrawStyle : int { kDrawStroked = 0, kDrawFilled, kDrawFilledAndStroked };
@@ -66,7 +66,8 @@ class CDrawContext {
   /// Multiplies the alpha of all that follows; 0 to 1.
   void setGlobalAlpha(float alpha) { state.alpha = alpha; }
   float getGlobalAlpha() const { return state.alpha; }
-  /// kAntialias, or kCopyMode for hard pixel edges.
+  /// kAntialias; kQuickAntialias for edges of fewer shades, which are much of the work of long
+  /// curves; or kCopyMode for hard pixel edges.
   void setDrawMode(CDrawMode mode);
   CDrawMode getDrawMode() const { return state.mode; }
 

@@ -31,6 +31,8 @@ CFrame::CFrame(const CRect& size)
 }
 
 CFrame::~CFrame() {
+  // Nobody may be left to hear what was typed.
+  focusView = nullptr;
   close();
   closedWindow.reset();
   // The children still ask their frame to forget them, so they go while it is one.

@@ -112,13 +112,14 @@ bool COptionMenu::setEntryEnabled(int index, bool enabled) {
 
 COptionMenu* COptionMenu::getLastItemMenu(int& index) const {
   index = lastResult;
-  return lastMenu;
+  if (lastResult < 0) return nullptr;
+  return lastSubmenu ? lastSubmenu.get() : const_cast<COptionMenu*>(this);
 }
 
 bool COptionMenu::popup(CFrame* root, const CPoint& where, ClosedCallback closed) {
   if (!root || popupView || items.empty()) return false;
   onClosed = std::move(closed);
-  lastMenu = nullptr;
+  lastSubmenu = nullptr;
   lastResult = -1;
   popupView = new MenuPopup(this, root, where, getFrame() ? getWidth() : 0);
   root->addView(popupView);
@@ -139,7 +140,7 @@ void COptionMenu::choose(int index) {
 void COptionMenu::popupClosed(COptionMenu* holder, int index) {
   popupView = nullptr;
   const ClosedCallback callback = std::exchange(onClosed, {});
-  lastMenu = holder;
+  lastSubmenu = holder == this ? nullptr : holder;
   lastResult = index;
   if (holder) {
     // A submenu seldom has a listener of its own; the menu that was popped up then speaks for it.

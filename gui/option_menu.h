@@ -142,7 +142,7 @@ class COptionMenu : public CParamDisplay {
   std::vector<CMenuItem*> items;
   MenuPopup* popupView = nullptr;
   ClosedCallback onClosed;
-  SharedPointer<COptionMenu> lastMenu;
+  SharedPointer<COptionMenu> lastSubmenu;  // null for this menu itself, which must not hold itself
   int lastResult = -1;
 };
 

@@ -258,7 +258,11 @@ bool Window::Create(void* parent, const char* title, std::string& error) {
   const int height = static_cast<int>(frame_.getHeight());
   puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
   FixSize(width, height);
-  if (parent) puglSetParentWindow(view_, parentId);
+  if (parent && platform::HolderWindow::IsNeededIn({display, parentId})) {
+    holder_ = std::make_unique<platform::HolderWindow>(platform::X11Window{display, parentId},
+                                                       width, height);
+  }
+  if (parent) puglSetParentWindow(view_, holder_ ? holder_->Id() : parentId);
   if (title) puglSetWindowTitle(view_, title);
   if (puglRealize(view_) != PUGL_SUCCESS || errors.HasFailed()) {
     error = "the display refuses the window";
@@ -286,6 +290,7 @@ Window::~Window() {
   drops_.reset();
   surface_.reset();
   if (view_) puglFreeView(view_);
+  holder_.reset();
   puglFreeWorld(world_);
 }
 
@@ -325,6 +330,7 @@ void Window::FixSize(int width, int height) {
 void Window::SetSize(int width, int height) {
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
   FixSize(width, height);
+  if (holder_) holder_->Resize(width, height);
   puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
   picture_ = std::make_unique<COffscreenContext>(width, height);
   surface_->Resize(width, height);

@@ -63,6 +63,7 @@ class Window {
   bool isEmbedded_;
   PuglWorldImpl* world_ = nullptr;
   PuglViewImpl* view_ = nullptr;
+  std::unique_ptr<platform::HolderWindow> holder_;  // null unless the parent needs one
   std::unique_ptr<COffscreenContext> picture_;
   std::unique_ptr<platform::WindowSurface> surface_;
   std::unique_ptr<platform::FileDropTarget> drops_;

@@ -2,10 +2,9 @@
 
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
-
-extern char** environ;
 
 namespace halveron::platform {
 

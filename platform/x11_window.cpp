@@ -73,6 +73,37 @@ bool WindowExists(void* display, std::uintptr_t id) {
   return id != 0 && GetWindowSize({display, id}, width, height);
 }
 
+HolderWindow::HolderWindow(X11Window parent, int width, int height)
+    : window_{parent.display, 0}, colours_(None) {
+  Display* display = DisplayOf(parent);
+  const int screen = DefaultScreen(display);
+  Visual* visual = DefaultVisual(display, screen);
+  XSetWindowAttributes attributes{};
+  // The border has to be told, too: by default it is the parent's, of the wrong kind.
+  attributes.border_pixel = 0;
+  attributes.colormap = colours_ = XCreateColormap(display, parent.id, visual, AllocNone);
+  window_.id = XCreateWindow(display, parent.id, 0, 0, static_cast<unsigned>(width),
+                             static_cast<unsigned>(height), 0, DefaultDepth(display, screen),
+                             InputOutput, visual, CWBorderPixel | CWColormap, &attributes);
+  XMapWindow(display, window_.id);
+}
+
+HolderWindow::~HolderWindow() {
+  XDestroyWindow(DisplayOf(window_), window_.id);
+  XFreeColormap(DisplayOf(window_), colours_);
+}
+
+bool HolderWindow::IsNeededIn(X11Window parent) {
+  XWindowAttributes attributes{};
+  if (!XGetWindowAttributes(DisplayOf(parent), parent.id, &attributes)) return false;
+  return attributes.depth != DefaultDepth(DisplayOf(parent), DefaultScreen(DisplayOf(parent)));
+}
+
+void HolderWindow::Resize(int width, int height) {
+  XResizeWindow(DisplayOf(window_), window_.id, static_cast<unsigned>(width),
+                static_cast<unsigned>(height));
+}
+
 void SetKeysWanted(X11Window window, bool wanted) {
   XWindowAttributes attributes{};
   if (!XGetWindowAttributes(DisplayOf(window), window.id, &attributes)) return;
@@ -112,19 +143,38 @@ WindowSurface::WindowSurface(X11Window window, int width, int height) : window_(
       cairo_xlib_surface_create(DisplayOf(window), window.id, attributes.visual, width, height);
 }
 
-WindowSurface::~WindowSurface() { cairo_surface_destroy(surface_); }
+WindowSurface::~WindowSurface() {
+  // Copies that the server has not confirmed are forgotten, and leak, unless they are looked
+  // through once more, as happens when room for another picture is taken.
+  XSync(DisplayOf(window_), False);
+  constexpr int kLargeEnough = 256;
+  cairo_surface_destroy(
+      cairo_surface_create_similar_image(surface_, CAIRO_FORMAT_RGB24, kLargeEnough, kLargeEnough));
+  cairo_device_t* device = cairo_device_reference(cairo_surface_get_device(surface_));
+  cairo_surface_destroy(surface_);
+  cairo_device_finish(device);
+  cairo_device_destroy(device);
+}
 
 void WindowSurface::Resize(int width, int height) {
   cairo_xlib_surface_set_size(surface_, width, height);
 }
 
 void WindowSurface::Copy(cairo_surface_t* picture, int x, int y, int width, int height) {
+  // The same pixels without their alpha are laid out as the window's are and go there as they
+  // stand.
+  cairo_surface_flush(picture);
+  cairo_surface_t* opaque = cairo_image_surface_create_for_data(
+      cairo_image_surface_get_data(picture), CAIRO_FORMAT_RGB24,
+      cairo_image_surface_get_width(picture), cairo_image_surface_get_height(picture),
+      cairo_image_surface_get_stride(picture));
   cairo_t* cairo = cairo_create(surface_);
   cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
-  cairo_set_source_surface(cairo, picture, 0, 0);
+  cairo_set_source_surface(cairo, opaque, 0, 0);
   cairo_rectangle(cairo, x, y, width, height);
   cairo_fill(cairo);
   cairo_destroy(cairo);
+  cairo_surface_destroy(opaque);
 }
 
 void WindowSurface::Flush() {

@@ -44,6 +44,26 @@ bool GetWindowSize(X11Window window, int& width, int& height);
 /// True if a window of that id exists at the server of the connection.
 bool WindowExists(void* display, std::uintptr_t id);
 
+/// A window between a parent whose pixels are of another kind than the screen's (with alpha, say)
+/// and a child that can only be of the screen's. It is on the screen as long as the parent is.
+class HolderWindow {
+ public:
+  HolderWindow(X11Window parent, int width, int height);
+  ~HolderWindow();
+  HolderWindow(const HolderWindow&) = delete;
+  HolderWindow& operator=(const HolderWindow&) = delete;
+
+  /// True if a child of the screen's kind cannot stand in the window directly.
+  static bool IsNeededIn(X11Window parent);
+
+  std::uintptr_t Id() const { return window_.id; }
+  void Resize(int width, int height);
+
+ private:
+  X11Window window_;
+  unsigned long colours_;
+};
+
 /// Whether key events come to the window, or pass by to its parent.
 void SetKeysWanted(X11Window window, bool wanted);
 /// Asks for the keyboard, and returns the window that had it before, 0 for none. Nothing happens
@@ -52,7 +72,7 @@ std::uintptr_t TakeKeyboard(X11Window window);
 /// Gives the keyboard to another window, if this one has it and the other one exists.
 void GiveKeyboardBack(X11Window window, std::uintptr_t to);
 
-/// A window's pixels, to copy pictures to.
+/// A window's pixels, to copy pictures to. One at a time for a connection.
 class WindowSurface {
  public:
   /// The size may differ from the window's; what does not fit is cut.
@@ -62,7 +82,7 @@ class WindowSurface {
   WindowSurface& operator=(const WindowSurface&) = delete;
 
   void Resize(int width, int height);
-  /// Copies a rectangle of a picture to the same place of the window.
+  /// Copies a rectangle of a picture, an image with alpha, to the same place of the window.
   void Copy(cairo_surface_t* picture, int x, int y, int width, int height);
   /// Sends what was copied.
   void Flush();

@@ -238,8 +238,9 @@ void PaintWhiteButton(Frame& frame) { PaintRoundButton(frame, Color::Of(0xECEBE6
 /// The cap of a lettered or signed button; returns how far the sign sinks with it.
 double PaintSquareButton(Frame& frame) {
   Canvas& canvas = frame.canvas;
-  const Color& cap = frame.theme.buttonCap;
   const bool pressed = frame.index == 1;
+  // Down is also what a button that is on looks like, so it glows.
+  const Color cap = frame.theme.buttonCap.Towards(frame.theme.digits, pressed ? 0.42 : 0);
   const CRect well(0.8, 0.8, frame.width - 0.8, frame.height - 0.8);
   canvas.RoundRect(well, 2.4);
   canvas.Fill(Color::Of(0x17181A, 0.9));

@@ -105,7 +105,8 @@ void PaintSkins(const std::string& folder) {
       const fs::path target = fs::path(folder) / theme.name / size.name;
       MakeFolder(target);
       for (const auto& [file, plan] : panels) {
-        jobs.emplace_back(target / file, [&] { return PaintPanel(plan, theme); });
+        jobs.emplace_back(target / file,
+                          [&theme, &plan = plan] { return PaintPanel(plan, theme); });
       }
       for (auto&& images : {SharedImages(theme), RackImages(theme)}) {
         for (const ImageJob& image : images) jobs.emplace_back(target / image.file, image.paint);

@@ -88,6 +88,6 @@ struct Size {
 inline constexpr std::array<Size, 3> kSizes{{{"Small", 219}, {"Medium", 291}, {"Large", 437}}};
 
 /// Grid columns of the rack.
-inline constexpr int kRackColumns = 96;
+inline constexpr int kRackColumns = 84;
 
 }  // namespace halveron::skins

@@ -17,18 +17,27 @@ namespace {
 
 constexpr char kClientName[] = "Halveron";
 
-/// Null where there is no MIDI.
+/// On the first of the machine's MIDI systems that has ports, or else the first that answers; null
+/// where there is none.
 template <class Port>
 std::unique_ptr<Port> MakePort() {
   const platform::StandardErrorQuiet quiet;
-  try {
-    // The library would else take the first interface that has ports, or write where nobody reads.
-    auto port = std::make_unique<Port>(RtMidi::UNSPECIFIED, kClientName);
-    port->setErrorCallback([](RtMidiError::Type, const std::string&, void*) {});
-    return port;
-  } catch (const RtMidiError&) {
-    return nullptr;
+  std::vector<RtMidi::Api> systems;
+  RtMidi::getCompiledApi(systems);
+  std::unique_ptr<Port> found;
+  for (const RtMidi::Api system : systems) {
+    try {
+      auto port = std::make_unique<Port>(system, kClientName);
+      // Mistakes are told by the caller; the library would write where nobody reads.
+      port->setErrorCallback([](RtMidiError::Type, const std::string&, void*) {});
+      const bool hasPorts = port->getPortCount() > 0;
+      if (hasPorts || !found) found = std::move(port);
+      if (hasPorts) break;
+    } catch (const RtMidiError&) {
+      // A system that is compiled in need not run.
+    }
   }
+  return found;
 }
 
 std::vector<std::string> NamesOf(RtMidi* port) {

@@ -69,6 +69,16 @@ TEST_F(PresetFolder, StepsThroughAllFoldersAndStopsAtTheEnds) {
   EXPECT_FALSE(menu.isCheckEntry(2));
 }
 
+TEST_F(PresetFolder, StepsOnFromTheLastPlaceWhenNothingIsSelected) {
+  PresetLibrary library(Root());
+  ASSERT_TRUE(library.SelectPreset(PathOf("Bass/Deep.hvp"), false));
+  library.ClearSelection();
+  EXPECT_FALSE(library.HasSelection());
+  EXPECT_FALSE(library.PresetMenu().isCheckEntry(0));
+  EXPECT_TRUE(library.Step(1));
+  EXPECT_EQ(library.CurrentTitle(), "round");
+}
+
 TEST_F(PresetFolder, FindsAndAddsWhatWasSaved) {
   PresetLibrary library(Root());
   EXPECT_TRUE(library.SelectPreset(PathOf("Bass/Deep.hvp"), false));
@@ -159,6 +169,19 @@ TEST_F(PresetFolder, PlaysWhatTheScreenShows) {
   ASSERT_TRUE(editor.LoadChunk(kept));
   EXPECT_EQ(screen.ShownText(), "Deep");
   EXPECT_TRUE(editor.presets.PresetMenu().isCheckEntry(0));
+}
+
+TEST_F(PresetFolder, PlaysAPresetThatIsDroppedOnTheWindow) {
+  testing::WindowRig rig;
+  rig.Add("S310 VCO", 3, 1);
+  ASSERT_TRUE(rig.editor.SavePreset(PathOf("Pad.hvp")));
+  rig.editor.RemoveAllModules();
+  const std::vector<std::string> files = {PathOf("notes.txt"), PathOf("Pad.hvp")};
+  EXPECT_TRUE(rig.frame.onDrop(files, CPoint(500, 300)));
+  EXPECT_EQ(rig.editor.ModuleCount(), 1);
+  EXPECT_EQ(rig.window.Bar().Screen().ShownText(), "Pad");
+  const std::vector<std::string> others = {PathOf("notes.txt")};
+  EXPECT_FALSE(rig.frame.onDrop(others, CPoint(500, 300)));
 }
 
 TEST_F(PresetFolder, SavesNewVersionsBesideTheOld) {

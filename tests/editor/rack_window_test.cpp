@@ -181,6 +181,12 @@ TEST(RackWindow, ResizesForMoreRows) {
   EXPECT_EQ(rig.editor.rows, 5) << "as many as are to be seen";
   EXPECT_EQ(rig.editor.WindowRect(), geometry.WindowRect());
   EXPECT_FALSE(rig.window.Dialog().IsShown()) << "nobody had to be asked";
+
+  // One host says that it resized and does not.
+  rig.rack.host.product = "Steady CuBase 12";
+  rig.editor.commands.ChangeViewableRows(2);
+  ASSERT_TRUE(rig.window.Dialog().IsShown());
+  EXPECT_EQ(rig.window.Dialog().Request().title, "Window Height");
 }
 
 }  // namespace

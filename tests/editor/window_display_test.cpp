@@ -140,7 +140,7 @@ TEST_F(WindowOnDisplay, APatchIsMadeHeardSavedAndLoadedByHand) {
   EXPECT_EQ(Window().Bar().Screen().ShownText(), "by hand");
 
   rack.editor.RemoveAllModules();
-  rack.editor.presets.ClearSelection();
+  rack.editor.presets.Refresh();
   Click(Middle(*Window().Bar().presetNext));
   EXPECT_EQ(rack.editor.ModuleCount(), 2);
   EXPECT_EQ(rack.editor.visibleCableCount, 1);

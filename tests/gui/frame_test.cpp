@@ -257,6 +257,16 @@ TEST_F(TextEditTest, KeepsItsLimitsAndGivesUpOnEscape) {
   EXPECT_STREQ(edit->getText(), "12345678");
 }
 
+TEST_F(TextEditTest, ShowsWhatTheMouseWouldDo) {
+  Move(frame, {50, 20});
+  EXPECT_EQ(frame.getCursor(), kCursorText);
+  Move(frame, {50, 80});
+  EXPECT_EQ(frame.getCursor(), kCursorDefault);
+  Move(frame, {50, 20});
+  frame.removeView(edit);
+  EXPECT_EQ(frame.getCursor(), kCursorDefault);
+}
+
 TEST_F(TextEditTest, SelectsWithTheMouse) {
   const CCoord middle = edit->getViewSize().getCenter().y;
   Press(frame, {100, middle});

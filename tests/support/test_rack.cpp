@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -93,6 +94,10 @@ std::intptr_t TestRack::Answer(std::int32_t opcode, std::int32_t index, void* pt
       return reinterpret_cast<std::intptr_t>(&timeInfo_);
     case audioMasterProcessEvents:
       if (host.keepsSentEvents) TakeEvents(static_cast<const VstEvents*>(ptr));
+      return 1;
+    case audioMasterGetProductString:
+      if (host.product.empty()) return 0;
+      std::snprintf(static_cast<char*>(ptr), kVstMaxProductStrLen, "%s", host.product.c_str());
       return 1;
     default:
       return 0;

@@ -211,12 +211,21 @@ void TestDisplay::TypeText(const std::string& text) {
   }
 }
 
-TestDisplay::WindowId TestDisplay::MakeWindow(int x, int y, int width, int height) {
-  const Window window =
-      XCreateSimpleWindow(state_->display, state_->Root(), x, y, static_cast<unsigned>(width),
-                          static_cast<unsigned>(height), 0, 0, 0);
-  XMapWindow(state_->display, window);
-  XSync(state_->display, False);
+TestDisplay::WindowId TestDisplay::MakeWindow(int x, int y, int width, int height, bool hasAlpha) {
+  Display* display = state_->display;
+  const int screen = DefaultScreen(display);
+  XVisualInfo kind{};
+  if (!XMatchVisualInfo(display, screen, hasAlpha ? 32 : DefaultDepth(display, screen), TrueColor,
+                        &kind)) {
+    return 0;
+  }
+  XSetWindowAttributes attributes{};
+  attributes.colormap = XCreateColormap(display, state_->Root(), kind.visual, AllocNone);
+  const Window window = XCreateWindow(
+      display, state_->Root(), x, y, static_cast<unsigned>(width), static_cast<unsigned>(height), 0,
+      kind.depth, InputOutput, kind.visual, CWBackPixel | CWBorderPixel | CWColormap, &attributes);
+  XMapWindow(display, window);
+  XSync(display, False);
   return window;
 }
 

@@ -36,7 +36,9 @@ class TestDisplay {
   void TypeText(const std::string& text);
 
   /// A window of the kind that a host makes for a plug-in, on the screen when the call returns.
-  WindowId MakeWindow(int x, int y, int width, int height);
+  /// With alpha it has a channel for that, as the windows of some hosts do; 0 if there are none
+  /// such.
+  WindowId MakeWindow(int x, int y, int width, int height, bool hasAlpha = false);
   void DestroyWindow(WindowId window);
   /// True if the window is there, with its place and size if these are wanted.
   bool GetGeometry(WindowId window, int* x = nullptr, int* y = nullptr, int* width = nullptr,

@@ -1,0 +1,93 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <sstream>
+
+#include "app/run_command.h"
+#include "framework/shared_bitmaps.h"
+#include "framework/signal.h"
+#include "gui/bitmap.h"
+#include "platform/whole_file.h"
+
+namespace halveron {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ScreenshotTest : public ::testing::Test {
+ protected:
+  ScreenshotTest() : folder_(fs::path(::testing::TempDir()) / "halveron_screenshot") {
+    fs::create_directories(folder_);
+  }
+  ~ScreenshotTest() override {
+    fs::remove_all(folder_);
+    skinPath.clear();
+    skinFallbackPath.clear();
+  }
+
+  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+
+  int Run(std::vector<std::string> words) {
+    words.insert(words.begin(), {"halveron", "screenshot"});
+    std::vector<const char*> argv;
+    for (const std::string& word : words) argv.push_back(word.c_str());
+    out_.str("");
+    err_.str("");
+    return RunCommand(static_cast<int>(argv.size()), argv.data(), out_, err_);
+  }
+
+  static CPoint SizeOf(const std::string& path) {
+    const auto image = SharedPointer<CBitmap>::Adopt(new CBitmap(path));
+    return CPoint(image->getWidth(), image->getHeight());
+  }
+
+  const std::string patch_ = std::string(HALVERON_SOURCE_DIR) + "/patches/pad.json";
+  fs::path folder_;
+  std::ostringstream out_, err_;
+};
+
+TEST_F(ScreenshotTest, ShowsTheRowsOfThePatchInEachSkinAndTheSameEachTime) {
+  ASSERT_EQ(Run({patch_, "-o", Path("a.png")}), 0) << err_.str();
+  ASSERT_EQ(Run({patch_, "-o", Path("b.png"), "--size", "Medium"}), 0) << err_.str();
+  EXPECT_EQ(platform::ReadWholeFile(Path("a.png")), platform::ReadWholeFile(Path("b.png")));
+  ASSERT_EQ(Run({patch_, "-o", Path("night.png"), "--skin", "Night"}), 0) << err_.str();
+  EXPECT_NE(platform::ReadWholeFile(Path("a.png")), platform::ReadWholeFile(Path("night.png")));
+  EXPECT_EQ(SizeOf(Path("a.png")), SizeOf(Path("night.png")));
+  ASSERT_EQ(Run({patch_, "-o", Path("three.png"), "--rows", "3"}), 0) << err_.str();
+  EXPECT_EQ(SizeOf(Path("three.png")).y - SizeOf(Path("a.png")).y, 291) << "the patch has two";
+  ASSERT_EQ(Run({patch_, "-o", Path("menu.png"), "--menu", "modules"}), 0) << err_.str();
+  EXPECT_NE(platform::ReadWholeFile(Path("a.png")), platform::ReadWholeFile(Path("menu.png")));
+  ASSERT_EQ(Run({patch_, "-o", Path("large.png"), "--size", "Large"}), 0) << err_.str();
+  EXPECT_GT(SizeOf(Path("large.png")).x, 1.4 * SizeOf(Path("a.png")).x);
+  EXPECT_EQ(panelHeight, kReferencePanelHeight) << "the last instance put the metrics back";
+}
+
+TEST_F(ScreenshotTest, MisuseIsToldInOneLineAndWritesNothing) {
+  struct Case {
+    std::vector<std::string> words;
+    const char* told;
+  };
+  const std::string picture = Path("none.png");
+  const Case cases[] = {
+      {{patch_}, "-o"},
+      {{patch_, "-o", picture, "--skin", "nigth"}, "did you mean \"Night\""},
+      {{patch_, "-o", picture, "--size", "Larg"}, "did you mean \"Large\""},
+      {{patch_, "-o", picture, "--rows", "1"}, "--rows"},
+      {{patch_, "-o", picture, "--menu", "file"}, "--menu"},
+      {{"patch.txt", "-o", picture}, "name a preset"},
+      {{Path("absent.json"), "-o", picture}, "absent.json"},
+      {{patch_, "-o", Path("no/folder.png")}, "cannot be written"},
+      {{patch_, "-o", picture, "--rosw", "3"}, "--rows"},
+  };
+  for (const Case& each : cases) {
+    EXPECT_EQ(Run(each.words), kExitMisuse);
+    const std::string told = err_.str();
+    EXPECT_NE(told.find(each.told), std::string::npos) << told;
+    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+    EXPECT_FALSE(fs::exists(picture));
+  }
+}
+
+}  // namespace
+}  // namespace halveron
