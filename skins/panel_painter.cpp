@@ -157,6 +157,7 @@ void PanelPainter::PaintAround(const Part& part) {
     case PartKind::kOutput:
     case PartKind::kSwitch:
     case PartKind::kButton:
+    case PartKind::kText:
       break;
     case PartKind::kLamp:
       PaintUnlitLamp(canvas_, part.rect);

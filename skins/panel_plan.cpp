@@ -64,7 +64,7 @@ PartKind KindOf(const CView& view) {
     return PartKind::kButton;
   }
   if (dynamic_cast<const CMovieBitmap*>(&view)) return PartKind::kLamp;
-  return PartKind::kWindow;
+  return view.getTransparency() ? PartKind::kText : PartKind::kWindow;
 }
 
 /// "Clip LED 2" says on the panel no more than "Clip".
@@ -116,7 +116,9 @@ std::vector<Part> PartsOf(const Module& module) {
     if (entry.part.kind == PartKind::kSteppedKnob) {
       entry.part.steps = static_cast<const ModuleKnob*>(view)->getNumSubPixmaps();
     }
-    if (entry.part.kind == PartKind::kWindow && !(control && control->caption)) entry.caption = "";
+    const bool showsText =
+        entry.part.kind == PartKind::kWindow || entry.part.kind == PartKind::kText;
+    if (showsText && !(control && control->caption)) entry.caption = "";
     if (entry.part.kind != PartKind::kLamp) otherCaptions.insert(entry.caption);
     named.push_back(std::move(entry));
   }

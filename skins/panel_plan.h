@@ -24,7 +24,8 @@ enum class PartKind {
   kInput,
   kOutput,
   kEither,
-  kWindow
+  kWindow,  ///< a display, which the panel recedes behind
+  kText,    ///< a transparent view, which stands on the panel as it is
 };
 
 inline bool IsJack(PartKind kind) {

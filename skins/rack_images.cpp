@@ -314,8 +314,8 @@ Canvas PaintAbout(const Theme& theme) {
     cairo_move_to(canvas.Cairo(), x, 10 + 9.0 * i);
     cairo_curve_to(canvas.Cairo(), x + 60, 170 + 14.0 * i, kAboutSize.x - 140 + 12.0 * i,
                    190 - 9.0 * i, kAboutSize.x - 150 + 28.0 * i, 22 + 11.0 * (4 - i));
-    canvas.Stroke(color.Darker(0.45).Faded(0.35), 6);
-    canvas.Stroke(color.Faded(0.30), 3);
+    canvas.Stroke(color.Darker(0.45).Faded(0.30), 6);
+    canvas.Stroke(color.Faded(0.18), 3);
   }
   return canvas;
 }

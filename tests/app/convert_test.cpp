@@ -9,6 +9,7 @@
 #include "editor/module_catalogue.h"
 #include "platform/file_error.h"
 #include "platform/whole_file.h"
+#include "tests/support/song_file.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -18,13 +19,7 @@ namespace fs = std::filesystem;
 
 class ConvertTest : public ::testing::Test {
  protected:
-  ConvertTest() : folder_(fs::path(::testing::TempDir()) / "halveron_convert") {
-    fs::remove_all(folder_);
-    fs::create_directories(folder_);
-  }
-  ~ConvertTest() override { fs::remove_all(folder_); }
-
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_.At(name); }
 
   int Run(const std::vector<std::string>& words) {
     std::vector<const char*> argv{"halveron"};
@@ -51,7 +46,7 @@ class ConvertTest : public ::testing::Test {
     EXPECT_TRUE(inA == a.end() && inB == b.end()) << "at byte " << inA - a.begin();
   }
 
-  fs::path folder_;
+  const ScratchFolder folder_;
   std::ostringstream out_, err_;
 };
 
@@ -137,7 +132,7 @@ TEST_F(ConvertTest, MisuseTellsFileAndCauseAndLeavesNothing) {
     const std::string line = err_.str();
     EXPECT_NE(line.find(misuse.told), std::string::npos) << line;
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder_), {}), 1) << line;
+    EXPECT_EQ(folder_.Names().size(), 1u) << line;
   }
 }
 

@@ -9,6 +9,7 @@
 #include "framework/signal.h"
 #include "gui/bitmap.h"
 #include "platform/whole_file.h"
+#include "tests/support/song_file.h"
 
 namespace halveron {
 namespace {
@@ -17,16 +18,12 @@ namespace fs = std::filesystem;
 
 class ScreenshotTest : public ::testing::Test {
  protected:
-  ScreenshotTest() : folder_(fs::path(::testing::TempDir()) / "halveron_screenshot") {
-    fs::create_directories(folder_);
-  }
   ~ScreenshotTest() override {
-    fs::remove_all(folder_);
     skinPath.clear();
     skinFallbackPath.clear();
   }
 
-  std::string Path(const std::string& name) const { return (folder_ / name).string(); }
+  std::string Path(const std::string& name) const { return folder_.At(name); }
 
   int Run(std::vector<std::string> words) {
     words.insert(words.begin(), {"halveron", "screenshot"});
@@ -43,7 +40,7 @@ class ScreenshotTest : public ::testing::Test {
   }
 
   const std::string patch_ = std::string(HALVERON_SOURCE_DIR) + "/patches/pad.json";
-  fs::path folder_;
+  const testing::ScratchFolder folder_;
   std::ostringstream out_, err_;
 };
 

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/support/song_file.h"
+
 namespace halveron {
 namespace {
 
@@ -13,8 +15,6 @@ namespace fs = std::filesystem;
 
 class FactoryPresetsTest : public ::testing::Test {
  protected:
-  void TearDown() override { fs::remove_all(root_); }
-
   static void Write(const fs::path& path, const std::string& text) {
     fs::create_directories(path.parent_path());
     std::ofstream(path) << text;
@@ -26,8 +26,9 @@ class FactoryPresetsTest : public ::testing::Test {
   fs::path Factory(const std::string& name) const { return root_ / "Factory Presets" / name; }
   fs::path Mine(const std::string& name) const { return root_ / "data/Presets" / name; }
 
-  const fs::path root_ = fs::path(::testing::TempDir()) / "factory-presets";
-  const DataFolders folders_{root_.string() + "/", root_.string() + "/data/"};
+  const testing::ScratchFolder scratch_;
+  const fs::path root_ = scratch_.At("");
+  const DataFolders folders_{root_.string(), root_.string() + "data/"};
 };
 
 TEST_F(FactoryPresetsTest, EachComesOnceAndNothingOfTheUsersIsWrittenOver) {
@@ -56,7 +57,7 @@ TEST_F(FactoryPresetsTest, WhatCannotBeWrittenIsTriedAgain) {
   fs::remove(Mine("Bass"));
   InstallFactoryPresets(folders_);
   EXPECT_EQ(Read(Mine("Bass/Round.hvp")), "round");
-  InstallFactoryPresets({root_.string() + "/", ""});
+  InstallFactoryPresets({root_.string(), ""});
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "engine/halveron.h"
 #include "framework/shared_bitmaps.h"
 #include "gui/draw_context.h"
+#include "tests/support/song_file.h"
 
 namespace halveron {
 namespace {
@@ -18,7 +19,6 @@ namespace fs = std::filesystem;
 class SkinTest : public ::testing::Test {
  protected:
   void SetUp() override { fs::create_directories(program_ + "Data"); }
-  void TearDown() override { fs::remove_all(program_); }
 
   void Image(const std::string& file, int width, int height) {
     const fs::path path = program_ + "Skins/" + file;
@@ -36,7 +36,8 @@ class SkinTest : public ::testing::Test {
     return SkinChoice(Folders(), options);
   }
 
-  const std::string program_ = (fs::path(::testing::TempDir()) / "skin-test").string() + "/";
+  const testing::ScratchFolder scratch_;
+  const std::string program_ = scratch_.At("");
 };
 
 TEST_F(SkinTest, TheDataFolderIsTheOneThatPathsNames) {

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "platform/user_folders.h"
+#include "tests/support/song_file.h"
 
 namespace halveron::platform {
 namespace {
@@ -16,9 +17,6 @@ namespace fs = std::filesystem;
 
 class ProfileFileTest : public ::testing::Test {
  protected:
-  void SetUp() override { fs::create_directories(folder_); }
-  void TearDown() override { fs::remove_all(folder_); }
-
   void Write(const std::string& text) { std::ofstream(path_) << text; }
   std::string Written() const {
     std::ostringstream text;
@@ -26,9 +24,8 @@ class ProfileFileTest : public ::testing::Test {
     return text.str();
   }
 
-  const fs::path folder_ =
-      fs::path(::testing::TempDir()) /
-      (std::string("profile-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  const testing::ScratchFolder scratch_;
+  const fs::path folder_ = scratch_.At("");
   const std::string path_ = (folder_ / "Config.ini").string();
   const ProfileFile profile_{path_};
 };

@@ -11,6 +11,7 @@
 #include "framework/shared_bitmaps.h"
 #include "skins/rack_images.h"
 #include "skins/skin_set.h"
+#include "tests/support/song_file.h"
 
 namespace halveron::skins {
 namespace {
@@ -85,10 +86,10 @@ TEST(Skins, ComeOutTheSame) {
 }
 
 TEST(Skins, HoldEveryImageThatIsAskedFor) {
-  const fs::path folder = fs::path(::testing::TempDir()) / "painted-skins";
-  fs::remove_all(folder);
+  const testing::ScratchFolder scratch;
+  const fs::path folder = scratch.At("");
   PaintSkins(folder.string());
-  const std::vector<SkinEntry> skins = ListSkins(folder.string() + "/");
+  const std::vector<SkinEntry> skins = ListSkins(folder.string());
   ASSERT_EQ(skins.size(), 2u);
   EXPECT_EQ(skins[0].name, "Classic");
   for (const SkinEntry& skin : skins) {
@@ -120,7 +121,6 @@ TEST(Skins, HoldEveryImageThatIsAskedFor) {
       EXPECT_GE(config.presetText.font->getSize(), 11);
     }
   }
-  fs::remove_all(folder);
 }
 
 }  // namespace
