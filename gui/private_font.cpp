@@ -4,15 +4,12 @@
 #include <pango/pangocairo.h>
 #include <pango/pangofc-fontmap.h>
 
-#include <map>
 #include <memory>
-#include <mutex>
 
 namespace halveron {
 
 namespace {
 
-<<<<<<< HEAD
 /// The font library is the whole process's and outlives a plug-in that is unloaded and loaded
 /// again, and would take the same file any number of times.
 bool IsLoaded(const FcChar8* file) {
@@ -30,9 +27,6 @@ bool IsLoaded(const FcChar8* file) {
 }  // namespace
 
 std::string LoadFontFile(const std::string& path) {
-=======
-std::string AddFontFile(const std::string& path) {
->>>>>>> d07b9a914d423e3161096e8c999181439bfc9ede
   const auto* file = reinterpret_cast<const FcChar8*>(path.c_str());
   int count = 0;
   const std::unique_ptr<FcPattern, decltype(&FcPatternDestroy)> pattern(
@@ -46,20 +40,6 @@ std::string AddFontFile(const std::string& path) {
   PangoFontMap* map = pango_cairo_font_map_get_default();
   if (PANGO_IS_FC_FONT_MAP(map)) pango_fc_font_map_config_changed(PANGO_FC_FONT_MAP(map));
   return name;
-}
-
-}  // namespace
-
-std::string LoadFontFile(const std::string& path) {
-  // A font that is added again is one more font, and has all text laid out anew.
-  static std::mutex mutex;
-  static std::map<std::string, std::string> families;
-  const std::lock_guard lock(mutex);
-  const auto known = families.find(path);
-  if (known != families.end()) return known->second;
-  std::string family = AddFontFile(path);
-  if (!family.empty()) families.emplace(path, family);
-  return family;
 }
 
 }  // namespace halveron
