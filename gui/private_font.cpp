@@ -30,6 +30,22 @@ std::string AddFontFile(const std::string& path) {
 }  // namespace
 
 std::string LoadFontFile(const std::string& path) {
+  // A window loads its font each time that it opens, and the font library would add it each time.
+  static std::mutex lock;
+  static std::map<std::string, std::string> families;
+  const std::lock_guard guard(lock);
+  const auto known = families.find(path);
+  if (known != families.end()) return known->second;
+  const std::string family = AddFontFile(path);
+  if (!family.empty()) families[path] = family;
+  return family;
+}
+
+}  // namespace halveron
+
+namespace {
+
+std::string AddFontFile(const std::string& path) {
   // A font that is added again is one more font, and has all text laid out anew.
   static std::mutex mutex;
   static std::map<std::string, std::string> families;
@@ -41,4 +57,4 @@ std::string LoadFontFile(const std::string& path) {
   return family;
 }
 
-}  // namespace halveron
+}  // namespace
