@@ -8,6 +8,7 @@
 #include "engine/halveron.h"
 #include "framework/shared_bitmaps.h"
 #include "gui/draw_context.h"
+#include "platform/library_path.h"
 #include "tests/support/song_file.h"
 
 namespace halveron {
@@ -136,6 +137,24 @@ TEST_F(SkinTest, TheLayoutFileMovesElementsByPercents) {
   EXPECT_EQ(moved.presetText.font->getStyle(), kNormalFace);
   EXPECT_EQ(moved.presetText.color.alpha, 255);
   EXPECT_EQ(ReadDigitColor(night, classic), CColor(1, 132, 8, 255));
+}
+
+TEST_F(SkinTest, AFontFileOfTheSkinIsLoadedForThePresetScreen) {
+  const fs::path font =
+      fs::path(platform::LibraryPath()).parent_path() / "Skins/Classic/RobotoCondensed-Bold.ttf";
+  if (!fs::exists(font)) GTEST_SKIP() << "the skins were painted without " << font;
+  fs::create_directories(program_ + "Skins/Own/Small");
+  fs::copy_file(font, program_ + "Skins/Own/type.ttf");
+  Text("Skins/Own/Small/skin_config.ini",
+       "[Preset Menu]\nfont=type.ttf\nfont_size=20\nfont_style=1\n");
+  Image("Own/Small/sidebar_s_L.png", 4, 291);
+  const std::string own = program_ + "Skins/Own/Small/";
+  for (int opened = 0; opened < 2; ++opened) {
+    const SkinConfig config(own, own);
+    EXPECT_STREQ(config.presetText.font->getName(), "Roboto Condensed");
+    EXPECT_EQ(config.presetText.font->getStyle(), kBoldFace);
+    EXPECT_EQ(config.presetText.font->getSize(), 20);
+  }
 }
 
 }  // namespace
