@@ -125,6 +125,14 @@ TEST_F(FrameTest, ATooltipShowsWhileTheMouseRests) {
   frame.advanceTime(1);
   EXPECT_EQ(frame.getShownTooltip(), "");
   Release(frame, {145, 120});
+  frame.advanceTime(1);
+  EXPECT_EQ(frame.getShownTooltip(), "");
+  // What a modal view covers tells nothing.
+  Move(frame, {115, 120});
+  frame.pushModalView(dialog);
+  frame.advanceTime(1);
+  EXPECT_EQ(frame.getShownTooltip(), "");
+  frame.popModalView(dialog);
   frame.setTooltipsEnabled(false);
   Move(frame, {115, 120});
   frame.advanceTime(1);
