@@ -13,6 +13,9 @@
 
 namespace halveron::skins {
 
+/// A rectangle with each edge pushed out.
+inline CRect Grown(CRect rect, double by) { return rect.inset(-by, -by); }
+
 /// A text face of the panels.
 struct Type {
   double size;  ///< pixels

@@ -16,10 +16,6 @@ constexpr double kFirstAngle = std::numbers::pi * 0.75;
 constexpr double kTurn = std::numbers::pi * 1.5;
 constexpr int kScaleMarks = 11;  // of a knob that stands anywhere
 
-CRect Grown(const CRect& rect, double by) {
-  return {rect.left - by, rect.top - by, rect.right + by, rect.bottom + by};
-}
-
 class PanelPainter {
  public:
   PanelPainter(const PanelPlan& plan, const Theme& theme)

@@ -7,7 +7,6 @@
 
 #include "framework/module.h"
 #include "framework/signal.h"
-#include "gui/slider.h"
 
 namespace halveron::skins {
 
@@ -35,14 +34,6 @@ constexpr double kLeastCaptionPixels = 7.4;
 constexpr double kLeastHeadPixels = 6.8;
 
 double Unit() { return static_cast<double>(uiScale); }
-
-CRect Grown(CRect rect, double by) {
-  return {rect.left - by, rect.top - by, rect.right + by, rect.bottom + by};
-}
-
-bool Overlap(const CRect& a, const CRect& b) {
-  return a.left < b.right && b.left < a.right && a.top < b.bottom && b.top < a.bottom;
-}
 
 bool Holds(const CRect& outer, const CRect& inner) {
   return inner.left >= outer.left && inner.right <= outer.right && inner.top >= outer.top &&
@@ -147,12 +138,6 @@ struct Candidate {
   double cost;
 };
 
-struct Search {
-  std::vector<std::vector<Candidate>> candidates;  ///< by caption, cheapest first
-  std::vector<std::size_t> chosen;
-  std::vector<bool> lost;
-};
-
 /// Puts the captions of a panel, all in one size, each where it collides with nothing.
 class CaptionLayout {
  public:
@@ -168,13 +153,13 @@ class CaptionLayout {
  private:
   void AddCandidates(int part);
   bool StandsInDenseColumn(const Part& part) const;
-  void AddCandidate(int part, const std::string& text, double cost, double centre, double left,
+  void AddCandidate(int part, const std::string& text, const CRect& relative, double cost, double x,
                     double baseline);
   bool IsFree(int part, const CRect& ink) const;
   bool ResolveConflict();
   bool Advance(std::size_t caption);
   const Candidate& Present(std::size_t caption) const {
-    return search_.candidates[caption][search_.chosen[caption]];
+    return candidates_[caption][chosen_[caption]];
   }
   double NextCost(std::size_t caption) const;
 
@@ -182,7 +167,10 @@ class CaptionLayout {
   Type type_;
   double capHeight_ = 0;
   CRect free_;
-  Search search_;
+  // By caption: the places that it may take, cheapest first, which it takes, and if it found none.
+  std::vector<std::vector<Candidate>> candidates_;
+  std::vector<std::size_t> chosen_;
+  std::vector<bool> lost_;
 };
 
 bool CaptionLayout::IsFree(int part, const CRect& ink) const {
@@ -193,11 +181,11 @@ bool CaptionLayout::IsFree(int part, const CRect& ink) const {
     const bool own = static_cast<int>(i) == part;
     double distance = own ? -kDescent : kBetweenTexts / 2;
     if (other.onPlate && !onPlate) distance = kPlateMargin + 0.5;
-    if (Overlap(ink, Grown(other.Claim(), distance * Unit()))) return false;
+    if (ink.rectOverlap(Grown(other.Claim(), distance * Unit()))) return false;
   }
   const double corner = 15 * Unit();  // screws
   for (const double x : {0.0, plan_.width - corner}) {
-    if (Overlap(ink, CRect(x, plan_.height - corner, x + corner, plan_.height))) return false;
+    if (ink.rectOverlap(CRect(x, plan_.height - corner, x + corner, plan_.height))) return false;
   }
   return true;
 }
@@ -215,74 +203,77 @@ bool CaptionLayout::StandsInDenseColumn(const Part& part) const {
   return neighbours > 0;
 }
 
-/// `centre` is where the text's middle goes, or NaN if `left` says where it begins.
-void CaptionLayout::AddCandidate(int part, const std::string& text, double cost, double centre,
-                                 double left, double baseline) {
-  const CRect relative = Measure(text, type_).ink;
-  const double x =
-      std::isnan(centre) ? left - relative.left : centre - (relative.left + relative.right) / 2;
+/// `relative` is the ink of the text from its beginning, `x` where the text begins.
+void CaptionLayout::AddCandidate(int part, const std::string& text, const CRect& relative,
+                                 double cost, double x, double baseline) {
   CRect ink = relative;
   ink.offset(x, baseline);
   if (!IsFree(part, ink)) return;
   const bool onPlate = plan_.parts[static_cast<std::size_t>(part)].onPlate;
-  search_.candidates.back().push_back({{text, x, baseline, type_, ink, part, onPlate}, ink, cost});
+  candidates_.back().push_back({{text, x, baseline, type_, ink, part, onPlate}, ink, cost});
 }
 
 void CaptionLayout::AddCandidates(int part) {
-  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
   constexpr double kShifts[] = {0, 1, -1, 2, -2, 3.5, -3.5, 5, -5, 7, -7, 10, -10};
+  constexpr double kCostOfShift = 0.4;  // a panel unit
+  constexpr double kCostOfBelow = 8;
+  constexpr double kCostOfRight = 6;
+  constexpr double kCostOfLeft = 6.5;
+  constexpr double kCostOfAboveInDenseColumn = 60;
+  constexpr double kCostOfTextInDenseColumn = 4;
   const Part& named = plan_.parts[static_cast<std::size_t>(part)];
   const bool dense = StandsInDenseColumn(named);
-  const double costOfAbove = dense ? 60 : 0;
   const CRect claim = named.Claim();
   const double gap = kCaptionGap * Unit();
-  const double middle = named.rect.getCenter().y + capHeight_ / 2;
-  search_.candidates.emplace_back();
-  for (std::size_t form = 0; form < named.texts.size(); ++form) {
-    const std::string& text = named.texts[form].text;
+  const double above = std::round(claim.top - gap);
+  const double below = std::round(claim.bottom + gap + capHeight_);
+  const double beside = std::round(named.rect.getCenter().y + capHeight_ / 2);
+  candidates_.emplace_back();
+  for (const ShortForm& form : named.texts) {
+    const std::string& text = form.text;
+    const CRect ink = Measure(text, type_).ink;
     const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
-    const double cost = !dense ? named.texts[form].cost : isNumber ? 0 : 4 + named.texts[form].cost;
+    const double cost = !dense ? form.cost : isNumber ? 0 : kCostOfTextInDenseColumn + form.cost;
     for (const double shift : kShifts) {
-      const double x = named.rect.getCenter().x + shift * Unit();
-      const double shiftCost = std::abs(shift) * 0.4;
-      AddCandidate(part, text, cost + shiftCost + costOfAbove, x, 0, std::round(claim.top - gap));
-      AddCandidate(part, text, cost + shiftCost + costOfAbove + 8, x, 0,
-                   std::round(claim.bottom + gap + capHeight_));
+      const double x = named.rect.getCenter().x + shift * Unit() - (ink.left + ink.right) / 2;
+      const double costHere =
+          cost + std::abs(shift) * kCostOfShift + (dense ? kCostOfAboveInDenseColumn : 0);
+      AddCandidate(part, text, ink, costHere, x, above);
+      AddCandidate(part, text, ink, costHere + kCostOfBelow, x, below);
     }
-    AddCandidate(part, text, cost + 6, kNan, claim.right + gap, std::round(middle));
-    const double width = Measure(text, type_).ink.getWidth();
-    AddCandidate(part, text, cost + 6.5, kNan, claim.left - gap - width, std::round(middle));
+    AddCandidate(part, text, ink, cost + kCostOfRight, claim.right + gap - ink.left, beside);
+    AddCandidate(part, text, ink, cost + kCostOfLeft, claim.left - gap - ink.right, beside);
   }
-  auto& own = search_.candidates.back();
+  auto& own = candidates_.back();
   std::stable_sort(own.begin(), own.end(),
                    [](const Candidate& a, const Candidate& b) { return a.cost < b.cost; });
 }
 
 double CaptionLayout::NextCost(std::size_t caption) const {
-  const std::size_t next = search_.chosen[caption] + 1;
-  const auto& own = search_.candidates[caption];
+  const std::size_t next = chosen_[caption] + 1;
+  const auto& own = candidates_[caption];
   return next < own.size() ? own[next].cost - own[next - 1].cost
                            : std::numeric_limits<double>::infinity();
 }
 
 bool CaptionLayout::Advance(std::size_t caption) {
-  if (++search_.chosen[caption] < search_.candidates[caption].size()) return true;
-  search_.lost[caption] = true;
+  if (++chosen_[caption] < candidates_[caption].size()) return true;
+  lost_[caption] = true;
   return false;
 }
 
 /// Mends one collision between captions; false if there is none.
 bool CaptionLayout::ResolveConflict() {
   const double distance = kBetweenTexts * Unit() / 2;
-  for (std::size_t a = 0; a < search_.chosen.size(); ++a) {
-    for (std::size_t b = a + 1; b < search_.chosen.size(); ++b) {
-      if (search_.lost[a] || search_.lost[b]) continue;
+  for (std::size_t a = 0; a < chosen_.size(); ++a) {
+    for (std::size_t b = a + 1; b < chosen_.size(); ++b) {
+      if (lost_[a] || lost_[b]) continue;
       const Candidate& first = Present(a);
       const Candidate& second = Present(b);
       // A plate around an output's caption keeps clear of any other text.
       const bool differ = first.label.onPlate != second.label.onPlate;
       const double clear = differ ? kPlateMargin * Unit() / 2 + distance : distance;
-      if (!Overlap(Grown(first.claim, clear), Grown(second.claim, clear))) continue;
+      if (!Grown(first.claim, clear).rectOverlap(Grown(second.claim, clear))) continue;
       // The longer text gives way where both would pay the same.
       const double costA = NextCost(a);
       const double costB = NextCost(b);
@@ -302,16 +293,16 @@ double CaptionLayout::Run(std::vector<Label>& captions, std::vector<std::string>
     parts.push_back(static_cast<int>(i));
     AddCandidates(static_cast<int>(i));
   }
-  search_.chosen.assign(parts.size(), 0);
-  search_.lost.assign(parts.size(), false);
-  for (std::size_t i = 0; i < parts.size(); ++i) search_.lost[i] = search_.candidates[i].empty();
+  chosen_.assign(parts.size(), 0);
+  lost_.assign(parts.size(), false);
+  for (std::size_t i = 0; i < parts.size(); ++i) lost_[i] = candidates_[i].empty();
   while (ResolveConflict()) {
   }
   double cost = 0;
   captions.clear();
   unplaced.clear();
   for (std::size_t i = 0; i < parts.size(); ++i) {
-    if (search_.lost[i]) {
+    if (lost_[i]) {
       cost += kLostCost;
       unplaced.push_back(plan_.parts[static_cast<std::size_t>(parts[i])].texts[0].text);
     } else {
@@ -402,10 +393,10 @@ void PlaceHead(PanelPlan& plan, const std::string& displayName) {
 
 bool IsClear(const PanelPlan& plan, const CRect& rect) {
   for (const Part& part : plan.parts) {
-    if (!part.onPlate && Overlap(rect, part.Claim())) return false;
+    if (!part.onPlate && rect.rectOverlap(part.Claim())) return false;
   }
   for (const Label& caption : plan.captions) {
-    if (!caption.onPlate && Overlap(rect, caption.ink)) return false;
+    if (!caption.onPlate && rect.rectOverlap(caption.ink)) return false;
   }
   return true;
 }

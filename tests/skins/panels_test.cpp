@@ -23,8 +23,6 @@ CRect InkOf(const Label& label) {
   return Measure(label.text, label.type).ink.offset(label.x, label.baseline);
 }
 
-bool Overlap(const CRect& a, const CRect& b) { return !CRect(a).bound(b).isEmpty(); }
-
 bool Holds(const CRect& outer, const CRect& inner) { return CRect(outer).unite(inner) == outer; }
 
 std::string Told(const CRect& r) {
@@ -55,7 +53,7 @@ std::vector<Mark> Screws(const PanelPlan& plan) {
 void ExpectNoneOverlaps(const std::vector<Mark>& marks) {
   for (std::size_t a = 0; a < marks.size(); ++a) {
     for (std::size_t b = a + 1; b < marks.size(); ++b) {
-      EXPECT_FALSE(Overlap(marks[a].rect, marks[b].rect))
+      EXPECT_FALSE(marks[a].rect.rectOverlap(marks[b].rect))
           << marks[a].what << " " << Told(marks[a].rect) << " lies on " << marks[b].what << " "
           << Told(marks[b].rect);
     }
@@ -70,7 +68,7 @@ void ExpectCaptionsClearOfParts(const PanelPlan& plan) {
     for (std::size_t i = 0; i < plan.parts.size(); ++i) {
       CRect rect = plan.parts[i].rect;
       if (caption.part == static_cast<int>(i)) rect.inset(shadow, shadow);
-      EXPECT_FALSE(Overlap(caption.rect, rect))
+      EXPECT_FALSE(caption.rect.rectOverlap(rect))
           << caption.what << " " << Told(caption.rect) << " lies on part " << Told(rect);
     }
   }
@@ -79,14 +77,14 @@ void ExpectCaptionsClearOfParts(const PanelPlan& plan) {
 void ExpectOutputsApart(const PanelPlan& plan) {
   for (const Part& part : plan.parts) {
     bool touches = false;
-    for (const CRect& plate : plan.plates) touches |= Overlap(plate, part.rect);
+    for (const CRect& plate : plan.plates) touches |= plate.rectOverlap(part.rect);
     EXPECT_EQ(touches, part.onPlate) << "part at " << Told(part.rect);
   }
   for (const Label& caption : plan.captions) {
     bool touches = false;
     bool lies = false;
     for (const CRect& plate : plan.plates) {
-      touches |= Overlap(plate, InkOf(caption));
+      touches |= plate.rectOverlap(InkOf(caption));
       lies |= Holds(plate, InkOf(caption));
     }
     EXPECT_EQ(touches, caption.onPlate) << caption.text;
