@@ -9,7 +9,7 @@
 #include "editor/module_catalogue.h"
 #include "platform/file_error.h"
 #include "platform/whole_file.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {

@@ -9,7 +9,7 @@
 #include "framework/signal.h"
 #include "gui/bitmap.h"
 #include "platform/whole_file.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron {
 namespace {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron {
 namespace {

@@ -1,13 +1,13 @@
 #include "editor/preset_library.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <set>
 
 #include "editor/preset_commands.h"
+#include "tests/support/scratch_folder.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
@@ -18,15 +18,13 @@ namespace fs = std::filesystem;
 /// A presets folder: Bass/{Deep, round}, Bass/Old/{Relic}, Empty/, .hidden/{Secret}, Pad, zebra.
 class PresetFolder : public ::testing::Test {
  protected:
-  PresetFolder() : folder(fs::temp_directory_path() / ("presets-" + std::to_string(getpid()))) {
-    fs::remove_all(folder);
+  PresetFolder() {
     for (const char* file : {"zebra.hvp", "Pad.hvp", "Bass/round.hvp", "Bass/Deep.hvp",
                              "Bass/Old/Relic.hvp", ".hidden/Secret.hvp", "notes.txt"}) {
       Put(file);
     }
     fs::create_directories(folder / "Empty");
   }
-  ~PresetFolder() override { fs::remove_all(folder); }
 
   void Put(const std::string& file) const {
     fs::create_directories((folder / file).parent_path());
@@ -40,7 +38,8 @@ class PresetFolder : public ::testing::Test {
     return titles;
   }
 
-  fs::path folder;
+  const testing::ScratchFolder scratch;
+  const fs::path folder = scratch.At("Presets");
 };
 
 TEST_F(PresetFolder, IsAMenuInSortedOrder) {

@@ -9,7 +9,7 @@
 #include "framework/shared_bitmaps.h"
 #include "gui/draw_context.h"
 #include "platform/library_path.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron {
 namespace {

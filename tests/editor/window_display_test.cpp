@@ -1,12 +1,12 @@
 // The rack in a real window, in a host's, by a real mouse and keyboard.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
 
 #include "tests/support/display/test_display.h"
+#include "tests/support/scratch_folder.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
@@ -23,7 +23,6 @@ class WindowOnDisplay : public ::testing::Test {
   void SetUp() override {
     HALVERON_NEEDS_DISPLAY(found);
     display = found;
-    fs::remove_all(folder);
     fs::create_directories(folder);
     rack.editor.presetsFolder = folder.string() + "/";
     rack.editor.presets.SetFolder(folder.string() + "/");
@@ -37,7 +36,6 @@ class WindowOnDisplay : public ::testing::Test {
     if (!display) return;
     Call(effEditClose);
     display->DestroyWindow(parent);
-    fs::remove_all(folder);
   }
 
   std::intptr_t Call(int opcode, void* ptr = nullptr) {
@@ -114,7 +112,8 @@ class WindowOnDisplay : public ::testing::Test {
   testing::TestRack rack;
   TestDisplay* display = nullptr;
   TestDisplay::WindowId parent = 0;
-  fs::path folder = fs::temp_directory_path() / ("window-test-" + std::to_string(getpid()));
+  const testing::ScratchFolder scratch;
+  const fs::path folder = scratch.At("Presets");
 };
 
 TEST_F(WindowOnDisplay, APatchIsMadeHeardSavedAndLoadedByHand) {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -18,6 +17,7 @@
 #include "gui/slider.h"
 #include "gui/special_digit.h"
 #include "gui/switch.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron {
 namespace {
@@ -26,10 +26,9 @@ namespace fs = std::filesystem;
 
 constexpr CColor kNothing{0, 0, 0, 0};
 
-class Files : public testing::Test {
+class Files : public ::testing::Test {
  protected:
   Files() { fs::create_directories(folder / "a"), fs::create_directories(folder / "b"); }
-  ~Files() override { fs::remove_all(folder); }
 
   std::string Path(const std::string& name) const { return (folder / name).string(); }
 
@@ -52,7 +51,8 @@ class Files : public testing::Test {
     return Path(name);
   }
 
-  fs::path folder = fs::temp_directory_path() / ("halveron_gui_" + std::to_string(getpid()));
+  const testing::ScratchFolder scratch;
+  const fs::path folder = scratch.At("Files");
 };
 
 TEST_F(Files, ABitmapKnowsItsSizeBeforeItsPixels) {

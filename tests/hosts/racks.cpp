@@ -5,7 +5,7 @@
 #include "editor/known_modules.h"
 #include "engine/halveron.h"
 #include "presets/text_patch.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron::testing {
 

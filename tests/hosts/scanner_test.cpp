@@ -8,7 +8,7 @@
 
 #include "tests/hosts/plugin_file.h"
 #include "tests/hosts/vst2_host.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron::testing {
 namespace {

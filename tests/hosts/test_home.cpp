@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron::testing {
 

@@ -6,7 +6,7 @@
 #include <limits>
 
 #include "platform/file_error.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron::media {
 namespace {

@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "platform/user_folders.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron::platform {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "platform/whole_file.h"
 #include "presets/preset_format.h"
+#include "tests/support/scratch_folder.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -85,7 +86,8 @@ TEST(PresetRack, AWholeRackComesBackTheSame) {
 }
 
 TEST(PresetRack, FilesAndChunksHoldTheSameRack) {
-  const std::string path = ::testing::TempDir() + "halveron_preset_rack.hvp";
+  const ScratchFolder scratch;
+  const std::string path = scratch.At("rack.hvp");
   TestRack rack;
   BuildRichRack(rack);
   rack.editor.presetsFolder = "/somewhere/Presets/";

@@ -11,7 +11,7 @@
 #include "framework/shared_bitmaps.h"
 #include "skins/rack_images.h"
 #include "skins/skin_set.h"
-#include "tests/support/song_file.h"
+#include "tests/support/scratch_folder.h"
 
 namespace halveron::skins {
 namespace {
