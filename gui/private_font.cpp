@@ -36,7 +36,7 @@ std::string LoadFontFile(const std::string& path) {
   const std::lock_guard guard(lock);
   const auto known = families.find(path);
   if (known != families.end()) return known->second;
-  const std::string family = AddFontFile(path);
+  std::string family = AddFontFile(path);
   if (!family.empty()) families[path] = family;
   return family;
 }
