@@ -119,6 +119,29 @@ std::vector<std::unique_ptr<media::MidiInput>> OpenInputs(const PlayOptions& opt
   return inputs;
 }
 
+/// A free window around the instance's own, to which it hands what the desktop hands to whole
+/// windows.
+class OuterFrame final : public CFrame {
+ public:
+  OuterFrame(const CRect& size, SynEditor& rack) : CFrame(size), rack_(rack) {}
+
+  bool onKeyDown(const CKeyEvent& event) override {
+    return rack_.Frame() && rack_.Frame()->onKeyDown(event);
+  }
+  bool onKeyUp(const CKeyEvent& event) override {
+    return rack_.Frame() && rack_.Frame()->onKeyUp(event);
+  }
+  bool onDragMove(const CPoint& where) override {
+    return rack_.Frame() && rack_.Frame()->onDragMove(where);
+  }
+  bool onDrop(std::span<const std::string> files, const CPoint& where) override {
+    return rack_.Frame() && rack_.Frame()->onDrop(files, where);
+  }
+
+ private:
+  SynEditor& rack_;
+};
+
 /// The instance's window within a free window, as in any host.
 class HostWindow {
  public:
@@ -126,8 +149,8 @@ class HostWindow {
     AEffGUIEditor* editor = host.Plugin().getEditor();
     ERect* rect = nullptr;
     if (!editor || !editor->getRect(&rect) || !rect) return;
-    frame_ = SharedPointer<CFrame>::Adopt(
-        new CFrame(CRect(0, 0, rect->right - rect->left, rect->bottom - rect->top)));
+    frame_ = SharedPointer<CFrame>::Adopt(new OuterFrame(
+        CRect(0, 0, rect->right - rect->left, rect->bottom - rect->top), host.Rack()));
     std::string error;
     if (!frame_->open(nullptr, title.c_str(), &error)) {
       err << "halveron: " << error << "; playing without a window\n";
@@ -185,7 +208,7 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   const int rate = card ? card->Rate() : options.rate.value_or(kSilentRate);
   const int block = card ? card->BlockSize() : options.block;
   std::unique_ptr<media::MidiOutput> output;  // outlives the host, which sends to it
-  LiveHost host({rate, block, true, SongPosition(120.0)});
+  LiveHost host({rate, block, true, SongPosition(options.tempo)});
   if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack());
   if (!options.midiOutput.empty()) {
     output = std::make_unique<media::MidiOutput>(options.midiOutput);

@@ -15,6 +15,7 @@ struct PlayOptions {
   std::string midiOutput;         ///< likewise; empty: none
   std::optional<int> rate;        ///< hertz; else 48000 if the card has it
   int block = 512;                ///< samples
+  double tempo = 120;             ///< quarter notes a minute
   bool hasWindow = true;
   bool listsDevices = false;
 };

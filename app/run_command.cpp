@@ -83,6 +83,9 @@ struct CommandLine {
     playCall->add_option("--block", play.block, "Block size in samples; the card may take another")
         ->check(CLI::Range(16, kLargestBlock))
         ->capture_default_str();
+    playCall->add_option("--tempo", play.tempo, "Quarter notes a minute")
+        ->check(CLI::Range(1.0, 1000.0))
+        ->capture_default_str();
     playCall->add_flag("!--no-window", play.hasWindow, "Without a window");
   }
 

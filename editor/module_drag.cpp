@@ -16,6 +16,7 @@ void ModuleDrag::Begin(Module& module, const CPoint& where) {
   dragOverlapping_ = true;
   dragDirection_ = 0;
   dragStart_ = module.getViewSize().getTopLeft();
+  lastPlace_ = dragStart_;
   grabOffset_ = where - dragStart_;
 }
 
@@ -36,8 +37,15 @@ void ModuleDrag::Drop(const Module& module) {
 
 void ModuleDrag::Abort() {
   if (!draggedModule_) return;
-  if (!insertingModule_) rack_.MoveModule(*draggedModule_, dragStart_);
+  if (!insertingModule_) Return();
   Clear();
+}
+
+void ModuleDrag::Return() {
+  const CRect start = CRect(draggedModule_->getViewSize()).moveTo(dragStart_);
+  const bool isFree = ModuleGrid::IsFree(start, rack_.PlacesWithout(*draggedModule_));
+  // On its way it may have pushed another to where it came from.
+  rack_.MoveModule(*draggedModule_, isFree ? dragStart_ : lastPlace_);
 }
 
 bool ModuleDrag::PushAside(CRect& place) {
@@ -66,6 +74,7 @@ void ModuleDrag::MoveTo(const CPoint& where, const CButtonState& buttons) {
     dragOverlapping_ = !(mayPush && PushAside(place)) &&
                        !ModuleGrid::IsFree(place, rack_.PlacesWithout(*draggedModule_));
   }
+  if (!dragOverlapping_) lastPlace_ = place.getTopLeft();
   if (dragOverlapping_ && !buttons.isControlSet()) place.moveTo(grid_.Clamp(pulled, size));
   rack_.MoveModule(*draggedModule_, place.getTopLeft());
 }
@@ -89,7 +98,7 @@ bool ModuleDrag::PlaceDropped(const CPoint& where, const CButtonState& buttons) 
       return true;
     }
   }
-  if (!insertingModule_) rack_.MoveModule(*draggedModule_, dragStart_);
+  if (!insertingModule_) Return();
   return false;
 }
 

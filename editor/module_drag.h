@@ -41,6 +41,7 @@ class ModuleDrag {
  private:
   void Clear();
   bool PushAside(CRect& place);
+  void Return();
   bool PlaceDropped(const CPoint& where, const CButtonState& buttons);
 
   SynRack& rack_;
@@ -49,6 +50,7 @@ class ModuleDrag {
   bool insertingModule_ = false;
   CPoint grabOffset_;  // the mouse in the module at the press
   CPoint dragStart_;
+  CPoint lastPlace_;              // where it could have stayed last
   bool dragOverlapping_ = false;  // hangs above another module, or between rows
   int dragDirection_ = 0;         // last horizontal step, -1 or 1
 };

@@ -287,6 +287,8 @@ void RackWindow::EndDrag(const CPoint& where, const CButtonState& buttons) {
 }
 
 void RackWindow::BeginInsertion(Module& module) {
+  CancelInsertion();
+  drag_.Abort();
   const CRect place = module.getViewSize();
   drag_.BeginInsertion(module, place.getTopLeft() + CPoint(std::floor(place.getWidth() / 3),
                                                            ScaleToPixels(kGrabDepth)));

@@ -37,6 +37,11 @@ void ClapEventOutput::Dumps::Clear() {
   large_.clear();
 }
 
+void ClapEventOutput::Begin(const clap_output_events_t* host, int frames) {
+  host_ = host && host->try_push ? host : nullptr;
+  lastFrame_ = std::max(frames - 1, 0);
+}
+
 void ClapEventOutput::Append(const Record& record) {
   // The host may have what waits a little earlier, so that the audio thread needs no more memory.
   if (queue_.size() == queue_.capacity() && host_) PushQueued(host_);
@@ -58,15 +63,17 @@ void ClapEventOutput::NoteEnd(const ActiveNote& note) {
 void ClapEventOutput::Send(const VstEvents& events) {
   for (int i = 0; i < events.numEvents; ++i) {
     const VstEvent* event = EventAt(events, i);
+    // The rack counts frames from 1, and a host takes no event beyond its block.
+    const int time = std::min(event->deltaFrames, lastFrame_);
     Record record;
     if (event->type == kVstMidiType) {
       const auto* midi = reinterpret_cast<const VstMidiEvent*>(event);
-      record.midi = MakeEvent<clap_event_midi_t>(CLAP_EVENT_MIDI, event->deltaFrames);
+      record.midi = MakeEvent<clap_event_midi_t>(CLAP_EVENT_MIDI, time);
       std::copy_n(midi->midiData, std::size(record.midi.data), record.midi.data);
     } else if (event->type == kVstSysExType) {
       const auto* dump = reinterpret_cast<const VstMidiSysexEvent*>(event);
       const auto size = static_cast<std::uint32_t>(std::max(dump->dumpBytes, 0));
-      record.sysEx = MakeEvent<clap_event_midi_sysex_t>(CLAP_EVENT_MIDI_SYSEX, event->deltaFrames);
+      record.sysEx = MakeEvent<clap_event_midi_sysex_t>(CLAP_EVENT_MIDI_SYSEX, time);
       record.sysEx.buffer =
           dumps_.Copy(reinterpret_cast<const std::uint8_t*>(dump->sysexDump), size);
       record.sysEx.size = size;

@@ -23,8 +23,8 @@ class ClapEventOutput {
 
   // Audio thread.
 
-  /// From here to Drain the host takes events; null if it takes none.
-  void Begin(const clap_output_events_t* host) { host_ = host && host->try_push ? host : nullptr; }
+  /// From here to Drain the host takes events of a block of so many frames; null if it takes none.
+  void Begin(const clap_output_events_t* host, int frames);
 
   void NoteEnd(const ActiveNote& note);
 
@@ -71,6 +71,7 @@ class ClapEventOutput {
 
   std::vector<Record> queue_;
   const clap_output_events_t* host_ = nullptr;
+  int lastFrame_ = 0;
   Dumps dumps_;        // of events since the last Drain
   Dumps olderDumps_;   // of those that the host got then
   bool sent_ = false;  // anything since the last Drain

@@ -159,7 +159,7 @@ clap_process_status ClapPluginInstance::Process(const clap_process_t& block) {
   {
     const std::lock_guard lock(engine_.processingLock);
     TakeTransport(block.transport);
-    output_.Begin(block.out_events);
+    output_.Begin(block.out_events, frames);
     engine_.blockStartFrames = frames;
     Channels channels(block);
     if (engine_.Editor()->sampleAccurate) {

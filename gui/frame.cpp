@@ -139,11 +139,15 @@ void CFrame::advanceTime(double seconds) {
 }
 
 void CFrame::noteMouse(const CPoint& where, const CButtonState& buttons) {
-  if (where != mouseLocation || buttons.getButtonState() != mouseButtons.getButtonState()) {
+  const bool moved = where != mouseLocation;
+  const bool pressed = buttons.getButtonState() != mouseButtons.getButtonState();
+  if (moved) {
     mouseRestedSince = getTime();
     tooltipDone = false;
-    hideTooltip();
   }
+  // Who presses knows what is there, until the mouse goes elsewhere.
+  if (pressed) tooltipDone = true;
+  if (moved || pressed) hideTooltip();
   mouseLocation = where;
   mouseButtons = buttons;
 }
@@ -289,6 +293,8 @@ void CFrame::pushModalView(CView* view) {
   std::erase_if(modalViews, [view](const Modal& modal) { return modal.view == view; });
   modalViews.push_back({view, focusView});
   setFocusView(nullptr);
+  // What lies below is out of the mouse's reach from now on.
+  updateMouseOver(mouseLocation, {});
 }
 
 void CFrame::popModalView(CView* view) {

@@ -280,6 +280,12 @@ void CTextEdit::looseFocus() {
   commit();
 }
 
+void CTextEdit::leavingFrame(CFrame* root) {
+  // Nobody tells a view that goes that the mouse has left it.
+  if (root->getMouseOverView() == this) root->setCursor(kCursorDefault);
+  CTextLabel::leavingFrame(root);
+}
+
 void CTextEdit::onIdle() {
   const double shown = std::fmod(frame->getTime() - caretShownSince, kBlinkPeriod);
   const bool visibleNow = shown < kBlinkPeriod * 0.5;

@@ -47,6 +47,7 @@ class CTextEdit : public CTextLabel {
   void takeFocus() override;
   void looseFocus() override;
   void onIdle() override;
+  void leavingFrame(CFrame* root) override;
 
   HALVERON_TYPE_OF(CTextEdit, CTextLabel)
 

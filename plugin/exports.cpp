@@ -12,22 +12,23 @@ namespace {
 using halveron::AEffect;
 using halveron::Halveron;
 
-// A host that scans loads and unloads us many times over, and what draws with us. The library
-// beneath Cairo takes 12 kB at each load, which it never gives back; Pango's registers types that
-// outlive it, and finds them taken when it comes back.
-void KeepDrawingLibraries() {
-  for (const char* library : {"libpixman-1.so.0", "libpango-1.0.so.0", "libpangoft2-1.0.so.0",
-                              "libpangocairo-1.0.so.0"}) {
-    halveron::platform::KeepLoaded(library);
+// A host that scans loads and unloads us many times over, and with us what draws our panels. Two
+// kinds of libraries do not bear that: Pango's tell a library that stays of their types, and may do
+// so only once; and the one beneath Cairo takes 12 kB at each load, which it never gives back.
+void KeepLibraries() {
+  for (const char* name : {"libpango-1.0.so.0", "libpangoft2-1.0.so.0", "libpangocairo-1.0.so.0",
+                           "libpixman-1.so.0"}) {
+    halveron::platform::KeepLoaded(name);
   }
 }
 
 AEffect* CreateVst2Plugin(halveron::audioMasterCallback host) {
-  KeepDrawingLibraries();
   if (!host || host(nullptr, halveron::audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
     return nullptr;
+  KeepLibraries();
   return halveron::GuardedAnswer<AEffect*>(nullptr, [&] {
-    return (new Halveron(host, halveron::HostKind::kVst2, halveron::UserFiles::kUse))->getAeffect();
+    using namespace halveron;
+    return (new Halveron(host, HostKind::kVst2, UserFiles::kUse))->getAeffect();
   });
 }
 
@@ -42,7 +43,7 @@ AEffect* VSTPluginMain(halveron::audioMasterCallback host) { return CreateVst2Pl
 const clap_plugin_entry_t clap_entry = {
     halveron::kClapVersion,
     [](const char*) {
-      KeepDrawingLibraries();
+      KeepLibraries();
       return true;
     },
     [] {},

@@ -200,6 +200,12 @@ TEST(Play, GoesOnWithoutCardAndWindowUntilInterrupted) {
   EXPECT_EQ(status, kExitDone);
 }
 
+void Convert(const std::string& from, const std::string& to) {
+  const char* argv[] = {"halveron", "convert", from.c_str(), to.c_str()};
+  std::ostringstream out, err;
+  ASSERT_EQ(RunCommand(4, argv, out, err), kExitDone) << err.str();
+}
+
 TEST(Play, ShowsAWindowUntilItIsClosed) {
   HALVERON_NEEDS_DISPLAY(display);
   const ScratchFolder folder;
@@ -215,6 +221,10 @@ TEST(Play, ShowsAWindowUntilItIsClosed) {
   display->GetGeometry(children[0], nullptr, nullptr, &inner);
   EXPECT_EQ(outer, inner);
   EXPECT_GT(outer, 300);
+  // A preset that is dropped on the window is the rack's.
+  const std::string preset = folder.At("a.hvp");
+  Convert(folder.Write("a.json", R"({"halveron": 1})"), preset);
+  EXPECT_TRUE(display->DropFiles(window, outer / 2, 150, "file://" + preset + "\r\n", [] {}));
   display->AskToClose(window);
   int status = -1;
   EXPECT_TRUE(WaitUntil([&] { return (status = played.Status()) != -1; })) << played.Log();

@@ -157,6 +157,33 @@ TEST(RackWindow, ScrollsByWheelBarAndEdge) {
   EXPECT_EQ(rig.editor.OpenViews().Rack().getViewSize().top, before);
 }
 
+/// Notes where the mouse is.
+class MouseModule final : public Module {
+ public:
+  explicit MouseModule(const HostTable& table)
+      : Module(CRect(0, 0, 48, 291), nullptr, nullptr, table, 0) {
+    RegisterForMouseMoved();
+  }
+  int OnMouseMoved(CPoint* where, int*) override {
+    last = *where;
+    return kMouseEventNotHandled;
+  }
+  CPoint last;
+};
+
+TEST(RackWindow, TellsModulesOfTheMouseWhereverItIs) {
+  WindowRig rig;
+  rig.editor.SetRows(6);
+  auto* module = new MouseModule(rig.editor.hostTable);
+  rig.editor.AdoptModule(module);
+  rig.Move(CPoint(700, 400));
+  EXPECT_EQ(module->last, CPoint(700, 400)) << "in the window's coordinates";
+  rig.frame.onWheel(CPoint(300, 200), -1.0f, {});
+  EXPECT_EQ(module->last, CPoint(300, 200)) << "also when the rack moves under it";
+  rig.editor.RemoveAllModules();
+  rig.Move(CPoint(10, 10));
+}
+
 TEST(RackWindow, ADragAtTheEdgeGoesOnScrollingWhileTheMouseRests) {
   WindowRig rig;
   rig.editor.SetRows(6);

@@ -125,6 +125,14 @@ TEST_F(FrameTest, ATooltipShowsWhileTheMouseRests) {
   frame.advanceTime(1);
   EXPECT_EQ(frame.getShownTooltip(), "");
   Release(frame, {145, 120});
+  frame.advanceTime(1);
+  EXPECT_EQ(frame.getShownTooltip(), "");
+  // What a modal view covers tells nothing.
+  Move(frame, {115, 120});
+  frame.pushModalView(dialog);
+  frame.advanceTime(1);
+  EXPECT_EQ(frame.getShownTooltip(), "");
+  frame.popModalView(dialog);
   frame.setTooltipsEnabled(false);
   Move(frame, {115, 120});
   frame.advanceTime(1);
@@ -255,6 +263,16 @@ TEST_F(TextEditTest, KeepsItsLimitsAndGivesUpOnEscape) {
   frame.setFocusView(nullptr);
   EXPECT_EQ(committed.size(), 1u);
   EXPECT_STREQ(edit->getText(), "12345678");
+}
+
+TEST_F(TextEditTest, ShowsWhatTheMouseWouldDo) {
+  Move(frame, {50, 20});
+  EXPECT_EQ(frame.getCursor(), kCursorText);
+  Move(frame, {50, 80});
+  EXPECT_EQ(frame.getCursor(), kCursorDefault);
+  Move(frame, {50, 20});
+  frame.removeView(edit);
+  EXPECT_EQ(frame.getCursor(), kCursorDefault);
 }
 
 TEST_F(TextEditTest, SelectsWithTheMouse) {

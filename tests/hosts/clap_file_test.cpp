@@ -3,12 +3,15 @@
 
 #include <clocale>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <numeric>
 #include <random>
 
 #include "tests/hosts/clap_host.h"
 #include "tests/hosts/plugin_file.h"
 #include "tests/hosts/racks.h"
+#include "tests/hosts/test_home.h"
 
 namespace halveron::testing {
 namespace {
@@ -229,6 +232,45 @@ TEST_F(ClapFileTest, MessagesComeAtTheirSampleInOrderAndAreNeverLost) {
   EXPECT_EQ(Messages(host.taken), (std::vector<Bytes>{{0xB0, 1, 4}}));
 }
 
+TEST_F(ClapFileTest, MessagesComeFromEveryOffset) {
+  ClapHost host(file_.Factory());
+  ASSERT_TRUE(host.Load(StateOf(kMidiEcho)));
+  host.Activate(48000, 256);
+  std::vector<ClapEvent> events;
+  for (std::uint32_t offset = 0; offset < 256; ++offset) {
+    events.push_back(ClapEvent::Midi(offset, 0xB0, 1, static_cast<int>(offset % 128)));
+  }
+  host.Process(256, events);
+  host.Process(256);
+  ASSERT_EQ(host.taken.size(), 256u);
+  for (std::uint32_t i = 0; i < 256; ++i) {
+    // Two samples late, never beyond the block, and from the last sample in the next one.
+    EXPECT_EQ(host.taken[i].Header().time, i == 255 ? 1 : std::min(i + 2, 255u)) << i;
+    EXPECT_EQ(host.taken[i].As<clap_event_midi_t>().data[2], i % 128);
+  }
+}
+
+TEST_F(ClapFileTest, CallsInTheWrongOrderDoNoHarm) {
+  ClapHost host(file_.Factory());
+  const clap_plugin_t* plugin = host.plugin;
+  plugin->reset(plugin);
+  plugin->stop_processing(plugin);
+  plugin->deactivate(plugin);
+  plugin->on_main_thread(plugin);
+  const clap_process_t nothing{};
+  EXPECT_EQ(plugin->process(plugin, &nothing), CLAP_PROCESS_CONTINUE);
+  EXPECT_EQ(plugin->process(plugin, nullptr), CLAP_PROCESS_ERROR);
+  host.Activate(48000, 64);
+  ASSERT_TRUE(host.Load(StateOf(kMidiEcho)));  // while active
+  // Later events before earlier ones: they leave in the order in which they came.
+  host.Process(64, {ClapEvent::Midi(40, 0xB0, 1, 1), ClapEvent::Midi(10, 0xB0, 1, 2)});
+  EXPECT_EQ(Messages(host.taken), (std::vector<Bytes>{{0xB0, 1, 1}, {0xB0, 1, 2}}));
+  EXPECT_TRUE(plugin->activate(plugin, 44100, 1, 32));
+  EXPECT_FALSE(host.Ask<clap_plugin_gui_t>(CLAP_EXT_GUI)->set_parent(plugin, nullptr));
+  EXPECT_FALSE(host.Ask<clap_plugin_state_t>(CLAP_EXT_STATE)->save(plugin, nullptr));
+  host.Ask<clap_plugin_params_t>(CLAP_EXT_PARAMS)->flush(plugin, nullptr, nullptr);
+}
+
 TEST_F(ClapFileTest, DumpsGoThroughWholeAndOutliveTheirBlock) {
   ClapHost host(file_.Factory());
   ASSERT_TRUE(host.Load(StateOf(kMidiEcho)));
@@ -410,6 +452,25 @@ TEST_F(ClapFileTest, ParametersAreSetInAndOutsideOfBlocks) {
   EXPECT_EQ(valueOf(100), 0.875);
   host.Process(64, {ClapEvent::ParamMod(0, 100, 0.0), ClapEvent::ParamMod(0, 100, 0.1, 55)});
   EXPECT_EQ(valueOf(100), 0.75);
+}
+
+TEST_F(ClapFileTest, UsersChoiceOfSampleAccurateAutomationCounts) {
+  for (const bool accurate : {false, true}) {
+    {
+      const ClapHost first(file_.Factory());  // makes the user's folder
+      std::ofstream(TestDataFile("Config.ini"))
+          << "[Options]\nsample_accurate=" << (accurate ? 1 : 0) << "\n";
+    }
+    ClapHost host(file_.Factory());
+    ASSERT_TRUE(host.Load(StateOf(kFourVoices)));
+    host.Activate(48000, 64);
+    host.Input(0).assign(64, 1.0f);
+    host.Process(64);
+    host.Process(64, {ClapEvent::ParamValue(32, 100, 1.0)});
+    EXPECT_EQ(host.Output(0)[31] == 0.0f, accurate);
+    EXPECT_EQ(host.Output(0)[32] == 1.0f, accurate);
+  }
+  std::filesystem::remove(TestDataFile("Config.ini"));
 }
 
 TEST_F(ClapFileTest, OneInstancePlaysOnWhileOthersComeAndGo) {
