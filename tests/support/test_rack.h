@@ -26,7 +26,7 @@ struct HostScript {
   bool playing = false;
   bool answersTimeInfo = true;
   bool echoesAutomation = false;  ///< as hosts do that set the parameter they were told of
-  std::string product;            ///< what it calls itself
+  std::string product{};          ///< what it calls itself
   bool keepsSentEvents = true;    ///< keeping takes memory, which the audio thread must not
 };
 
