@@ -14,14 +14,14 @@
 
 namespace halveron {
 
-/// Two sides that share no lock. What the rack says while it plays belongs to the audio thread. A
-/// parameter that was moved, by whomever, is a mark and a value that any thread may set; the host
+/// Two sides that share no lock. What the rack says is said and drained inside the processing lock.
+/// A parameter that was moved, by whomever, is a mark and a value that any thread may set; the host
 /// gets the last value of each, for all of them would arrive at the same moment.
 class ClapEventOutput {
  public:
   ClapEventOutput();
 
-  // Audio thread.
+  // Inside the processing lock.
 
   /// From here to Drain the host takes events of a block of so many frames; null if it takes none.
   void Begin(const clap_output_events_t* host, int frames);

@@ -168,8 +168,8 @@ clap_process_status ClapPluginInstance::Process(const clap_process_t& block) {
       TakeEvents(block.in_events);
       RunSlice(channels, frames);
     }
+    output_.Drain(block.out_events);
   }
-  output_.Drain(block.out_events);
   if (block.audio_outputs) {
     std::for_each_n(block.audio_outputs, block.audio_outputs_count,
                     [](clap_audio_buffer_t& port) { port.constant_mask = 0; });
@@ -218,10 +218,8 @@ void ClapPluginInstance::TakeTransport(const clap_event_transport_t* transport) 
 }
 
 void ClapPluginInstance::Flush(const clap_input_events_t* in, const clap_output_events_t* out) {
-  {
-    const std::lock_guard lock(engine_.processingLock);
-    TakeEvents(in);
-  }
+  const std::lock_guard lock(engine_.processingLock);
+  TakeEvents(in);
   output_.Drain(out);
 }
 

@@ -69,7 +69,6 @@ class Halveron final : public AudioEffectX, public EngineContext {
 
   void ApplyOversamplingFactor(int menuEntry) override;
   void ApplyOversamplingFilter(int row) override;
-  void VoiceCountApplied() override {}
   const OversamplingFilter& Filter() const { return filter_; }
 
   /// Null after close.

@@ -22,7 +22,8 @@ struct ActiveNote {
 };
 
 /// A note-on leaves the note in a slot, whose number goes down the MIDI cable with the message. The
-/// voice that takes the message claims the note by that number. All on the audio thread.
+/// voice that takes the message claims the note by that number. All inside the
+/// processing lock.
 class NoteTracker {
  public:
   static constexpr int kSlots = 255;

@@ -43,8 +43,6 @@ class EngineContext {
   }
   /// Takes a row of the filter menu, 0 to 19.
   virtual void ApplyOversamplingFilter(int row) { filterMenuIndex = row; }
-  /// The rack now runs another number of voices.
-  virtual void VoiceCountApplied() {}
 
   /// Host rate in hertz and largest block in samples.
   virtual float HostSampleRate() const = 0;

@@ -75,6 +75,8 @@ class RackModel : public CControlListener {
   /// Runs the rack with 1 to kMaxVoices voices: clones of polyphonic modules and copies of their
   /// cables come or go.
   void ApplyVoiceCount(int count);
+  /// Tells the host, where it tracks notes, that the voices from this one up have let go of theirs.
+  void ReleaseNotes(int firstVoice);
   /// Back to one voice where several run and no module of the rack can reach them.
   void ResetPolyphonyIfUnused();
   /// Makes a module one instance, or one per voice whose clones begin as copies of it. False, with

@@ -14,17 +14,24 @@ void RackModel::ApplyVoiceCount(int count) {
     }
     engine.voiceCount = count;
     FillVoices(old);
-    engine.VoiceCountApplied();
   } else if (count < old) {
     RemoveVoices(count);
     for (int voice = count; voice < kMaxVoices; ++voice) {
       modules[static_cast<std::size_t>(voice)].clear();
     }
     engine.voiceCount = count;
-    engine.VoiceCountApplied();
+    ReleaseNotes(count);
   }
   for (Module* module : modules[0]) {
     ForEachVoice(module, [&](Module& instance) { instance.VoiceCountChanged(engine.voiceCount); });
+  }
+}
+
+void RackModel::ReleaseNotes(int firstVoice) {
+  PatchEdit edit(*this);
+  constexpr int kWhicheverNote = -1;
+  for (int voice = firstVoice; voice < kMaxVoices; ++voice) {
+    engine.ReleaseVoiceNote(voice, kWhicheverNote);
   }
 }
 

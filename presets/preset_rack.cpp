@@ -57,6 +57,7 @@ class PresetLoader {
         std::countr_zero(static_cast<unsigned>(document_.oversamplingFactor)));
     {
       PatchEdit edit(rack_);
+      rack_.ReleaseNotes(0);
       if (rack_.engine.voiceCount != document_.voices) rack_.ApplyVoiceCount(document_.voices);
       rack_.highestParameterIndex = -1;
       rack_.author = document_.author;

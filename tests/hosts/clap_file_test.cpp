@@ -321,6 +321,13 @@ TEST_F(ClapFileTest, HostHearsWhenAVoiceLetsGoOfItsNote) {
   host.plugin->reset(host.plugin);
   host.Process(64);
   EXPECT_TRUE(host.taken.empty());
+
+  // A rack that is replaced lets go of all notes.
+  host.Process(64, {On(0, 60, 21), On(0, 61, 22)});
+  host.taken.clear();
+  ASSERT_TRUE(host.Load(StateOf(kFourVoices)));
+  host.Process(64);
+  EXPECT_EQ(Ended(host.taken), (std::vector<int>{21, 22}));
 }
 
 TEST_F(ClapFileTest, AudioKeepsItsChannelAndItsSample) {
