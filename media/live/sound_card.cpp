@@ -93,7 +93,10 @@ int ChooseRate(const SoundDevice& device, int wanted) {
     return has(kUsualRate) || !device.preferredRate ? kUsualRate : device.preferredRate;
   if (device.rates.empty() || has(wanted)) return wanted;
   std::string known;
-  for (const int rate : device.rates) known += (known.empty() ? "" : ", ") + std::to_string(rate);
+  for (const int rate : device.rates) {
+    if (!known.empty()) known += ", ";
+    known += std::to_string(rate);
+  }
   throw FileError("", "--rate", "the sound device does not run at " + std::to_string(wanted),
                   "it has " + known);
 }
