@@ -9,12 +9,6 @@ namespace {
 
 constexpr const char* kFactorTexts[] = {"None", "2X",  "4X",   "8X",  "16X",
                                         "32X",  "64X", "128X", "256X"};
-constexpr const char* kFilterTexts[kOversamplingFilters] = {
-    "IIR Chamberlin (>2X)", "FIR Auto taps", "FIR Auto double taps", "FIR 50 taps",
-    "FIR 100 taps",         "FIR 150 taps",  "FIR 200 taps",         "FIR 300 taps",
-    "FIR 400 taps",         "FIR 600 taps",  "FIR 800 taps",         "FIR 1000 taps",
-    "FIR 1300 taps",        "FIR 1600 taps", "FIR 2000 taps",        "FIR 2600 taps",
-    "FIR 3200 taps",        "FIR 4800 taps", "FIR 6400 taps",        "FIR 12800 taps"};
 constexpr const char* kTransparencyTexts[] = {"None", "1", "2", "3", "4"};
 constexpr double kAboutWidth = 420;
 
@@ -133,7 +127,7 @@ MainMenu::Menu MainMenu::MakeOversampling() const {
 MainMenu::Menu MainMenu::MakeOversamplingFilter() const {
   Menu menu = SynOptionMenu::Make();
   int row = 0;
-  for (const char* text : kFilterTexts) {
+  for (const char* text : kOversamplingFilterNames) {
     menu->AddChecked(text, editor_.engine.filterMenuIndex == row,
                      [row, &engine = editor_.engine] { engine.ApplyOversamplingFilter(row); });
     ++row;

@@ -8,20 +8,10 @@ namespace halveron {
 
 namespace {
 
-struct FilterRow {
-  const char* name;
-  int taps;  // 0: the IIR filter, or by the factor
-};
-
-constexpr std::array<FilterRow, kOversamplingFilters> kRows{{
-    {"IIR Chamberlin (>2X)", 0}, {"FIR Auto taps", 0},      {"FIR Auto double taps", 0},
-    {"FIR 50 taps", 50},         {"FIR 100 taps", 100},     {"FIR 150 taps", 150},
-    {"FIR 200 taps", 200},       {"FIR 300 taps", 300},     {"FIR 400 taps", 400},
-    {"FIR 600 taps", 600},       {"FIR 800 taps", 800},     {"FIR 1000 taps", 1000},
-    {"FIR 1300 taps", 1300},     {"FIR 1600 taps", 1600},   {"FIR 2000 taps", 2000},
-    {"FIR 2600 taps", 2600},     {"FIR 3200 taps", 3200},   {"FIR 4800 taps", 4800},
-    {"FIR 6400 taps", 6400},     {"FIR 12800 taps", 12800},
-}};
+// By filter row; 0: the IIR filter, or by the factor.
+constexpr std::array<int, kOversamplingFilters> kTaps{0,    0,    0,    50,   100,  150,  200,
+                                                      300,  400,  600,  800,  1000, 1300, 1600,
+                                                      2000, 2600, 3200, 4800, 6400, 12800};
 
 constexpr int kAutoRow = 1;
 constexpr int kAutoDoubleRow = 2;
@@ -29,12 +19,10 @@ constexpr int kAutoTapsPerHalfFactor = 50;
 
 }  // namespace
 
-const char* OversamplingFilterName(int row) { return kRows[static_cast<std::size_t>(row)].name; }
-
 int OversamplingFilterTaps(int row, int factor) {
   if (factor > 1 && row == kAutoRow) return factor / 2 * kAutoTapsPerHalfFactor;
   if (factor > 1 && row == kAutoDoubleRow) return factor / 2 * kAutoTapsPerHalfFactor * 2;
-  return kRows[static_cast<std::size_t>(row)].taps;
+  return kTaps[static_cast<std::size_t>(row)];
 }
 
 OversamplingFilter::OversamplingFilter() : firCoefficients_(kMaxFirTaps) {

@@ -12,9 +12,6 @@ inline constexpr int kMaxFirTaps = 12800;
 inline constexpr int kIirFilterRow = 0;
 inline constexpr int kDefaultFilterRow = 1;
 
-/// Menu text of a filter row, 0 to kOversamplingFilters - 1.
-const char* OversamplingFilterName(int row);
-
 /// Taps of a filter row at an oversampling factor; 0 selects the IIR filter.
 int OversamplingFilterTaps(int row, int factor);
 

@@ -30,8 +30,8 @@ TEST(Oversampling, TapsByRowAndFactor) {
   EXPECT_EQ(OversamplingFilterTaps(1, 8), 200);
   EXPECT_EQ(OversamplingFilterTaps(2, 256), kMaxFirTaps);
   EXPECT_EQ(OversamplingFilterTaps(19, 2), kMaxFirTaps);
-  EXPECT_STREQ(OversamplingFilterName(0), "IIR Chamberlin (>2X)");
-  EXPECT_STREQ(OversamplingFilterName(19), "FIR 12800 taps");
+  EXPECT_STREQ(kOversamplingFilterNames[0], "IIR Chamberlin (>2X)");
+  EXPECT_STREQ(kOversamplingFilterNames[19], "FIR 12800 taps");
   OversamplingFilter filter;
   filter.AllowVector(true);
   filter.Configure(1, 2);
