@@ -3,7 +3,8 @@
 
 namespace halveron {
 
-#define HALVERON_MAKER(M) HALVERON_DEFINE_MAKER(M, dsp::Avx512)
-HALVERON_VOICE_CLASSES(HALVERON_MAKER)
+using ThisUnit = dsp::Avx512;
+
+HALVERON_VOICE_CLASSES(HALVERON_DEFINE_MAKER)
 
 }  // namespace halveron

@@ -19,8 +19,9 @@
   X(S500ADSR)                     \
   X(S515VCLFO)
 
-#define HALVERON_DEFINE_MAKER(M, Unit)                                                   \
-  template <>                                                                            \
-  std::unique_ptr<VoiceGroup> MakeVoiceGroup<M, Unit>(std::span<Module* const> voices) { \
-    return std::make_unique<M##Voices<Unit>>(voices);                                    \
+/// Before it, `ThisUnit` names the unit of the file.
+#define HALVERON_DEFINE_MAKER(M)                                                             \
+  template <>                                                                                \
+  std::unique_ptr<VoiceGroup> MakeVoiceGroup<M, ThisUnit>(std::span<Module* const> voices) { \
+    return std::make_unique<M##Voices<ThisUnit>>(voices);                                    \
   }
