@@ -18,17 +18,16 @@ struct ClockFollower {
 
   Double increment = 0.0;    ///< clocks per sample, of the last interval
   Int count = kIdleCounter;  ///< samples since the last clock; the first interval is almost endless
-  Float last = 0.0f;         ///< previous sample of the clock
+  EdgeDetector<Lanes> edges;
 
   template <class Self>
   static auto State(Self& self) {
-    return std::tie(self.increment, self.count, self.last);
+    return std::tie(self.increment, self.count, self.edges.last);
   }
 
   /// One sample; true on a rising edge.
   auto Step(Float clock) {
-    const auto edge = IsRisingEdge(last, clock);
-    last = clock;
+    const auto edge = edges.Step(clock);
     if (Any(edge)) increment = Select(edge, 1.0 / ToDouble(count), increment);
     count = Select(edge, Int(1), Select(count < kIdleCounter, count + 1, count));
     return edge;
@@ -37,7 +36,7 @@ struct ClockFollower {
   /// Forgets the pace, when the clock's cable has gone; `clock` is what the input holds then.
   void Stop(Float clock) {
     increment = 0.0;
-    last = clock;
+    edges.last = clock;
   }
 };
 

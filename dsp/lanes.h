@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "dsp/select.h"
+
 namespace halveron::dsp {
 
 /// One voice at a time, in plain numbers.
@@ -20,32 +22,17 @@ struct OneVoice {
   using Int = std::int32_t;
 };
 
-inline bool And(bool a, bool b) { return a && b; }
-inline bool Or(bool a, bool b) { return a || b; }
-template <class A, class B, class C>
-inline auto And(const A& a, const B& b, const C& c) {
-  return And(And(a, b), c);
+/// The kind of number that stands in a lane.
+template <class Real>
+struct LaneNumber {
+  using Type = Real;
+};
+/// A constant, rounded to the kind of number that Real works in.
+template <class Real>
+inline Real Constant(double x) {
+  return Real(static_cast<typename LaneNumber<Real>::Type>(x));
 }
-template <class A, class B, class C>
-inline auto Or(const A& a, const B& b, const C& c) {
-  return Or(Or(a, b), c);
-}
-inline bool Any(bool mask) { return mask; }
-inline bool All(bool mask) { return mask; }
-/// A mask for doubles of one for floats, and back.
-inline bool ToWide(bool mask) { return mask; }
-inline bool ToNarrow(bool mask) { return mask; }
-/// A bit for each lane in which the mask holds.
-inline unsigned LaneBits(bool mask) { return mask ? 1u : 0u; }
 
-inline float Select(bool mask, float a, float b) { return mask ? a : b; }
-inline double Select(bool mask, double a, double b) { return mask ? a : b; }
-inline std::int32_t Select(bool mask, std::int32_t a, std::int32_t b) { return mask ? a : b; }
-
-inline double ToDouble(float x) { return x; }
-inline double ToDouble(std::int32_t x) { return x; }
-inline float ToFloat(double x) { return static_cast<float>(x); }
-inline float ToFloat(std::int32_t x) { return static_cast<float>(x); }
 /// Toward zero; x within the range of the integer.
 inline std::int32_t Truncate(float x) { return static_cast<std::int32_t>(x); }
 /// To the nearest, halves to the even one; |x| below 2^22.
@@ -65,6 +52,13 @@ inline double& Lane(double& x, int) { return x; }
 inline std::int32_t& Lane(std::int32_t& x, int) { return x; }
 inline const float& Lane(const float& x, int) { return x; }
 inline const double& Lane(const double& x, int) { return x; }
+inline const std::int32_t& Lane(const std::int32_t& x, int) { return x; }
+
+/// Of each lane the float at its address and the one after it.
+inline void LoadPairs(const float* const* addresses, float& first, float& second) {
+  first = addresses[0][0];
+  second = addresses[0][1];
+}
 
 /// As std::min and std::max are: of equal numbers and beside a NaN, the first.
 template <class Real>
@@ -76,7 +70,7 @@ inline Real Max(Real a, Real b) {
   return Select(a < b, b, a);
 }
 
-/// Neither infinite nor no number.
+/// Neither infinite nor NaN.
 template <class Real>
 inline auto IsFinite(Real x) {
   return x - x == Real(0.0f);

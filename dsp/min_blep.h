@@ -25,7 +25,7 @@ const std::array<float, kMinBlepSize>& GetMinBlepTable();
 
 /// The residuals of the steps under way: what is to be added to the naive wave, sample by sample.
 ///
-/// A step is told at the moment when the naive wave has jumped; the ring then leads from the old
+/// A step is inserted when the naive wave has jumped; the ring then leads from the old
 /// level to the new one. Memory is part of the object, so no call allocates.
 template <class Lanes = OneVoice>
 class MinBlepRing {
@@ -45,7 +45,7 @@ class MinBlepRing {
   int Size() const { return size_; }
 
   /// Inserts into a lane a step that fell by `amplitude`, `position` table points before the
-  /// present sample. A position at or beyond the step's end, or one that is no number, inserts
+  /// present sample. A position at or beyond the step's end, or a NaN, inserts
   /// nothing.
   void Insert(int lane, float position, float amplitude) {
     if (!(position < kMinBlepLength)) return;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include "dsp/lanes.h"
 #include "dsp/vector_units.h"
@@ -76,12 +77,21 @@ struct Pack : Registers<T, Unit> {
     return Mask::Each([&](int i) { return (typename Mask::Part)f(i); });
   }
 
+  // Register by register: a copy of the whole goes through memory in smaller pieces, which a load
+  // of a register waits for.
   static Pack Load(const T* cells) {
-    Pack out;
-    std::memcpy(out.part, cells, sizeof out.part);
-    return out;
+    return Each([&](int i) {
+      Part part;
+      std::memcpy(&part, cells + i * Base::kPerPart, sizeof part);
+      return part;
+    });
   }
-  void Store(T* cells) const { std::memcpy(cells, this->part, sizeof this->part); }
+  void Store(T* cells) const {
+    for (int i = 0; i < Base::kParts; ++i) {
+      const Part part = this->part[i];
+      std::memcpy(cells + i * Base::kPerPart, &part, sizeof part);
+    }
+  }
 
   friend Pack operator+(const Pack& a, const Pack& b) {
     return Each([&](int i) { return a.part[i] + b.part[i]; });
@@ -120,6 +130,11 @@ struct Pack : Registers<T, Unit> {
   friend Mask operator!=(const Pack& a, const Pack& b) {
     return Compare([&](int i) { return a.part[i] != b.part[i]; });
   }
+};
+
+template <class T, class Unit>
+struct LaneNumber<Pack<T, Unit>> {
+  using Type = T;
 };
 
 /// The voices of a unit's registers.
@@ -299,6 +314,31 @@ inline bool Any(const WideMask<Unit>& mask) {
 template <class T, class Unit>
 inline bool All(const LaneMask<T, Unit>& mask) {
   return !Any(!mask);
+}
+
+template <class Unit>
+inline void LoadPairs(const float* const* addresses, Pack<float, Unit>& first,
+                      Pack<float, Unit>& second) {
+  // A pair travels as one double; a vector that is put together from its lanes in memory would
+  // wait for those stores.
+  using Pairs = Registers<double, Unit>;
+  using Floats = typename Registers<float, Unit>::Part;
+  constexpr auto kLoad = []<std::size_t... i>(const float* const* from, std::index_sequence<i...>) {
+    const auto pair = [](const float* at) {
+      double both;
+      std::memcpy(&both, at, sizeof both);
+      return both;
+    };
+    return typename Pairs::Part{pair(from[i])...};
+  };
+  constexpr auto kLanes = std::make_index_sequence<Pairs::kPerPart>();
+  const auto low = (Floats)kLoad(addresses, kLanes);
+  const auto high = (Floats)kLoad(addresses + Pairs::kPerPart, kLanes);
+  [&]<std::size_t... i>(std::index_sequence<i...>) {
+    first.part[0] = __builtin_shufflevector(low, high, (2 * i)...);
+    second.part[0] = __builtin_shufflevector(low, high, (2 * i + 1)...);
+  }
+  (std::make_index_sequence<kLanesOf<Unit>>());
 }
 
 template <class T, class Unit>

@@ -24,19 +24,48 @@ void SeedRandomFromClock();
 /// Seeds both generators from a number, for tests and measurements that must repeat.
 void SeedRandom(std::uint32_t seed);
 
-/// Park-Miller style multiplicative generator with a 31-bit mask, in 0..1.
-inline double NextRandom() {
-  sharedRandom.randomSeed = (sharedRandom.randomSeed * 16807u) & 0x7FFFFFFFu;
-  return sharedRandom.randomSeed * 4.656612873077393e-10;
+/// Park-Miller style multiplicative generator with a 31-bit mask, in 0..1, on a seed of the
+/// caller's, for draws that must repeat.
+inline double NextRandom(std::uint32_t& seed) {
+  seed = (seed * 16807u) & 0x7FFFFFFFu;
+  return seed * 4.656612873077393e-10;
 }
+
+/// The same on the shared seed.
+inline double NextRandom() { return NextRandom(sharedRandom.randomSeed); }
 
 /// PCG-XSH-RR (O'Neill, "PCG: A Family of Simple Fast Space-Efficient Statistically Good
 /// Algorithms for Random Number Generation", 2014): 32 bits from a 64-bit congruential state.
-inline std::uint32_t NextRandomPcg() {
-  const std::uint64_t old = sharedRandom.pcgState;
-  sharedRandom.pcgState = old * kPcgMultiplier + sharedRandom.pcgIncrement;
+/// `increment` is odd, and selects the sequence.
+inline std::uint32_t StepPcg(std::uint64_t& state, std::uint64_t increment) {
+  const std::uint64_t old = state;
+  state = old * kPcgMultiplier + increment;
   const auto xorshifted = static_cast<std::uint32_t>(((old >> 18) ^ old) >> 27);
   return std::rotr(xorshifted, static_cast<int>(old >> 59));
 }
+
+inline std::uint32_t NextRandomPcg() {
+  return StepPcg(sharedRandom.pcgState, sharedRandom.pcgIncrement);
+}
+
+/// 32 random bits as a number from -1 up to +1.
+inline double ToBipolar(std::uint32_t bits) { return bits * 2.3283064370807974e-10 * 2.0 - 1.0; }
+
+/// A generator of one's own, with a sequence that differs from all others: it is seeded from the
+/// shared one, and so from the clock.
+class OwnRandom {
+ public:
+  OwnRandom() : state_(Draw64()), increment_(Draw64() | 1u) {}
+
+  std::uint32_t Next() { return StepPcg(state_, increment_); }
+
+ private:
+  static std::uint64_t Draw64() {
+    const std::uint64_t high = NextRandomPcg();
+    return high << 32 | NextRandomPcg();
+  }
+
+  std::uint64_t state_, increment_;
+};
 
 }  // namespace halveron::dsp

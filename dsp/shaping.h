@@ -19,6 +19,12 @@ inline Real LimitUnit(Real x) {
   return Select(x > Real(0.0f), Select(x < Real(1.0f), x, Real(1.0f)), Real(0.0f));
 }
 
+/// Replaces an infinity and a NaN by 0, so that it does not stay in a filter or a line.
+template <class Real>
+inline Real FiniteOrZero(const Real& x) {
+  return Select(IsFinite(x), x, Real(0.0f));
+}
+
 /// Leaves -1..1 as it is, bends what is beyond, and stays at 2 from 3 on. A NaN passes through.
 template <class Double>
 inline Double SoftClip(Double x) {
@@ -35,7 +41,17 @@ inline Double SoftClip(Double x) {
 template <class Real>
 inline Real Warp(Real g0) {
   const Real g2 = g0 * g0;
-  return ((g2 * Real(0.2033) + Real(0.31755)) * g2 + Real(1)) * g0;
+  return ((g2 * Constant<Real>(0.2033) + Constant<Real>(0.31755)) * g2 + Real(1.0f)) * g0;
+}
+
+/// Argument of Warp times the rate at the top of most filters' range: pi times 21829.5 Hz, which is
+/// 0.495 of 44.1 kHz. Filters are voiced by this rounding.
+inline constexpr double kTopWarpArgument = 68579.39683153832;
+
+/// Truncates x into least..most, whatever it is; a NaN counts as `least`.
+inline int TruncateWithin(double x, int least, int most) {
+  if (!(x > least)) return least;
+  return x < most ? static_cast<int>(x) : most;
 }
 
 /// Rounds to the nearest integer by truncation: one is added where the remainder is above 0.5.
