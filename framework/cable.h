@@ -14,6 +14,11 @@ struct Cable {
   PatchPoint* origin = nullptr;       ///< the point whose `out` is read
   int colour = 1;                     ///< 1 to 6 of the palette, 7 for MIDI cables
   int voiceTag = 0;  ///< higher voice of the two ends, negated when they differ or when summing
+
+  int Voice() const { return voiceTag < 0 ? -voiceTag : voiceTag; }
+  bool CrossesVoices() const { return voiceTag < 0; }
+  /// Of the records of one cable, the one that the user sees.
+  bool IsMain() const { return voiceTag == 0; }
 };
 
 inline constexpr int kMidiCableColour = 7;

@@ -1,5 +1,6 @@
 #include "framework/class_pool.h"
 
+#include <memory_resource>
 #include <new>
 #include <utility>
 
@@ -10,29 +11,36 @@ namespace {
 constexpr std::size_t kCacheLine = 64;
 constexpr std::size_t kMostPerChunk = 64;
 
-/// Stands before each object.
-using Share = std::shared_ptr<std::pmr::memory_resource>;
-static_assert(sizeof(Share) <= kCacheLine);
-
 }  // namespace
 
+class ClassPool::Chunks final : public CBaseObject {
+ public:
+  explicit Chunks(std::size_t objectSize)
+      : memory({kMostPerChunk, 2 * (objectSize + kCacheLine)}, std::pmr::new_delete_resource()) {}
+
+  std::pmr::synchronized_pool_resource memory;
+};
+
 ClassPool::ClassPool(std::size_t objectSize)
-    : chunks_(std::make_shared<std::pmr::synchronized_pool_resource>(
-          std::pmr::pool_options{kMostPerChunk, 2 * (objectSize + kCacheLine)},
-          std::pmr::new_delete_resource())) {}
+    : chunks_(SharedPointer<Chunks>::Adopt(new Chunks(objectSize))) {}
+
+ClassPool::~ClassPool() = default;
 
 void* ClassPool::Take(std::size_t size) const {
-  auto* block = static_cast<std::byte*>(chunks_->allocate(size + kCacheLine, kCacheLine));
-  new (block) Share(chunks_);
+  // The object's share of the pool stands before it.
+  static_assert(sizeof(SharedPointer<Chunks>) <= kCacheLine);
+  void* memory = chunks_->memory.allocate(size + kCacheLine, kCacheLine);
+  auto* block = static_cast<std::byte*>(memory);
+  new (block) SharedPointer<Chunks>(chunks_);
   return block + kCacheLine;
 }
 
 void ClassPool::GiveBack(void* memory, std::size_t size) {
   std::byte* block = static_cast<std::byte*>(memory) - kCacheLine;
-  auto* before = std::launder(reinterpret_cast<Share*>(block));
-  const Share share = std::move(*before);
-  before->~Share();
-  share->deallocate(block, size + kCacheLine, kCacheLine);
+  auto* before = std::launder(reinterpret_cast<SharedPointer<Chunks>*>(block));
+  const SharedPointer<Chunks> share = std::move(*before);
+  before->~SharedPointer<Chunks>();
+  share->memory.deallocate(block, size + kCacheLine, kCacheLine);
 }
 
 }  // namespace halveron

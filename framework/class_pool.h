@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
-#include <memory_resource>
+
+#include "gui/base_object.h"
 
 namespace halveron {
 
@@ -13,6 +13,9 @@ namespace halveron {
 class ClassPool {
  public:
   explicit ClassPool(std::size_t objectSize);
+  ~ClassPool();
+  ClassPool(const ClassPool&) = delete;
+  ClassPool& operator=(const ClassPool&) = delete;
 
   /// Memory for one object of at most the pool's size, at the start of a cache line.
   void* Take(std::size_t size) const;
@@ -20,7 +23,8 @@ class ClassPool {
   static void GiveBack(void* memory, std::size_t size);
 
  private:
-  std::shared_ptr<std::pmr::memory_resource> chunks_;
+  class Chunks;
+  SharedPointer<Chunks> chunks_;
 };
 
 }  // namespace halveron

@@ -1,6 +1,7 @@
 // The lamp of a limited output.
 #pragma once
 
+#include "dsp/effect_finish.h"
 #include "framework/module_controls.h"
 
 namespace halveron {
@@ -11,7 +12,8 @@ class ClipLamp : public HeldLamp {
   void SetSampleRate(float sampleRate) { SetHold(sampleRate, 0.2); }
 
   /// The sample within -level..level. Tick once per sample, before this.
-  float Limit(float x, float level) {
+  template <class Real>
+  Real Limit(Real x, std::type_identity_t<Real> level) {
     if (x > level) {
       Light();
       return level;
@@ -21,6 +23,14 @@ class ClipLamp : public HeldLamp {
       return -level;
     }
     return x;
+  }
+
+  /// The last stage of an effect: DC blocker and limit.
+  float Finish(dsp::EffectFinish& finish, double x, float level) {
+    bool limited = false;
+    const float out = finish.Step(x, level, limited);
+    if (limited) Light();
+    return out;
   }
 };
 

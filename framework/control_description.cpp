@@ -4,7 +4,9 @@
 
 #include "framework/module.h"
 #include "framework/rack_model.h"
+#include "gui/option_menu.h"
 #include "gui/switch.h"
+#include "gui/text_edit.h"
 
 namespace halveron {
 
@@ -28,6 +30,10 @@ std::string ValueOf(const CControl& control) {
     return PositionOf(strip->getPosition(), strip->getNumPositions());
   }
   if (control.isTypeOf("CSpecialDigit")) return Numbered("%.0f", control.getValue());
+  if (const auto* menu = dynamic_cast<const COptionMenu*>(&control)) {
+    return menu->getCurrent() ? menu->getCurrent()->getTitle() : "";
+  }
+  if (const auto* field = dynamic_cast<const CTextEdit*>(&control)) return field->getText();
   if (control.isTypeOf("COnOffButton")) return control.getValue() > 0.5f ? "on" : "off";
   if (control.isTypeOf("CKnob") || control.isTypeOf("CSlider")) {
     return Numbered("%.3f", control.getValue());
@@ -42,7 +48,7 @@ std::string FarEnd(const PatchPoint& point) {
 std::string DescribePoint(const PatchPoint& point) {
   constexpr const char* kDirections[] = {" (input)", " (output)", " (either way)"};
   std::string text = std::string(point.role) + kDirections[point.type];
-  const CableList& cables = point.editor->cableList;
+  const CableList& cables = point.editor->cables.cableList;
   for (const Cable* cable = cables.head; cable; cable = cable->next) {
     if (cable->voiceTag != 0) continue;
     if (cable->destination == &point) text += "\nfrom " + FarEnd(*cable->origin);

@@ -1,4 +1,4 @@
-// What a control tells of itself when the mouse rests on it.
+// The tooltip text of a control.
 #pragma once
 
 #include <string>

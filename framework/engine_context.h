@@ -4,7 +4,8 @@
 #include <string>
 
 #include "framework/host_events.h"
-#include "framework/signal.h"
+#include "framework/oversampling_filters.h"
+#include "framework/rack_limits.h"
 #include "platform/recursive_lock.h"
 
 namespace halveron {
@@ -23,7 +24,7 @@ class EngineContext {
   int voiceCount = 1;          ///< 1 to kMaxVoices
   int oversamplingFactor = 1;  ///< 1, 2, 4 ... 256
   int oversamplingSteps = 1;   ///< equal to the factor; the loop counts against this one
-  int filterMenuIndex = 1;     ///< row of the oversampling filter
+  int filterMenuIndex = kDefaultFilterRow;  ///< row of the oversampling filter
   HostKind hostKind = HostKind::kVst2;
 
   int dawOutputModuleCount = 0;     ///< active modules that answer IsAudioToDAW
@@ -33,9 +34,10 @@ class EngineContext {
   float* const* dawOutputs = nullptr;  ///< host channel arrays of this block
   int dawInputChannels = 0;            ///< arrays that the present call brought
   int dawOutputChannels = 0;
-  int blockPosition = 0;         ///< index of the present host sample in the block
-  float* currentOutL = nullptr;  ///< cursor into host output channel 0
-  float* currentOutR = nullptr;  ///< cursor into host output channel 1
+  unsigned dawOutputsWritten = 0;  ///< bit of each output channel that was written in this block
+  int blockPosition = 0;           ///< index of the present host sample in the block
+  float* currentOutL = nullptr;    ///< cursor into host output channel 0
+  float* currentOutR = nullptr;    ///< cursor into host output channel 1
 
   /// Takes the oversampling factor 2^menuEntry, 0 to 8: rates of all modules and the filter follow.
   virtual void ApplyOversamplingFactor(int menuEntry) {
@@ -48,7 +50,7 @@ class EngineContext {
   virtual float HostSampleRate() const = 0;
   virtual int HostBlockSize() const = 0;
 
-  /// Transport of the host; null if it tells none. `filter` is a mask of VstTimeInfo flags.
+  /// Transport of the host; null if it reports none. `filter` is a mask of VstTimeInfo flags.
   virtual const VstTimeInfo* HostTimeInfo(int filter) = 0;
 
   /// Hands events to the host; false if it does not take them. Audio thread.
@@ -61,16 +63,19 @@ class EngineContext {
   /// if no voice holds the slot's note.
   virtual bool ReleaseVoiceNote(int voice, int noteSlot) = 0;
 
-  /// Tells the host that a panel control moved one of its parameters. Any thread.
+  /// Reports to the host that a panel control moved one of its parameters. Any thread.
   virtual void ParameterMoved(int index, float value) = 0;
+
+  /// The user has taken the control of a parameter, or released it. Window thread.
+  virtual void ParameterGesture(int /*index*/, bool /*begins*/) {}
 
   /// Asks the host for another size of the editor's window, in pixels; false if it refuses.
   virtual bool ResizeEditor(int /*width*/, int /*height*/) { return false; }
 
-  /// What the host calls itself; empty if it does not tell.
+  /// What the host calls itself; empty if unknown.
   virtual std::string HostProduct() { return {}; }
 
-  /// The rack was changed in a way that no parameter tells: what the host saved of it is outdated.
+  /// The rack changed in a way that no parameter reflects: what the host saved of it is outdated.
   /// Any thread but the audio thread.
   virtual void PatchEdited() {}
 };

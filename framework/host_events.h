@@ -2,9 +2,9 @@
 // as the VST 2.4 binary interface publishes them for 64-bit systems.
 //
 // Hosts built by other compilers hand these records over by pointer, so every size and offset is
-// asserted. Event records of different types share one head and are told apart by `type`; they are
-// read and written through pointers to any of the event structs, for which reason all of them are
-// allowed to alias.
+// asserted. Event records of different types share one head and are distinguished by `type`; they
+// are read and written through pointers to any of the event structs, for which reason all of them
+// are allowed to alias.
 #pragma once
 
 #include <cstddef>
@@ -54,7 +54,7 @@ struct [[gnu::may_alias]] VstMidiSysexEvent {
   std::intptr_t resvd2;
 };
 
-/// A list of events. `events` goes on behind the struct for as many entries as `numEvents` tells.
+/// A list of events. `events` continues behind the struct up to `numEvents` entries.
 struct [[gnu::may_alias]] VstEvents {
   std::int32_t numEvents;
   std::intptr_t reserved;

@@ -1,4 +1,4 @@
-// The host's transport as the bridge modules see it, checked at the door.
+// The host's transport as the bridge modules see it, validated.
 #pragma once
 
 #include "framework/host_events.h"
@@ -7,8 +7,8 @@ namespace halveron {
 
 class Module;
 
-/// What the host told last. A host may tell no transport at all, or a tempo or a position that no
-/// piece has: such a value is not believed, and the one before it stands.
+/// The last valid transport. A host may report no transport, or a tempo or a position out of
+/// range: such a value is ignored, and the one before it stays.
 struct HostTransport {
   double tempo = 120.0;   ///< quarter notes a minute, kSlowest to kFastest
   double position = 0.0;  ///< quarter notes, at most kFarthest either way

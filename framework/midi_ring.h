@@ -12,10 +12,9 @@ namespace halveron {
 ///
 /// Push belongs to one writer at a time, which holds a lock of its own (a module's critical
 /// section) and may allocate. TryPop belongs to one reader, the audio thread: no lock, no
-/// allocation. Growing cannot pull the words from under the reader because no ring is ever moved:
-/// the full one keeps its words and points at its follower, the reader goes over once it has
-/// emptied the full one and says so, and only then does the writer, when it grows the next time,
-/// free what lies behind the reader.
+/// allocation. Growing moves no words: the full ring keeps its own and points at its follower. The
+/// reader goes on to the follower once it has emptied the full one, and the writer frees the rings
+/// behind the reader when it grows the next time.
 class MidiRing {
  public:
   static constexpr int kInitialCapacity = 6;

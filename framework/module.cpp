@@ -8,13 +8,21 @@
 #include "dsp/shaping.h"
 #include "framework/byte_io.h"
 #include "framework/control_description.h"
+#include "framework/display_view.h"
+#include "framework/manual_page.h"
+#include "framework/module_timer.h"
 #include "framework/rack_model.h"
+#include "framework/text_label.h"
+#include "framework/text_log_view.h"
+#include "gui/option_menu.h"
+#include "gui/slider.h"
+#include "gui/text_edit.h"
+#include "platform/library_path.h"
 
 namespace halveron {
 
 namespace {
 
-constexpr const char* kProductPages = "https://www.calderine.example/modules/";
 constexpr int kScrewDistance = 9;  // panel units from the corner
 
 PatchPoint* AsPatchPoint(CView* view) { return dynamic_cast<PatchPoint*>(view); }
@@ -35,8 +43,8 @@ CRect CentredOn(float x, float y, const CPoint& size) {
 }  // namespace
 
 Module::Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const HostTable& table,
-               int voiceNumber)
-    : ModuleWrapper(rect, frame, panelBitmap), hostTable(table), voice(voiceNumber) {
+               int voiceIndex)
+    : ModuleWrapper(rect, frame, panelBitmap), hostTable(table), voice(voiceIndex) {
   editor = hostTable.rack;
   engine = hostTable.GetEngine(editor);
   blockSize = hostTable.GetBlockSize(editor);
@@ -50,12 +58,7 @@ Module::~Module() = default;
 
 const char* Module::GetInfoURL() {
   if (std::strcmp(GetVendorName(), kBuiltInVendor) != 0) return nullptr;
-  if (infoUrl_.empty()) {
-    infoUrl_ = kProductPages;
-    for (const char* letter = GetName(); *letter; ++letter) {
-      if (*letter != '/') infoUrl_ += *letter == ' ' ? '-' : *letter;
-    }
-  }
+  if (infoUrl_.empty()) infoUrl_ = platform::FileUrl(InstalledManualPage(GetName()));
   return infoUrl_.c_str();
 }
 
@@ -123,13 +126,13 @@ void Module::UnregisterControls() {
 }
 
 void Module::CountControls() {
-  nbControls = nbPatchPoints = 0;
+  nbControls_ = nbPatchPoints_ = 0;
   forEach([&](CView* view) {
     if (AsPatchPoint(view)) {
-      ++nbControls;
-      ++nbPatchPoints;
+      ++nbControls_;
+      ++nbPatchPoints_;
     } else if (AsTaggedControl(view)) {
-      ++nbControls;
+      ++nbControls_;
     }
   });
 }
@@ -145,9 +148,9 @@ void Module::NumberPatchPoints(int* next) {
 }
 
 void Module::CollectPatchPoints(PatchPoint** points, int* index, int limit) {
-  // A point that exists per voice on a single module is told by voice 0's own copy of it, so that a
+  // A point that exists per voice on a single module is represented by voice 0's copy, so that a
   // cable saved there is found again from a clone.
-  Module* main = voice > 0 && polyPatchPoints > 0 ? GetVoiceModule(0) : nullptr;
+  Module* main = voice > 0 && polyPatchPoints_ > 0 ? GetVoiceModule(0) : nullptr;
   const auto own = children();
   for (std::size_t i = 0; i < own.size() && limit > 0; ++i) {
     PatchPoint* point = AsPatchPoint(own[i]);
@@ -159,8 +162,8 @@ void Module::CollectPatchPoints(PatchPoint** points, int* index, int limit) {
 }
 
 int Module::GetControlValuesSize() {
-  if (nbControls < 0) CountControls();
-  return nbControls * static_cast<int>(sizeof(float));
+  if (nbControls_ < 0) CountControls();
+  return nbControls_ * static_cast<int>(sizeof(float));
 }
 
 void Module::ApplyKnobModulation() {
@@ -168,29 +171,30 @@ void Module::ApplyKnobModulation() {
   forEach([&](CView* view) {
     auto* knob = dynamic_cast<ModuleKnob*>(view);
     if (!knob || knob->hostOffset == 0.0f) return;
-    knob->setValue(std::clamp(knob->getValue() - knob->hostOffset, 0.0f, 1.0f));
-    knob->hostOffset = 0.0f;
+    knob->SetModulated(knob->BaseValue(), 0.0f);
     ValueChanged(knob);
   });
 }
 
 void Module::SaveControlValues(float* buffer) {
-  ApplyKnobModulation();
   forEach([&](CView* view) {
-    if (CControl* control = AsTaggedControl(view)) *buffer++ = control->getValue();
+    if (const CControl* control = AsTaggedControl(view)) *buffer++ = BaseValueOf(*control);
   });
 }
 
 void Module::LoadControlValues(const float* buffer, unsigned size) {
   ByteReader reader(buffer, size);
+  const PatchEdit edit(*editor);
+  editor->parameters.MarkMirrorOutdated();
   for (CView* view : children()) {
     CControl* control = AsTaggedControl(view);
     if (!control) continue;
     float value = 0.0f;
     if (!reader.Read(value)) return;
-    if (!std::isfinite(value)) continue;  // no knob was ever saved so: what stands is better
+    if (!std::isfinite(value)) continue;  // never saved by a control: keep the value
     control->setValue(value);
     if (auto* knob = dynamic_cast<ModuleKnob*>(control)) {
+      knob->hostOffset = 0.0f;
       knob->SetAtOnce(knob->getValue());
     } else if (PatchPoint* point = AsPatchPoint(control); point && point->twoState) {
       point->setValue(point->cableCount == 0 ? 0.0f : 1.0f);
@@ -234,16 +238,26 @@ void Module::LeaveProcessingCriticalSection() { hostTable.LeaveProcessingCritica
 void Module::SetPatchPointPoly(PatchPoint* point, bool poly) {
   if (point->poly == poly) return;
   point->poly = poly;
-  polyPatchPoints += poly ? 1 : -1;
+  polyPatchPoints_ += poly ? 1 : -1;
 }
 
 Module* Module::GetVoiceModule(int voiceIndex) {
   return hostTable.GetVoiceModule(editor, this, voiceIndex);
 }
 
+void Module::enteredFrame(CFrame* root) {
+  ModuleWrapper::enteredFrame(root);
+  for (ModuleTimer* timer : timers_) timer->EnterFrame(root);
+}
+
+void Module::leavingFrame(CFrame* root) {
+  for (ModuleTimer* timer : timers_) timer->LeaveFrame();
+  ModuleWrapper::leavingFrame(root);
+}
+
 CMouseEventResult Module::onMouseDown(CPoint& where, const CButtonState& buttons) {
-  // A module that hangs on the mouse is to be put down, not played.
-  if (isDragged) return hostTable.ModuleMouseDown(editor, this, &where, &buttons);
+  // A press drops a module that is being dragged; its controls do not get it.
+  if (place.isDragged) return hostTable.ModuleMouseDown(editor, this, &where, &buttons);
   const CMouseEventResult taken = ModuleWrapper::onMouseDown(where, buttons);
   if (taken == kMouseEventHandled || taken == kMouseDownEventHandledButDontNeedMovedOrUpEvents) {
     return taken;
@@ -257,7 +271,7 @@ CMouseEventResult Module::onMouseUp(CPoint& where, const CButtonState& buttons) 
 }
 
 CMouseEventResult Module::onMouseMoved(CPoint& where, const CButtonState& buttons) {
-  if (!isDragged) return ModuleWrapper::onMouseMoved(where, buttons);
+  if (!place.isDragged) return ModuleWrapper::onMouseMoved(where, buttons);
   return hostTable.ModuleMouseMoved(editor, this, &where, &buttons);
 }
 
@@ -448,6 +462,63 @@ CTextLabel* Module::AddTextLabel(const char* role, const CRect& area) {
 
 CTextLabelEx* Module::AddTextLabelEx(const char* role, const CRect& area) {
   return AdoptControl(new CTextLabelEx(ScaledArea(area)), role, 0.0f, TAG_UNASSIGNED);
+}
+
+namespace {
+
+constexpr float kFieldFontShare = 0.62f;  // of a field's height
+
+/// A field that shows a text, as high as a line of it.
+template <class Field>
+Field* SetUpField(Field* field) {
+  const auto font = SharedPointer<CFontDesc>::Adopt(
+      new CFontDesc(nullptr, field->getHeight() * static_cast<CCoord>(kFieldFontShare)));
+  field->setFont(font);
+  field->setFontColor(digitColor);
+  field->setBackColor(DisplayView::kScreenColor);
+  field->setHoriAlign(kLeftText);
+  field->setTextInset(CPoint(ScaleToPixels(4), 0));
+  return field;
+}
+
+/// An area of panel units, its centre at x and y.
+CRect SizedOn(float x, float y, float width, float height) {
+  return CentredOn(x, y, CPoint(ScaleToPixels(width), ScaleToPixels(height)));
+}
+
+}  // namespace
+
+CSlider* Module::AddSlider(const char* role, float x, float y, float width, float height,
+                           CSliderStyle style, float initial, int tag) {
+  auto* slider = new CSlider(SizedOn(x, y, width, height), editor, TAG_UNASSIGNED, style);
+  return AdoptControl(slider, role, initial, tag);
+}
+
+COptionMenu* Module::AddOptionMenu(const char* role, float x, float y, float width, float height,
+                                   std::span<const char* const> entries, int initial, int tag) {
+  auto* menu = SetUpField(new COptionMenu(SizedOn(x, y, width, height), editor, TAG_UNASSIGNED));
+  for (const char* entry : entries) menu->addEntry(entry);
+  menu->setMax(static_cast<float>(entries.size()) - 1.0f);
+  return AdoptControl(menu, role, static_cast<float>(initial), tag);
+}
+
+CTextEdit* Module::AddTextEdit(const char* role, float x, float y, float width, float height,
+                               const char* text) {
+  auto* field =
+      SetUpField(new CTextEdit(SizedOn(x, y, width, height), editor, TAG_UNASSIGNED, text));
+  return AdoptControl(field, role, 0.0f, TAG_NONE);
+}
+
+DisplayView* Module::AddDisplay(const char* role, float x, float y, float width, float height) {
+  return AdoptControl(new DisplayView(SizedOn(x, y, width, height), editor), role, 0.0f, TAG_NONE);
+}
+
+TextLogView* Module::AddTextLog(TextLog& log, float x, float y, float width, float height,
+                                const char* fontFamily, float fontSize) {
+  auto* view = new TextLogView(SizedOn(x, y, width, height), nullptr, log, fontFamily,
+                               ScaleToPixels(static_cast<double>(fontSize)));
+  addView(view);
+  return view;
 }
 
 void Module::AddScrew(CMovieBitmap** screw, CControlListener* listener, bool left, bool top) {

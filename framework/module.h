@@ -13,15 +13,26 @@
 #include "framework/engine_context.h"
 #include "framework/host_table.h"
 #include "framework/module_controls.h"
+#include "framework/panel_metrics.h"
 #include "framework/patch_point.h"
+#include "framework/rack_limits.h"
 #include "framework/signal.h"
-#include "framework/voice_group.h"
+#include "framework/voice_group_maker.h"
 #include "gui/view_container.h"
 
 namespace halveron {
 
 class CFrame;
+class COptionMenu;
 class CSlider;
+class CTextEdit;
+class CTextLabel;
+class CTextLabelEx;
+class DisplayView;
+class ModuleTimer;
+class TextLog;
+class TextLogView;
+enum CSliderStyle : int;
 
 /// Keeps the rack's panels apart from the toolkit's containers; adds no state.
 class ModuleWrapper : public CViewContainer {
@@ -30,19 +41,31 @@ class ModuleWrapper : public CViewContainer {
   HALVERON_TYPE_OF(ModuleWrapper, CViewContainer)
 };
 
+/// Where a module instance stands in its rack, which alone reads and writes it. Indices are -1 for
+/// an instance that is not in the list.
+struct RackPlace {
+  int moduleIndex = -1;      ///< in modules[voice]
+  int activeIndex = -1;      ///< in activeModules[voice]
+  int eventIndex = -1;       ///< in eventModules
+  int blockStartIndex = -1;  ///< in blockStartModules
+  int mouseIndex = -1;       ///< in mouseModules
+  int trashIndex = -1;       ///< in trashList
+  int cableCount = 0;        ///< cable ends on the instance's patch points
+  bool isDragged = false;    ///< the mouse moves the panel
+};
+
 class Module : public ModuleWrapper {
  public:
   /// Runs ProcessSample once on each of `count` modules.
   using RunFunction = void (*)(Module* const* modules, std::size_t count);
 
-  Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const HostTable& hostTable,
-         int voice);
+  Module(const CRect& rect, CFrame* frame, CBitmap* panelBitmap, const HostTable& table,
+         int voiceIndex);
   ~Module() override;
 
   HALVERON_TYPE_OF(Module, ModuleWrapper)
 
   // Identity. Name and vendor together identify a module in presets, compared byte for byte.
-  virtual int GetHostVersion() const { return kHostInterfaceVersion; }
   virtual const char* GetName() const { return ""; }
   virtual int GetNameLength() const { return -1; }
   virtual const char* GetVendorName() const { return ""; }
@@ -58,13 +81,6 @@ class Module : public ModuleWrapper {
 
   // Sound.
   virtual void ProcessSample() {}
-  /// What the sample loop calls for modules of this class, which it keeps side by side: modules
-  /// with equal functions run in one call.
-  virtual RunFunction GetRunFunction() const {
-    return [](Module* const* modules, std::size_t count) {
-      for (std::size_t i = 0; i < count; ++i) modules[i]->ProcessSample();
-    };
-  }
   /// Makes the operation that runs all voices of a module of this class in one call, in vectors of
   /// a given width. Null where the class has none.
   virtual VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const {
@@ -74,13 +90,6 @@ class Module : public ModuleWrapper {
   virtual void ProcessEvents(VstEvents* events) { (void)events; }
   virtual void BlockStart(int frames) { (void)frames; }
   virtual void SetSampleRate(float rate);
-  virtual void SetDAWSampleRate(float rate) { dawSampleRate = rate; }
-  virtual void SetBlockSize(float frames) { blockSize = static_cast<int>(frames); }
-  /// Runs at the host's rate, or at the oversampled one where the module takes part in that.
-  void FollowRate() {
-    const auto steps = static_cast<float>(hostTable.GetOversamplingSteps(editor));
-    SetSampleRate(oversampled ? dawSampleRate * steps : dawSampleRate);
-  }
   /// For each knob: takes a smoothing delay in milliseconds of 0 or more, follows the rate.
   virtual void SetKnobSmoothing(float delay);
   virtual bool SetBandlimitMode(int mode);
@@ -122,23 +131,15 @@ class Module : public ModuleWrapper {
   virtual bool RegisterForEvents() { return hostTable.RegisterForEvents(editor, this); }
   virtual bool RegisterForBlockStart() { return hostTable.RegisterForBlockStart(editor, this); }
   virtual bool RegisterForMouseMoved() { return hostTable.RegisterForMouseMoved(editor, this); }
-  virtual bool ReleaseFromTrash() { return hostTable.ReleaseFromTrash(editor, this); }
-  virtual void UnregisterControls();
 
-  // Counting and presets.
-  virtual void CountControls();
-  virtual void ResetControlCounts() { nbControls = nbPatchPoints = -1; }
-  virtual void NumberPatchPoints(int* next);
-  virtual void CollectPatchPoints(PatchPoint** points, int* index, int limit);
+  // Presets: the values of the controls, unless a class overrides the last three.
+
   virtual int GetControlValuesSize();
-  virtual void ApplyKnobModulation();
-  /// Writes the value of each tagged control in child order, one float each.
+  /// Writes the value of each tagged control in child order, one float each, without the host's
+  /// modulation.
   virtual void SaveControlValues(float* buffer);
   /// Reads them back; `size` in bytes. Controls beyond the end keep what they have.
   virtual void LoadControlValues(const float* buffer, unsigned size);
-  virtual int GetPatchPointIndicesSize() { return GetControlValuesSize(); }
-  virtual void SavePatchPointIndices(int* buffer);
-  virtual void LoadPatchPointIndices(const int* buffer, unsigned size);
   /// Bytes of the module's preset data.
   virtual int GetPresetSize() { return GetControlValuesSize(); }
   virtual void SavePreset(void* buffer, int size);
@@ -151,45 +152,78 @@ class Module : public ModuleWrapper {
   /// The instance of this module in another voice, null if there is none.
   virtual Module* GetVoiceModule(int voiceIndex);
 
-  // Mouse, handed on to the rack.
-  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
-  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
-  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
-  std::string tooltipAt(const CPoint& where) override;
-
   virtual float GetClipLevel() const { return clipLevel; }
   virtual void SetClipLevel(float level) { clipLevel = level; }
   virtual int GetBandlimitMode() const { return bandlimitMode; }
 
-  float sampleRate;  ///< hertz at which ProcessSample runs
-  float halfSampleRate;
-  float sampleRate60;   ///< samples a minute
-  float dawSampleRate;  ///< host rate
-  int blockSize;        ///< host block size in samples
   bool oversampled = true;
   bool alwaysOn = false;  ///< processed without cables
   bool mono = false;
   bool monoSelectable = true;
   bool oversamplingSelectable = true;
-  int nbControls = -1;  ///< tagged controls and patch points, -1: not counted
-  int nbPatchPoints = -1;
-  int cableCount = 0;  ///< cable ends on this instance's patch points
-  int polyPatchPoints = 0;
   int bandlimitMode = -1;  ///< -1 none, 0 at the oversampling Nyquist, 1 near the host's
   EngineContext* engine;
   RackModel* editor;
   HostTable hostTable;
   float clipLevel = kDefaultClipLevel;  ///< linear limit, -1 where a class does not clip
   int voice;
-  bool isDragged = false;
-  int moduleIndex = -1;
-  int activeIndex = -1;
-  int eventIndex = -1;
-  int blockStartIndex = -1;
-  int mouseIndex = -1;
-  int trashIndex = -1;
+
+  // The side of the rack and the hosts, which a module has no use for.
+
+  virtual int GetHostVersion() const { return kHostInterfaceVersion; }
+  /// What the sample loop calls for modules of this class, which it keeps side by side: modules
+  /// with equal functions run in one call.
+  virtual RunFunction GetRunFunction() const {
+    return [](Module* const* modules, std::size_t count) {
+      for (std::size_t i = 0; i < count; ++i) modules[i]->ProcessSample();
+    };
+  }
+  virtual void SetDAWSampleRate(float rate) { dawSampleRate = rate; }
+  virtual void SetBlockSize(float frames) { blockSize = static_cast<int>(frames); }
+  /// Runs at the host's rate, or at the oversampled one where the module takes part in that.
+  void FollowRate() {
+    const auto steps = static_cast<float>(hostTable.GetOversamplingSteps(editor));
+    SetSampleRate(oversampled ? dawSampleRate * steps : dawSampleRate);
+  }
+  virtual bool ReleaseFromTrash() { return hostTable.ReleaseFromTrash(editor, this); }
+  virtual void UnregisterControls();
+  virtual void CountControls();
+  virtual void ResetControlCounts() { nbControls_ = nbPatchPoints_ = -1; }
+  virtual void NumberPatchPoints(int* next);
+  virtual void CollectPatchPoints(PatchPoint** points, int* index, int limit);
+  virtual void ApplyKnobModulation();
+  virtual int GetPatchPointIndicesSize() { return GetControlValuesSize(); }
+  virtual void SavePatchPointIndices(int* buffer);
+  virtual void LoadPatchPointIndices(const int* buffer, unsigned size);
+  float GetSampleRate() const { return sampleRate; }
+  float GetHalfSampleRate() const { return halfSampleRate; }
+  float GetSampleRate60() const { return sampleRate60; }
+  float GetDAWSampleRate() const { return dawSampleRate; }
+  int GetBlockSize() const { return blockSize; }
+  /// Tagged controls, patch points included, and patch points; -1 until they are counted.
+  int GetNbControls() const { return nbControls_; }
+  int GetNbPatchPoints() const { return nbPatchPoints_; }
+  /// Patch points that exist per voice although the module is mono.
+  int GetPolyPatchPoints() const { return polyPatchPoints_; }
+
+  void enteredFrame(CFrame* root) override;
+  void leavingFrame(CFrame* root) override;
+
+  // Mouse, handed on to the rack.
+  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
+  std::string tooltipAt(const CPoint& where) override;
+
+  RackPlace place;
 
  protected:
+  float sampleRate;  ///< hertz at which ProcessSample runs
+  float halfSampleRate;
+  float sampleRate60;   ///< samples a minute
+  float dawSampleRate;  ///< host rate
+  int blockSize;        ///< host block size in samples
+
   // Control factories. x and y name the centre in panel units (a row is 291 high); roles are
   // unique among the panel's controls, among its inputs and among its outputs.
   void AddPatchPoint(Input& handle, const char* role, float x, float y);
@@ -226,6 +260,20 @@ class Module : public ModuleWrapper {
   /// `area` in panel units.
   CTextLabel* AddTextLabel(const char* role, const CRect& area);
   CTextLabelEx* AddTextLabelEx(const char* role, const CRect& area);
+  // The following have no image that gives their size: width and height in panel units.
+  CSlider* AddSlider(const char* role, float x, float y, float width, float height,
+                     CSliderStyle style, float initial, int tag = TAG_AUTOMATIC);
+  /// Its value is the number of the chosen entry.
+  COptionMenu* AddOptionMenu(const char* role, float x, float y, float width, float height,
+                             std::span<const char* const> entries, int initial,
+                             int tag = TAG_UNASSIGNED);
+  /// ValueChanged comes when the user has entered a text, which no preset keeps by itself.
+  CTextEdit* AddTextEdit(const char* role, float x, float y, float width, float height,
+                         const char* text = "");
+  DisplayView* AddDisplay(const char* role, float x, float y, float width, float height);
+  /// Shows a log that is the module's own. It is no control and has no role.
+  TextLogView* AddTextLog(TextLog& log, float x, float y, float width, float height,
+                          const char* fontFamily, float fontSize);
 
   void AddLeftScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener);
   void AddRightScrews(CMovieBitmap** top, CMovieBitmap** bottom, CControlListener* listener);
@@ -241,8 +289,14 @@ class Module : public ModuleWrapper {
                       float initial, bool stepped, int tag);
   void AddScrew(CMovieBitmap** screw, CControlListener* listener, bool left, bool top);
 
+  friend class ModuleTimer;
+
+  int nbControls_ = -1;
+  int nbPatchPoints_ = -1;
+  int polyPatchPoints_ = 0;
   std::string infoUrl_;
   std::vector<PatchPoint*> points_;
+  std::vector<ModuleTimer*> timers_;
 };
 
 /// Holds the processing lock for a scope, from panel logic that touches what ProcessSample uses.
@@ -262,7 +316,7 @@ class ProcessingSection {
 /// The vendor of every built-in module.
 inline constexpr const char* kBuiltInVendor = "Calderine";
 
-/// Identity of a built-in module class. `Derived` tells
+/// Identity of a built-in module class. `Derived` declares
 ///   static constexpr char kName[]       display name, such as "S404 VCA"
 ///   static constexpr char kPanel[]      panel image
 ///   static constexpr int kColumns       panel width in grid columns
@@ -271,8 +325,8 @@ inline constexpr const char* kBuiltInVendor = "Calderine";
 template <class Derived>
 class BuiltInModule : public Module {
  public:
-  BuiltInModule(CFrame* frame, const HostTable& hostTable, int voice)
-      : Module(PanelRect(), frame, panelBitmap_, hostTable, voice) {
+  BuiltInModule(CFrame* frame, const HostTable& table, int voiceIndex)
+      : Module(PanelRect(), frame, panelBitmap_, table, voiceIndex) {
     AddLeftScrews(&leftTop_, &leftBottom_, nullptr);
     AddRightScrews(&rightTop_, &rightBottom_, nullptr);
   }
@@ -283,7 +337,7 @@ class BuiltInModule : public Module {
   int GetVendorNameLength() const override { return sizeof("Calderine") - 1; }
   int GetVersion() const override { return Derived::kVersion; }
   bool GetMonoDefault() const override { return !Derived::kPolyphonic; }
-  /// Calls the class's own ProcessSample, which the compiler sees and no table is asked for.
+  /// Calls the class's own ProcessSample directly, not through the virtual table.
   Module::RunFunction GetRunFunction() const override {
     return [](Module* const* modules, std::size_t count) {
       for (std::size_t i = 0; i < count; ++i) {
@@ -292,8 +346,8 @@ class BuiltInModule : public Module {
     };
   }
 
-  // Instances of a class lie side by side, for that is how the sample loop walks them: from one to
-  // the next it stays on few pages and in few cache lines.
+  // Instances of a class lie side by side, as the sample loop visits them one after another: that
+  // touches few pages and cache lines.
   static void* operator new(std::size_t size) {
     static const ClassPool pool(sizeof(Derived));
     return pool.Take(size);

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
+#include "framework/knob_store.h"
 #include "framework/module.h"
+#include "gui/draw_context.h"
 
 namespace halveron {
 
 ModuleKnob::ModuleKnob(const CRect& rect, CControlListener* listener, int tag, int frames,
-                       CBitmap* bitmap, std::shared_ptr<KnobStore> store)
-    : CAnimKnob(rect, listener, tag, frames, bitmap),
-      store_(std::move(store)),
-      cell_(store_->Take()) {
+                       CBitmap* bitmap, KnobStore* store)
+    : CAnimKnob(rect, listener, tag, frames, bitmap), store_(store), cell_(store_->Take()) {
   BindValue(&cell_->value);
   setZoomFactor(5.0f);
 }
@@ -25,11 +25,19 @@ void ModuleKnob::setValue(float newValue) {
   if (stepped) SnapToStep();
 }
 
-int ModuleKnob::GetStepIndex() const {
+int ModuleKnob::GetStepIndex() const { return StepOf(cell_->value); }
+
+int ModuleKnob::StepOf(float value) const {
   const int last = subPixmaps - 1;
-  // Written so that a value that is no number counts as 0.
-  const float share = cell_->value > 0.0f ? std::min(cell_->value, 1.0f) : 0.0f;
+  // Written so that a NaN counts as 0.
+  const float share = value > 0.0f ? std::min(value, 1.0f) : 0.0f;
   return static_cast<int>(inverseBitmap ? (1.0f - share) * last : last * share);
+}
+
+float ModuleKnob::pointerShare() const {
+  if (!stepped || subPixmaps < 2) return CAnimKnob::pointerShare();
+  const float share = static_cast<float>(StepOf(oldValue)) / static_cast<float>(subPixmaps - 1);
+  return inverseBitmap ? 1.0f - share : share;
 }
 
 int ModuleKnob::SnapToStep() {
@@ -42,6 +50,24 @@ int ModuleKnob::SnapToStep() {
 void ModuleKnob::SetAtOnce(float newValue) {
   setValue(newValue);
   cell_->smoothed_value = stepped ? cell_->stepped_target : cell_->value;
+}
+
+float ModuleKnob::BaseValue() const {
+  if (hostOffset == 0.0f) return getValue();
+  if (getValue() == modulatedValue_) return modulatedBase_;
+  return std::clamp(getValue() - hostOffset, 0.0f, 1.0f);
+}
+
+void ModuleKnob::SetModulated(float base, float offset) {
+  modulatedBase_ = base;
+  modulatedValue_ = std::clamp(base + offset, 0.0f, 1.0f);
+  hostOffset = modulatedValue_ - base;
+  setValue(modulatedValue_);
+}
+
+float BaseValueOf(const CControl& control) {
+  const auto* knob = dynamic_cast<const ModuleKnob*>(&control);
+  return knob ? knob->BaseValue() : control.getValue();
 }
 
 void ModuleKnob::SetSmoothing(float delay, float sampleRate) {
@@ -137,13 +163,16 @@ void CMovieBitmapEx::drawImage(CDrawContext& context) {
 
 std::array<int, CSpecialDigitEx::kMaxDigits> CSpecialDigitEx::Places() const {
   std::array<int, kMaxDigits> places{};
-  int rest = static_cast<int>(std::clamp(getValue(), getMin(), getMax()));
-  int divisor = static_cast<int>(getMax() + 1.0f) / 10;
+  // From the number of places, not from the maximum: a display that counts to 16 has tens.
+  int divisor = 1;
+  for (int place = 1; place < digits; ++place) divisor *= 10;
+  const int shown = static_cast<int>(std::clamp(getValue(), getMin(), getMax()));
+  int rest = std::clamp(shown, 0, 10 * divisor - 1);
   bool leading = true;
   for (int place = 0; place < digits; ++place) {
-    const int digit = divisor > 0 ? rest / divisor : rest;
-    if (divisor > 0) rest %= divisor;
-    divisor /= 10;
+    const int digit = rest / divisor;
+    rest %= divisor;
+    divisor = std::max(divisor / 10, 1);
     leading = leading && digit == 0 && place < digits - 1;
     places[static_cast<std::size_t>(place)] = leading ? kBlank : digit;
   }
@@ -154,125 +183,12 @@ void CSpecialDigitEx::drawImage(CDrawContext& context) {
   const std::array<int, kMaxDigits> places = Places();
   for (int place = 0; place < digits; ++place) {
     const int digit = places[static_cast<std::size_t>(place)];
-    if (digit == kBlank && blank_) {
-      blank_->draw(context, placeRect(place));
+    if (digit == kBlank && blank_ && blank_->load()) {
+      context.fillThrough(blank_->getSurface(), placeRect(place), {}, fontColor);
     } else {
       drawDigit(context, place, std::max(digit, 0));
     }
   }
-}
-
-std::unique_lock<platform::RecursiveLock> CTextLabelEx::Guard() const {
-  return threadSafe ? std::unique_lock(lock_)
-                    : std::unique_lock<platform::RecursiveLock>(lock_, std::defer_lock);
-}
-
-void CTextLabelEx::setText(const char* text) {
-  const std::string copy = text ? text : "";
-  SetOwnedText(copy, copy.size());
-}
-
-void CTextLabelEx::FreeText() {
-  const auto guard = Guard();
-  text_ = std::string();
-  capacity_ = 0;
-  lineStarts_.clear();
-  topLine_ = 0;
-}
-
-void CTextLabelEx::SetOwnedText(const std::string& text, std::size_t capacity) {
-  const auto guard = Guard();
-  text_ = text;
-  capacity_ = std::max(capacity, text.size());
-  text_.reserve(capacity_);
-  topLine_ = 0;
-  if (!lineStarts_.empty()) {
-    lineStarts_.clear();
-    StartLines();
-  }
-  setDirty();
-}
-
-bool CTextLabelEx::AppendText(const std::string& text, bool grow) {
-  const auto guard = Guard();
-  const std::size_t oldLength = text_.size();
-  const std::size_t length = oldLength + text.size();
-  if (length > capacity_) {
-    if (length <= maxChars) {
-      capacity_ = std::min(std::max(capacity_ * 2, length), maxChars);
-    } else if (grow) {
-      capacity_ = length;
-    } else {
-      return false;
-    }
-    text_.reserve(capacity_);
-  }
-  text_ += text;
-  if (!lineStarts_.empty()) BuildLines(oldLength);
-  setDirty();
-  return true;
-}
-
-void CTextLabelEx::StartLines() {
-  const auto guard = Guard();
-  lineStarts_.reserve(20);
-  lineStarts_.assign(1, 0);
-  BuildLines(0);
-}
-
-void CTextLabelEx::BuildLines(std::size_t from) {
-  const auto guard = Guard();
-  if (lineStarts_.empty()) lineStarts_.push_back(0);
-  constexpr std::size_t kNoBlank = std::string::npos;
-  // A line that was open at `from` may have to be wrapped at a blank before it.
-  while (lineStarts_.size() > 1 && lineStarts_.back() > from) lineStarts_.pop_back();
-  std::size_t lastBlank = kNoBlank;
-  for (std::size_t i = lineStarts_.back(); i < text_.size(); ++i) {
-    if (text_[i] == ' ') lastBlank = i;
-    const std::size_t column = i - lineStarts_.back() + 1;
-    if (text_[i] != '\n' && column > wrapColumns && lastBlank != kNoBlank &&
-        lastBlank > lineStarts_.back()) {
-      text_[lastBlank] = '\n';
-      i = lastBlank;
-    }
-    if (text_[i] != '\n') continue;
-    std::size_t next = i + 1;
-    if (next < text_.size() && text_[next] == '\r') ++next;
-    lineStarts_.push_back(next);
-    i = next - 1;
-    lastBlank = kNoBlank;
-  }
-}
-
-void CTextLabelEx::ScrollToLine(int line) {
-  const auto guard = Guard();
-  topLine_ = std::clamp(line, 0, std::max(GetLineCount() - 1, 0));
-  setDirty();
-}
-
-int CTextLabelEx::GetLineCount() const {
-  const auto guard = Guard();
-  return static_cast<int>(lineStarts_.size());
-}
-
-std::string CTextLabelEx::Text() const {
-  const auto guard = Guard();
-  return text_;
-}
-
-std::string CTextLabelEx::VisibleText() const {
-  const auto guard = Guard();
-  if (visibleLines_ <= 0 || lineStarts_.empty()) return text_;
-  const auto top = static_cast<std::size_t>(topLine_);
-  const std::size_t end = top + static_cast<std::size_t>(visibleLines_);
-  const std::size_t start = lineStarts_[top];
-  const std::size_t stop = end < lineStarts_.size() ? lineStarts_[end] : text_.size();
-  return text_.substr(start, stop - start);
-}
-
-void CTextLabelEx::drawPlain(CDrawContext& context) {
-  drawBack(context);
-  drawText(context, VisibleText());
 }
 
 }  // namespace halveron

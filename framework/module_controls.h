@@ -1,28 +1,24 @@
 // The controls of a panel: at once what the user moves and the data that the DSP reads.
 //
 // The window thread or the host writes `value`; `smoothed_value` and `stepped_target` belong to the
-// audio thread, but for setValue on a stepped knob. Plain aligned stores are relied on, no lock.
+// audio thread, except that setValue on a stepped knob stores `stepped_target`. Plain aligned
+// stores are relied on, no lock.
 #pragma once
 
 #include <array>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
 
 #include "dsp/counters.h"
-#include "framework/knob_store.h"
+#include "framework/knob_cell.h"
 #include "framework/shared_bitmaps.h"
 #include "gui/button.h"
 #include "gui/knob.h"
 #include "gui/movie_bitmap.h"
-#include "gui/param_display.h"
 #include "gui/special_digit.h"
 #include "gui/switch.h"
-#include "platform/recursive_lock.h"
 
 namespace halveron {
 
+class KnobStore;
 class Module;
 
 /// Tags of controls that are no host parameter of that number.
@@ -35,9 +31,10 @@ inline constexpr float kDefaultSmoothDelay = 35.0f;  ///< milliseconds
 /// Panel knob, range 0..1. The values that sound live in a KnobCell of the rack's store.
 class ModuleKnob : public CAnimKnob {
  public:
-  /// `frames` positions of the strip; `stepped` knobs stand only on those.
+  /// `frames` positions of the strip; `stepped` knobs stand only on those. The knob keeps a
+  /// reference to the store.
   ModuleKnob(const CRect& rect, CControlListener* listener, int tag, int frames, CBitmap* bitmap,
-             std::shared_ptr<KnobStore> store);
+             KnobStore* store);
   ~ModuleKnob() override;
 
   HALVERON_TYPE_OF(ModuleKnob, CAnimKnob)
@@ -55,6 +52,11 @@ class ModuleKnob : public CAnimKnob {
   /// Sets value and smoothed value at once: no glide.
   void SetAtOnce(float newValue);
 
+  /// The value without the host's modulation.
+  float BaseValue() const;
+  /// Takes a value, 0..1, and on top of it as much of a modulation as fits into 0..1.
+  void SetModulated(float base, float offset);
+
   /// Fraction of the distance covered each sample at `sampleRate` hertz. A delay in milliseconds
   /// of 0 or more replaces the present one.
   void SetSmoothing(float delay, float sampleRate);
@@ -66,10 +68,22 @@ class ModuleKnob : public CAnimKnob {
   bool stepped = false;
   float smoothDelay = kDefaultSmoothDelay;
 
+ protected:
+  /// A stepped knob points at the step that sounds.
+  float pointerShare() const override;
+
  private:
-  std::shared_ptr<KnobStore> store_;
+  int StepOf(float value) const;
+
+  SharedPointer<KnobStore> store_;
   KnobCell* cell_;
+  // What SetModulated took and what came of it: a difference of floats would not give it back.
+  float modulatedBase_ = 0.0f;
+  float modulatedValue_ = 0.0f;
 };
+
+/// What a control holds without the host's modulation.
+float BaseValueOf(const CControl& control);
 
 /// Knob with a fine linear drag that does not jump when Shift changes under way.
 class ModuleKnobEx : public ModuleKnob {
@@ -108,7 +122,7 @@ class CKickButtonEx : public CKickButton {
 };
 
 /// Lamp, driven at audio rate without flooding the screen: dirty only on a change above 0.05 while
-/// its module is in sight.
+/// its module is visible.
 class CMovieBitmapEx : public CMovieBitmap {
  public:
   using CMovieBitmap::CMovieBitmap;
@@ -140,51 +154,6 @@ class CSpecialDigitEx : public CSpecialDigit {
   SharedPointer<CBitmap> blank_;
 };
 
-/// Text view with an owned, growing buffer, line index and word wrap.
-class CTextLabelEx : public CTextLabel {
- public:
-  using CTextLabel::CTextLabel;
-  HALVERON_TYPE_OF(CTextLabelEx, CTextLabel)
-
-  void setText(const char* text) override;
-
-  virtual void FreeText();
-  /// Takes a copy of `text` as the whole text, with room for `capacity` characters.
-  virtual void SetOwnedText(const std::string& text, std::size_t capacity);
-  /// False, with the text as it was, if the text would exceed maxChars and `grow` is false.
-  virtual bool AppendText(const std::string& text, bool grow);
-  /// Rebuilds the line index from a text offset on.
-  virtual void BuildLines(std::size_t from);
-  /// Starts the line index.
-  virtual void StartLines();
-  virtual void ScrollToLine(int line);
-  virtual int GetTopLine() const { return topLine_; }
-  virtual int GetLineCount() const;
-  /// Lines that the view shows; 0 shows all the text.
-  virtual void SetVisibleLines(int count) { visibleLines_ = count; }
-
-  std::string Text() const;
-  /// The text from the top line to the last visible one.
-  std::string VisibleText() const;
-
-  std::size_t maxChars = 1000000;
-  std::size_t wrapColumns = 1000000;
-  bool threadSafe = false;
-
- protected:
-  void drawPlain(CDrawContext& context) override;
-
- private:
-  std::unique_lock<platform::RecursiveLock> Guard() const;
-
-  mutable platform::RecursiveLock lock_;
-  std::string text_;
-  std::size_t capacity_ = 0;
-  std::vector<std::size_t> lineStarts_;
-  int topLine_ = 0;
-  int visibleLines_ = 0;
-};
-
 /// A module's handle on a knob: the arithmetic reads `knob->smoothed_value`, the panel logic uses
 /// the view.
 class Knob {
@@ -208,6 +177,7 @@ class Lamp {
   void Set(float level) { view_->StoreValue(level); }
   float Level() const { return view_->getValue(); }
   operator CMovieBitmap*() const { return view_; }
+  CMovieBitmap& View() const { return *view_; }
   void Bind(CMovieBitmap* view) { view_ = view; }
 
  private:

@@ -17,13 +17,20 @@ PatchPoint::PatchPoint(const CRect& rect, CControlListener* listener, RackModel*
   out.cell_ = &resting_[1];
 }
 
-void PatchPoint::AttachHandle(float** cell) {
-  handle_ = cell;
+void PatchPoint::AttachHandle(PointLink* handle) {
+  handle_ = handle;
+  UpdateHandle();
+}
+
+void PatchPoint::CountCable(int change) {
+  cableCount += change;
   UpdateHandle();
 }
 
 void PatchPoint::UpdateHandle() const {
-  if (handle_) *handle_ = type == kOutputPoint ? out.cell_ : in.cell_;
+  if (!handle_) return;
+  handle_->cell = type == kOutputPoint ? out.cell_ : in.cell_;
+  handle_->isCabled = IsCabled();
 }
 
 void PatchPoint::PlaceIn(float* cell) {

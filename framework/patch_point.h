@@ -60,10 +60,16 @@ enum PatchDirection : int {
 /// Message to a view on which a cable is dropped; the sender is the point where the drag began.
 inline constexpr const char* kCableDropMessage = "Cable Draged In";
 
+/// What a module's handle holds of a point, kept up to date by it.
+struct PointLink {
+  float* cell = nullptr;
+  bool isCabled = false;
+};
+
 class PatchPoint : public CMovieBitmap {
  public:
-  PatchPoint(const CRect& rect, CControlListener* listener, RackModel* editor, int type, int frames,
-             CBitmap* bitmap);
+  PatchPoint(const CRect& rect, CControlListener* listener, RackModel* rack, int pointType,
+             int frames, CBitmap* bitmap);
 
   HALVERON_TYPE_OF(PatchPoint, CMovieBitmap)
 
@@ -76,6 +82,8 @@ class PatchPoint : public CMovieBitmap {
   /// Whether voices of this point do not run along nextVoice: its module is mono, or it is poly.
   bool IsOnMonoSide() const;
   bool IsCabled() const { return cableCount > 0; }
+  /// A cable came (1) or went (-1).
+  void CountCable(int change);
   PatchPoint* NextVoice() const { return static_cast<PatchPoint*>(nextVoice); }
 
   int type;
@@ -96,8 +104,8 @@ class PatchPoint : public CMovieBitmap {
   // Where the signals lie. They begin in the point itself; the sample plan gives those that sound
   // a place among its own, and the module's handle follows. Inside the processing lock.
 
-  /// Keeps a handle's pointer on `out` of an output, on `in` of any other.
-  void AttachHandle(float** cell);
+  /// Keeps a handle's cell on `out` of an output, on `in` of any other.
+  void AttachHandle(PointLink* handle);
   /// Moves the signals, with their values, to other cells. An either-way point's lie side by side.
   void PlaceIn(float* cell);
   void PlaceOut(float* cell);
@@ -115,7 +123,7 @@ class PatchPoint : public CMovieBitmap {
 
   std::array<float, 2> resting_{};
   float* own_ = nullptr;  // `in` where cables are carried into this point
-  float** handle_ = nullptr;
+  PointLink* handle_ = nullptr;
 };
 
 /// A module's handle on a point, which stays where it is. The arithmetic reads and writes the cell
@@ -127,18 +135,19 @@ class PointHandle {
   PointHandle(const PointHandle&) = delete;
   PointHandle& operator=(const PointHandle&) = delete;
 
-  Cell* operator->() const { return reinterpret_cast<Cell*>(cell_); }
+  Cell* operator->() const { return reinterpret_cast<Cell*>(link_.cell); }
   operator PatchPoint*() const { return view_; }
   PatchPoint& View() const { return *view_; }
-  float* Address() const { return cell_; }
-  bool IsCabled() const { return view_->IsCabled(); }
+  float* Address() const { return link_.cell; }
+  /// Cheap enough for every sample.
+  bool IsCabled() const { return link_.isCabled; }
   void Bind(PatchPoint* view) {
     view_ = view;
-    view->AttachHandle(&cell_);
+    view->AttachHandle(&link_);
   }
 
  private:
-  float* cell_ = nullptr;
+  PointLink link_;
   PatchPoint* view_ = nullptr;
 };
 

@@ -1,5 +1,7 @@
-// The rack's cable operations, with all voices in step.
+#include "framework/rack_cables.h"
+
 #include <algorithm>
+#include <vector>
 
 #include "dsp/random.h"
 #include "framework/module.h"
@@ -22,7 +24,7 @@ CableEnds DecideEnds(PatchPoint* a, PatchPoint* b) {
 
 /// An input that voices of a cable reach in part only: it can be neither pulled nor replaced.
 bool HoldsCrossVoiceCable(const PatchPoint& point) {
-  return point.firstCable && point.firstCable->voiceTag < 0 && point.type != kOutputPoint &&
+  return point.firstCable && point.firstCable->CrossesVoices() && point.type != kOutputPoint &&
          point.direction != kActsAsOutput;
 }
 
@@ -38,17 +40,29 @@ void UnplugIfBare(PatchPoint* point) {
 
 }  // namespace
 
-void RackModel::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voiceBackSteps) {
-  PatchEdit edit(*this);
+std::optional<RackCables::VoiceEnds> RackCables::NextVoice(const VoiceEnds& ends) {
+  const bool monoA = ends.a->IsOnMonoSide();
+  const bool monoB = ends.b->IsOnMonoSide();
+  if (monoA && monoB) return std::nullopt;
+  const VoiceEnds next{monoA ? ends.a->voiceLink : ends.a->NextVoice(),
+                       monoB ? ends.b->voiceLink : ends.b->NextVoice()};
+  if (!next.a || !next.b) return std::nullopt;
+  return next;
+}
+
+void RackCables::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voiceBackSteps) {
+  PatchEdit edit(rack_);
   const auto skipVoices = [&](PatchPoint* point, const PatchPoint* other) {
     if (point->voiceLink == point || other->Owner()->mono || !point->IsOnMonoSide()) return point;
     for (int step = 0; step < voiceBackSteps; ++step) point = point->voiceLink;
     return point;
   };
-  PatchPoint* const givenA = a;
-  a = skipVoices(a, b);
-  b = skipVoices(b, givenA);
+  std::optional<VoiceEnds> ends = VoiceEnds{skipVoices(a, b), skipVoices(b, a)};
+  while (ends && ConnectVoice(*ends, colour, edit)) ends = NextVoice(*ends);
+}
 
+bool RackCables::ConnectVoice(const VoiceEnds& ends, int colour, PatchEdit& edit) {
+  const auto [a, b] = ends;
   Module* moduleA = a->Owner();
   Module* moduleB = b->Owner();
   const int voice = std::max(moduleA->voice, moduleB->voice);
@@ -56,7 +70,7 @@ void RackModel::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voice
   const bool sums = destination->firstCable != nullptr;
   const bool maySum =
       !destination->twoState && destination->IsOnMonoSide() && !origin->Owner()->mono;
-  if (sums && !maySum) return;
+  if (sums && !maySum) return false;
 
   auto* cable = new Cable;
   cable->destination = destination;
@@ -78,15 +92,15 @@ void RackModel::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voice
     if (destination->type == kEitherPoint) destination->direction = kActsAsInput;
     if (origin->type == kEitherPoint) origin->direction = kActsAsOutput;
   }
-  planOutdated_ = true;
+  edit.OutdatePlan();
 
-  ++a->cableCount;
-  ++b->cableCount;
-  ++moduleA->cableCount;
-  ++moduleB->cableCount;
+  a->CountCable(1);
+  b->CountCable(1);
+  ++moduleA->place.cableCount;
+  ++moduleB->place.cableCount;
   if (voice == 0) ++visibleCableCount;
-  UpdateActiveState(moduleA, false);
-  if (moduleB != moduleA) UpdateActiveState(moduleB, false);
+  rack_.UpdateActiveState(moduleA, false);
+  if (moduleB != moduleA) rack_.UpdateActiveState(moduleB, false);
   moduleA->CableConnected(a);
   moduleB->CableConnected(b);
   if (a->twoState) {
@@ -95,35 +109,23 @@ void RackModel::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voice
       point->invalid();
     }
   }
-  if (voice == 0) CableChanged(cable);
-
-  const bool monoA = a->IsOnMonoSide();
-  const bool monoB = b->IsOnMonoSide();
-  if (monoA && monoB) return;
-  if (monoA) {
-    if (b->nextVoice) ConnectCable(a->voiceLink, b->NextVoice(), colour, -1);
-  } else if (monoB) {
-    if (a->nextVoice) ConnectCable(a->NextVoice(), b->voiceLink, colour, -1);
-  } else if (a->nextVoice && b->nextVoice) {
-    ConnectCable(a->NextVoice(), b->NextVoice(), colour, -1);
-  }
+  if (voice == 0) rack_.CableChanged(cable);
+  return true;
 }
 
-Cable* RackModel::NextVoiceRecord(PatchPoint* a, PatchPoint* b, bool* inSumList) const {
+Cable* RackCables::NextRecord(const VoiceEnds& removed, bool* inSumList) const {
   *inSumList = false;
-  const bool monoA = a->IsOnMonoSide();
-  const bool monoB = b->IsOnMonoSide();
-  PatchPoint* nextA = monoA ? a->voiceLink : a->NextVoice();
-  const PatchPoint* nextB = monoB ? b->voiceLink : b->NextVoice();
-  if ((monoA && monoB) || !nextA || !nextB) return nullptr;
-  Cable* first = nextA->firstCable;
-  if (first && first->destination == nextA && first->origin == nextB &&
-      (!monoA || first->voiceTag < 0)) {
+  const std::optional<VoiceEnds> next = NextVoice(removed);
+  if (!next) return nullptr;
+  const bool monoA = removed.a->IsOnMonoSide();
+  Cable* first = next->a->firstCable;
+  if (first && first->destination == next->a && first->origin == next->b &&
+      (!monoA || first->CrossesVoices())) {
     return first;
   }
-  if (!monoA || (first && first->voiceTag >= 0)) return nullptr;
+  if (!monoA || (first && !first->CrossesVoices())) return nullptr;
   for (Cable* cable = sumCableList.head; cable; cable = cable->next) {
-    if (cable->destination == nextA && cable->origin == nextB) {
+    if (cable->destination == next->a && cable->origin == next->b) {
       *inSumList = true;
       return cable;
     }
@@ -131,51 +133,52 @@ Cable* RackModel::NextVoiceRecord(PatchPoint* a, PatchPoint* b, bool* inSumList)
   return nullptr;
 }
 
-void RackModel::RemoveCable(Cable* cable, int voices, bool inSumList) {
-  PatchEdit edit(*this);
+void RackCables::RemoveCable(Cable* cable, int voices, bool inSumList) {
+  PatchEdit edit(rack_);
   while (cable && voices-- > 0) {
     PatchPoint* a = cable->destination;
     PatchPoint* b = cable->origin;
     Module* moduleA = a->Owner();
     Module* moduleB = b->Owner();
     for (PatchPoint* point : {a, b}) {
-      if (--point->cableCount == 0) point->direction = kUnconnected;
+      point->CountCable(-1);
+      if (!point->IsCabled()) point->direction = kUnconnected;
     }
     a->ReadOwn();
     b->firstCable = nullptr;
     b->source = nullptr;
     b->in = 0.0f;
     if (inSumList) {
-      // The share of this voice leaves the sum now, not with the next copy; where no copy is to
-      // come the input has been cleared already.
+      // The share of this voice leaves the sum now, not with the next copy; where no copy
+      // follows, the input has been cleared already.
       if (a->source) a->in -= b->out;
     } else {
       a->firstCable = nullptr;
       a->source = nullptr;
       a->in = 0.0f;
     }
-    --moduleA->cableCount;
-    --moduleB->cableCount;
+    --moduleA->place.cableCount;
+    --moduleB->place.cableCount;
     if (moduleA->voice == 0 && moduleB->voice == 0) {
       --visibleCableCount;
-      CableChanged(cable);
+      rack_.CableChanged(cable);
     }
     (inSumList ? sumCableList : cableList).Unlink(cable);
     delete cable;
-    planOutdated_ = true;
+    edit.OutdatePlan();
 
-    UpdateActiveState(moduleA, false);
-    if (moduleB != moduleA) UpdateActiveState(moduleB, false);
+    rack_.UpdateActiveState(moduleA, false);
+    if (moduleB != moduleA) rack_.UpdateActiveState(moduleB, false);
     moduleA->CableDisconnected(a);
     moduleB->CableDisconnected(b);
     UnplugIfBare(a);
     UnplugIfBare(b);
-    cable = NextVoiceRecord(a, b, &inSumList);
+    cable = NextRecord({a, b}, &inSumList);
   }
 }
 
 template <class Test>
-void RackModel::RemoveRecords(CableList& list, bool inSumList, Test&& isMeant) {
+void RackCables::RemoveRecords(CableList& list, bool inSumList, Test&& isMeant) {
   for (Cable* cable = list.head; cable;) {
     Cable* next = cable->next;
     if (isMeant(*cable)) RemoveCable(cable, 1, inSumList);
@@ -183,7 +186,7 @@ void RackModel::RemoveRecords(CableList& list, bool inSumList, Test&& isMeant) {
   }
 }
 
-void RackModel::RemoveCablesOf(const Module* module) {
+void RackCables::RemoveCablesOf(const Module* module) {
   const auto touches = [&](const Cable& cable) {
     return cable.destination->Owner() == module || cable.origin->Owner() == module;
   };
@@ -192,43 +195,45 @@ void RackModel::RemoveCablesOf(const Module* module) {
   RemoveRecords(cableList, false, touches);
 }
 
-void RackModel::RemoveVoiceCablesOf(const Module* module) {
+void RackCables::RemoveVoiceCablesOf(const Module* module) {
   RemoveRecords(sumCableList, true,
                 [&](const Cable& cable) { return cable.destination->Owner() == module; });
   RemoveRecords(cableList, false, [&](const Cable& cable) {
-    return cable.voiceTag != 0 &&
+    return !cable.IsMain() &&
            (cable.origin->Owner() == module || cable.destination->Owner() == module);
   });
 }
 
-void RackModel::RebuildCablesOf(const Module* module) {
-  constexpr int kMarked = -10000;
+void RackCables::RemoveVoicesFrom(int firstVoice) {
+  const auto isAbove = [&](const Cable& cable) { return cable.Voice() >= firstVoice; };
+  RemoveRecords(sumCableList, true, isAbove);
+  RemoveRecords(cableList, false, isAbove);
+}
+
+void RackCables::RebuildCablesOf(const Module* module) {
+  // Collected first: the new records join the same list.
+  std::vector<Cable*> outdated;
   for (Cable* cable = cableList.head; cable; cable = cable->next) {
     if (cable->destination->Owner() == module || cable->origin->Owner() == module) {
-      cable->voiceTag = kMarked;
+      outdated.push_back(cable);
     }
   }
-  // New records join the list at its end, unmarked.
-  for (Cable* cable = cableList.head; cable;) {
-    Cable* next = cable->next;
-    if (cable->voiceTag == kMarked) {
-      PatchPoint* destination = cable->destination;
-      PatchPoint* origin = cable->origin;
-      const int colour = cable->colour;
-      RemoveCable(cable, 1, false);
-      ConnectCable(destination, origin, colour, -1);
-    }
-    cable = next;
+  for (Cable* cable : outdated) {
+    PatchPoint* destination = cable->destination;
+    PatchPoint* origin = cable->origin;
+    const int colour = cable->colour;
+    RemoveCable(cable, 1, false);
+    ConnectCable(destination, origin, colour, -1);
   }
 }
 
-int RackModel::PickCableColour() const {
+int RackCables::PickCableColour() const {
   if (cableColourChoice != 0) return cableColourChoice;
   return static_cast<int>(dsp::NextRandom() * kCableColours + 1.0);
 }
 
-void RackModel::BeginCableDrag(PatchPoint* point) {
-  PatchEdit edit(*this);
+void RackCables::BeginCableDrag(PatchPoint* point) {
+  PatchEdit edit(rack_);
   if (!point->source) {
     dragOrigin = point;
     dragColour = point->twoState ? kMidiCableColour : PickCableColour();
@@ -245,7 +250,7 @@ void RackModel::BeginCableDrag(PatchPoint* point) {
   isDraggingCable = true;
 }
 
-bool RackModel::CanConnect(PatchPoint* target) const {
+bool RackCables::CanConnect(PatchPoint* target) const {
   const PatchPoint* a = dragOrigin;
   if (a->twoState != target->twoState || a->type == target->type) return false;
   if (HoldsCrossVoiceCable(*target)) return false;
@@ -254,8 +259,8 @@ bool RackModel::CanConnect(PatchPoint* target) const {
   return true;
 }
 
-void RackModel::DropCable(PatchPoint* target) {
-  PatchEdit edit(*this);
+void RackCables::DropCable(PatchPoint* target) {
+  PatchEdit edit(rack_);
   if (target->source) {
     PatchPoint* other = OtherEnd(*target->firstCable, target);
     RemoveCable(target->firstCable, kAllVoices, false);
@@ -265,10 +270,10 @@ void RackModel::DropCable(PatchPoint* target) {
   isDraggingCable = false;
 }
 
-void RackModel::AbortCableDrag() {
+void RackCables::AbortCableDrag() {
   UnplugIfBare(dragOrigin);
   isDraggingCable = false;
-  RequestRedraw();
+  rack_.RequestRedraw();
 }
 
 }  // namespace halveron

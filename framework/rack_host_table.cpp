@@ -17,6 +17,7 @@ bool GetTransportInfo(RackModel* rack, VstTimeInfo* target) {
 void SendToDAWValues(RackModel* rack, const float* values, int first, int last) {
   EngineContext& engine = rack->engine;
   for (int i = first; i <= last && i < engine.dawOutputChannels; i += 2) {
+    engine.dawOutputsWritten |= 1u << i;
     if (float* channel = engine.dawOutputs[i]) channel[engine.blockPosition] = values[i];
   }
 }
@@ -31,6 +32,7 @@ void ReceiveFromDAWValues(RackModel* rack, float* values, int first, int last) {
 void SendToDAWPoints(RackModel* rack, PatchPoint** points, int first) {
   EngineContext& engine = rack->engine;
   for (int i = first; i < engine.dawOutputChannels && *points; ++i, ++points) {
+    engine.dawOutputsWritten |= 1u << i;
     if (float* channel = engine.dawOutputs[i]) channel[engine.blockPosition] = (*points)->in;
   }
 }
@@ -45,6 +47,7 @@ void ReceiveFromDAWPoints(RackModel* rack, PatchPoint** points, int first) {
 
 void SendStereoToDAW(RackModel* rack, float left, float right) {
   EngineContext& engine = rack->engine;
+  engine.dawOutputsWritten |= 0b11;
   if (engine.currentOutL) *engine.currentOutL = left;
   if (engine.currentOutR) *engine.currentOutR = right;
 }
@@ -62,30 +65,30 @@ void ReceiveStereoFromDAW(RackModel* rack, float* left, float* right) {
 CMouseEventResult PatchPointMouseDown(RackModel* rack, PatchPoint* point, CPoint* where,
                                       const CButtonState* buttons) {
   (void)where;
-  if (point->Owner()->isDragged || !buttons->isLeftButton()) return kMouseEventNotHandled;
+  if (point->Owner()->place.isDragged || !buttons->isLeftButton()) return kMouseEventNotHandled;
   const bool crossVoice = point->firstCable && point->firstCable->voiceTag < 0 &&
                           point->type != kOutputPoint && point->direction != kActsAsOutput;
-  if (rack->isDraggingCable || crossVoice) return kMouseEventHandled;
-  rack->BeginCableDrag(point);
+  if (rack->cables.isDraggingCable || crossVoice) return kMouseEventHandled;
+  rack->cables.BeginCableDrag(point);
   rack->RequestRedraw();
   return kMouseEventHandled;
 }
 
 CMouseEventResult PatchPointMouseUp(RackModel* rack, PatchPoint*, CPoint*, const CButtonState*) {
-  if (!rack->isDraggingCable) return kMouseEventNotHandled;
+  if (!rack->cables.isDraggingCable) return kMouseEventNotHandled;
   CView* view = rack->ViewUnderMouse();
-  const bool taken = view && view != rack->dragOrigin &&
-                     view->notify(rack->dragOrigin, kCableDropMessage) == kMessageNotified;
-  if (!taken) rack->AbortCableDrag();
+  const bool taken = view && view != rack->cables.dragOrigin &&
+                     view->notify(rack->cables.dragOrigin, kCableDropMessage) == kMessageNotified;
+  if (!taken) rack->cables.AbortCableDrag();
   rack->RequestRedraw();
   return kMouseEventHandled;
 }
 
 int PatchPointNotify(RackModel* rack, PatchPoint* target, PatchPoint*) {
-  if (rack->CanConnect(target)) {
-    rack->DropCable(target);
+  if (rack->cables.CanConnect(target)) {
+    rack->cables.DropCable(target);
   } else {
-    rack->AbortCableDrag();
+    rack->cables.AbortCableDrag();
   }
   return kMessageNotified;
 }
@@ -141,11 +144,13 @@ void RackModel::FillHostTable() {
   t.ModuleMouseMoved = [](Rack* rack, Module* module, CPoint* where, const CButtonState* buttons) {
     return rack->ModuleMouseMoved(module, *where, *buttons);
   };
-  t.GetFreeTag = [](Rack* rack, Module* module) { return rack->GetFreeTag(module); };
+  t.GetFreeTag = [](Rack* rack, Module* module) { return rack->parameters.GetFreeTag(module); };
   t.RegisterTag = [](Rack* rack, CControl* control, int tag) {
-    return rack->RegisterTag(control, tag);
+    return rack->parameters.RegisterTag(control, tag);
   };
-  t.UnregisterTag = [](Rack* rack, CControl* control) { return rack->UnregisterTag(control); };
+  t.UnregisterTag = [](Rack* rack, CControl* control) {
+    return rack->parameters.UnregisterTag(control);
+  };
   t.RegisterForEvents = [](Rack* rack, Module* module) { return rack->RegisterForEvents(module); };
   t.RegisterForBlockStart = [](Rack* rack, Module* module) {
     return rack->RegisterForBlockStart(module);
@@ -154,7 +159,7 @@ void RackModel::FillHostTable() {
     return rack->RegisterForMouseMoved(module);
   };
   t.ChangeTag = [](Rack* rack, CControl* control, int oldTag, int newTag) {
-    rack->ChangeTag(control, oldTag, newTag);
+    rack->parameters.ChangeTag(control, oldTag, newTag);
   };
   t.SendStereoToDAW = SendStereoToDAW;
   t.ReceiveFromDAWValues = ReceiveFromDAWValues;

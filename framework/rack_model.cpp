@@ -14,7 +14,10 @@ PatchEdit::PatchEdit(RackModel& rack) : rack_(rack), lock_(rack.engine.processin
 PatchEdit::~PatchEdit() {
   if (--rack_.editDepth_ > 0) return;
   if (rack_.planOutdated_) rack_.RebuildPlan();
+  rack_.parameters.RefreshMirror();
+  rack_.parameters.TakePosted();
   lock_.unlock();
+  rack_.parameters.TakePosted();  // what came while the lock was still held
   rack_.engine.PatchEdited();
 }
 
@@ -31,25 +34,45 @@ RackModel::~RackModel() {
 void RackModel::RebuildPlan() {
   for (const std::vector<Module*>& row : modules) {
     for (Module* module : row) {
-      if (!module || module->activeIndex != -1) continue;
+      if (!module || module->place.activeIndex != -1) continue;
       for (PatchPoint* point : module->Points()) point->Withdraw();
     }
   }
-  plan.Build(activeModules, cableList, sumCableList);
+  plan.Build(activeModules, cables.cableList, cables.sumCableList);
   planOutdated_ = false;
 }
 
 Module* RackModel::GetVoiceModule(Module* module, int voice) const {
-  if (voice < 0 || voice >= engine.voiceCount || module->moduleIndex < 0) return nullptr;
-  return modules[static_cast<std::size_t>(voice)][static_cast<std::size_t>(module->moduleIndex)];
+  if (voice < 0 || voice >= engine.voiceCount || module->place.moduleIndex < 0) return nullptr;
+  return modules[static_cast<std::size_t>(voice)]
+                [static_cast<std::size_t>(module->place.moduleIndex)];
+}
+
+Module* RackModel::MakeInstance(std::string_view name, std::string_view vendor, int voice) {
+  Module* module = maker_(name, vendor, hostTable, voice);
+  if (!module) {
+    moduleFailure_ = ModuleFailure::kUnavailable;
+  } else if (module->GetHostVersion() > kHostInterfaceVersion) {
+    moduleFailure_ = ModuleFailure::kNeedsLaterVersion;
+    Discard(module);
+    module = nullptr;
+  }
+  return module;
+}
+
+const char* RackModel::ModuleFailureText() const {
+  return moduleFailure_ == ModuleFailure::kNeedsLaterVersion
+             ? " requires a later version of Halveron!!"
+             : " failed to load properly or was not found!";
 }
 
 bool RackModel::CreateModule(std::string_view name, std::string_view vendor, int index,
                              int firstVoice, int lastVoice) {
   PatchEdit edit(*this);
   const auto place = static_cast<std::size_t>(index);
+  moduleFailure_ = ModuleFailure::kNone;
   for (int voice = firstVoice; voice <= lastVoice; ++voice) {
-    Module* module = maker_(name, vendor, hostTable, voice);
+    Module* module = MakeInstance(name, vendor, voice);
     if (!module) {
       for (int made = firstVoice; made < voice; ++made) {
         Module*& entry = modules[static_cast<std::size_t>(made)][place];
@@ -99,7 +122,7 @@ void RackModel::SetUpNewModule(int index) {
     }
   }
   for (Module* module : instances) {
-    module->moduleIndex = index;
+    module->place.moduleIndex = index;
     module->setVisible(module->voice == 0);
     module->mono = module->GetMonoDefault();
     module->alwaysOn = module->GetAlwaysOnDefault();
@@ -125,14 +148,14 @@ void RackModel::LinkVoiceControls(Module* module) {
 
 void RackModel::Discard(Module* instance) {
   instance->UnregisterControls();
-  UnregisterFrom(eventModules, &Module::eventIndex, instance);
-  UnregisterFrom(blockStartModules, &Module::blockStartIndex, instance);
-  UnregisterFrom(mouseModules, &Module::mouseIndex, instance);
+  UnregisterFrom(eventModules, &RackPlace::eventIndex, instance);
+  UnregisterFrom(blockStartModules, &RackPlace::blockStartIndex, instance);
+  UnregisterFrom(mouseModules, &RackPlace::mouseIndex, instance);
   for (PatchPoint* point : instance->Points()) point->Withdraw();
   const bool isHeldElsewhere = instance->getNbReference() > 1;
-  instance->moduleIndex = -1;
+  instance->place.moduleIndex = -1;
   if (isHeldElsewhere) {
-    instance->trashIndex = static_cast<int>(trashList.size());
+    instance->place.trashIndex = static_cast<int>(trashList.size());
     trashList.push_back(instance);
     return;
   }
@@ -141,7 +164,7 @@ void RackModel::Discard(Module* instance) {
 
 void RackModel::RemoveModule(Module* module, bool deleteInstances) {
   PatchEdit edit(*this);
-  const int index = module->moduleIndex;
+  const int index = module->place.moduleIndex;
   if (index < 0) return;
   const int firstVoice = module->voice;
   const auto place = static_cast<std::size_t>(index);
@@ -151,8 +174,8 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
       instances.push_back(instance);
     }
   }
-  if (isDraggingCable && dragOrigin->Owner() == module) AbortCableDrag();
-  for (Module* instance : instances) RemoveCablesOf(instance);
+  if (cables.isDraggingCable && cables.dragOrigin->Owner() == module) cables.AbortCableDrag();
+  for (Module* instance : instances) cables.RemoveCablesOf(instance);
   if (deleteInstances) {
     for (Module* instance : instances) instance->ModuleRemoved();
   }
@@ -164,7 +187,7 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
       continue;
     }
     row[place] = row.back();
-    if (row[place]) row[place]->moduleIndex = index;
+    if (row[place]) row[place]->place.moduleIndex = index;
     row.pop_back();
   }
   if (firstVoice == 0) ModuleLeaves(module);
@@ -180,64 +203,64 @@ void RackModel::RemoveAllModules() {
 void RackModel::UpdateActiveState(Module* module, bool force) {
   PatchEdit edit(*this);
   std::vector<Module*>& active = activeModules[static_cast<std::size_t>(module->voice)];
-  planOutdated_ = true;
-  if (module->activeIndex != -1) {
-    if (!force && (module->cableCount != 0 || module->alwaysOn)) return;
+  edit.OutdatePlan();
+  if (module->place.activeIndex != -1) {
+    if (!force && (module->place.cableCount != 0 || module->alwaysOn)) return;
     if (module->IsAudioToDAW()) {
       --engine.dawOutputModuleCount;
       engine.clearOutputsPending = true;
     }
     Module* last = active.back();
-    active[static_cast<std::size_t>(module->activeIndex)] = last;
-    last->activeIndex = module->activeIndex;
-    module->activeIndex = -1;
+    active[static_cast<std::size_t>(module->place.activeIndex)] = last;
+    last->place.activeIndex = module->place.activeIndex;
+    module->place.activeIndex = -1;
     active.pop_back();
     return;
   }
-  if (force || (module->cableCount <= 0 && !module->alwaysOn)) return;
+  if (force || (module->place.cableCount <= 0 && !module->alwaysOn)) return;
   if (module->IsAudioToDAW()) ++engine.dawOutputModuleCount;
-  module->activeIndex = static_cast<int>(active.size());
+  module->place.activeIndex = static_cast<int>(active.size());
   active.push_back(module);
 }
 
-bool RackModel::RegisterIn(std::vector<Module*>& list, int Module::*index, Module* module) {
-  if (module->*index != -1) return false;
+bool RackModel::RegisterIn(std::vector<Module*>& list, int RackPlace::*index, Module* module) {
+  if (module->place.*index != -1) return false;
   PatchEdit edit(*this);
-  module->*index = static_cast<int>(list.size());
+  module->place.*index = static_cast<int>(list.size());
   list.push_back(module);
   module->remember();
   return true;
 }
 
-void RackModel::UnregisterFrom(std::vector<Module*>& list, int Module::*index, Module* module) {
-  const int position = module->*index;
+void RackModel::UnregisterFrom(std::vector<Module*>& list, int RackPlace::*index, Module* module) {
+  const int position = module->place.*index;
   if (position == -1) return;
   Module* last = list.back();
   list[static_cast<std::size_t>(position)] = last;
-  last->*index = position;
-  module->*index = -1;
+  last->place.*index = position;
+  module->place.*index = -1;
   list.pop_back();
   module->forget();
 }
 
 bool RackModel::RegisterForEvents(Module* module) {
-  return RegisterIn(eventModules, &Module::eventIndex, module);
+  return RegisterIn(eventModules, &RackPlace::eventIndex, module);
 }
 
 bool RackModel::RegisterForBlockStart(Module* module) {
-  return RegisterIn(blockStartModules, &Module::blockStartIndex, module);
+  return RegisterIn(blockStartModules, &RackPlace::blockStartIndex, module);
 }
 
 bool RackModel::RegisterForMouseMoved(Module* module) {
-  return RegisterIn(mouseModules, &Module::mouseIndex, module);
+  return RegisterIn(mouseModules, &RackPlace::mouseIndex, module);
 }
 
 bool RackModel::ReleaseFromTrash(Module* module) {
-  if (module->trashIndex < 0) return false;
+  if (module->place.trashIndex < 0) return false;
   Module* last = trashList.back();
-  trashList[static_cast<std::size_t>(module->trashIndex)] = last;
-  last->trashIndex = module->trashIndex;
-  module->trashIndex = -1;
+  trashList[static_cast<std::size_t>(module->place.trashIndex)] = last;
+  last->place.trashIndex = module->place.trashIndex;
+  module->place.trashIndex = -1;
   trashList.pop_back();
   module->forget();
   return true;
@@ -248,6 +271,34 @@ void RackModel::EmptyTrash() {
   for (Module* module : held) {
     if (module->getNbReference() == 1) ReleaseFromTrash(module);
   }
+}
+
+void RackModel::SetModuleOversampled(Module* module, bool oversampled) {
+  PatchEdit edit(*this);
+  ForEachVoice(module, [&](Module& instance) {
+    if (instance.oversampled == oversampled) return;
+    instance.oversampled = oversampled;
+    instance.FollowRate();
+    edit.OutdatePlan();
+  });
+}
+
+void RackModel::SetModuleAlwaysOn(Module* module, bool alwaysOn) {
+  PatchEdit edit(*this);
+  ForEachVoice(module, [&](Module& instance) {
+    instance.alwaysOn = alwaysOn;
+    UpdateActiveState(&instance, false);
+  });
+}
+
+void RackModel::SetModuleBandlimitMode(Module* module, int mode) {
+  PatchEdit edit(*this);
+  ForEachVoice(module, [&](Module& instance) { instance.SetBandlimitMode(mode); });
+}
+
+void RackModel::SetModuleClipLevel(Module* module, float level) {
+  PatchEdit edit(*this);
+  ForEachVoice(module, [&](Module& instance) { instance.SetClipLevel(level); });
 }
 
 CMouseEventResult RackModel::KnobContextClick(CControl*, const CPoint&) {

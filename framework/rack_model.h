@@ -1,9 +1,8 @@
-// The rack without its window: modules, voices, cables, parameters, and the operations on them.
+// The rack without its window: modules, and the objects that keep cables, voices and parameters.
 #pragma once
 
 #include <array>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -12,12 +11,24 @@
 
 #include "framework/cable.h"
 #include "framework/engine_context.h"
+#include "framework/file_request.h"
 #include "framework/host_table.h"
+#include "framework/knob_store.h"
 #include "framework/module.h"
+#include "framework/rack_cables.h"
+#include "framework/rack_parameters.h"
+#include "framework/rack_voices.h"
 #include "framework/sample_plan.h"
 #include "gui/control.h"
 
 namespace halveron {
+
+/// Why a module could not be made.
+enum class ModuleFailure {
+  kNone,
+  kUnavailable,        ///< unknown, or it could not be loaded
+  kNeedsLaterVersion,  ///< it asks for a later host interface
+};
 
 /// Makes one instance of a module for a voice; null if name and vendor are unknown or it cannot be
 /// made.
@@ -31,15 +42,12 @@ struct DialogText {
   int width = 400;
 };
 
-/// To RemoveCable: every voice.
-inline constexpr int kAllVoices = 0x7FFFFFFE;
-
 /// What the sample loop reads is changed only inside the engine's processing lock, which every
 /// operation here takes by itself and which may be held already. Operations belong to the window
 /// thread unless they say otherwise.
 class RackModel : public CControlListener {
  public:
-  RackModel(EngineContext& engine, ModuleMaker maker);
+  RackModel(EngineContext& owner, ModuleMaker maker);
   ~RackModel() override;
   RackModel(const RackModel&) = delete;
   RackModel& operator=(const RackModel&) = delete;
@@ -68,20 +76,11 @@ class RackModel : public CControlListener {
   void LinkVoiceControls(Module* module);
   Module* GetVoiceModule(Module* module, int voice) const;
   int ModuleCount() const { return static_cast<int>(modules[0].size()); }
+  /// Why the last CreateModule or AddModule failed.
+  ModuleFailure LastModuleFailure() const { return moduleFailure_; }
+  /// The same for the user, to follow the name of the module.
+  const char* ModuleFailureText() const;
   const ModuleMaker& Maker() const { return maker_; }
-
-  // Voices.
-
-  /// Runs the rack with 1 to kMaxVoices voices: clones of polyphonic modules and copies of their
-  /// cables come or go.
-  void ApplyVoiceCount(int count);
-  /// Tells the host, where it tracks notes, that the voices from this one up have let go of theirs.
-  void ReleaseNotes(int firstVoice);
-  /// Back to one voice where several run and no module of the rack can reach them.
-  void ResetPolyphonyIfUnused();
-  /// Makes a module one instance, or one per voice whose clones begin as copies of it. False, with
-  /// the module mono as it was, if a clone cannot be made.
-  bool SetModuleMono(Module* module, bool mono);
 
   // Options of a module, for all its voices.
 
@@ -92,7 +91,7 @@ class RackModel : public CControlListener {
   /// Calls f(Module&) for each instance from voice 0 up.
   template <class F>
   void ForEachVoice(const Module* module, F&& f) {
-    const auto place = static_cast<std::size_t>(module->moduleIndex);
+    const auto place = static_cast<std::size_t>(module->place.moduleIndex);
     for (int voice = 0; voice < engine.voiceCount; ++voice) {
       Module* instance = modules[static_cast<std::size_t>(voice)][place];
       if (!instance) return;
@@ -100,31 +99,10 @@ class RackModel : public CControlListener {
     }
   }
 
-  // Cables.
-
-  /// Makes a cable and all its voice copies. `voiceBackSteps` -1, or the voices to skip when a
-  /// raised voice count is filled up. A refused second cable into an input leaves all as it was.
-  void ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voiceBackSteps);
-  /// Removes a record and, walking the voices, up to `voices` - 1 further ones.
-  void RemoveCable(Cable* cable, int voices, bool inSumList);
-  void BeginCableDrag(PatchPoint* point);
-  bool CanConnect(PatchPoint* target) const;
-  void DropCable(PatchPoint* target);
-  void AbortCableDrag();
-
-  // Host parameters.
-
-  int GetFreeTag(const Module* module) const;
-  bool RegisterTag(CControl* control, int tag);
-  bool UnregisterTag(CControl* control);
-  /// Frees a control's old slot after it was registered at a new one.
-  void ChangeTag(CControl* control, int oldTag, int newTag);
-  /// A host's value for a parameter, on top of which its modulation stays. Audio or host thread.
-  void SetParameterValue(int index, float value);
-  /// A host's modulation of a knob: for one voice, or for all from 0 up to it.
-  void SetParameterOffset(int index, int voice, float offset, bool upToVoice);
-  /// A control was moved on the panel: tells the host, the module, and the clones.
-  void valueChanged(CControl* control) override;
+  /// A control was moved, taken or left on the panel.
+  void valueChanged(CControl* control) override { parameters.ControlMoved(control); }
+  void controlBeginEdit(CControl* control) override { parameters.ControlTaken(control); }
+  void controlEndEdit(CControl* control) override { parameters.ControlLeft(control); }
 
   // Registration.
 
@@ -153,14 +131,20 @@ class RackModel : public CControlListener {
   virtual CMouseEventResult ModuleMouseDown(Module*, CPoint&, const CButtonState&);
   virtual CMouseEventResult ModuleMouseUp(Module*, CPoint&, const CButtonState&);
   virtual CMouseEventResult ModuleMouseMoved(Module*, CPoint&, const CButtonState&);
-  /// Tells the user something that needs an answer of no kind.
+  /// Shows the user a message that has one button.
   virtual void ShowDialog(const DialogText&) {}
   /// The frame that modules are made for, null without a window.
   virtual CFrame* Frame() { return nullptr; }
+  /// The top left corner at which a module is saved: its own, or, while it hangs on the mouse, a
+  /// place on the grid.
+  virtual CPoint RestingCorner(const Module& module) const {
+    return module.getViewSize().getTopLeft();
+  }
 
   EngineContext& engine;
   HostTable hostTable;
-  std::shared_ptr<KnobStore> knobs = std::make_shared<KnobStore>();
+  SharedPointer<KnobStore> knobs = SharedPointer<KnobStore>::Adopt(new KnobStore);
+  FileMemory files;  ///< what modules that ask for files are answered
 
   /// modules[voice][index]: voice 0 holds every module, the others clones or null. All rows up to
   /// voiceCount are of equal length.
@@ -173,18 +157,9 @@ class RackModel : public CControlListener {
   std::vector<Module*> mouseModules;
   std::vector<Module*> trashList;
 
-  CableList cableList;
-  CableList sumCableList;
-  int visibleCableCount = 0;  ///< cables with voice 0 on both ends
-  PatchPoint* dragOrigin = nullptr;
-  int dragColour = 1;
-  bool isDraggingCable = false;
-  int cableColourChoice = 0;  ///< 0 random
-
-  std::array<CControl*, kParameterCount> parameterControls{};
-  int highestParameterIndex = -1;
-  bool inValueChanged = false;
-  bool sampleAccurate = false;
+  RackCables cables{*this};
+  RackVoices voices{*this};
+  RackParameters parameters{*this};
 
   static constexpr int kFirstRows = 3;
 
@@ -199,37 +174,31 @@ class RackModel : public CControlListener {
   friend class PatchEdit;
 
   void FillHostTable();
+  Module* MakeInstance(std::string_view name, std::string_view vendor, int voice);
   void RebuildPlan();
-  bool RegisterIn(std::vector<Module*>& list, int Module::*index, Module* module);
-  void UnregisterFrom(std::vector<Module*>& list, int Module::*index, Module* module);
+  bool RegisterIn(std::vector<Module*>& list, int RackPlace::*index, Module* module);
+  void UnregisterFrom(std::vector<Module*>& list, int RackPlace::*index, Module* module);
   void Discard(Module* instance);
-  void RemoveCablesOf(const Module* module);
-  void FillVoices(int firstVoice);
-  void RemoveVoices(int count);
-  bool MakeClones(Module* module, int firstVoice);
-  void RemoveVoiceCablesOf(const Module* module);
-  void RebuildCablesOf(const Module* module);
-  template <class Test>
-  void RemoveRecords(CableList& list, bool inSumList, Test&& isMeant);
-  void SetKnobAtHost(ModuleKnob& knob, float value);
-  Cable* NextVoiceRecord(PatchPoint* a, PatchPoint* b, bool* inSumList) const;
   void SetUpNewModule(int index);
-  int PickCableColour() const;
-  bool OwnsParameter(const CControl* control) const;
 
   ModuleMaker maker_;
+  ModuleFailure moduleFailure_ = ModuleFailure::kNone;
   int editDepth_ = 0;
   bool planOutdated_ = false;
 };
 
 /// Holds the processing lock for a change of the patch. When the outermost one ends, what the
-/// sample loop walks is brought up to date, and the host is told that its state is outdated.
+/// sample loop walks is brought up to date, values that the host posted meanwhile take effect, and
+/// the host learns that its state is outdated.
 class PatchEdit {
  public:
   explicit PatchEdit(RackModel& rack);
   ~PatchEdit();
   PatchEdit(const PatchEdit&) = delete;
   PatchEdit& operator=(const PatchEdit&) = delete;
+
+  /// What the sample loop walks is outdated by the change.
+  void OutdatePlan() { rack_.planOutdated_ = true; }
 
  private:
   RackModel& rack_;

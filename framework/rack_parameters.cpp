@@ -1,11 +1,14 @@
-// The rack's host parameters: a flat table of slots, each a control of voice 0.
+#include "framework/rack_parameters.h"
+
 #include <algorithm>
+#include <mutex>
+#include <utility>
 
 #include "framework/rack_model.h"
 
 namespace halveron {
 
-int RackModel::GetFreeTag(const Module* module) const {
+int RackParameters::GetFreeTag(const Module* module) const {
   if (module->voice > 0) return TAG_UNASSIGNED;
   const int start = (highestParameterIndex + 1) % kParameterCount;
   for (int step = 0; step < kParameterCount; ++step) {
@@ -15,53 +18,119 @@ int RackModel::GetFreeTag(const Module* module) const {
   return TAG_UNASSIGNED;
 }
 
-bool RackModel::RegisterTag(CControl* control, int tag) {
+bool RackParameters::RegisterTag(CControl* control, int tag) {
   if (tag < 0 || tag >= kParameterCount) return false;
   CControl*& slot = parameterControls[static_cast<std::size_t>(tag)];
   if (slot) return false;
   slot = control;
   highestParameterIndex = std::max(highestParameterIndex, tag);
   control->setTag(tag);
+  hostParameters_.Mirror(tag, BaseValueOf(*control));
   return true;
 }
 
-bool RackModel::OwnsParameter(const CControl* control) const {
+bool RackParameters::OwnsParameter(const CControl* control) const {
   const int tag = control->getTag();
   return tag >= 0 && tag < kParameterCount &&
          parameterControls[static_cast<std::size_t>(tag)] == control;
 }
 
-bool RackModel::UnregisterTag(CControl* control) {
-  // Patch points carry numbers of their own in the same field; the slot tells them apart.
+bool RackParameters::UnregisterTag(CControl* control) {
+  // Patch points carry numbers of their own in the same field; the slot distinguishes them.
   if (!OwnsParameter(control)) return false;
-  parameterControls[static_cast<std::size_t>(control->getTag())] = nullptr;
+  const int tag = control->getTag();
+  if (control->isEditing()) rack_.engine.ParameterGesture(tag, false);
+  parameterControls[static_cast<std::size_t>(tag)] = nullptr;
+  hostParameters_.Mirror(tag, 0.0f);
   control->setTag(TAG_UNASSIGNED);
   return true;
 }
 
-void RackModel::ChangeTag(CControl* control, int oldTag, int newTag) {
+void RackParameters::ChangeTag(CControl* control, int oldTag, int newTag) {
   if (oldTag == newTag || oldTag < 0 || oldTag >= kParameterCount) return;
   CControl*& slot = parameterControls[static_cast<std::size_t>(oldTag)];
-  if (slot == control) slot = nullptr;
+  if (slot != control) return;
+  slot = nullptr;
+  hostParameters_.Mirror(oldTag, 0.0f);
 }
 
-void RackModel::valueChanged(CControl* control) {
+void RackParameters::ValueSet(int index) {
+  const CControl* control = parameterControls[static_cast<std::size_t>(index)];
+  hostParameters_.Mirror(index, control ? BaseValueOf(*control) : 0.0f);
+}
+
+void RackParameters::RefreshMirror() {
+  if (!std::exchange(mirrorOutdated_, false)) return;
+  for (int index = 0; index < kParameterCount; ++index) {
+    const CControl* control = parameterControls[static_cast<std::size_t>(index)];
+    hostParameters_.Mirror(index, control ? BaseValueOf(*control) : 0.0f);
+  }
+}
+
+namespace {
+
+void TellModule(CControl* moved) {
+  if (auto* module = dynamic_cast<Module*>(moved->getParentView())) {
+    module->ValueChanged(moved);
+  } else if (CControlListener* listener = moved->getListener()) {
+    listener->valueChanged(moved);
+  }
+}
+
+}  // namespace
+
+void RackParameters::Post(int index, float value) {
+  // While a panel move is under way the host may only be echoing it.
+  if (index < 0 || index >= kParameterCount || inValueChanged) return;
+  hostParameters_.Post(index, value);
+  TakePosted();
+}
+
+void RackParameters::TakePosted() {
+  while (hostParameters_.HasPosted()) {
+    const std::unique_lock lock(rack_.engine.processingLock, std::try_to_lock);
+    if (!lock) return;
+    hostParameters_.TakePosted([this](int index, float value) { SetControls(index, value); });
+  }
+}
+
+void RackParameters::SetControls(int index, float value) {
+  CControl* control = parameterControls[static_cast<std::size_t>(index)];
+  if (!control) return;
+  hostParameters_.Mirror(index, value);
+  for (; control; control = control->nextVoice) {
+    control->setValue(value);
+    TellModule(control);
+  }
+}
+
+void RackParameters::ControlTaken(CControl* control) {
+  if (OwnsParameter(control)) rack_.engine.ParameterGesture(control->getTag(), true);
+}
+
+void RackParameters::ControlLeft(CControl* control) {
+  if (OwnsParameter(control)) rack_.engine.ParameterGesture(control->getTag(), false);
+}
+
+void RackParameters::ControlMoved(CControl* control) {
   auto* module = dynamic_cast<Module*>(control->getParentView());
   if (!module) return;
   inValueChanged = true;
+  const float base = BaseValueOf(*control);
   if (OwnsParameter(control)) {
-    engine.ParameterMoved(control->getTag(), control->getValue());
+    hostParameters_.Mirror(control->getTag(), base);
+    rack_.engine.ParameterMoved(control->getTag(), base);
   } else {
-    engine.PatchEdited();
+    rack_.engine.PatchEdited();
   }
-  auto* knob = engine.hostKind == HostKind::kClap ? dynamic_cast<ModuleKnob*>(control) : nullptr;
+  const bool isModulated =
+      rack_.engine.hostKind == HostKind::kClap && dynamic_cast<ModuleKnob*>(control) != nullptr;
   module->ValueChanged(control);
   for (CControl* clone = control->nextVoice; clone; clone = clone->nextVoice) {
-    if (knob) {
+    if (isModulated) {
       // The host may modulate each voice by its own amount, which stays.
-      auto* cloneKnob = static_cast<ModuleKnob*>(clone);
-      cloneKnob->StoreValue(
-          std::clamp(knob->getValue() - knob->hostOffset + cloneKnob->hostOffset, 0.0f, 1.0f));
+      auto* knob = static_cast<ModuleKnob*>(clone);
+      knob->SetModulated(base, knob->hostOffset);
     } else {
       clone->StoreValue(control->getValue());
     }
@@ -70,55 +139,39 @@ void RackModel::valueChanged(CControl* control) {
   inValueChanged = false;
 }
 
-void RackModel::SetKnobAtHost(ModuleKnob& knob, float value) {
-  knob.setValue(value);
-  // The host cuts its blocks where a value changes, so a glide would only blur what it asked for.
+void RackParameters::SetKnobAtHost(ModuleKnob& knob, float base, float offset) {
+  knob.SetModulated(base, offset);
+  // The block is cut where a value changes, so a glide would only blur the change.
   if (sampleAccurate) knob.Cell().smoothed_value = knob.getValue();
 }
 
-void RackModel::SetParameterValue(int index, float value) {
+void RackParameters::SetParameterValue(int index, float value) {
   if (index < 0 || index >= kParameterCount) return;
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
   if (!control) return;
-  const auto changed = [](CControl* moved) {
-    if (auto* module = dynamic_cast<Module*>(moved->getParentView())) module->ValueChanged(moved);
-  };
   if (!dynamic_cast<ModuleKnob*>(control)) {
-    for (; control; control = control->nextVoice) {
-      control->setValue(value);
-      changed(control);
-    }
+    SetControls(index, value);
     return;
   }
-  for (int voice = 0; control && voice < engine.voiceCount; ++voice) {
+  hostParameters_.Mirror(index, value);
+  for (int voice = 0; control && voice < rack_.engine.voiceCount; ++voice) {
     auto& knob = static_cast<ModuleKnob&>(*control);
-    if (knob.hostOffset == 0.0f) {
-      SetKnobAtHost(knob, value);
-    } else {
-      const float modulated = std::clamp(value + knob.hostOffset, 0.0f, 1.0f);
-      SetKnobAtHost(knob, modulated);
-      knob.hostOffset = modulated - value;
-    }
-    changed(control);
+    SetKnobAtHost(knob, value, knob.hostOffset);
+    TellModule(control);
     control = control->nextVoice;
   }
 }
 
-void RackModel::SetParameterOffset(int index, int voice, float offset, bool upToVoice) {
+void RackParameters::SetParameterOffset(int index, int voice, float offset, bool upToVoice) {
   if (index < 0 || index >= kParameterCount || voice < 0) return;
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
   for (int present = 0; control && present <= voice; ++present) {
     auto* knob = dynamic_cast<ModuleKnob*>(control);
     if (!knob) return;
     if (upToVoice || present == voice) {
-      const float base = knob->getValue() - knob->hostOffset;
-      const float modulated = std::clamp(base + offset, 0.0f, 1.0f);
-      knob->StoreValue(base);
-      knob->hostOffset = modulated - base;
-      if (modulated != base) {
-        SetKnobAtHost(*knob, modulated);
-        if (auto* module = dynamic_cast<Module*>(knob->getParentView())) module->ValueChanged(knob);
-      }
+      const float before = knob->getValue();
+      SetKnobAtHost(*knob, knob->BaseValue(), offset);
+      if (knob->getValue() != before) TellModule(knob);
     }
     control = control->nextVoice;
   }

@@ -32,7 +32,7 @@ bool HaveSameBits(float a, float b) {
   return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
 }
 
-/// Hands out places for cells, by offset; memory comes when all is known.
+/// Assigns offsets to cells; the memory is allocated when all are known.
 class CellAllotment {
  public:
   std::size_t Take(std::size_t cells) { return std::exchange(used_, used_ + cells); }
@@ -52,7 +52,7 @@ float* CellsOf(std::vector<SignalLine>& lines) {
 
 }  // namespace
 
-/// One making of a plan.
+/// Builds a plan once.
 class PlanBuilder {
  public:
   PlanBuilder(SamplePlan& plan, const SamplePlan::ActiveModules& active) : plan_(plan) {
@@ -65,29 +65,30 @@ class PlanBuilder {
       for (const Cable* cable = (sums ? summing : copying).head; cable; cable = cable->next) {
         if (!IsPlanned(cable->destination) || !IsPlanned(cable->origin)) continue;
         State& to = StateOf(cable->destination);
-        if (!sums) to.copied = true;
+        // A sum whose copying cable has gone would add to its own last value; it is copied.
+        if (!sums || to.feeds.empty()) to.copied = true;
         to.feeds.push_back(cable->origin);
       }
     }
   }
 
-  /// An input may read afar if one cable of fixed ends alone reaches it, and if at this moment it
-  /// holds what its origin does: else it would see a new cable's signal one sample early.
+  /// An input may read the image if a single cable of fixed ends reaches it and it holds its
+  /// origin's value at this moment; otherwise it would see a new cable's signal one sample early.
   void ChooseReaders() {
     for (State& state : points_) {
-      state.readsAfar = state.point->type == kInputPoint && state.copied &&
-                        state.feeds.size() == 1 && state.feeds[0]->type == kOutputPoint &&
-                        HaveSameBits(state.point->in, state.feeds[0]->out);
+      state.readsImage = state.point->type == kInputPoint && state.copied &&
+                         state.feeds.size() == 1 && state.feeds[0]->type == kOutputPoint &&
+                         HaveSameBits(state.point->in, state.feeds[0]->out);
     }
     for (const Row& row : rows_) {
       if (!row.maker) continue;
       ForEachPointRow(row, [&](std::size_t place) {
         if (ReadsWholeRow(row, place)) return;
-        for (Module* voice : row.voices) StateOf(voice->Points()[place]).readsAfar = false;
+        for (Module* voice : row.voices) StateOf(voice->Points()[place]).readsImage = false;
       });
     }
     for (const State& state : points_) {
-      if (state.readsAfar) StateOf(state.feeds[0]).isReadAfar = true;
+      if (state.readsImage) StateOf(state.feeds[0]).hasImage = true;
     }
   }
 
@@ -95,7 +96,7 @@ class PlanBuilder {
     CellAllotment outs, ins;
     LayOutputs(outs, true);
     const std::size_t imageLines = outs.Lines();
-    outs.TakeLine();  // what is not read afar begins in a line of its own
+    outs.TakeLine();  // outputs without an image begin in a line of their own
     LayOutputs(outs, false);
     LayInputs(ins);
 
@@ -106,7 +107,7 @@ class PlanBuilder {
         point.PlaceBoth(CellsOf(newIns) + state.offset);
       } else if (point.type == kOutputPoint) {
         point.PlaceOut(CellsOf(newOuts) + state.offset);
-      } else if (state.readsAfar) {
+      } else if (state.readsImage) {
         point.Withdraw();
       } else {
         point.PlaceIn(CellsOf(newIns) + state.offset);
@@ -114,7 +115,7 @@ class PlanBuilder {
     }
     std::copy_n(newOuts.begin(), imageLines, newPast.begin());
     for (State& state : points_) {
-      if (state.readsAfar) state.point->ReadAt(CellsOf(newPast) + StateOf(state.feeds[0]).offset);
+      if (state.readsImage) state.point->ReadAt(CellsOf(newPast) + StateOf(state.feeds[0]).offset);
     }
     plan_.outs_ = std::move(newOuts);
     plan_.past_ = std::move(newPast);
@@ -141,7 +142,7 @@ class PlanBuilder {
   void PlanModules() {
     std::vector<const Row*> ordered;
     for (const Row& row : rows_) ordered.push_back(&row);
-    // Functions are told apart by their address, whichever that is: the order is not heard.
+    // Ordered by the functions' addresses: any order sounds the same.
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const Row* a, const Row* b) { return a->Key() < b->Key(); });
     plan_.modules_.clear();
@@ -191,8 +192,8 @@ class PlanBuilder {
     std::size_t place = 0;  // among the points of its module
     std::vector<PatchPoint*> feeds;
     bool copied = false;  // the first of the feeds is a copy, not a sum
-    bool readsAfar = false;
-    bool isReadAfar = false;
+    bool readsImage = false;
+    bool hasImage = false;
     std::size_t offset = 0;
   };
 
@@ -215,7 +216,7 @@ class PlanBuilder {
     std::vector<std::size_t> rowOf;  // by module index
     for (const std::vector<Module*>& ofVoice : active) {
       for (Module* module : ofVoice) {
-        const auto index = static_cast<std::size_t>(module->moduleIndex);
+        const auto index = static_cast<std::size_t>(module->place.moduleIndex);
         if (rowOf.size() <= index) rowOf.resize(index + 1, SIZE_MAX);
         // A voice joins its row if all voices below it have, and runs at the same rate.
         Row* row = rowOf[index] == SIZE_MAX ? nullptr : &rows_[rowOf[index]];
@@ -250,7 +251,7 @@ class PlanBuilder {
     const State* firstFeed = nullptr;
     for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
       const State& state = StateOf(row.voices[voice]->Points()[place]);
-      if (!state.readsAfar) return false;
+      if (!state.readsImage) return false;
       const State& feed = StateOf(state.feeds[0]);
       if (voice == 0) firstFeed = &feed;
       const std::vector<Module*>& origins = rows_[feed.row].voices;
@@ -267,19 +268,19 @@ class PlanBuilder {
     const State& first = StateOf(row.voices.front()->Points()[place]);
     return std::all_of(row.voices.begin(), row.voices.end(), [&](const Module* voice) {
       const State& state = StateOf(voice->Points()[place]);
-      return state.copied && !state.readsAfar && state.point->type == kInputPoint &&
+      return state.copied && !state.readsImage && state.point->type == kInputPoint &&
              state.feeds.size() == 1 && state.feeds[0] == first.feeds[0];
     });
   }
 
   /// Rows of several voices in lines, then single points side by side.
-  void LayOutputs(CellAllotment& cells, bool readAfar) {
+  void LayOutputs(CellAllotment& cells, bool withImage) {
     for (const bool inLines : {true, false}) {
       for (const Row& row : rows_) {
         if ((row.voices.size() > 1) != inLines) continue;
         ForEachPointRow(row, [&](std::size_t place) {
           const PatchPoint* first = row.voices.front()->Points()[place];
-          if (first->type != kOutputPoint || IsReadAfar(row, place) != readAfar) return;
+          if (first->type != kOutputPoint || HasImage(row, place) != withImage) return;
           const std::size_t offset = inLines ? cells.TakeLine() : cells.Take(1);
           SetOffsets(row, place, offset);
         });
@@ -302,9 +303,9 @@ class PlanBuilder {
     }
   }
 
-  bool IsReadAfar(const Row& row, std::size_t place) {
+  bool HasImage(const Row& row, std::size_t place) {
     return std::any_of(row.voices.begin(), row.voices.end(), [&](const Module* voice) {
-      return StateOf(voice->Points()[place]).isReadAfar;
+      return StateOf(voice->Points()[place]).hasImage;
     });
   }
 
@@ -313,7 +314,7 @@ class PlanBuilder {
   }
 
   void PlanInput(const State& state) {
-    if (state.readsAfar || state.feeds.empty()) return;
+    if (state.readsImage || state.feeds.empty()) return;
     float* to = state.point->in.Address();
     if (state.copied && state.feeds.size() > 1 && LieSideBySide(state.feeds)) {
       plan_.rowSums_.push_back({to, state.feeds[0]->out.Address(), state.feeds.size()});

@@ -8,7 +8,7 @@
 
 #include "framework/cable.h"
 #include "framework/module.h"
-#include "framework/signal.h"
+#include "framework/rack_limits.h"
 #include "framework/voice_group.h"
 
 namespace halveron {
@@ -18,7 +18,7 @@ struct alignas(64) SignalLine {
   std::array<float, kMaxVoices> cells{};
 };
 
-/// Made anew when an edit of the patch ends, inside the processing lock; walked by the audio
+/// Rebuilt when an edit of the patch ends, inside the processing lock; walked by the audio
 /// thread.
 ///
 /// Each sample all modules run, then the cables carry. An input that one cable alone reaches costs
@@ -92,7 +92,7 @@ class SamplePlan {
   std::vector<VoiceRow> voiceRows_;
   std::vector<Module*> modules_;  // what the runs point into
 
-  std::vector<SignalLine> outs_;    // first those that are read afar
+  std::vector<SignalLine> outs_;    // first those whose image is read
   std::vector<SignalLine> past_;    // their image
   std::vector<SignalLine> ins_;     // inputs that are carried into, and either-way points
   std::vector<SignalMove> fills_;   // one output into all voices of an input

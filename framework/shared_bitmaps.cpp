@@ -1,6 +1,6 @@
 #include "framework/shared_bitmaps.h"
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 
 namespace halveron {
 

@@ -89,8 +89,8 @@ CBitmap* BitmapOf(SharedBitmap bitmap);
 /// Pixels of one frame at the present scale: of the image where there is one, else of its stand-in.
 CPoint FrameSizeOf(SharedBitmap bitmap);
 
-/// Loads all shared images, each looked for in `skinPath` and then in `fallbackPath`.
-void LoadSharedBitmaps(const std::string& skinPath, const std::string& fallbackPath);
+/// Loads all shared images, each looked for in the folder `primary` and then in `fallback`.
+void LoadSharedBitmaps(const std::string& primary, const std::string& fallback);
 
 /// Forgets all shared images.
 void ForgetSharedBitmaps();

@@ -2,20 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <span>
+
+#include "framework/voice_group_maker.h"
 
 namespace halveron {
-
-class Module;
-
-namespace dsp {
-struct Sse2;
-struct Avx2;
-struct Avx512;
-}  // namespace dsp
-
-/// Vector instructions that a build holds code for; each can do what those before it can.
-enum class VectorUnit : int { kNone, kSse2, kAvx2, kAvx512 };
 
 /// The widest that this machine has.
 VectorUnit WidestVectorUnit();
@@ -39,27 +29,9 @@ class VoiceGroup {
   virtual void Store() = 0;
 };
 
-/// `voices` are instances of the maker's class, their signals laid in rows.
-using VoiceGroupMaker = std::unique_ptr<VoiceGroup> (*)(std::span<Module* const> voices);
-
-/// Defined once for each unit, in a file that is compiled for it.
-template <class M, class Unit>
-std::unique_ptr<VoiceGroup> MakeVoiceGroup(std::span<Module* const> voices);
-
-/// The maker of a class whose voices run in vectors.
-template <class M>
-VoiceGroupMaker VoiceGroupMakerOf(VectorUnit unit) {
-  switch (unit) {
-    case VectorUnit::kSse2:
-      return &MakeVoiceGroup<M, dsp::Sse2>;
-    case VectorUnit::kAvx2:
-      return &MakeVoiceGroup<M, dsp::Avx2>;
-    case VectorUnit::kAvx512:
-      return &MakeVoiceGroup<M, dsp::Avx512>;
-    case VectorUnit::kNone:
-      break;
-  }
-  return nullptr;
-}
+/// What a VoiceGroupMaker gives.
+struct OwnVoiceGroup : std::unique_ptr<VoiceGroup> {
+  using std::unique_ptr<VoiceGroup>::unique_ptr;
+};
 
 }  // namespace halveron

@@ -120,7 +120,7 @@ class VoiceLanes : public VoiceGroup {
     for (KnobRow<Unit>& row : rows) row.Smooth(packs_);
   }
 
-  /// A kernel tells its Settings, which must be alike, and its State, one of each voice.
+  /// A kernel ties its Settings, which must be equal, and its State, one per voice.
   template <class Kernel, class F>
   bool LoadKernels(PerPack<Kernel>& kernels, F&& kernelOf) const {
     const auto settingsOf = [&](M& voice) {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -11,7 +10,7 @@ enum CMessageResult : int { kMessageUnknown = 0, kMessageNotified = 1 };
 
 /// Reference counted base of everything that views share: views, bitmaps, fonts.
 ///
-/// An object is born with one reference, which belongs to whoever made it. The call of `forget`
+/// An object starts with one reference, which its maker owns. The call of `forget`
 /// that takes the count to 0 deletes the object. Counting is safe from any thread; nothing else is.
 class CBaseObject {
  public:
@@ -20,11 +19,9 @@ class CBaseObject {
   CBaseObject(const CBaseObject&) = delete;
   CBaseObject& operator=(const CBaseObject&) = delete;
 
-  void remember() { references.fetch_add(1, std::memory_order_relaxed); }
-  void forget() {
-    if (references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
-  }
-  int getNbReference() const { return references.load(std::memory_order_relaxed); }
+  void remember();
+  void forget();
+  int getNbReference() const;
 
   /// True for the name of the object's class and of each of its bases.
   virtual bool isTypeOf(const char* name) const { return std::strcmp(name, "CBaseObject") == 0; }
@@ -34,10 +31,10 @@ class CBaseObject {
   virtual int notify(CBaseObject* /*sender*/, const char* /*message*/) { return kMessageUnknown; }
 
  private:
-  std::atomic<int> references{1};
+  mutable int references = 1;  // touched through std::atomic_ref only
 };
 
-/// Stands in the public part of a class and makes it answer `isTypeOf` to its own name.
+/// For the public part of a class: makes `isTypeOf` answer true for its name.
 #define HALVERON_TYPE_OF(Class, Base)                              \
   bool isTypeOf(const char* name) const override {                 \
     return std::strcmp(name, #Class) == 0 || Base::isTypeOf(name); \
@@ -48,7 +45,7 @@ template <class T>
 class SharedPointer {
  public:
   SharedPointer() = default;
-  /// Adds a reference of its own. Null is allowed.
+  /// Adds its own reference. Null is allowed.
   SharedPointer(T* object) : pointer(object) {
     if (pointer) pointer->remember();
   }

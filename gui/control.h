@@ -6,7 +6,7 @@ namespace halveron {
 
 class CControl;
 
-/// Who is told of what the user does to a control. Called on the thread that made the change.
+/// Gets what the user does to a control. Called on the thread that made the change.
 struct CControlListener {
   virtual ~CControlListener() = default;
   virtual void valueChanged(CControl* control) = 0;
@@ -16,7 +16,7 @@ struct CControlListener {
 
 /// A view with a value.
 ///
-/// The value is one float that may live in the control or, after BindValue, in a cell of somebody
+/// The value is one float that may live in the control or, after BindValue, in a cell of another
 /// else's, so that values read together can lie together. Reads and stores of it are plain and
 /// lock-free and may come from the audio thread; all else belongs to the interface thread.
 class CControl : public CView {
@@ -25,7 +25,7 @@ class CControl : public CView {
            CBitmap* background = nullptr);
 
   float getValue() const { return *value; }
-  /// Takes a value as it is: clamps nothing and tells nobody.
+  /// Takes a value as it is: no clamp, no call of the listener.
   virtual void setValue(float v) { *value = v; }
   /// The audio thread's store, for lamps; never overridden.
   void StoreValue(float v) { *value = v; }
@@ -53,15 +53,15 @@ class CControl : public CView {
   CControlListener* getListener() const { return listener; }
   virtual void setListener(CControlListener* l) { listener = l; }
 
-  /// Tells the listener that the value changed.
+  /// Calls the listener: the value changed.
   virtual void valueChanged();
-  /// Bracket what the user does in one go; brackets may nest, the listener hears of the outermost.
+  /// Bracket what the user does in one go; brackets may nest, the listener gets the outermost.
   virtual void beginEdit();
   virtual void endEdit();
   bool isEditing() const { return editing > 0; }
 
-  /// On a left press with Control held: sets the default, tells the listener within an edit bracket
-  /// of its own, asks for a redraw and returns true.
+  /// On a left press with Control held: sets the default, calls the listener within its own edit
+  /// bracket, asks for a redraw and returns true.
   virtual bool checkDefaultValue(const CButtonState& buttons);
 
   /// The flag, or a value other than the one drawn last.
@@ -89,7 +89,7 @@ class CControl : public CView {
   bool hasImage() const { return background && background->load(); }
   /// oldValue as a share of the range, within 0 to 1 whatever was stored.
   float shownShare() const;
-  /// Sets a value brought into its range; tells the listener and asks for a redraw if it differs.
+  /// Sets a value brought into its range; calls the listener and asks for a redraw if it differs.
   /// True if it did.
   bool changeValue(float v);
 

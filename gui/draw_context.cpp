@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <numbers>
 #include <system_error>
@@ -15,7 +17,7 @@
 namespace halveron {
 namespace {
 
-/// Pulls in an outline's path by half the line, so that the line lies inside the shape.
+/// Pulls in an outline's path by half the line, so that the line is inside the shape.
 CRect InsetForLine(const CRect& rect, CCoord lineWidth) {
   CRect inner = rect;
   return inner.inset(std::min(lineWidth, rect.getWidth()) * 0.5,
@@ -279,6 +281,27 @@ void CDrawContext::drawSurface(cairo_surface_t* source, const CRect& dest,
   cairo_restore(cairo);
 }
 
+void CDrawContext::copySurface(cairo_surface_t* source, const CRect& dest,
+                               const CPoint& sourceOffset) {
+  cairo_save(cairo);
+  cairo_rectangle(cairo, dest.left, dest.top, dest.getWidth(), dest.getHeight());
+  cairo_clip(cairo);
+  cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
+  cairo_set_source_surface(cairo, source, dest.left - sourceOffset.x, dest.top - sourceOffset.y);
+  cairo_paint(cairo);
+  cairo_restore(cairo);
+}
+
+void CDrawContext::fillThrough(cairo_surface_t* mask, const CRect& dest, const CPoint& sourceOffset,
+                               const CColor& color) {
+  cairo_save(cairo);
+  cairo_rectangle(cairo, dest.left, dest.top, dest.getWidth(), dest.getHeight());
+  cairo_clip(cairo);
+  takeColor(color);
+  cairo_mask_surface(cairo, mask, dest.left - sourceOffset.x, dest.top - sourceOffset.y);
+  cairo_restore(cairo);
+}
+
 void CDrawContext::clearRect(const CRect& rect) {
   cairo_save(cairo);
   cairo_set_operator(cairo, CAIRO_OPERATOR_CLEAR);
@@ -300,6 +323,25 @@ void COffscreenContext::copyFrom(CDrawContext& target, const CRect& dest,
                                  const CPoint& sourceOffset) {
   cairo_surface_flush(getSurface());
   target.drawSurface(getSurface(), dest, sourceOffset, 1);
+}
+
+void COffscreenContext::replaceIn(CDrawContext& target, const CRect& dest,
+                                  const CPoint& sourceOffset) {
+  cairo_surface_flush(getSurface());
+  target.copySurface(getSurface(), dest, sourceOffset);
+}
+
+void COffscreenContext::shiftDown(int pixels) {
+  cairo_surface_t* surface = getSurface();
+  const int kept = height - std::abs(pixels);
+  if (pixels == 0 || kept <= 0) return;
+  cairo_surface_flush(surface);
+  unsigned char* data = cairo_image_surface_get_data(surface);
+  const std::ptrdiff_t stride = cairo_image_surface_get_stride(surface);
+  const int from = std::max(-pixels, 0);
+  const int to = std::max(pixels, 0);
+  std::memmove(data + to * stride, data + from * stride, static_cast<std::size_t>(kept * stride));
+  cairo_surface_mark_dirty(surface);
 }
 
 CColor COffscreenContext::getPixel(int x, int y) const {

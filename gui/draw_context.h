@@ -99,9 +99,14 @@ class CDrawContext {
   /// Makes a rectangle wholly transparent.
   void clearRect(const CRect& rect);
 
-  /// Copies pixels of another surface, the point `sourceOffset` of it coming to `dest`'s corner.
+  /// Draws pixels of another surface; the point `sourceOffset` of it comes to the corner of `dest`.
   void drawSurface(cairo_surface_t* source, const CRect& dest, const CPoint& sourceOffset,
                    float alpha);
+  /// Copies pixels of another surface with their alpha, instead of drawing them over what is there.
+  void copySurface(cairo_surface_t* source, const CRect& dest, const CPoint& sourceOffset);
+  /// Fills with a colour through the alpha of another surface, whose own colours do not count.
+  void fillThrough(cairo_surface_t* mask, const CRect& dest, const CPoint& sourceOffset,
+                   const CColor& color);
   cairo_surface_t* getSurface() const;
 
  private:
@@ -145,7 +150,7 @@ class DrawStateScope {
   CDrawContext& context;
 };
 
-/// A context over an image of its own, transparent at first.
+/// A context over its own image, which is transparent initially.
 class COffscreenContext : public CDrawContext {
  public:
   /// Size in pixels, at least 1 by 1.
@@ -157,6 +162,11 @@ class COffscreenContext : public CDrawContext {
   /// Copies from this image into `target`: the point `sourceOffset` of the image comes to the top
   /// left corner of `dest`, which is in `target`'s coordinates.
   void copyFrom(CDrawContext& target, const CRect& dest, const CPoint& sourceOffset = {});
+  /// The same, but it replaces what is there, also where this image is transparent.
+  void replaceIn(CDrawContext& target, const CRect& dest, const CPoint& sourceOffset = {});
+  /// Moves the image down by whole pixels, or up if `pixels` is negative. What comes in at the edge
+  /// is undefined.
+  void shiftDown(int pixels);
   /// The colour of a pixel; transparent outside the image.
   CColor getPixel(int x, int y) const;
   /// Writes the image. On failure returns false, puts the cause into `error` if that is given, and

@@ -36,11 +36,11 @@ class CFileSelector : public CBaseObject {
   ~CFileSelector() override;
 
   void setTitle(const char* text) { title = text ? text : ""; }
-  /// Adds a kind to choose among; the first is chosen at first. Without any, all files are listed.
+  /// Adds a kind to choose among; the first is chosen initially. Without any, all files are listed.
   void addFileExtension(CFileExtension extension);
   /// A folder that does not exist leads to the nearest parent that does; none to the home folder.
   void setInitialDirectory(const std::string& path) { initialDirectory = path; }
-  /// The name that stands in the field at first.
+  /// The name that is in the field initially.
   void setDefaultSaveName(const std::string& name) { defaultSaveName = name; }
 
   /// Shows it. False if it is shown already.

@@ -15,14 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string SortKey(const std::string& name) {
-  // Numbers within names count as numbers.
-  const std::string folded = FoldedCase(name);
-  const std::unique_ptr<char, decltype(&g_free)> key(
-      g_utf8_collate_key_for_filename(folded.c_str(), -1), &g_free);
-  return key.get();
-}
-
 bool HasExtension(const std::string& name, const std::string& extension) {
   if (extension.empty()) return true;
   const std::size_t dot = name.rfind('.');
@@ -42,7 +34,7 @@ std::vector<FolderEntry> ListFolder(const std::string& folder, const std::string
     std::error_code unknown;
     const bool isFolder = at->is_directory(unknown);
     if (!isFolder && (foldersOnly || !HasExtension(name, extension))) continue;
-    keyed.push_back({SortKey(name), {name, isFolder}});
+    keyed.push_back({NaturalSortKey(name), {name, isFolder}});
   }
   error = failure ? failure.message() : "";
   std::sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {

@@ -1,4 +1,4 @@
-// What lies in a folder, as a file selector shows it.
+// The contents of a folder, as a file selector shows it.
 #pragma once
 
 #include <string>
@@ -21,7 +21,7 @@ std::vector<FolderEntry> ListFolder(const std::string& folder, const std::string
 std::string NearestFolder(const std::string& folder);
 
 /// A path as a user types it, made whole: "~" is the home folder, and what does not begin with a
-/// slash lies in `folder`.
+/// slash is in `folder`.
 std::string ResolvePath(const std::string& typed, const std::string& folder);
 
 }  // namespace halveron

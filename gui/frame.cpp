@@ -11,13 +11,6 @@
 namespace halveron {
 namespace {
 
-CCoord AreaOf(const CRect& rect) { return rect.getWidth() * rect.getHeight(); }
-
-/// How much larger than the two together the rectangle around both is.
-CCoord WasteOfUnion(const CRect& a, const CRect& b) {
-  return AreaOf(CRect(a).unite(b)) - AreaOf(a) - AreaOf(b);
-}
-
 bool IsWithin(const CView* view, const CView* ancestor) {
   while (view && view != ancestor) view = view->getParentView();
   return view != nullptr;
@@ -31,7 +24,7 @@ CFrame::CFrame(const CRect& size)
 }
 
 CFrame::~CFrame() {
-  // Nobody may be left to hear what was typed.
+  // No view may get what was typed any more.
   focusView = nullptr;
   close();
   closedWindow.reset();
@@ -90,17 +83,19 @@ CPoint CFrame::getWindowSize() const {
   return window ? window->GetSize() : viewSize.getBottomRight();
 }
 
+CPoint CFrame::getScreenSize() const { return window ? window->GetScreenSize() : CPoint(); }
+
 bool CFrame::setSize(CCoord width, CCoord height) {
   if (width < 1 || height < 1) return false;
   setViewSize(CRect::FromSize({}, width, height), false);
-  dirtyRects.clear();
+  dirtyRegion.Clear();
   if (window) window->SetSize(static_cast<int>(width), static_cast<int>(height));
   invalid();
   return true;
 }
 
 void CFrame::idle() {
-  // A host may call again from within what an idle call makes it do, and let go of the frame.
+  // A host may call this again from within, and may release the frame.
   if (idling) return;
   const SharedPointer<CFrame> alive(this);
   idling = true;
@@ -170,7 +165,7 @@ CMouseEventResult CFrame::onMouseDown(CPoint& where, const CButtonState& buttons
     result = CViewContainer::onMouseDown(where, buttons);
   }
   dispatchingPress = false;
-  // What opened a menu or a dialog by this press hears no more of it.
+  // A view that opened a menu or a dialog by this press gets no more of it.
   if (modalViews.size() > modalsBefore) {
     capture = nullptr;
     dropHold();
@@ -263,6 +258,10 @@ void CFrame::setCapture(CView* view) {
 
 void CFrame::releaseCapture() { capture = nullptr; }
 
+void CFrame::setDragUnbounded() {
+  if (window) window->SetDragUnbounded();
+}
+
 void CFrame::setFocusView(CView* view) {
   if (view == focusView || (view && view->frame != this)) return;
   const SharedPointer<CView> old(std::exchange(focusView, view));
@@ -293,7 +292,7 @@ void CFrame::pushModalView(CView* view) {
   std::erase_if(modalViews, [view](const Modal& modal) { return modal.view == view; });
   modalViews.push_back({view, focusView});
   setFocusView(nullptr);
-  // What lies below is out of the mouse's reach from now on.
+  // The mouse does not reach what is below from now on.
   updateMouseOver(mouseLocation, {});
 }
 
@@ -392,32 +391,13 @@ void CFrame::invalid() {
 }
 
 void CFrame::invalidRect(const CRect& rect) {
-  CRect added = CRect(rect).bound(viewSize);
-  if (!visible || added.isEmpty()) return;
-  // Whatever costs nothing to draw together is kept as one; that may bring it into reach of others.
-  for (std::size_t i = 0; i < dirtyRects.size();) {
-    if (WasteOfUnion(dirtyRects[i], added) > 0) {
-      ++i;
-      continue;
-    }
-    added.unite(dirtyRects[i]);
-    dirtyRects.erase(dirtyRects.begin() + static_cast<std::ptrdiff_t>(i));
-    i = 0;
-  }
-  if (dirtyRects.size() < kMaxDirtyRects) {
-    dirtyRects.push_back(added);
-    return;
-  }
-  const auto nearest = std::min_element(dirtyRects.begin(), dirtyRects.end(),
-                                        [&added](const CRect& a, const CRect& b) {
-                                          return WasteOfUnion(a, added) < WasteOfUnion(b, added);
-                                        });
-  added.unite(*nearest);
-  dirtyRects.erase(nearest);
-  invalidRect(added);
+  if (visible) dirtyRegion.Add(CRect(rect).bound(viewSize));
 }
 
-std::vector<CRect> CFrame::takeDirtyRegion() { return std::exchange(dirtyRects, {}); }
+std::vector<CRect> CFrame::takeDirtyRegion() {
+  ++paintCount;
+  return dirtyRegion.Take();
+}
 
 void CFrame::onIdle() {
   // By index, since a view that is called may add others.

@@ -1,4 +1,4 @@
-// The root of a tree of views, and the window that it may stand on.
+// The root of a tree of views, and the window that it may have.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "gui/dirty_region.h"
 #include "gui/view_container.h"
 
 namespace halveron {
@@ -28,17 +29,15 @@ enum CCursorType : int {
 
 /// The root of a tree of views.
 ///
-/// Without a window (never opened, or closed) it is fed the mouse and the keys by whoever tests it
-/// or draws it, in its own coordinates, and `takeDirtyRegion` names what to draw. Opened, it has a
-/// window of its own, a child of a host's or a free one, which does all of that.
+/// Without a window (never opened, or closed) it gets the mouse and the keys from the test or the
+/// code that draws it, in its own coordinates, and `takeDirtyRegion` names what to draw. Opened, it
+/// has a window of its own, a child of a host's or a free one, which does all of that.
 ///
 /// Everything happens in calls from outside, on one thread: `idle` handles the window's events,
 /// fires timers, runs the views that want it and draws what changed. Call it some 30 times a
 /// second.
 class CFrame : public CViewContainer {
  public:
-  /// Rectangles kept apart in the dirty region; more are united.
-  static constexpr std::size_t kMaxDirtyRects = 32;
   /// Seconds that the mouse rests before a tooltip shows.
   static constexpr double kTooltipDelay = 0.7;
 
@@ -68,6 +67,8 @@ class CFrame : public CViewContainer {
   CPoint getWindowSize() const;
   /// Resizes the frame and its window. A host's own window is the host's to resize.
   virtual bool setSize(CCoord width, CCoord height);
+  /// Size in pixels of the screen that the window is on; 0, 0 without a window.
+  CPoint getScreenSize() const;
 
   /// The work of one idle period; see above. Without a window it leaves out the window's part.
   virtual void idle();
@@ -98,8 +99,12 @@ class CFrame : public CViewContainer {
   void setCapture(CView* view);
   void releaseCapture();
   CView* getCapture() const { return capture; }
+  /// For a drag that only the way of the mouse counts for: until all buttons are released, the
+  /// mouse goes on beyond the screen's edges. Its pointer is moved back inside while it does, and
+  /// at the end to where the drag began.
+  void setDragUnbounded();
   /// Gives a view the keys; null for none. An open window then asks for the keyboard, and gives it
-  /// back to the host's when nobody wants it.
+  /// back to the host's when no view wants it.
   void setFocusView(CView* view);
   CView* getFocusView() const { return focusView; }
   /// The innermost view under the mouse.
@@ -127,7 +132,7 @@ class CFrame : public CViewContainer {
   /// call, and never if there is none.
   void getClipboardText(std::function<void(const std::string& text)> callback);
 
-  /// Size of menus, dialogs and tooltips against those of a row of 291 pixels; 1 at first.
+  /// Size of menus, dialogs and tooltips against those of a row of 291 pixels; 1 initially.
   void setUiScale(double scale);
   double getUiScale() const { return uiScale; }
   void setTooltipsEnabled(bool on);
@@ -136,9 +141,12 @@ class CFrame : public CViewContainer {
 
   void invalid() override;
   void invalidRect(const CRect& rect) override;
-  bool hasDirtyRegion() const { return !dirtyRects.empty(); }
-  /// The rectangles to redraw, which do not lie within each other; the region is then empty.
+  bool hasDirtyRegion() const { return !dirtyRegion.IsEmpty(); }
+  /// The rectangles to redraw, of which none contains another; the region is empty afterwards. A
+  /// paint begins with this call.
   std::vector<CRect> takeDirtyRegion();
+  /// Paints begun so far. A view that is drawn several times in one paint sees the same number.
+  std::uint64_t getPaintCount() const { return paintCount; }
 
   /// Runs the views that want it, then collects the dirty views into the dirty region.
   void onIdle() override;
@@ -174,7 +182,8 @@ class CFrame : public CViewContainer {
 
   std::unique_ptr<Window> window;
   std::unique_ptr<Window> closedWindow;  // until the idle call that it was closed in ends
-  std::vector<CRect> dirtyRects;
+  DirtyRegion dirtyRegion;
+  std::uint64_t paintCount = 0;
   std::vector<CView*> idleViews;
   std::vector<CVSTGUITimer*> timers;
   std::vector<Modal> modalViews;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 
 namespace halveron {
@@ -67,12 +66,12 @@ struct CRect {
     bottom -= dy;
     return *this;
   }
-  /// Cuts to what lies inside `other` as well; all edges 0 if nothing does.
+  /// Cuts to what is inside `other` as well; all edges 0 if nothing does.
   constexpr CRect& bound(const CRect& other) {
-    left = std::max(left, other.left);
-    top = std::max(top, other.top);
-    right = std::min(right, other.right);
-    bottom = std::min(bottom, other.bottom);
+    left = Greater(left, other.left);
+    top = Greater(top, other.top);
+    right = Lesser(right, other.right);
+    bottom = Lesser(bottom, other.bottom);
     if (isEmpty()) *this = CRect();
     return *this;
   }
@@ -80,10 +79,10 @@ struct CRect {
   constexpr CRect& unite(const CRect& other) {
     if (other.isEmpty()) return *this;
     if (isEmpty()) return *this = other;
-    left = std::min(left, other.left);
-    top = std::min(top, other.top);
-    right = std::max(right, other.right);
-    bottom = std::max(bottom, other.bottom);
+    left = Lesser(left, other.left);
+    top = Lesser(top, other.top);
+    right = Greater(right, other.right);
+    bottom = Greater(bottom, other.bottom);
     return *this;
   }
   constexpr bool pointInside(const CPoint& p) const {
@@ -94,6 +93,11 @@ struct CRect {
     return !CRect(*this).bound(other).isEmpty();
   }
   constexpr bool operator==(const CRect&) const = default;
+
+ private:
+  // As std::min and std::max; <algorithm> is too much for a header that everything includes.
+  static constexpr CCoord Lesser(CCoord a, CCoord b) { return b < a ? b : a; }
+  static constexpr CCoord Greater(CCoord a, CCoord b) { return a < b ? b : a; }
 };
 
 /// A colour without premultiplied alpha.

@@ -8,7 +8,7 @@
 
 namespace halveron {
 
-/// Calls `tick` on a thread of its own, `period` seconds apart, from its making to its end. The
+/// Calls `tick` on its own thread, `period` seconds apart, from its making to its end. The
 /// tick must touch no view: it asks the host to call back on the window's thread, where
 /// CFrame::idle is then called. For hosts that have neither idle calls nor timers.
 class IdleThread {

@@ -5,6 +5,7 @@
 #include <numbers>
 
 #include "gui/draw_context.h"
+#include "gui/frame.h"
 
 namespace halveron {
 namespace {
@@ -82,6 +83,7 @@ CMouseEventResult CKnob::onMouseDown(CPoint& where, const CButtonState& buttons)
     radialStart = valueFromPoint(where);
   } else {
     stepPerPixel = getRange() / dragPixels(buttons);
+    if (frame) frame->setDragUnbounded();
   }
   onMouseMoved(where, buttons);
   return kMouseEventHandled;
@@ -115,15 +117,16 @@ void CKnob::drawImage(CDrawContext& context) {
   if (handle && handle->load()) {
     const CCoord width = handle->getWidth();
     const CCoord height = handle->getHeight();
-    const CPoint centre = pointFromShare(shownShare(), radius - std::max(width, height) * 0.5 - 2);
+    const CPoint centre =
+        pointFromShare(pointerShare(), radius - std::max(width, height) * 0.5 - 2);
     const CPoint corner(std::round(centre.x - width * 0.5), std::round(centre.y - height * 0.5));
     handle->draw(context, CRect::FromSize(corner, width, height));
     return;
   }
   context.setFrameColor(kWhiteCColor);
   context.setLineWidth(2);
-  context.drawLine(pointFromShare(shownShare(), radius * 0.3),
-                   pointFromShare(shownShare(), radius - 2));
+  context.drawLine(pointFromShare(pointerShare(), radius * 0.3),
+                   pointFromShare(pointerShare(), radius - 2));
 }
 
 void CKnob::drawPlain(CDrawContext& context) {
@@ -137,8 +140,8 @@ void CKnob::drawPlain(CDrawContext& context) {
                       kDrawFilledAndStroked);
   context.setFrameColor(kWhiteCColor);
   context.setLineWidth(std::max(1.0, radius * 0.12));
-  context.drawLine(pointFromShare(shownShare(), radius * 0.25),
-                   pointFromShare(shownShare(), radius - 1));
+  context.drawLine(pointFromShare(pointerShare(), radius * 0.25),
+                   pointFromShare(pointerShare(), radius - 1));
 }
 
 CAnimKnob::CAnimKnob(const CRect& size, CControlListener* listener_, int tag_, int frames,
@@ -146,7 +149,7 @@ CAnimKnob::CAnimKnob(const CRect& size, CControlListener* listener_, int tag_, i
     : CKnob(size, listener_, tag_, bitmap), FilmStrip(frames, size.getHeight()) {}
 
 void CAnimKnob::drawImage(CDrawContext& context) {
-  const int frameIndex = frameOf(shownShare());
+  const int frameIndex = frameOf(pointerShare());
   drawFrame(context, background, viewSize,
             inverseBitmap ? subPixmaps - 1 - frameIndex : frameIndex);
 }

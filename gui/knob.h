@@ -21,7 +21,7 @@ class CKnob : public CControl {
         CBitmap* handle = nullptr);
 
   /// Radians, clockwise from 3 o'clock: where the minimum is, and from there the way to the
-  /// maximum. 3/4 pi and 3/2 pi at first.
+  /// maximum. 3/4 pi and 3/2 pi initially.
   void setStartAngle(float angle) { startAngle = angle; }
   float getStartAngle() const { return startAngle; }
   void setRangeAngle(float angle) { rangeAngle = angle; }
@@ -50,6 +50,8 @@ class CKnob : public CControl {
   virtual float linearValue(const CPoint& where, const CButtonState& buttons);
   virtual float radialValue(const CPoint& where);
 
+  /// The share of the range, 0 to 1, that the pointer shows.
+  virtual float pointerShare() const { return shownShare(); }
   void drawImage(CDrawContext& context) override;
   void drawPlain(CDrawContext& context) override;
 

@@ -26,7 +26,7 @@ constexpr CCoord kStickyPixels = 5;
 constexpr CCoord kRowsPerIdle = 0.5;
 constexpr CCoord kRowsPerNotch = 3;
 constexpr int kMostFound = 200;
-// Menus do not nest deeper; one that holds itself must not hang the search.
+// Menus do not nest deeper; a menu that contains itself must not hang the search.
 constexpr int kDeepest = 16;
 
 bool IsStep(const CMenuItem& item) { return item.isSelectable(); }
@@ -217,7 +217,7 @@ void MenuPopup::close(COptionMenu* holder, int index) {
   const SharedPointer<COptionMenu> chosen(holder);
   const SharedPointer<COptionMenu> opened(menu);
   const SharedPointer<MenuPopup> alive(this);
-  // Gone before anybody is told, who may well bring up the next menu or dialog.
+  // Closed before the callbacks, which may open the next menu or dialog.
   if (CFrame* root = getFrame()) root->removeView(this);
   opened->popupClosed(chosen, index);
 }
@@ -225,7 +225,7 @@ void MenuPopup::close(COptionMenu* holder, int index) {
 void MenuPopup::leavingFrame(CFrame* root) {
   CView::leavingFrame(root);
   if (closing) return;
-  // Taken away with its frame or by somebody else.
+  // Removed with its frame, or by other code.
   closing = true;
   menu->popupClosed(nullptr, -1);
 }

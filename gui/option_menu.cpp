@@ -143,7 +143,7 @@ void COptionMenu::popupClosed(COptionMenu* holder, int index) {
   lastSubmenu = holder == this ? nullptr : holder;
   lastResult = index;
   if (holder) {
-    // A submenu seldom has a listener of its own; the menu that was popped up then speaks for it.
+    // A submenu seldom has its own listener; that of the menu that was popped up is called then.
     CControlListener* const own = holder->getListener();
     if (!own) holder->setListener(listener);
     holder->choose(index);

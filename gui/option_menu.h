@@ -39,7 +39,7 @@ class CMenuItem : public CBaseObject {
   bool isSelectable() const { return (flags & (kDisabled | kTitle | kSeparator)) == 0; }
   int getTag() const { return tag; }
   void setTag(int t) { tag = t; }
-  /// The item keeps a reference of its own. Null for none.
+  /// The item keeps its own reference. Null for none.
   void setSubmenu(COptionMenu* menu);
   COptionMenu* getSubmenu() const { return submenu; }
 
@@ -68,11 +68,12 @@ enum COptionMenuStyle : int {
 /// value is the number of the current one.
 ///
 /// `popup` shows it anywhere in a frame; put into a view tree it shows its current entry's title
-/// and pops up under itself when pressed. Neither waits: the choice comes later, from the frame's
-/// events. It sets the value of the menu that holds the entry (a submenu maybe), notes the result
-/// in the menu that was popped up, and tells the listener of the menu that holds the entry, or if
-/// that has none, of the one popped up. While a menu is up, the mouse, the wheel and the keys are
-/// the menu's: arrows move, Return and Right open or choose, Left and Escape go back, letters find.
+/// and pops up under itself when pressed. Neither call blocks: the choice comes later, from the
+/// frame's events. It sets the value of the menu that holds the entry (a submenu maybe), notes the
+/// result in the menu that was popped up, and calls the listener of the menu that holds the entry,
+/// or if that has none, of the one popped up. While a menu is up, the mouse, the wheel and the keys
+/// are the menu's: arrows move, Return and Right open or choose, Left and Escape go back, letters
+/// find.
 class COptionMenu : public CParamDisplay {
  public:
   /// Called when a pop-up has gone, with true if an entry was chosen; after the listener.
@@ -86,7 +87,7 @@ class COptionMenu : public CParamDisplay {
   /// item.
   virtual CMenuItem* addEntry(CMenuItem* item, int index = -1);
   virtual CMenuItem* addEntry(const char* title, int index = -1, int flags = CMenuItem::kNoFlags);
-  /// The entry keeps a reference of its own.
+  /// The entry keeps its own reference.
   virtual CMenuItem* addEntry(COptionMenu* submenu, const char* title);
   virtual CMenuItem* addSeparator(int index = -1);
   /// Null if there is no such index.
@@ -99,7 +100,8 @@ class COptionMenu : public CParamDisplay {
   /// Null if the entry has none.
   COptionMenu* getSubMenu(int index) const;
 
-  /// Makes an entry the current one; tells nobody. False for a separator or a wrong index.
+  /// Makes an entry the current one; does not call the listener. False for a separator or a wrong
+  /// index.
   virtual bool setCurrent(int index);
   /// Null if there is none.
   CMenuItem* getCurrent() const { return getEntry(getCurrentIndex()); }
@@ -110,7 +112,7 @@ class COptionMenu : public CParamDisplay {
   bool isCheckEntry(int index) const;
   bool setEntryEnabled(int index, bool enabled);
 
-  /// Shows the menu with its top left corner at a point of the frame, moved so that it lies inside.
+  /// Shows the menu with its top left corner at a point of the frame, moved so that it is inside.
   /// False if it is up already, or nothing is in it.
   virtual bool popup(CFrame* frame, const CPoint& where, ClosedCallback closed = {});
   /// Takes a menu that is up down again, choosing nothing.
@@ -142,7 +144,7 @@ class COptionMenu : public CParamDisplay {
   std::vector<CMenuItem*> items;
   MenuPopup* popupView = nullptr;
   ClosedCallback onClosed;
-  SharedPointer<COptionMenu> lastSubmenu;  // null for this menu itself, which must not hold itself
+  SharedPointer<COptionMenu> lastSubmenu;  // null for this menu itself: no reference to itself
   int lastResult = -1;
 };
 

@@ -27,7 +27,7 @@ class CParamDisplay : public CControl {
 
   explicit CParamDisplay(const CRect& size, CBitmap* background = nullptr, int style = kNoStyle);
 
-  /// Null brings the default font; the display keeps a reference of its own.
+  /// Null brings the default font; the display keeps its own reference.
   virtual void setFont(CFontDesc* font);
   CFontDesc* getFont() const { return font; }
   void setFontColor(const CColor& color);

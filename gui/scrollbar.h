@@ -20,11 +20,11 @@ class CScrollbar : public CControl {
   CCoord getSeenSize() const { return seenSize; }
   /// True if there is something to scroll.
   bool canScroll() const { return scrollSize > seenSize; }
-  /// Pixels of one wheel notch, 40 at first.
+  /// Pixels of one wheel notch, 40 initially.
   void setWheelStep(CCoord pixels) { wheelStep = pixels; }
   /// Where what is seen begins, in pixels of the whole.
   CCoord getScrollPosition() const;
-  /// Scrolls, tells the listener and asks for a redraw.
+  /// Scrolls, calls the listener and asks for a redraw.
   void scrollTo(CCoord position);
   CRect getHandleRect() const;
 

@@ -13,7 +13,7 @@ class CSlider : public CControl {
   CSlider(const CRect& size, CControlListener* listener, int tag, CSliderStyle style,
           CBitmap* handle = nullptr, CBitmap* background = nullptr);
 
-  /// Pixels along the way; the handle spans the view across it. 10 at first.
+  /// Pixels along the way; the handle spans the view across it. 10 initially.
   void setHandleLength(CCoord length) { handleLength = length; }
   CCoord getHandleLength() const { return handleLength; }
   void setZoomFactor(float factor) { zoomFactor = factor; }
@@ -28,7 +28,7 @@ class CSlider : public CControl {
   HALVERON_TYPE_OF(CSlider, CControl)
 
  protected:
-  /// Where the handle stands for a share of the range.
+  /// Where the handle is for a share of the range.
   CRect handleRect(float share) const;
   /// Pixels that the handle travels.
   CCoord travel() const;

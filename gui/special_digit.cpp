@@ -52,7 +52,12 @@ CRect CSpecialDigit::placeRect(int place) const {
 
 void CSpecialDigit::drawDigit(CDrawContext& context, int place, int digit) {
   const CRect rect = placeRect(place);
-  if (hasImage()) return drawFrame(context, background, rect, std::min(digit, subPixmaps - 1));
+  if (hasImage()) {
+    const int frameIndex = std::min(digit, subPixmaps - 1);
+    context.fillThrough(background->getSurface(), rect, {0, frameIndex * heightOfOneImage},
+                        fontColor);
+    return;
+  }
 
   const CCoord line = std::max(1.0, rect.getWidth() * 0.14);
   CRect r = rect;

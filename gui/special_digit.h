@@ -6,8 +6,9 @@
 namespace halveron {
 
 /// Shows the whole part of its value, within getMin to getMax, in a fixed number of digits. The
-/// places share the view's width; the strip's first ten frames are the digits. The range is 0 to
-/// the largest number that fits, at first.
+/// places share the view's width; the strip's first ten frames are the digits, of which only the
+/// alpha counts: it is filled with the font colour. The initial range is 0 to the largest number
+/// that fits.
 class CSpecialDigit : public CControl, public FilmStrip {
  public:
   static constexpr int kMaxDigits = 7;
@@ -17,7 +18,7 @@ class CSpecialDigit : public CControl, public FilmStrip {
                 CBitmap* background);
 
   int getNumDigits() const { return digits; }
-  /// Colour of the digits that are drawn without an image.
+  /// Colour of the digits.
   void setFontColor(const CColor& color);
   CColor getFontColor() const { return fontColor; }
   void setBackColor(const CColor& color);

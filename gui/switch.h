@@ -25,7 +25,7 @@ class CSwitchBase : public CControl, public FilmStrip {
  protected:
   CSwitchBase(const CRect& size, CControlListener* listener, int tag, int frames,
               CBitmap* background);
-  /// Where a point lies along the row of positions: 0 at the first's near edge, 1 at the last's far
+  /// Where a point is along the row of positions: 0 at the first's near edge, 1 at the last's far
   /// edge.
   virtual float shareAt(const CPoint& where) const = 0;
   /// The middle of a position, for the slot drawn without an image.
@@ -48,7 +48,7 @@ class CVerticalSwitch : public CSwitchBase {
 };
 
 /// The first position is the left one. With a handle, the background is one picture and the handle
-/// stands at the position; else the background is a strip.
+/// is at the position; else the background is a strip.
 class CHorizontalSwitch : public CSwitchBase {
  public:
   CHorizontalSwitch(const CRect& size, CControlListener* listener, int tag, int frames,

@@ -9,20 +9,20 @@
 
 namespace halveron {
 
-/// Acts when the left button is let go over it, or by Return and the blank while it has the focus:
-/// the value goes to 1, the listener and `onPressed` are told, and it goes back to 0.
+/// Acts when the left button is released over it, or on Return or Space while it has the focus:
+/// the value goes to 1, the listener and `onPressed` are called, and it goes back to 0.
 class CTextButton : public CControl {
  public:
   CTextButton(const CRect& size, CControlListener* listener, int tag, const char* title);
 
   void setTitle(const char* text);
   const char* getTitle() const { return title.c_str(); }
-  /// Null brings the default font; the button keeps a reference of its own.
+  /// Null brings the default font; the button keeps its own reference.
   void setFont(CFontDesc* font);
   /// A button that is off is pale and takes no press.
   void setEnabled(bool on);
   bool isEnabled() const { return enabled; }
-  /// The button that Return stands for looks different.
+  /// The button that Return presses looks different.
   void setProminent(bool on);
   /// Does what a press does.
   void press();

@@ -246,7 +246,7 @@ bool CTextEdit::onKeyDown(const CKeyEvent& event) {
         setText(std::string(textAtFocus).c_str());
         if (onTextChanged) onTextChanged(this);
       }
-      // What the field stands in may end by it, too.
+      // The parent of the field may be removed by this, too.
       return false;
     default:
       break;
@@ -281,7 +281,7 @@ void CTextEdit::looseFocus() {
 }
 
 void CTextEdit::leavingFrame(CFrame* root) {
-  // Nobody tells a view that goes that the mouse has left it.
+  // A view that is removed gets no mouse exit.
   if (root->getMouseOverView() == this) root->setCursor(kCursorDefault);
   CTextLabel::leavingFrame(root);
 }

@@ -10,8 +10,8 @@ namespace halveron {
 /// One line of UTF-8 with a caret and a selection. It takes the keys while it is the frame's focus
 /// view, which a press makes it.
 ///
-/// The listener hears of a changed text when Return is pressed or the focus goes; Escape brings
-/// back the text that stood when the focus came. Positions are in bytes, between characters.
+/// The listener is called for a changed text when Return is pressed or the focus goes; Escape
+/// brings back the text that stood when the focus came. Positions are in bytes, between characters.
 class CTextEdit : public CTextLabel {
  public:
   CTextEdit(const CRect& size, CControlListener* listener = nullptr, int tag = 0,
@@ -19,7 +19,7 @@ class CTextEdit : public CTextLabel {
 
   /// Puts the caret at the end. A text that is too long is cut between two characters.
   void setText(const char* text) override;
-  /// Most bytes that the text may have, without the terminating zero; 255 at first.
+  /// Most bytes that the text may have, without the terminating zero; 255 initially.
   void setMaxLength(std::size_t bytes);
   std::size_t getMaxLength() const { return maxLength; }
   /// Shown, paler, while there is no text.

@@ -20,6 +20,13 @@ std::string FoldedCase(std::string_view text) {
   return folded.get();
 }
 
+std::string NaturalSortKey(const std::string& name) {
+  const std::string folded = FoldedCase(name);
+  const std::unique_ptr<char, decltype(&g_free)> key(
+      g_utf8_collate_key_for_filename(folded.c_str(), -1), &g_free);
+  return key.get();
+}
+
 bool HoldsAllPieces(std::string_view name, std::string_view typed) {
   for (std::size_t at = 0; at < typed.size();) {
     const std::size_t end = std::min(typed.find(' ', at), typed.size());

@@ -8,9 +8,12 @@ namespace halveron {
 
 /// A text in UTF-8 without its difference of capitals and small letters, to compare with others.
 std::string FoldedCase(std::string_view text);
+/// A key by which names are ordered as people look them up: capitals do not count, and numbers
+/// within names count as numbers.
+std::string NaturalSortKey(const std::string& name);
 /// True if every piece of `typed`, cut at blanks, occurs in `name`; both are folded.
 bool HoldsAllPieces(std::string_view name, std::string_view typed);
-/// A code point at the end of a text in UTF-8; what is none is left out.
+/// A code point at the end of a text in UTF-8; an invalid one is left out.
 void AppendCodePoint(std::string& text, char32_t character);
 /// Takes the last character of a text in UTF-8 away.
 void DropLastCharacter(std::string& text);

@@ -13,14 +13,14 @@ class CFrame;
 /// its own, never while the frame is not driven, and at most once per idle call however late that
 /// comes.
 ///
-/// Whoever owns a timer stops or forgets it before what it calls goes away. Once its frame has gone
-/// it never fires.
+/// The owner of a timer stops or forgets it before what it calls is deleted. Once its frame has
+/// gone it never fires.
 class CVSTGUITimer : public CBaseObject {
  public:
   /// The message that `notify` of the listener gets, with the timer as its sender.
   static constexpr char kMsgTimer[] = "timer fired";
 
-  /// Stands still until `start`. The period is in milliseconds, at least 1.
+  /// Does not run until `start`. The period is in milliseconds, at least 1.
   CVSTGUITimer(CFrame* frame, CBaseObject* listener, int fireTime = 100);
   CVSTGUITimer(CFrame* frame, std::function<void(CVSTGUITimer*)> callback, int fireTime = 100);
   ~CVSTGUITimer() override;

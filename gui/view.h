@@ -83,7 +83,7 @@ struct CKeyEvent {
 /// thread.
 ///
 /// Size, mouse area, the points of mouse events and what `draw` draws are all in the coordinates
-/// of the parent, whose top left corner is 0, 0. A view that stands in no parent, or whose tree
+/// of the parent, whose top left corner is 0, 0. A view that has no parent, or whose tree
 /// has no frame at its root, works but redraws nothing.
 class CView : public CBaseObject {
  public:
@@ -107,7 +107,7 @@ class CView : public CBaseObject {
 
   /// Draws the whole view and clears its dirty flag. The base draws the background bitmap.
   virtual void draw(CDrawContext* context);
-  /// Draws at least what lies in `updateRect`.
+  /// Draws at least what is in `updateRect`.
   virtual void drawRect(CDrawContext* context, const CRect& updateRect);
 
   /// A dirty view asks for a redraw at the frame's next idle call.
@@ -118,7 +118,7 @@ class CView : public CBaseObject {
   /// Has a part redrawn, given in the coordinates in which the view draws.
   virtual void invalidRect(const CRect& rect);
 
-  /// Null for a view that stands in none.
+  /// Null for a view without one.
   CView* getParentView() const { return parentView; }
   /// The frame at the root of the tree, null if there is none.
   virtual CFrame* getFrame() const { return frame; }
@@ -162,17 +162,17 @@ class CView : public CBaseObject {
   bool wantsIdle() const { return idleWanted; }
   void setWantsIdle(bool wanted);
 
-  /// The view keeps a reference of its own. Null for none.
+  /// The view keeps its own reference. Null for none.
   virtual void setBackground(CBitmap* bitmap);
   CBitmap* getBackground() const { return background; }
 
   void setTooltipText(const char* text) { tooltipText = text ? text : ""; }
   const char* getTooltipText() const { return tooltipText.c_str(); }
   /// What the frame shows when the mouse rests at a point of the view; empty for nothing, and then
-  /// the parent is asked. Asked anew for each showing, so that it may tell a present value.
+  /// the parent is asked. Called for each showing, so it may contain a current value.
   virtual std::string tooltipAt(const CPoint& /*where*/) { return tooltipText; }
 
-  /// The view as a container, null if it is none. Cheaper than asking for its type.
+  /// The view as a container, null if it is none. Cheaper than a type check.
   virtual CViewContainer* asContainer() { return nullptr; }
 
   HALVERON_TYPE_OF(CView, CBaseObject)

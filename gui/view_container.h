@@ -20,7 +20,7 @@ class CViewContainer : public CView {
   ~CViewContainer() override;
 
   /// Takes over the caller's reference. False, with the reference left to the caller, for null and
-  /// for a view that stands in a container already.
+  /// for a view that is in a container already.
   virtual bool addView(CView* view);
   /// Puts the view before another in the order; behind all if `before` is not here.
   virtual bool addView(CView* view, CView* before);
@@ -46,7 +46,7 @@ class CViewContainer : public CView {
   /// Only calls drawRect, which is what to override: parents call that one.
   void draw(CDrawContext* context) override;
   void drawRect(CDrawContext* context, const CRect& updateRect) override;
-  /// Draws what lies behind the children, in the coordinates of the children.
+  /// Draws the background of the children, in the coordinates of the children.
   virtual void drawBackgroundRect(CDrawContext* context, const CRect& updateRect);
   void setBackgroundColor(const CColor& color);
   CColor getBackgroundColor() const { return backgroundColor; }

@@ -1,6 +1,6 @@
 #include "gui/window.h"
 
-// The headers leave their C linkage to whoever includes them.
+// The headers do not declare their C linkage themselves.
 extern "C" {
 #include <pugl/pugl.h>
 #include <pugl/stub.h>
@@ -17,7 +17,8 @@ constexpr std::uintptr_t kWakeTimer = 0;
 constexpr double kDoubleClickSeconds = 0.4;
 constexpr CCoord kDoubleClickPixels = 5;
 constexpr char kTextType[] = "text/plain";
-// The selection's own name for text; the MIME type would be offered to nobody who asks for text.
+// The selection's own name for text; the MIME type would not be found by programs that ask for
+// text.
 constexpr char kTextTarget[] = "UTF8_STRING";
 
 CVirtualKey KeyOf(std::uint32_t key) {
@@ -93,7 +94,7 @@ PuglCursor CursorOf(CCursorType type) {
 struct Window::Translator {
   static PuglStatus OnEvent(PuglView* view, const PuglEvent* event) {
     auto& window = *static_cast<Window*>(puglGetHandle(view));
-    // The library between here and HandleEvents knows no exceptions.
+    // Exceptions must not pass through the C library.
     try {
       Handle(window, *event);
     } catch (...) {
@@ -149,7 +150,7 @@ struct Window::Translator {
                           event.time - window.lastPressTime_ <= kDoubleClickSeconds &&
                           std::abs(moved.x) <= kDoubleClickPixels &&
                           std::abs(moved.y) <= kDoubleClickPixels;
-    // A third press begins anew.
+    // A third press starts over.
     window.lastPressButton_ = isDouble ? 0 : bit;
     window.lastPressTime_ = event.time;
     window.lastPressPoint_ = where;
@@ -164,8 +165,9 @@ struct Window::Translator {
     const int bit = ButtonBit(event.button);
     if (bit == 0) return;
     window.heldButtons_ &= ~bit;
-    CPoint where(event.x, event.y);
+    CPoint where = CPoint(event.x, event.y) + window.unbounded_.jumped;
     window.frame_.onMouseUp(where, CButtonState(bit | ModifierBits(event.state)));
+    if (window.heldButtons_ == 0) window.EndUnbounded();
     // The mouse may have left while a button held it.
     where = CPoint(event.x, event.y);
     if (window.heldButtons_ == 0 && !window.frame_.getViewSize().pointInside(where)) {
@@ -175,6 +177,9 @@ struct Window::Translator {
 
   static void Move(Window& window, const PuglMotionEvent& event) {
     CPoint where(event.x, event.y);
+    if (window.unbounded_.active) {
+      where = window.FollowUnbounded(where, CPoint(event.xRoot, event.yRoot));
+    }
     window.frame_.onMouseMoved(where, window.Buttons(event.state));
   }
 
@@ -194,8 +199,8 @@ struct Window::Translator {
     const CVirtualKey key = KeyOf(event.key);
     const CButtonState modifiers(ModifierBits(event.state));
     const bool isShortcut = (event.state & (PUGL_MOD_CTRL | PUGL_MOD_ALT)) != 0;
-    // What makes text comes once more as such, and is left to that; so is the blank, both a key and
-    // a letter.
+    // Keys that make text arrive again as text events, which are used; so does Space, both a key
+    // and a letter.
     if (key == kKeySpace && !isShortcut) return;
     const bool isLetter = event.key >= ' ' && event.key < PUGL_KEY_F1 && key == kKeyNone;
     if (key == kKeyNone && !(isLetter && isShortcut)) return;
@@ -356,7 +361,7 @@ void Window::HandleEvents() {
 }
 
 void Window::Draw() {
-  // What nobody sees stays in the frame's dirty region until somebody does.
+  // While the window is hidden, the dirty region is kept.
   if (!frame_.hasDirtyRegion() || !puglGetVisible(view_)) return;
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
   const std::vector<CRect> rects = frame_.takeDirtyRegion();
@@ -375,13 +380,55 @@ void Window::Draw() {
   surface_->Flush();
 }
 
+CPoint Window::GetScreenSize() const {
+  int width = 0;
+  int height = 0;
+  platform::GetScreenSize(puglGetNativeWorld(world_), width, height);
+  return CPoint(width, height);
+}
+
+CPoint Window::FollowUnbounded(const CPoint& where, const CPoint& onScreen) {
+  UnboundedDrag& drag = unbounded_;
+  if (drag.pending != CPoint()) {
+    // Events that the pointer made before it jumped are near where it was then.
+    const CPoint fromOld = onScreen - drag.lastOnScreen;
+    const CPoint fromNew = fromOld - drag.pending;
+    if (std::hypot(fromOld.x, fromOld.y) < std::hypot(fromNew.x, fromNew.y)) {
+      return where + drag.jumped;
+    }
+    drag.jumped = drag.jumped - drag.pending;
+    drag.pending = CPoint();
+  }
+  drag.lastOnScreen = onScreen;
+  const CPoint screen = GetScreenSize();
+  const auto jump = [](CCoord at, CCoord size) {
+    return at <= 0 ? std::floor(size / 2) : at >= size - 1 ? -std::floor(size / 2) : 0.0;
+  };
+  drag.pending = CPoint(jump(onScreen.x, screen.x), jump(onScreen.y, screen.y));
+  if (drag.pending != CPoint()) {
+    platform::MovePointer(puglGetNativeWorld(world_), static_cast<int>(drag.pending.x),
+                          static_cast<int>(drag.pending.y));
+  }
+  return where + drag.jumped;
+}
+
+void Window::EndUnbounded() {
+  const UnboundedDrag ended = std::exchange(unbounded_, {});
+  const CPoint back = CPoint() - ended.pending + ended.jumped;
+  if (back == CPoint()) return;
+  // To where the knob is.
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  platform::PutPointer(Native(), static_cast<int>(lastPressPoint_.x),
+                       static_cast<int>(lastPressPoint_.y));
+}
+
 void Window::SetCursor(CCursorType type) {
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
   puglSetCursor(view_, CursorOf(type));
 }
 
 void Window::SetKeyboardWanted(bool wanted) {
-  // A free window's keyboard is the window manager's affair.
+  // The window manager handles the keyboard of a free window.
   if (!isEmbedded_ || (wanted == keyboardWanted_ && (!wanted || keyboardAsked_))) return;
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
   if (wanted != keyboardWanted_) {

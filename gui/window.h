@@ -18,7 +18,7 @@ struct PuglWorldImpl;
 
 namespace halveron {
 
-/// A window with a connection of its own to the display. It keeps a picture of what it shows, into
+/// A window with its own connection to the display. It keeps a picture of what it shows, into
 /// which only what changed is drawn and from which what was covered is brought back.
 class Window {
  public:
@@ -34,6 +34,7 @@ class Window {
   void WaitForEvents(double seconds);
   bool IsCloseRequested() const { return closeRequested_; }
   CPoint GetSize() const;
+  CPoint GetScreenSize() const;
   void SetSize(int width, int height);
   void Hide();
 
@@ -42,6 +43,8 @@ class Window {
   /// Draws the frame's dirty region and shows it.
   void Draw();
 
+  /// See CFrame::setDragUnbounded.
+  void SetDragUnbounded() { unbounded_.active = heldButtons_ != 0; }
   void SetCursor(CCursorType type);
   /// Whether a view wants the keys.
   void SetKeyboardWanted(bool wanted);
@@ -57,6 +60,9 @@ class Window {
   void FixSize(int width, int height);
   platform::X11Window Native() const;
   CButtonState Buttons(unsigned modifiers) const;
+  /// The point of an unbounded drag, for a pointer at `where` in the window and at `onScreen`.
+  CPoint FollowUnbounded(const CPoint& where, const CPoint& onScreen);
+  void EndUnbounded();
   void ReceiveClipboard(std::uint32_t typeIndex);
 
   CFrame& frame_;
@@ -74,7 +80,15 @@ class Window {
   bool keyboardAsked_ = false;
   bool wakesItself_ = false;
   bool closeRequested_ = false;
-  // What the mouse does, for what the window system does not tell.
+  /// A drag that goes on beyond the screen's edges.
+  struct UnboundedDrag {
+    bool active = false;
+    CPoint jumped;   // from the pointer to the point that the drag has reached
+    CPoint pending;  // a jump of which events from before it may still come in
+    CPoint lastOnScreen;
+  };
+  UnboundedDrag unbounded_;
+  // What the mouse does, where the window system does not report it.
   int heldButtons_ = 0;
   int lastPressButton_ = 0;
   CPoint lastPressPoint_;

@@ -26,7 +26,7 @@ struct Closer {
 };
 using Handle = std::unique_ptr<SNDFILE, Closer>;
 
-/// A file that ends before its data does is opened all the same; only the log tells.
+/// A file that ends before its data does is opened all the same; only the log reports it.
 bool IsCutOff(SNDFILE* file) {
   std::string log(4096, '\0');
   const int length = sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));

@@ -1,6 +1,5 @@
 #include "media/midi_file.h"
 
-#include <glib.h>
 #include <smf.h>
 
 #include <cerrno>
@@ -8,9 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <memory>
-#include <mutex>
+#include <new>
 
 #include "media/midi_track_reader.h"
 #include "platform/file_error.h"
@@ -28,32 +26,6 @@ struct SongDeleter {
 };
 using Song = std::unique_ptr<smf_t, SongDeleter>;
 
-/// Keeps what the library says off the standard error stream and remembers it. Process-wide, so one
-/// at a time.
-class LibraryMessages {
- public:
-  LibraryMessages() : lock_(Mutex()), former_(g_log_set_default_handler(&Take, this)) {}
-  ~LibraryMessages() { g_log_set_default_handler(former_, nullptr); }
-  LibraryMessages(const LibraryMessages&) = delete;
-  LibraryMessages& operator=(const LibraryMessages&) = delete;
-
-  const std::string& First() const { return first_; }
-
- private:
-  static std::mutex& Mutex() {
-    static std::mutex mutex;
-    return mutex;
-  }
-  static void Take(const gchar*, GLogLevelFlags, const gchar* message, gpointer self) {
-    std::string& first = static_cast<LibraryMessages*>(self)->first_;
-    if (first.empty() && message) first = message;
-  }
-
-  std::unique_lock<std::mutex> lock_;
-  std::string first_;
-  GLogFunc former_;
-};
-
 std::vector<std::uint8_t> ReadBytes(const std::string& path) {
   std::error_code error;
   std::ifstream file(path, std::ios::binary);
@@ -65,24 +37,41 @@ std::vector<std::uint8_t> ReadBytes(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
+void AddTrack(smf_t* song, const std::vector<TrackEvent>& events, std::int64_t end) {
+  smf_track_t* track = smf_track_new();
+  if (!track) throw std::bad_alloc();
+  smf_add_track(song, track);
+  for (const TrackEvent& from : events) {
+    std::vector<std::uint8_t> bytes = from.bytes;
+    smf_event_t* event = smf_event_new_from_pointer(bytes.data(), static_cast<int>(bytes.size()));
+    if (!event) throw std::bad_alloc();
+    smf_track_add_event_pulses(track, event, static_cast<int>(from.tick));
+  }
+  if (smf_track_add_eot_pulses(track, static_cast<int>(end)) != 0) throw std::bad_alloc();
+}
+
+/// The song in the library's form, which knows the time of each event. It is built from events, not
+/// from the file: the library's own parser ends the process at a split SysEx message or at a track
+/// whose end is not marked.
+Song MakeSong(const MidiTracks& tracks) {
+  Song song(smf_new());
+  if (!song || smf_set_ppqn(song.get(), tracks.ticksPerQuarter) != 0) throw std::bad_alloc();
+  // First, so that no later tempo changes the times of events that are there.
+  AddTrack(song.get(), tracks.conductor, tracks.lengthInTicks);
+  for (const auto& track : tracks.tracks) {
+    AddTrack(song.get(), track, track.empty() ? 0 : track.back().tick);
+  }
+  smf_rewind(song.get());
+  return song;
+}
+
 }  // namespace
 
 MidiFile ReadMidiFile(const std::string& path) {
-  const CheckedMidi checked = CheckMidi(path, ReadBytes(path));
-  const std::vector<std::uint8_t> bytes = WriteMidi(checked);
-  if (bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max()) ||
-      checked.tracks.size() >= 0xFFFF) {
-    throw FileError(path, "", "the file is too large", "split it");
-  }
-
-  const LibraryMessages messages;
-  const Song song(smf_load_from_memory(bytes.data(), static_cast<int>(bytes.size())));
-  if (!song || !messages.First().empty()) {
-    throw FileError(path, "", messages.First(), "save the MIDI file again");
-  }
-
+  const MidiTracks tracks = ReadMidiTracks(path, ReadBytes(path));
+  const Song song = MakeSong(tracks);
   MidiFile midi;
-  const double quartersPerTick = 1.0 / checked.ticksPerQuarter;
+  const double quartersPerTick = 1.0 / tracks.ticksPerQuarter;
   const smf_tempo_t* tempo = nullptr;
   for (int i = 0; (tempo = smf_get_tempo_by_number(song.get(), i)) != nullptr; ++i) {
     const TempoChange change{tempo->time_seconds, tempo->time_pulses * quartersPerTick,
@@ -94,7 +83,6 @@ MidiFile ReadMidiFile(const std::string& path) {
       midi.tempos.push_back(change);
     }
   }
-  smf_rewind(song.get());
   while (const smf_event_t* event = smf_get_next_event(song.get())) {
     midi.seconds = event->time_seconds;
     midi.quarters = event->time_pulses * quartersPerTick;

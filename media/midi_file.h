@@ -33,7 +33,7 @@ struct MidiFile {
 };
 
 /// Reads formats 0 and 1 with a division in quarter notes. Anything else, and a file that is cut
-/// off or does not hold together, is refused with a platform::FileError that tells track and byte.
+/// off or inconsistent, is refused with a platform::FileError that names track and byte.
 MidiFile ReadMidiFile(const std::string& path);
 
 }  // namespace halveron::media

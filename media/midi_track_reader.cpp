@@ -19,15 +19,7 @@ constexpr std::uint8_t kMeta = 0xFF;
 constexpr std::uint8_t kEndOfTrack = 0x2F;
 constexpr std::uint8_t kTempo = 0x51;
 constexpr std::uint8_t kTimeSignature = 0x58;
-constexpr std::int64_t kLongestWait = 0x0FFFFFFF;  // of a quantity of four bytes
 constexpr std::int64_t kLastTick = std::numeric_limits<std::int32_t>::max() - 1;
-
-void AppendQuantity(std::vector<std::uint8_t>& out, std::int64_t value) {
-  for (int shift = 21; shift > 0; shift -= 7) {
-    if (value >> shift) out.push_back(static_cast<std::uint8_t>((value >> shift & 0x7F) | 0x80));
-  }
-  out.push_back(static_cast<std::uint8_t>(value & 0x7F));
-}
 
 int ChannelMessageData(std::uint8_t status) {
   const int kind = status & 0xF0;
@@ -57,7 +49,7 @@ std::size_t SystemMessageLength(std::uint8_t status) {
 class TrackReader {
  public:
   TrackReader(const std::string& path, int track, std::span<const std::uint8_t> bytes,
-              std::size_t begin, std::size_t end, CheckedMidi& midi)
+              std::size_t begin, std::size_t end, MidiTracks& midi)
       : path_(path), track_(track), bytes_(bytes), at_(begin), end_(end), midi_(midi) {}
 
   std::vector<TrackEvent> Read() {
@@ -142,7 +134,8 @@ class TrackReader {
       return;
     }
     const bool isTempo = kind == kTempo && data.size() == 3;
-    if (isTempo && !data[0] && !data[1] && !data[2]) Fail(start, "a tempo without end");
+    if (isTempo && !data[0] && !data[1] && !data[2])
+      Fail(start, "a tempo of 0 microseconds a quarter note");
     if (!isTempo && (kind != kTimeSignature || data.size() != 4)) return;
     std::vector<std::uint8_t> meta{kMeta, kind, static_cast<std::uint8_t>(data.size())};
     meta.insert(meta.end(), data.begin(), data.end());
@@ -170,7 +163,6 @@ class TrackReader {
     if (SystemMessageLength(data[0]) != data.size()) {
       Fail(start, "an escape that holds no single system message");
     }
-    // The library stops the program at an escape, but takes the message as it is.
     events_.push_back({tick_, {data.begin(), data.end()}});
   }
 
@@ -180,7 +172,6 @@ class TrackReader {
     isSysExOpen_ = false;
     if (openSysEx_.empty() || openSysEx_.back() != kSysExEnd) openSysEx_.push_back(kSysExEnd);
     std::vector<std::uint8_t> whole{kSysEx};
-    AppendQuantity(whole, static_cast<std::int64_t>(openSysEx_.size()));
     whole.insert(whole.end(), openSysEx_.begin(), openSysEx_.end());
     events_.push_back({tick_, std::move(whole)});
   }
@@ -190,7 +181,7 @@ class TrackReader {
   std::span<const std::uint8_t> bytes_;
   std::size_t at_;
   std::size_t end_;
-  CheckedMidi& midi_;
+  MidiTracks& midi_;
   std::vector<TrackEvent> events_;
   std::vector<std::uint8_t> openSysEx_;
   std::int64_t tick_ = 0;
@@ -209,8 +200,8 @@ bool HasName(std::span<const std::uint8_t> bytes, std::size_t at, const char (&n
   return std::equal(name, name + 4, bytes.begin() + static_cast<std::ptrdiff_t>(at));
 }
 
-/// Fills in the division and returns the number of tracks that the header tells.
-int ReadHeader(const std::string& path, std::span<const std::uint8_t> bytes, CheckedMidi& midi) {
+/// Fills in the division and returns the number of tracks that the header announces.
+int ReadHeader(const std::string& path, std::span<const std::uint8_t> bytes, MidiTracks& midi) {
   if (bytes.empty()) throw FileError(path, "", "the file is empty", "give a standard MIDI file");
   if (bytes.size() < kChunkHead + kHeaderData || !HasName(bytes, 0, "MThd") ||
       BigEndian(bytes, 4, 4) < kHeaderData) {
@@ -232,41 +223,10 @@ int ReadHeader(const std::string& path, std::span<const std::uint8_t> bytes, Che
   return static_cast<int>(BigEndian(bytes, 10, 2));
 }
 
-void AppendBigEndian(std::vector<std::uint8_t>& out, std::uint64_t value, int count) {
-  for (int shift = 8 * (count - 1); shift >= 0; shift -= 8) {
-    out.push_back(static_cast<std::uint8_t>(value >> shift & 0xFF));
-  }
-}
-
-/// A wait that no one quantity can hold is bridged by text events without text.
-void AppendWait(std::vector<std::uint8_t>& out, std::int64_t ticks) {
-  for (; ticks > kLongestWait; ticks -= kLongestWait) {
-    AppendQuantity(out, kLongestWait);
-    out.insert(out.end(), {kMeta, 0x01, 0x00});
-  }
-  AppendQuantity(out, ticks);
-}
-
-void AppendTrack(std::vector<std::uint8_t>& out, const std::vector<TrackEvent>& events,
-                 std::int64_t endTick) {
-  std::vector<std::uint8_t> data;
-  std::int64_t tick = 0;
-  for (const TrackEvent& event : events) {
-    AppendWait(data, event.tick - tick);
-    data.insert(data.end(), event.bytes.begin(), event.bytes.end());
-    tick = event.tick;
-  }
-  AppendWait(data, endTick - tick);
-  data.insert(data.end(), {kMeta, kEndOfTrack, 0x00});
-  out.insert(out.end(), {'M', 'T', 'r', 'k'});
-  AppendBigEndian(out, data.size(), 4);
-  out.insert(out.end(), data.begin(), data.end());
-}
-
 }  // namespace
 
-CheckedMidi CheckMidi(const std::string& path, std::span<const std::uint8_t> bytes) {
-  CheckedMidi midi;
+MidiTracks ReadMidiTracks(const std::string& path, std::span<const std::uint8_t> bytes) {
+  MidiTracks midi;
   const int expected = ReadHeader(path, bytes, midi);
   std::size_t at = 0;
   while (bytes.size() - at >= kChunkHead) {
@@ -274,7 +234,7 @@ CheckedMidi CheckMidi(const std::string& path, std::span<const std::uint8_t> byt
     const bool isTrack = HasName(bytes, at, "MTrk");
     const bool isWhole = length <= bytes.size() - at - kChunkHead;
     const bool hasAll = static_cast<int>(midi.tracks.size()) >= expected;
-    if (hasAll && !(isTrack && isWhole)) break;  // what stands behind the music
+    if (hasAll && !(isTrack && isWhole)) break;  // data after the last track
     if (!isWhole) {
       throw FileError(path, "byte " + std::to_string(at),
                       isTrack ? "track " + std::to_string(midi.tracks.size() + 1) +
@@ -290,23 +250,14 @@ CheckedMidi CheckMidi(const std::string& path, std::span<const std::uint8_t> byt
     at += kChunkHead + length;
   }
   if (static_cast<int>(midi.tracks.size()) < expected || midi.tracks.empty()) {
-    throw FileError(
-        path, "header",
-        std::to_string(expected) + " tracks told, " + std::to_string(midi.tracks.size()) + " found",
-        "save or copy the MIDI file again");
+    throw FileError(path, "header",
+                    "announces " + std::to_string(expected) + " tracks, but the file has " +
+                        std::to_string(midi.tracks.size()),
+                    "save or copy the MIDI file again");
   }
   std::stable_sort(midi.conductor.begin(), midi.conductor.end(),
                    [](const TrackEvent& a, const TrackEvent& b) { return a.tick < b.tick; });
   return midi;
-}
-
-std::vector<std::uint8_t> WriteMidi(const CheckedMidi& midi) {
-  std::vector<std::uint8_t> out{'M', 'T', 'h', 'd', 0, 0, 0, 6, 0, 1};
-  AppendBigEndian(out, std::min<std::uint64_t>(midi.tracks.size() + 1, 0xFFFF), 2);
-  AppendBigEndian(out, static_cast<std::uint64_t>(midi.ticksPerQuarter), 2);
-  AppendTrack(out, midi.conductor, midi.lengthInTicks);
-  for (const auto& track : midi.tracks) AppendTrack(out, track, midi.lengthInTicks);
-  return out;
 }
 
 }  // namespace halveron::media

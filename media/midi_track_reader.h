@@ -1,4 +1,4 @@
-// Checks the bytes of a standard MIDI file event by event before the MIDI file library sees them.
+// Reads the chunks and events of a standard MIDI file, and checks each of them.
 #pragma once
 
 #include <cstddef>
@@ -9,28 +9,23 @@
 
 namespace halveron::media {
 
-/// One event of a track, at a time in ticks. `bytes` are as in the file: channel messages with
-/// their status, SysEx and escapes with 0xF0 or 0xF7, their length and their data, meta events
-/// whole.
+/// One event of a track, at a time in ticks from the start. `bytes` are as sent over a wire, with
+/// their status; a meta event is 0xFF, its kind, its length and its data.
 struct TrackEvent {
   std::int64_t tick;
   std::vector<std::uint8_t> bytes;
 };
 
-/// A file whose chunks and events all lie within it. Text and other meta events are gone but for
-/// tempo and time signature, which stand in a list of their own; SysEx messages that were split are
-/// whole again.
-struct CheckedMidi {
+/// The tracks of a file. Tempo and time signature are in a list of their own, other meta events are
+/// left out; SysEx messages that were split are whole again.
+struct MidiTracks {
   int ticksPerQuarter = 0;
   std::vector<TrackEvent> conductor;
   std::vector<std::vector<TrackEvent>> tracks;
-  std::int64_t lengthInTicks = 0;
+  std::int64_t lengthInTicks = 0;  ///< to the last end of a track; fits an int
 };
 
 /// Throws platform::FileError with the place in `path`.
-CheckedMidi CheckMidi(const std::string& path, std::span<const std::uint8_t> bytes);
-
-/// A file of format 1 with the same content: the conductor's track first.
-std::vector<std::uint8_t> WriteMidi(const CheckedMidi& midi);
+MidiTracks ReadMidiTracks(const std::string& path, std::span<const std::uint8_t> bytes);
 
 }  // namespace halveron::media

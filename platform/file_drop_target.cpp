@@ -91,7 +91,7 @@ std::vector<std::string> PathsInUriList(const std::string& list) {
     while (!line.empty() && (line.back() == '\r' || line.back() == '\0')) line.pop_back();
     constexpr std::string_view kScheme = "file://";
     if (!line.starts_with(kScheme)) continue;
-    // Between the scheme and the path stands the machine's name, usually left out.
+    // The machine's name, usually left out, is between the scheme and the path.
     const std::size_t slash = line.find('/', kScheme.size());
     if (slash == std::string::npos) continue;
     std::string path = PercentDecoded(std::string_view(line).substr(slash));

@@ -1,28 +1,14 @@
-// A failure with a file, told in one line that a user can act on.
+// A failure with a file.
 #pragma once
 
-#include <stdexcept>
-#include <string>
-#include <utility>
+#include "platform/user_error.h"
 
 namespace halveron::platform {
 
-/// `what()` reads "file: place: cause; remedy", without the parts that are empty.
-class FileError : public std::runtime_error {
+/// A file that cannot be read or written, or whose content is refused.
+class FileError : public UserError {
  public:
-  FileError(const std::string& file, const std::string& place, const std::string& cause,
-            const std::string& remedy = {})
-      : std::runtime_error(Line(file, place, cause, remedy)) {}
-
- private:
-  static std::string Line(const std::string& file, const std::string& place,
-                          const std::string& cause, const std::string& remedy) {
-    std::string line = file.empty() ? std::string() : file + ": ";
-    if (!place.empty()) line += place + ": ";
-    line += cause;
-    if (!remedy.empty()) line += "; " + remedy;
-    return line;
-  }
+  using UserError::UserError;
 };
 
 }  // namespace halveron::platform

@@ -1,6 +1,7 @@
 #include "platform/library_path.h"
 
 #include <dlfcn.h>
+#include <glib.h>
 
 #include <filesystem>
 
@@ -12,6 +13,13 @@ std::string LibraryPath() {
   std::error_code error;
   const auto path = std::filesystem::absolute(info.dli_fname, error);
   return error ? std::string(info.dli_fname) : path.string();
+}
+
+std::string FileUrl(const std::string& path) {
+  gchar* address = g_filename_to_uri(path.c_str(), nullptr, nullptr);
+  std::string url = address ? address : "";
+  g_free(address);
+  return url;
 }
 
 }  // namespace halveron::platform

@@ -1,4 +1,4 @@
-// Where the program's own file lies.
+// The place of the program's own file, and addresses of files.
 #pragma once
 
 #include <string>
@@ -6,7 +6,10 @@
 namespace halveron::platform {
 
 /// Full path of the shared library or executable that holds this code, empty if the loader does
-/// not tell.
+/// not know.
 std::string LibraryPath();
+
+/// The `file:` address of a full path; empty if the path is not full.
+std::string FileUrl(const std::string& path);
 
 }  // namespace halveron::platform

@@ -20,7 +20,7 @@ namespace halveron::platform {
 
 namespace {
 
-/// False if a file stands there that cannot be taken in.
+/// False if the file exists but cannot be read.
 bool Load(const std::string& path, CSimpleIniA& profile) {
   std::error_code error;
   if (path.empty() || !std::filesystem::exists(path, error)) return true;
@@ -52,7 +52,7 @@ std::string Stored(std::string value) {
   return value;
 }
 
-/// Blanks and a plus sign may stand before a number; the reader of numbers knows neither.
+/// Blanks and a plus sign may precede a number; std::from_chars accepts neither.
 std::string_view NumberPart(std::string_view text) {
   while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
   if (text.starts_with('+')) text.remove_prefix(1);

@@ -10,7 +10,7 @@ namespace halveron::platform {
 /// a value are not part of it, and neither is a pair of quotes around all of it, so that quotes
 /// keep blanks. Comments, order and unknown keys survive a write.
 ///
-/// Every call looks at the file anew: these are small, and more than one instance writes them.
+/// Every call reads the file again: these are small, and more than one instance writes them.
 /// A file that is missing, cannot be read or is beyond kMostBytes counts as empty.
 class ProfileFile {
  public:

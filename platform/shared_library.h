@@ -32,7 +32,7 @@ class SharedLibrary {
   void* handle_;
 };
 
-/// Keeps a library that this program has loaded already, told by its file's name, until the end of
+/// Keeps a library that this program has loaded already, by its file's name, until the end of
 /// the process, whoever unloads what needs it. Does nothing if it isn't loaded.
 void KeepLoaded(const char* name);
 

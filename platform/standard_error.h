@@ -3,17 +3,14 @@
 
 namespace halveron::platform {
 
-/// While alive, what is written to the standard error stream is lost: looking for a sound card
-/// makes its libraries complain of each way that leads to none.
+/// While alive, what is written to the standard error stream is lost: the search for a sound card
+/// makes its libraries complain about each sound system that is missing.
 class StandardErrorQuiet {
  public:
   StandardErrorQuiet();
   ~StandardErrorQuiet();
   StandardErrorQuiet(const StandardErrorQuiet&) = delete;
   StandardErrorQuiet& operator=(const StandardErrorQuiet&) = delete;
-
- private:
-  int kept_;
 };
 
 }  // namespace halveron::platform

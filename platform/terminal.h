@@ -1,4 +1,4 @@
-// What stands behind the standard streams.
+// What the standard streams are connected to.
 #pragma once
 
 namespace halveron::platform {

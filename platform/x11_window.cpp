@@ -73,13 +73,30 @@ bool WindowExists(void* display, std::uintptr_t id) {
   return id != 0 && GetWindowSize({display, id}, width, height);
 }
 
+void GetScreenSize(void* display, int& width, int& height) {
+  auto* connection = static_cast<Display*>(display);
+  width = DisplayWidth(connection, DefaultScreen(connection));
+  height = DisplayHeight(connection, DefaultScreen(connection));
+}
+
+void MovePointer(void* display, int x, int y) {
+  auto* connection = static_cast<Display*>(display);
+  XWarpPointer(connection, None, None, 0, 0, 0, 0, x, y);
+  XFlush(connection);
+}
+
+void PutPointer(X11Window window, int x, int y) {
+  XWarpPointer(DisplayOf(window), None, window.id, 0, 0, 0, 0, x, y);
+  XFlush(DisplayOf(window));
+}
+
 HolderWindow::HolderWindow(X11Window parent, int width, int height)
     : window_{parent.display, 0}, colours_(None) {
   Display* display = DisplayOf(parent);
   const int screen = DefaultScreen(display);
   Visual* visual = DefaultVisual(display, screen);
   XSetWindowAttributes attributes{};
-  // The border has to be told, too: by default it is the parent's, of the wrong kind.
+  // The border has to be set, too: by default it is the parent's, of the wrong kind.
   attributes.border_pixel = 0;
   attributes.colormap = colours_ = XCreateColormap(display, parent.id, visual, AllocNone);
   window_.id = XCreateWindow(display, parent.id, 0, 0, static_cast<unsigned>(width),
@@ -122,7 +139,7 @@ std::uintptr_t TakeKeyboard(X11Window window) {
   if (before != window.id) {
     XSetInputFocus(DisplayOf(window), window.id, RevertToParent, CurrentTime);
   }
-  // The pseudo window that stands for "wherever the mouse is" is given back as any other.
+  // The pseudo window for "wherever the mouse is" is restored as any other.
   return before == window.id ? 0 : before;
 }
 

@@ -15,7 +15,7 @@ struct X11Window {
 
 /// While alive, errors that arrive for one connection on this thread are noted instead of ending
 /// the process, which is what happens by default. A host may destroy our parent at any time, so
-/// whatever reads from the connection stands within such a scope.
+/// all reads from the connection are within such a scope.
 class X11ErrorScope {
  public:
   explicit X11ErrorScope(void* display);
@@ -44,6 +44,13 @@ bool GetWindowSize(X11Window window, int& width, int& height);
 /// True if a window of that id exists at the server of the connection.
 bool WindowExists(void* display, std::uintptr_t id);
 
+/// Size in pixels of the connection's screen.
+void GetScreenSize(void* display, int& width, int& height);
+/// Moves the pointer by a distance in pixels.
+void MovePointer(void* display, int x, int y);
+/// Moves the pointer to a point of a window.
+void PutPointer(X11Window window, int x, int y);
+
 /// A window between a parent whose pixels are of another kind than the screen's (with alpha, say)
 /// and a child that can only be of the screen's. It is on the screen as long as the parent is.
 class HolderWindow {
@@ -53,7 +60,7 @@ class HolderWindow {
   HolderWindow(const HolderWindow&) = delete;
   HolderWindow& operator=(const HolderWindow&) = delete;
 
-  /// True if a child of the screen's kind cannot stand in the window directly.
+  /// True if the window cannot be the direct parent of a child of the screen's kind.
   static bool IsNeededIn(X11Window parent);
 
   std::uintptr_t Id() const { return window_.id; }

@@ -6,16 +6,17 @@
 #include <cctype>
 #include <charconv>
 
-#include "platform/file_error.h"
 #include "platform/standard_error.h"
+#include "platform/user_error.h"
 
 namespace halveron::media {
 
-using platform::FileError;
+using platform::UserError;
 
 namespace {
 
-constexpr char kClientName[] = "Halveron";
+constexpr char kInputName[] = "Input";
+constexpr char kOutputName[] = "Output";
 
 /// On the first of the machine's MIDI systems that has ports, or else the first that answers; null
 /// where there is none.
@@ -27,8 +28,8 @@ std::unique_ptr<Port> MakePort() {
   std::unique_ptr<Port> found;
   for (const RtMidi::Api system : systems) {
     try {
-      auto port = std::make_unique<Port>(system, kClientName);
-      // Mistakes are told by the caller; the library would write where nobody reads.
+      auto port = std::make_unique<Port>(system, kMidiName);
+      // The caller reports errors; the library would print them.
       port->setErrorCallback([](RtMidiError::Type, const std::string&, void*) {});
       const bool hasPorts = port->getPortCount() > 0;
       if (hasPorts || !found) found = std::move(port);
@@ -56,24 +57,27 @@ bool HoldsInAnyCase(const std::string& name, const std::string& part) {
 }
 
 /// Opens the port that a user means, and returns its name.
-std::string OpenChosen(RtMidi* port, const std::string& wanted, const char* kind) {
+std::string OpenChosen(RtMidi* port, const std::string& wanted, const char* kind,
+                       const char* portName) {
   const std::vector<std::string> names = NamesOf(port);
   std::size_t number = names.size();
   const char* end = wanted.data() + wanted.size();
   const auto read = std::from_chars(wanted.data(), end, number);
   if (read.ec != std::errc() || read.ptr != end) {
-    number = static_cast<std::size_t>(
-        std::find_if(names.begin(), names.end(),
-                     [&](const std::string& name) { return HoldsInAnyCase(name, wanted); }) -
-        names.begin());
+    auto found = std::find(names.begin(), names.end(), wanted);
+    if (found == names.end()) {
+      found = std::find_if(names.begin(), names.end(),
+                           [&](const std::string& name) { return HoldsInAnyCase(name, wanted); });
+    }
+    number = static_cast<std::size_t>(found - names.begin());
   }
   if (number >= names.size()) {
-    throw FileError("", "", std::string("there is no MIDI ") + kind + " \"" + wanted + "\"",
+    throw UserError("", "", std::string("there is no MIDI ") + kind + " \"" + wanted + "\"",
                     "see halveron play --list-devices");
   }
-  port->openPort(static_cast<unsigned>(number), kClientName);
+  port->openPort(static_cast<unsigned>(number), portName);
   if (!port->isPortOpen()) {
-    throw FileError("", "", "the MIDI port \"" + names[number] + "\" cannot be opened");
+    throw UserError("", "", "the MIDI port \"" + names[number] + "\" cannot be opened");
   }
   return names[number];
 }
@@ -84,30 +88,63 @@ std::vector<std::string> ListMidiInputs() { return NamesOf(MakePort<RtMidiIn>().
 
 std::vector<std::string> ListMidiOutputs() { return NamesOf(MakePort<RtMidiOut>().get()); }
 
-struct MidiInput::State {
+namespace {
+
+/// A port and who gets its messages.
+struct ReceivingPort {
   static void Callback(double, std::vector<unsigned char>* message, void* user) {
-    if (message && !message->empty()) static_cast<State*>(user)->receiver(*message);
+    if (message && !message->empty()) static_cast<ReceivingPort*>(user)->receiver(*message);
   }
 
-  std::unique_ptr<RtMidiIn> port = MakePort<RtMidiIn>();
-  Receiver receiver;
+  explicit ReceivingPort(MidiInput::Receiver to)
+      : receiver(std::move(to)), port(MakePort<RtMidiIn>()) {
+    if (!port) return;
+    // SysEx and the clock are wanted, active sensing is not.
+    port->ignoreTypes(false, false, true);
+    port->setCallback(&Callback, this);
+  }
+
+  MidiInput::Receiver receiver;
+  std::unique_ptr<RtMidiIn> port;  // last: its end ends the callbacks
+};
+
+}  // namespace
+
+struct MidiInput::State : ReceivingPort {
+  using ReceivingPort::ReceivingPort;
   std::string name;
 };
 
 MidiInput::MidiInput(const std::string& port, Receiver receiver)
-    : state_(std::make_unique<State>()) {
-  state_->receiver = std::move(receiver);
-  if (state_->port) {
-    // SysEx and the clock are wanted, the sign of life is not.
-    state_->port->ignoreTypes(false, false, true);
-    state_->port->setCallback(&State::Callback, state_.get());
-  }
-  state_->name = OpenChosen(state_->port.get(), port, "input");
+    : state_(std::make_unique<State>(std::move(receiver))) {
+  state_->name = OpenChosen(state_->port.get(), port, "input", kInputName);
 }
 
 MidiInput::~MidiInput() = default;
 
 const std::string& MidiInput::Name() const { return state_->name; }
+
+struct OwnMidiInput::State : ReceivingPort {
+  using ReceivingPort::ReceivingPort;
+};
+
+OwnMidiInput::OwnMidiInput(MidiInput::Receiver receiver)
+    : state_(std::make_unique<State>(std::move(receiver))) {
+  if (!state_->port) throw UserError("", "", "there is no MIDI on this machine");
+  // A port without a server behind it is reported as a mere warning.
+  const platform::StandardErrorQuiet quiet;
+  bool hasFailed = false;
+  state_->port->setErrorCallback([](RtMidiError::Type, const std::string&,
+                                    void* failed) { *static_cast<bool*>(failed) = true; },
+                                 &hasFailed);
+  state_->port->openVirtualPort(kMidiName);
+  state_->port->setErrorCallback([](RtMidiError::Type, const std::string&, void*) {});
+  if (hasFailed) throw UserError("", "", "the MIDI system does not answer");
+}
+
+OwnMidiInput::~OwnMidiInput() = default;
+
+std::vector<std::string> OwnMidiInput::ListInputs() const { return NamesOf(state_->port.get()); }
 
 struct MidiOutput::State {
   std::unique_ptr<RtMidiOut> port = MakePort<RtMidiOut>();
@@ -115,7 +152,7 @@ struct MidiOutput::State {
 };
 
 MidiOutput::MidiOutput(const std::string& port) : state_(std::make_unique<State>()) {
-  state_->name = OpenChosen(state_->port.get(), port, "output");
+  state_->name = OpenChosen(state_->port.get(), port, "output", kOutputName);
 }
 
 MidiOutput::~MidiOutput() = default;

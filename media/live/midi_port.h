@@ -10,6 +10,9 @@
 
 namespace halveron::media {
 
+/// The name of the program and of its own port, as other programs see them.
+inline constexpr char kMidiName[] = "Halveron";
+
 /// The ports' names, in the order of their numbers; empty where there is no MIDI.
 std::vector<std::string> ListMidiInputs();
 std::vector<std::string> ListMidiOutputs();
@@ -20,7 +23,7 @@ class MidiInput {
   /// Gets each message whole, SysEx too, as it comes; on a thread of the MIDI system's.
   using Receiver = std::function<void(std::span<const std::uint8_t>)>;
 
-  /// `port` is a number or part of a name, whatever its case. Throws platform::FileError if there
+  /// `port` is a number or part of a name, whatever its case. Throws platform::UserError if there
   /// is no such port or it cannot be opened.
   MidiInput(const std::string& port, Receiver receiver);
   ~MidiInput();
@@ -28,6 +31,23 @@ class MidiInput {
   MidiInput& operator=(const MidiInput&) = delete;
 
   const std::string& Name() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+/// An input port of our own, named kMidiName, to which other programs connect.
+class OwnMidiInput {
+ public:
+  /// Throws platform::UserError where there is no MIDI.
+  explicit OwnMidiInput(MidiInput::Receiver receiver);
+  ~OwnMidiInput();
+  OwnMidiInput(const OwnMidiInput&) = delete;
+  OwnMidiInput& operator=(const OwnMidiInput&) = delete;
+
+  /// As ListMidiInputs, without a further connection to the MIDI system.
+  std::vector<std::string> ListInputs() const;
 
  private:
   struct State;

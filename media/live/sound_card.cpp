@@ -3,17 +3,17 @@
 #include <RtAudio.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <charconv>
 #include <cmath>
-#include <optional>
 
-#include "platform/file_error.h"
 #include "platform/standard_error.h"
+#include "platform/user_error.h"
 
 namespace halveron::media {
 
-using platform::FileError;
+using platform::UserError;
 
 namespace {
 
@@ -27,9 +27,10 @@ std::string Lower(std::string text) {
   return text;
 }
 
-std::unique_ptr<RtAudio> MakeAudio() {
+std::unique_ptr<RtAudio> MakeAudio(const std::string& system = {}) {
   const platform::StandardErrorQuiet quiet;
-  auto audio = std::make_unique<RtAudio>();
+  const auto api = system.empty() ? RtAudio::UNSPECIFIED : RtAudio::getCompiledApiByName(system);
+  auto audio = std::make_unique<RtAudio>(api);
   audio->showWarnings(false);
   return audio;
 }
@@ -62,7 +63,7 @@ std::vector<SoundDevice> DevicesOf(RtAudio& audio) {
 unsigned Choose(const std::vector<SoundDevice>& devices, const std::string& wanted) {
   const auto usable = [](const SoundDevice& device) { return device.outputs > 0; };
   if (std::none_of(devices.begin(), devices.end(), usable)) {
-    throw FileError("", "", "there is no sound card");
+    throw UserError("", "", "there is no sound card");
   }
   if (wanted.empty()) {
     const auto first = std::find_if(devices.begin(), devices.end(), [&](const SoundDevice& device) {
@@ -80,9 +81,9 @@ unsigned Choose(const std::vector<SoundDevice>& devices, const std::string& want
         isNumber ? i == number : Lower(devices[i].name).find(Lower(wanted)) != std::string::npos;
     if (!isIt) continue;
     if (usable(devices[i])) return static_cast<unsigned>(i);
-    if (isNumber) throw FileError("", "--device", wanted + " has no outputs", kSeeDevices);
+    if (isNumber) throw UserError("", "--device", wanted + " has no outputs", kSeeDevices);
   }
-  throw FileError("", "--device", "there is no sound device \"" + wanted + "\"", kSeeDevices);
+  throw UserError("", "--device", "there is no sound device \"" + wanted + "\"", kSeeDevices);
 }
 
 int ChooseRate(const SoundDevice& device, int wanted) {
@@ -97,7 +98,7 @@ int ChooseRate(const SoundDevice& device, int wanted) {
     if (!known.empty()) known += ", ";
     known += std::to_string(rate);
   }
-  throw FileError("", "--rate", "the sound device does not run at " + std::to_string(wanted),
+  throw UserError("", "--rate", "the sound device does not run at " + std::to_string(wanted),
                   "it has " + known);
 }
 
@@ -116,21 +117,25 @@ struct SoundCard::State {
     for (std::size_t i = 0; i < state.ins.size(); ++i) {
       state.ins[i] = static_cast<const float*>(input) + i * frames;
     }
+    state.framesPlayed.fetch_add(frames, std::memory_order_relaxed);
     state.process(state.ins.data(), input ? static_cast<int>(state.ins.size()) : 0,
                   state.outs.data(), static_cast<int>(state.outs.size()), static_cast<int>(frames));
     return 0;
   }
 
-  std::unique_ptr<RtAudio> audio = MakeAudio();
+  explicit State(const std::string& system) : audio(MakeAudio(system)) {}
+
   std::string name;
   int rate = 0;
   unsigned blockSize = 0;
   std::vector<const float*> ins;
   std::vector<float*> outs;
   Process process;
+  std::atomic<std::int64_t> framesPlayed = 0;
+  std::unique_ptr<RtAudio> audio;  // last: its end ends the callbacks, which use the rest
 };
 
-SoundCard::SoundCard(const Settings& settings) : state_(std::make_unique<State>()) {
+SoundCard::SoundCard(const Settings& settings) : state_(std::make_unique<State>(settings.system)) {
   const std::vector<SoundDevice> devices = DevicesOf(*state_->audio);
   const unsigned number = Choose(devices, settings.device);
   const SoundDevice& device = devices[number];
@@ -156,7 +161,7 @@ SoundCard::SoundCard(const Settings& settings) : state_(std::make_unique<State>(
                               static_cast<unsigned>(state_->rate), &state_->blockSize,
                               &State::Callback, state_.get(), &options);
   } catch (const RtAudioError& error) {
-    throw FileError(
+    throw UserError(
         "", "", "the sound device \"" + device.name + "\" cannot be opened: " + error.getMessage(),
         "close other programs that use it, or give another --device");
   }
@@ -169,6 +174,9 @@ SoundCard::~SoundCard() {
 }
 
 const std::string& SoundCard::Name() const { return state_->name; }
+std::string SoundCard::System() const {
+  return RtAudio::getApiName(state_->audio->getCurrentApi());
+}
 int SoundCard::Rate() const { return state_->rate; }
 int SoundCard::BlockSize() const { return static_cast<int>(state_->blockSize); }
 int SoundCard::Inputs() const { return static_cast<int>(state_->ins.size()); }
@@ -180,16 +188,24 @@ void SoundCard::Start(Process process) {
   try {
     state_->audio->startStream();
   } catch (const RtAudioError& error) {
-    throw FileError("", "", "the sound device does not start: " + error.getMessage());
+    throw UserError("", "", "the sound device does not start: " + error.getMessage());
   }
 }
 
 void SoundCard::Stop() {
+  // A card that does not answer any more would never finish playing what it has.
+  const platform::StandardErrorQuiet quiet;
   try {
-    if (state_->audio->isStreamRunning()) state_->audio->stopStream();
+    if (state_->audio->isStreamRunning()) state_->audio->abortStream();
   } catch (const RtAudioError&) {
     // A card that was pulled out has stopped already.
   }
+}
+
+bool SoundCard::IsRunning() const { return state_->audio->isStreamRunning(); }
+
+std::int64_t SoundCard::FramesPlayed() const {
+  return state_->framesPlayed.load(std::memory_order_relaxed);
 }
 
 }  // namespace halveron::media

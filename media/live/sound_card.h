@@ -1,6 +1,7 @@
 // Sound in real time, to and from a card.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -17,39 +18,65 @@ struct SoundDevice {
   bool isDefault = false;  ///< for output
 };
 
-/// The devices that are there, numbered by their place from 0; empty where there is no card.
+/// The devices of the machine, numbered by their place from 0; empty where there is no card.
 std::vector<SoundDevice> ListSoundDevices();
 
-/// An open card. It runs from Start until Stop or its end, on a thread of the sound system's.
-class SoundCard {
+/// An open device. It runs from Start until Stop or its end, on a thread of the sound system's.
+class SoundOutput {
  public:
   /// One block: a pointer for each channel of either kind, `frames` samples each. Audio thread.
   using Process = std::function<void(const float* const* inputs, int inputCount,
                                      float* const* outputs, int outputCount, int frames)>;
 
+  SoundOutput() = default;
+  virtual ~SoundOutput() = default;
+  SoundOutput(const SoundOutput&) = delete;
+  SoundOutput& operator=(const SoundOutput&) = delete;
+
+  virtual const std::string& Name() const = 0;
+  /// The sound system that has the device, as in SoundCard::Settings.
+  virtual std::string System() const = 0;
+  virtual int Rate() const = 0;
+  virtual int BlockSize() const = 0;
+  virtual int Inputs() const = 0;
+  virtual int Outputs() const = 0;
+
+  /// Throws platform::UserError if the device does not start.
+  virtual void Start(Process process) = 0;
+  virtual void Stop() = 0;
+  /// False before Start, after Stop, and once the sound system has ended the stream.
+  virtual bool IsRunning() const = 0;
+  /// Samples that were asked for since Start. Any thread.
+  virtual std::int64_t FramesPlayed() const = 0;
+};
+
+/// A device of the machine.
+class SoundCard final : public SoundOutput {
+ public:
   struct Settings {
     std::string device;   ///< a number, or part of a name whatever its case; empty: the default
     int rate = 0;         ///< hertz; 0: 48000 if the card has it, else what it prefers
     int blockSize = 512;  ///< samples; the card may take another
     int mostInputs = 0;   ///< channels
     int mostOutputs = 2;
+    std::string system;  ///< the only sound system to use, such as "jack"; empty: any
   };
 
-  /// Throws platform::FileError if there is no such device or it cannot be opened so.
+  /// Throws platform::UserError if there is no such device or it cannot be opened so.
   explicit SoundCard(const Settings& settings);
-  ~SoundCard();
-  SoundCard(const SoundCard&) = delete;
-  SoundCard& operator=(const SoundCard&) = delete;
+  ~SoundCard() override;
 
-  const std::string& Name() const;
-  int Rate() const;
-  int BlockSize() const;
-  int Inputs() const;
-  int Outputs() const;
+  const std::string& Name() const override;
+  std::string System() const override;
+  int Rate() const override;
+  int BlockSize() const override;
+  int Inputs() const override;
+  int Outputs() const override;
 
-  /// Throws platform::FileError if the card does not start.
-  void Start(Process process);
-  void Stop();
+  void Start(Process process) override;
+  void Stop() override;
+  bool IsRunning() const override;
+  std::int64_t FramesPlayed() const override;
 
  private:
   struct State;
