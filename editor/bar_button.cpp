@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 #include "gui/draw_context.h"
 #include "gui/theme.h"
 

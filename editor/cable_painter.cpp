@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 #include "gui/draw_context.h"
 
 namespace halveron {
@@ -130,7 +130,7 @@ void CablePainter::DrawLite(CDrawContext& context, const CPoint& from, const CPo
   constexpr double kLiteSagPerPixel = 0.0068728523;  // 2/291, at every size of the skin
   constexpr double kLiteSag = 22.0;
   const CCoord sag = std::trunc((std::abs(to.y - from.y) * kLiteSagPerPixel + 1.0) * kLiteSag);
-  const CPoint control((from.x + to.x) / 2, std::max(from.y, to.y) + sag);
+  const CPoint control(Middle(from, to).x, std::max(from.y, to.y) + sag);
   const int firstLayer = style.isFlat ? 1 : 0;
   const int layers = style.isFlat ? 1 : kLayers;
   for (int pass = 0; pass < layers; ++pass) {

@@ -30,7 +30,7 @@ class CablePainter {
   /// What a cable may touch at most, with its shadow.
   CRect BoundsOf(const CPoint& from, const CPoint& to) const;
   /// The point by which a cable's curve passes midway: below both ends, and beside them where they
-  /// stand one above the other.
+  /// are one above the other.
   static CPoint Middle(const CPoint& from, const CPoint& to);
 
  private:

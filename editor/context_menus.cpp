@@ -1,8 +1,10 @@
 #include "editor/context_menus.h"
 
+#include <filesystem>
 #include <limits>
 
 #include "editor/syn_editor.h"
+#include "framework/manual_page.h"
 #include "framework/module.h"
 #include "platform/desktop.h"
 
@@ -78,13 +80,21 @@ SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
   menu->setEntryEnabled(menu->getNbEntries() - 1, module.GetBandlimitMode() != -1);
   menu->AddChecked("Always ON", module.alwaysOn,
                    [&] { editor.SetModuleAlwaysOn(&module, !module.alwaysOn); });
-  menu->AddChecked("Mono", module.mono, [&] { editor.SetModuleMono(&module, !module.mono); })
+  menu->AddChecked("Mono", module.mono, [&] { editor.voices.SetModuleMono(&module, !module.mono); })
       .setEnabled(module.monoSelectable);
   menu->AddSubmenu("Clip Level", MakeClipMenu(editor, module));
   menu->setEntryEnabled(menu->getNbEntries() - 1, module.GetClipLevel() > -1.0f);
   const char* url = module.GetInfoURL();
-  menu->Add("Info...", [address = std::string(url ? url : "")] {
-    if (!address.empty()) platform::OpenOnDesktop(address);
+  menu->Add("Info...", [&editor, address = std::string(url ? url : ""),
+                        page = InstalledManualPage(module.GetName())] {
+    if (address.empty()) return;
+    // A desktop shows an error of its own, or nothing, for a page that is not there.
+    std::error_code error;
+    if (!std::filesystem::exists(page, error)) {
+      editor.ShowDialog({"Manual", "The manual is not installed: there is no file\n" + page});
+    } else if (!platform::OpenOnDesktop(address)) {
+      editor.ShowDialog({"Manual", "No program could be started to show\n" + page});
+    }
   });
   return menu;
 }
@@ -103,8 +113,8 @@ SharedPointer<SynOptionMenu> MakeRackMenu(SynEditor& editor) {
   menu->addSeparator();
   int colour = 0;
   for (const char* text : kColourTexts) {
-    menu->AddChecked(text, editor.cableColourChoice == colour,
-                     [&editor, colour] { editor.cableColourChoice = colour; });
+    menu->AddChecked(text, editor.cables.cableColourChoice == colour,
+                     [&editor, colour] { editor.cables.cableColourChoice = colour; });
     ++colour;
   }
   return menu;

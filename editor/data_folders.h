@@ -14,7 +14,7 @@ struct DataFolders {
   std::string program;  ///< of the plug-in's file; holds "Paths.ini", "Skins" and "Modules.x64"
   std::string data;     ///< the user's: "Config.ini" and "Presets"
 
-  /// The data folder is `data_path` of "Paths.ini" as it stands there, else "Halveron" in the
+  /// The data folder is `data_path` of "Paths.ini" as written there, else "Halveron" in the
   /// user's documents folder; it is made if it is missing. None for kLeaveAlone.
   static DataFolders Find(const std::string& programFolder, UserFiles files);
 

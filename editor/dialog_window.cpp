@@ -7,6 +7,7 @@
 #include "gui/frame.h"
 #include "gui/text_button.h"
 #include "gui/text_edit.h"
+#include "gui/text_fit.h"
 #include "gui/theme.h"
 
 namespace halveron {
@@ -20,6 +21,7 @@ constexpr CCoord kTitleHeight = 26;
 constexpr CCoord kLineHeight = 19;
 constexpr CCoord kFieldHeight = 26;
 constexpr CCoord kButtonWidth = 96;
+constexpr CCoord kWidest = 600;  // to which a dialog grows before its text is wrapped
 constexpr CCoord kButtonHeight = 28;
 constexpr std::size_t kMostFieldBytes = 4000;
 
@@ -59,8 +61,20 @@ std::string DialogWindow::FieldText(int index) const {
   return fields_[static_cast<std::size_t>(index)]->getText();
 }
 
+CCoord DialogWindow::WidthFor(double scale) const {
+  const CCoord room = getParentView() ? getParentView()->getWidth() : kWidest * scale;
+  const CCoord most = std::min(theme::Scaled(std::max(kWidest, request_.width), scale),
+                               room - 2 * theme::Scaled(kGap, scale));
+  CCoord width = theme::Scaled(request_.width, scale);
+  const CCoord margins = 2 * theme::Scaled(kMargin, scale);
+  width = std::max(width, theme::Font(scale)->measure(request_.text).x + margins);
+  width = std::max(width, theme::Font(scale, kBoldFace)->measure(request_.title).x + margins);
+  if (request_.image) width = std::max<CCoord>(width, request_.image->getWidth());
+  return std::min(width, most);
+}
+
 void DialogWindow::LayOut(double scale) {
-  const CCoord width = theme::Scaled(request_.width, scale);
+  const CCoord width = WidthFor(scale);
   setViewSize(CRect(0, 0, width, 0), false);
   CCoord bottom = AddTexts(theme::Scaled(kMargin, scale), scale);
   bottom = AddFields(bottom, scale);
@@ -76,23 +90,32 @@ void DialogWindow::LayOut(double scale) {
   setMouseableArea(place);
 }
 
-CCoord DialogWindow::AddTexts(CCoord top, double scale) {
+CTextLabel* DialogWindow::AddText(CCoord top, const std::string& text, CCoord leastHeight,
+                                  double scale, int style) {
   const CCoord margin = theme::Scaled(kMargin, scale);
-  const CCoord right = getWidth() - margin;
+  const CRect line(margin, top, getWidth() - margin, top);
+  const SharedPointer<CFontDesc> font = theme::Font(scale, style);
+  const std::string wrapped = WrapText(*font, text, line.getWidth());
+  CRect place = line;
+  place.setHeight(std::max(leastHeight, font->measure(wrapped).y));
+  CTextLabel* label = MakeLabel(place, wrapped, scale, style);
+  addView(label);
+  return label;
+}
+
+CCoord DialogWindow::AddTexts(CCoord top, double scale) {
+  const CCoord gap = theme::Scaled(kGap, scale);
   if (!request_.title.empty()) {
-    const CCoord height = theme::Scaled(kTitleHeight, scale);
-    addView(MakeLabel(CRect(margin, top, right, top + height), request_.title, scale, kBoldFace));
-    top += height + theme::Scaled(kGap, scale);
+    top = AddText(top, request_.title, theme::Scaled(kTitleHeight, scale), scale, kBoldFace)
+              ->getViewSize()
+              .bottom +
+          gap;
   }
   if (request_.text.empty()) return top;
-  const auto lines = std::count(request_.text.begin(), request_.text.end(), '\n') + 1;
-  const CCoord height = theme::Scaled(kLineHeight, scale) *
-                        static_cast<CCoord>(std::max<std::ptrdiff_t>(lines, request_.lineCount));
-  CTextLabel* label =
-      MakeLabel(CRect(margin, top, right, top + height), request_.text, scale, kNormalFace);
+  const CCoord least = theme::Scaled(kLineHeight, scale) * request_.lineCount;
+  CTextLabel* label = AddText(top, request_.text, least, scale, kNormalFace);
   label->setHoriAlign(request_.centered ? kCenterText : kLeftText);
-  addView(label);
-  return top + height + theme::Scaled(kGap, scale);
+  return label->getViewSize().bottom + gap;
 }
 
 CCoord DialogWindow::AddFields(CCoord top, double scale) {

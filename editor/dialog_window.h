@@ -10,6 +10,7 @@
 namespace halveron {
 
 class CTextEdit;
+class CTextLabel;
 class DialogWindow;
 
 /// What a dialog shows. Measures are in pixels of the reference scale.
@@ -22,7 +23,7 @@ struct DialogRequest {
   /// with CloseDialog.
   using Callback = std::function<void(DialogWindow&, int button)>;
 
-  double width = 400;
+  double width = 400;  ///< at least; it grows with the text before that is wrapped
   std::string title;
   std::string text;   ///< may have several lines
   int lineCount = 2;  ///< lines of text that room is kept for at least
@@ -32,7 +33,7 @@ struct DialogRequest {
   bool modal = true;  ///< the rest of the frame takes no input
   SharedPointer<CBitmap> image;
   Callback callback;  ///< without one any button closes the dialog
-  double y = -1;      ///< of its top; below 0 it stands by yRatio
+  double y = -1;      ///< of its top; below 0 yRatio places it
   double xRatio = 0.5;
   double yRatio = 0.5;
   int alpha = 220;  ///< of its background
@@ -65,6 +66,9 @@ class DialogWindow final : public CViewContainer {
 
  private:
   void LayOut(double scale);
+  CCoord WidthFor(double scale) const;
+  CTextLabel* AddText(CCoord top, const std::string& text, CCoord leastHeight, double scale,
+                      int style);
   CCoord AddTexts(CCoord top, double scale);
   CCoord AddFields(CCoord top, double scale);
   CCoord AddButtons(CCoord top, double scale);

@@ -32,7 +32,7 @@ std::vector<fs::path> PresetsUnder(const fs::path& folder) {
   return presets;
 }
 
-/// True if a file stands at `target` afterwards, whoever put it there.
+/// True if there is a file at `target` afterwards, whichever process wrote it.
 bool PutOnce(const fs::path& source, const fs::path& target) {
   std::error_code error;
   if (fs::exists(target, error)) return true;

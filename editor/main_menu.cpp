@@ -2,6 +2,7 @@
 
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
+#include "framework/oversampling_filters.h"
 
 namespace halveron {
 
@@ -86,7 +87,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isChecked = [](const SynEditor& editor) { return editor.options.ledsAlwaysOn.Get(); }},
     {.text = "Sample Accurate Automation",
      .act = [](SynEditor& editor, RackWindow&) { editor.ToggleSampleAccurate(); },
-     .isChecked = [](const SynEditor& editor) { return editor.sampleAccurate; },
+     .isChecked = [](const SynEditor& editor) { return editor.parameters.sampleAccurate; },
      .isEnabled =
          [](const SynEditor& editor) { return editor.engine.hostKind == HostKind::kClap; }},
     {.text = "About", .act = ShowAbout},
@@ -173,9 +174,15 @@ MainMenu::Menu MainMenu::MakeSkin() const {
 
 MainMenu::Menu MainMenu::MakeWindowHeight() const {
   Menu menu = SynOptionMenu::Make();
+  const CCoord screen = window_.Frame().getScreenSize().y;  // 0 without a window
   for (int rows = Options::kFewestViewableRows; rows <= Options::kMostViewableRows; ++rows) {
-    menu->AddChecked(std::to_string(rows) + " Rows", window_.Geometry().viewableRows == rows,
-                     [rows, &editor = editor_] { editor.commands.ChangeViewableRows(rows); });
+    RackGeometry geometry = window_.Geometry();
+    const bool isPresent = geometry.viewableRows == rows;
+    geometry.viewableRows = rows;
+    const bool fits = screen == 0 || geometry.WindowRect().getHeight() <= screen;
+    menu->AddChecked(std::to_string(rows) + " Rows", isPresent,
+                     [rows, &editor = editor_] { editor.commands.ChangeViewableRows(rows); })
+        .setEnabled(fits || isPresent);
   }
   return menu;
 }

@@ -10,8 +10,8 @@ namespace halveron {
 class RackWindow;
 class SynEditor;
 
-/// Made anew each time that it opens, so that its marks are those of the rack and the options as
-/// they are then. What an entry shows and does stands in one table.
+/// Built each time that it opens, so that its marks are those of the rack and the options as
+/// they are then. One table defines what each entry shows and does.
 class MainMenu {
  public:
   MainMenu(SynEditor& editor, RackWindow& window) : editor_(editor), window_(window) {}

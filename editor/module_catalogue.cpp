@@ -6,30 +6,96 @@
 #include "modules/amplifiers/S400DVCA.h"
 #include "modules/amplifiers/S401VCAAtn.h"
 #include "modules/amplifiers/S404VCA.h"
-#include "modules/bridge/S815InOutConnector.h"
-#include "modules/bridge/SA012FromDAW.h"
-#include "modules/bridge/SA022DAW.h"
-#include "modules/bridge/SA03MSFromDAW.h"
-#include "modules/bridge/SA04TempoFromDAW.h"
-#include "modules/bridge/SA052DAW12dbAmp.h"
-#include "modules/bridge/SA06MIDIToDAW.h"
-#include "modules/bridge/SA11AudioCVFromDAW.h"
-#include "modules/bridge/SA12AudioCVToDAW.h"
-#include "modules/bridge/SA13Clipped2DAW.h"
-#include "modules/envelopes/S500ADSR.h"
-#include "modules/envelopes/S515VCLFO.h"
-#include "modules/envelopes/S516RSH.h"
+#include "modules/clocks/S701ShiftResetClockDiv.h"
+#include "modules/clocks/S702ResetClockDiv.h"
+#include "modules/clocks/S703ClockDiv.h"
+#include "modules/clocks/S704DualGatetoTrigger.h"
+#include "modules/clocks/S705GateLengthProcessor.h"
+#include "modules/clocks/S709ManualTriggerGate.h"
+#include "modules/clocks/S713SRClockDivMult.h"
+#include "modules/cv/S902EGLFOLevelConverter.h"
+#include "modules/cv/S903DOffsetGen.h"
+#include "modules/cv/S904VCAtnInv.h"
+#include "modules/cv/S905SlewLim.h"
+#include "modules/cv/S906EnvelopeFollower.h"
+#include "modules/cv/S910UTools.h"
+#include "modules/cv/S911BTools.h"
+#include "modules/cv/S913PitchTranspose.h"
+#include "modules/cv/S914TunableQuantizer.h"
+#include "modules/cv/S921QuadMixingPolarizer.h"
+#include "modules/daw/SA012FromDAW.h"
+#include "modules/daw/SA022DAW.h"
+#include "modules/daw/SA03MSFromDAW.h"
+#include "modules/daw/SA04TempoFromDAW.h"
+#include "modules/daw/SA052DAW12dbAmp.h"
+#include "modules/daw/SA06MIDIToDAW.h"
+#include "modules/daw/SA11AudioCVFromDAW.h"
+#include "modules/daw/SA12AudioCVToDAW.h"
+#include "modules/daw/SA13Clipped2DAW.h"
+#include "modules/effects/S602VCDel.h"
+#include "modules/effects/S605RMAM.h"
+#include "modules/effects/S606VCRingMod.h"
+#include "modules/effects/S607AliasingWaveshaper.h"
+#include "modules/effects/S609VCBitCrusher.h"
+#include "modules/effects/S610TripleWaveFolder.h"
+#include "modules/effects/S612OctetChorus.h"
+#include "modules/effects/S616StereoReverb.h"
+#include "modules/effects/S620FrequencyShifter.h"
+#include "modules/effects/S626DualBandPhaser.h"
+#include "modules/effects/S630DXDistortion.h"
+#include "modules/effects/S631VCDistortion.h"
+#include "modules/effects/S634QuickDistortion.h"
 #include "modules/filters/S201VCF.h"
 #include "modules/filters/S202HPLSVCF.h"
+#include "modules/filters/S205LPG.h"
+#include "modules/filters/S206PoleSeparationLPVCF.h"
+#include "modules/filters/S210DualDCBlocker.h"
 #include "modules/filters/S212VCF.h"
+#include "modules/filters/S213MorphingVCF.h"
+#include "modules/filters/S216MovingFixedFilterBank.h"
+#include "modules/filters/S223DualTapCombFilter.h"
+#include "modules/filters/S224AllPassDiffusion.h"
+#include "modules/filters/S225AllPassPhaseShifter.h"
+#include "modules/logic/SC03LogicTools.h"
 #include "modules/midi/SD02ExProgrammer.h"
 #include "modules/midi/SD02MCVS.h"
 #include "modules/midi/SD05MPC.h"
+#include "modules/midi/SD06MIDIMerger.h"
+#include "modules/midi/SD07MIDIFilter.h"
+#include "modules/midi/SD08MIDIMonitor.h"
+#include "modules/midi/SD09MCC.h"
+#include "modules/midi/SD12CVToMIDIConverter.h"
+#include "modules/midi/SD13CVToMIDICCConverter.h"
+#include "modules/midi/SD14ClockSyncToMIDI.h"
+#include "modules/midi/SD20MIDICCToCVInterface.h"
+#include "modules/midi/SD23MIDINoteToTrigger.h"
+#include "modules/midi/SD30MIDIRecorder.h"
+#include "modules/midi/SD31MIDITranceGate.h"
+#include "modules/midi/SD33MIDIArpeggiator.h"
 #include "modules/mixers/S101Mixer.h"
 #include "modules/mixers/S102UnityMixer.h"
+#include "modules/mixers/S103MatrixMixerVCA.h"
+#include "modules/mixers/S110DPan.h"
+#include "modules/mixers/S116VCCrossFader.h"
 #include "modules/mixers/S120MonoToPoly.h"
 #include "modules/mixers/S121PolyToMono.h"
+#include "modules/modulators/S500ADSR.h"
+#include "modules/modulators/S515VCLFO.h"
+#include "modules/modulators/S516RSH.h"
+#include "modules/modulators/S518MouseTheremin.h"
+#include "modules/modulators/S525VCEnvelopeGeneratorLFO.h"
+#include "modules/other/SE01SampleDelay.h"
+#include "modules/other/SE20GlobalMorph.h"
+#include "modules/sequencers/SB11CVSeq.h"
+#include "modules/sequencers/SB12RachetTrigSeq.h"
+#include "modules/sequencers/SB20ComplexShiftRegister.h"
+#include "modules/sources/S302DualSubSinVCO.h"
+#include "modules/sources/S303Noise.h"
+#include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
+#include "modules/switches/S806VCSeqSw.h"
+#include "modules/switches/S8104x4SequenceRouter.h"
+#include "modules/switches/S815InOutConnector.h"
 
 namespace halveron {
 
@@ -71,26 +137,26 @@ constexpr CatalogueEntry ToCome(Category category, const char* name, const char*
 constexpr CatalogueEntry kCatalogue[] = {
     Made<S101Mixer>(Category::kMixerPanner, "S101Mixer"),
     Made<S102UnityMixer>(Category::kMixerPanner, "S102UnityMixer"),
-    ToCome(Category::kMixerPanner, "S103 Matrix Mixer/VCA", "S103MatrixMixerVCA"),
-    ToCome(Category::kMixerPanner, "S110 Dual VC Panner", "S110DPan"),
-    ToCome(Category::kMixerPanner, "S116 VC Cross Fader", "S116VCCrossFader"),
+    Made<S103MatrixMixerVCA>(Category::kMixerPanner, "S103MatrixMixerVCA"),
+    Made<S110DPan>(Category::kMixerPanner, "S110DPan"),
+    Made<S116VCCrossFader>(Category::kMixerPanner, "S116VCCrossFader"),
     Made<S120MonoToPoly>(Category::kMixerPanner, "S120MonoToPoly"),
     Made<S121PolyToMono>(Category::kMixerPanner, "S121PolyToMono"),
     Made<S201VCF>(Category::kFilter, "S201VCF"),
     Made<S202HPLSVCF>(Category::kFilter, "S202HPLSVCF"),
-    ToCome(Category::kFilter, "S205 Low Pass Gate", "S205LPG"),
-    ToCome(Category::kFilter, "S206 Pole Separation LP VCF", "S206PoleSeparationLPVCF"),
+    Made<S205LPG>(Category::kFilter, "S205LPG"),
+    Made<S206PoleSeparationLPVCF>(Category::kFilter, "S206PoleSeparationLPVCF"),
     Made<S212VCF>(Category::kFilter, "S212VCF"),
-    ToCome(Category::kFilter, "S210 Dual DC Blocker", "S210DualDCBlocker"),
-    ToCome(Category::kFilter, "S213 Morphing VCF", "S213MorphingVCF"),
-    ToCome(Category::kFilter, "S216 Moving Fixed Filter Bank", "S216MovingFixedFilterBank"),
+    Made<S210DualDCBlocker>(Category::kFilter, "S210DualDCBlocker"),
+    Made<S213MorphingVCF>(Category::kFilter, "S213MorphingVCF"),
+    Made<S216MovingFixedFilterBank>(Category::kFilter, "S216MovingFixedFilterBank"),
     ToCome(Category::kFilter, "S218 Spectral Filter", "S218SpectralFilter"),
-    ToCome(Category::kFilter, "S223 Dual Tap Comb Filter", "S223DualTapCombFilter"),
-    ToCome(Category::kFilter, "S224 Allpass Diffusion Filter", "S224AllPassDiffusion"),
-    ToCome(Category::kFilter, "S225 Allpass Phase Shifter", "S225AllPassPhaseShifter"),
-    ToCome(Category::kOscillatorSource, "S302 Dual Sub/Sin VCO", "S302DualSubSinVCO"),
-    ToCome(Category::kOscillatorSource, "S303 Noise", "S303Noise"),
-    ToCome(Category::kOscillatorSource, "S304 VCO", "S304VCO"),
+    Made<S223DualTapCombFilter>(Category::kFilter, "S223DualTapCombFilter"),
+    Made<S224AllPassDiffusion>(Category::kFilter, "S224AllPassDiffusion"),
+    Made<S225AllPassPhaseShifter>(Category::kFilter, "S225AllPassPhaseShifter"),
+    Made<S302DualSubSinVCO>(Category::kOscillatorSource, "S302DualSubSinVCO"),
+    Made<S303Noise>(Category::kOscillatorSource, "S303Noise"),
+    Made<S304VCO>(Category::kOscillatorSource, "S304VCO"),
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
     ToCome(Category::kOscillatorSource, "S312 Phase Locked Loop", "S312PhaseLockedLoop"),
     ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
@@ -103,42 +169,41 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S500ADSR>(Category::kModulator, "S500ADSR"),
     Made<S515VCLFO>(Category::kModulator, "S515VCLFO"),
     Made<S516RSH>(Category::kModulator, "S516RSH"),
-    ToCome(Category::kModulator, "S518 Mouse Theremin", "S518MouseTheremin"),
-    ToCome(Category::kModulator, "S525 VC Envelope Generator/LFO", "S525VCEnvelopeGeneratorLFO"),
-    ToCome(Category::kModifierEffect, "S602 VC Delay", "S602VCDel"),
-    ToCome(Category::kModifierEffect, "S605 RM/AM", "S605RMAM"),
-    ToCome(Category::kModifierEffect, "S606 VC Ring Modulator", "S606VCRingMod"),
-    ToCome(Category::kModifierEffect, "S607 Aliasing Waveshaper", "S607AliasingWaveshaper"),
-    ToCome(Category::kModifierEffect, "S609 VC Bit Crusher", "S609VCBitCrusher"),
-    ToCome(Category::kModifierEffect, "S610 Aliasing Triple Wave Folder", "S610TripleWaveFolder"),
-    ToCome(Category::kModifierEffect, "S612 Octet Chorus", "S612OctetChorus"),
-    ToCome(Category::kModifierEffect, "S616 Stereo Reverb", "S616StereoReverb"),
-    ToCome(Category::kModifierEffect, "S620 Frequency Shifter", "S620FrequencyShifter"),
-    ToCome(Category::kModifierEffect, "S626 Dual Band Phaser", "S626DualBandPhaser"),
-    ToCome(Category::kModifierEffect, "S630 DX Distortion", "S630DXDistortion"),
-    ToCome(Category::kModifierEffect, "S631 VC Distortion", "S631VCDistortion"),
-    ToCome(Category::kModifierEffect, "S634 Quick Distortion", "S634QuickDistortion"),
-    ToCome(Category::kClockGate, "S701 Shift/Reset Clock Divider", "S701ShiftResetClockDiv"),
-    ToCome(Category::kClockGate, "S702 Reset Clock Divider", "S702ResetClockDiv"),
-    ToCome(Category::kClockGate, "S703 Clock Divider", "S703ClockDiv"),
-    ToCome(Category::kClockGate, "S704 Dual Gate to Trigger Converter", "S704DualGatetoTrigger"),
-    ToCome(Category::kClockGate, "S705 Gate Length Processor", "S705GateLengthProcessor"),
-    ToCome(Category::kClockGate, "S709 Manual Trigger/Gate", "S709ManualTriggerGate"),
-    ToCome(Category::kClockGate, "S713 Swing/Rotate Clock Divider/Multiplier",
-           "S713SRClockDivMult"),
-    ToCome(Category::kSwitchMultiple, "S806 VC Sequential Switch", "S806VCSeqSw"),
-    ToCome(Category::kSwitchMultiple, "S810 4x4 Sequence Router", "S8104x4SequenceRouter"),
+    Made<S518MouseTheremin>(Category::kModulator, "S518MouseTheremin"),
+    Made<S525VCEnvelopeGeneratorLFO>(Category::kModulator, "S525VCEnvelopeGeneratorLFO"),
+    Made<S602VCDel>(Category::kModifierEffect, "S602VCDel"),
+    Made<S605RMAM>(Category::kModifierEffect, "S605RMAM"),
+    Made<S606VCRingMod>(Category::kModifierEffect, "S606VCRingMod"),
+    Made<S607AliasingWaveshaper>(Category::kModifierEffect, "S607AliasingWaveshaper"),
+    Made<S609VCBitCrusher>(Category::kModifierEffect, "S609VCBitCrusher"),
+    Made<S610TripleWaveFolder>(Category::kModifierEffect, "S610TripleWaveFolder"),
+    Made<S612OctetChorus>(Category::kModifierEffect, "S612OctetChorus"),
+    Made<S616StereoReverb>(Category::kModifierEffect, "S616StereoReverb"),
+    Made<S620FrequencyShifter>(Category::kModifierEffect, "S620FrequencyShifter"),
+    Made<S626DualBandPhaser>(Category::kModifierEffect, "S626DualBandPhaser"),
+    Made<S630DXDistortion>(Category::kModifierEffect, "S630DXDistortion"),
+    Made<S631VCDistortion>(Category::kModifierEffect, "S631VCDistortion"),
+    Made<S634QuickDistortion>(Category::kModifierEffect, "S634QuickDistortion"),
+    Made<S701ShiftResetClockDiv>(Category::kClockGate, "S701ShiftResetClockDiv"),
+    Made<S702ResetClockDiv>(Category::kClockGate, "S702ResetClockDiv"),
+    Made<S703ClockDiv>(Category::kClockGate, "S703ClockDiv"),
+    Made<S704DualGatetoTrigger>(Category::kClockGate, "S704DualGatetoTrigger"),
+    Made<S705GateLengthProcessor>(Category::kClockGate, "S705GateLengthProcessor"),
+    Made<S709ManualTriggerGate>(Category::kClockGate, "S709ManualTriggerGate"),
+    Made<S713SRClockDivMult>(Category::kClockGate, "S713SRClockDivMult"),
+    Made<S806VCSeqSw>(Category::kSwitchMultiple, "S806VCSeqSw"),
+    Made<S8104x4SequenceRouter>(Category::kSwitchMultiple, "S8104x4SequenceRouter"),
     Made<S815InOutConnector>(Category::kSwitchMultiple, "S815InOutConnector"),
-    ToCome(Category::kCvSourceProcessor, "S902 EG/LFO Level Converter", "S902EGLFOLevelConverter"),
-    ToCome(Category::kCvSourceProcessor, "S903 Dual Offset Generator", "S903DOffsetGen"),
-    ToCome(Category::kCvSourceProcessor, "S904 VC Attenuator/Inverter", "S904VCAtnInv"),
-    ToCome(Category::kCvSourceProcessor, "S905 Slew Limiter", "S905SlewLim"),
-    ToCome(Category::kCvSourceProcessor, "S906 Envelope Follower", "S906EnvelopeFollower"),
-    ToCome(Category::kCvSourceProcessor, "S910 Unary Tools", "S910UTools"),
-    ToCome(Category::kCvSourceProcessor, "S911 Binary Tools", "S911BTools"),
-    ToCome(Category::kCvSourceProcessor, "S913 Pitch Transpose", "S913PitchTranspose"),
-    ToCome(Category::kCvSourceProcessor, "S914 Tunable Quantizer", "S914TunableQuantizer"),
-    ToCome(Category::kCvSourceProcessor, "S921 Quad Mixing Polarizer", "S921QuadMixingPolarizer"),
+    Made<S902EGLFOLevelConverter>(Category::kCvSourceProcessor, "S902EGLFOLevelConverter"),
+    Made<S903DOffsetGen>(Category::kCvSourceProcessor, "S903DOffsetGen"),
+    Made<S904VCAtnInv>(Category::kCvSourceProcessor, "S904VCAtnInv"),
+    Made<S905SlewLim>(Category::kCvSourceProcessor, "S905SlewLim"),
+    Made<S906EnvelopeFollower>(Category::kCvSourceProcessor, "S906EnvelopeFollower"),
+    Made<S910UTools>(Category::kCvSourceProcessor, "S910UTools"),
+    Made<S911BTools>(Category::kCvSourceProcessor, "S911BTools"),
+    Made<S913PitchTranspose>(Category::kCvSourceProcessor, "S913PitchTranspose"),
+    Made<S914TunableQuantizer>(Category::kCvSourceProcessor, "S914TunableQuantizer"),
+    Made<S921QuadMixingPolarizer>(Category::kCvSourceProcessor, "S921QuadMixingPolarizer"),
     Made<SA012FromDAW>(Category::kFromToDaw, "SA012FromDAW"),
     Made<SA022DAW>(Category::kFromToDaw, "SA022DAW"),
     Made<SA03MSFromDAW>(Category::kFromToDaw, "SA03MSFromDAW"),
@@ -148,31 +213,31 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SA11AudioCVFromDAW>(Category::kFromToDaw, "SA11AudioCVFromDAW"),
     Made<SA12AudioCVToDAW>(Category::kFromToDaw, "SA12AudioCVToDAW"),
     Made<SA13Clipped2DAW>(Category::kFromToDaw, "SA13Clipped2DAW"),
-    ToCome(Category::kSequencer, "SB11 CV Sequencer", "SB11CVSeq"),
-    ToCome(Category::kSequencer, "SB12 Ratcheting Trigger Sequencer", "SB12RachetTrigSeq"),
-    ToCome(Category::kSequencer, "SB20 Complex Shift Register", "SB20ComplexShiftRegister"),
-    ToCome(Category::kLogicBit, "SC03 Logic Tools", "SC03LogicTools"),
+    Made<SB11CVSeq>(Category::kSequencer, "SB11CVSeq"),
+    Made<SB12RachetTrigSeq>(Category::kSequencer, "SB12RachetTrigSeq"),
+    Made<SB20ComplexShiftRegister>(Category::kSequencer, "SB20ComplexShiftRegister"),
+    Made<SC03LogicTools>(Category::kLogicBit, "SC03LogicTools"),
     Made<SD02MCVS>(Category::kMidi, "SD02MCVS"),
     Made<SD02ExProgrammer>(Category::kMidi, "SD02ExProgrammer"),
     Made<SD05MPC>(Category::kMidi, "SD05MPC"),
-    ToCome(Category::kMidi, "SD06 MIDI Merger", "SD06MIDIMerger"),
-    ToCome(Category::kMidi, "SD07 MIDI Filter", "SD07MIDIFilter"),
-    ToCome(Category::kMidi, "SD08 MIDI Monitor", "SD08MIDIMonitor"),
-    ToCome(Category::kMidi, "SD09 MIDI Channel Converter", "SD09MCC"),
-    ToCome(Category::kMidi, "SD12 CV To MIDI Converter", "SD12CVToMIDIConverter"),
-    ToCome(Category::kMidi, "SD13 CV To MIDI CC Converter", "SD13CVToMIDICCConverter"),
-    ToCome(Category::kMidi, "SD14 Clock/Sync To MIDI", "SD14ClockSyncToMIDI"),
-    ToCome(Category::kMidi, "SD20 MIDI CC To CV Interface", "SD20MIDICCToCVInterface"),
-    ToCome(Category::kMidi, "SD23 MIDI Note To Trigger", "SD23MIDINoteToTrigger"),
-    ToCome(Category::kMidi, "SD30 MIDI Recorder", "SD30MIDIRecorder"),
-    ToCome(Category::kMidi, "SD31 MIDI Trance Gate", "SD31MIDITranceGate"),
-    ToCome(Category::kMidi, "SD33 MIDI Arpeggiator", "SD33MIDIArpeggiator"),
-    ToCome(Category::kOther, "SE01 Sample Delay", "SE01SampleDelay"),
+    Made<SD06MIDIMerger>(Category::kMidi, "SD06MIDIMerger"),
+    Made<SD07MIDIFilter>(Category::kMidi, "SD07MIDIFilter"),
+    Made<SD08MIDIMonitor>(Category::kMidi, "SD08MIDIMonitor"),
+    Made<SD09MCC>(Category::kMidi, "SD09MCC"),
+    Made<SD12CVToMIDIConverter>(Category::kMidi, "SD12CVToMIDIConverter"),
+    Made<SD13CVToMIDICCConverter>(Category::kMidi, "SD13CVToMIDICCConverter"),
+    Made<SD14ClockSyncToMIDI>(Category::kMidi, "SD14ClockSyncToMIDI"),
+    Made<SD20MIDICCToCVInterface>(Category::kMidi, "SD20MIDICCToCVInterface"),
+    Made<SD23MIDINoteToTrigger>(Category::kMidi, "SD23MIDINoteToTrigger"),
+    Made<SD30MIDIRecorder>(Category::kMidi, "SD30MIDIRecorder"),
+    Made<SD31MIDITranceGate>(Category::kMidi, "SD31MIDITranceGate"),
+    Made<SD33MIDIArpeggiator>(Category::kMidi, "SD33MIDIArpeggiator"),
+    Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
     ToCome(Category::kOther, "SE06 Hardware Tuner", "SE06HardwareTuner"),
     ToCome(Category::kOther, "SE10 Dual Volt Meter", "SE10DualVoltMeter"),
     ToCome(Category::kOther, "SE15 Signal Analyzer", "SE15SignalAnalyzer"),
     ToCome(Category::kOther, "SE16 Wide Signal Analyzer", "SE16WideSignalAnalyzer"),
-    ToCome(Category::kOther, "SE20 Global Morph", "SE20GlobalMorph"),
+    Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),
 };
 
 struct FormerName {

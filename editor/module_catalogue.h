@@ -1,4 +1,4 @@
-// The modules that the system makes by itself: one table, in menu order, and the factory over it.
+// The built-in modules: one table, in menu order, and the factory over it.
 #pragma once
 
 #include <span>
@@ -41,7 +41,7 @@ struct CatalogueEntry {
   Category category;
   const char* name;
   const char* className;
-  Module* (*make)(CFrame* frame, const HostTable& hostTable, int voice);
+  Module* (*make)(CFrame* frame, const HostTable& table, int voiceIndex);
   void (*setUpClass)();
   void (*tearDownClass)();
 };

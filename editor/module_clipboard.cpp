@@ -21,7 +21,7 @@ void ModuleClipboard::Copy(Module& module) {
 
 void ModuleClipboard::Apply(Module& module, RackModel& rack) const {
   PatchEdit edit(rack);
-  rack.SetModuleMono(&module, mono_);
+  rack.voices.SetModuleMono(&module, mono_);
   rack.SetModuleBandlimitMode(&module, bandlimitMode_);
   rack.SetModuleAlwaysOn(&module, alwaysOn_);
   rack.SetModuleClipLevel(&module, clipLevel_);

@@ -1,4 +1,4 @@
-// What "Copy" keeps of a module, to set another like it, or to make one.
+// A copied module, to be pasted onto another one or as a new one.
 #pragma once
 
 #include <cstddef>
@@ -10,15 +10,15 @@ namespace halveron {
 class Module;
 class RackModel;
 
-/// Holds copies of its own: the module may be gone when it is pasted.
+/// Keeps copies of all data, since the module may be deleted before it is pasted.
 class ModuleClipboard {
  public:
   bool HasData() const { return !name_.empty(); }
   /// Takes the processing lock while it reads the module.
   void Copy(Module& module);
-  /// Gives a module of the same class, in all voices, what was copied. Any other stays as it is.
+  /// Applies the copy to all voices of a module of the same class; others do not change.
   void PasteOnto(Module& module, RackModel& rack) const;
-  /// Makes a module as the copied one is and puts it last in the rack; null if it cannot be made.
+  /// Adds a copy of the module to the rack; null if it cannot be made.
   Module* PasteNew(RackModel& rack) const;
 
  private:

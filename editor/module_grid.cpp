@@ -18,7 +18,7 @@ CRect Mirrored(const CRect& rect, CCoord rackWidth) {
   return {rackWidth - rect.right, rect.top, rackWidth - rect.left, rect.bottom};
 }
 
-/// Shifts to the right those of a row that stand in the way, and returns the left edge that is
+/// Shifts to the right the modules of a row that are in the way, and returns the left edge that is
 /// left for the moving module.
 CCoord PushRight(const CRect& place, CCoord rackWidth, std::span<CRect* const> row) {
   std::vector<CRect*> ahead;
@@ -59,6 +59,7 @@ GridTarget ModuleGrid::TargetOf(const CPoint& pulled, const CPoint& size) const 
   const bool isAboveRack = pulled.y < 0;
   const bool isInLastRow = row >= geometry.rows - 1;
   target.betweenRows = !reachesNext && !isAboveRack && !isInLastRow && below > fifth;
+  target.nearest = Clamp({target.corner.x, std::round(pulled.y / rowHeight) * rowHeight}, size);
   return target;
 }
 
@@ -70,6 +71,37 @@ CPoint ModuleGrid::Clamp(const CPoint& corner, const CPoint& size) const {
 bool ModuleGrid::IsFree(const CRect& place, std::span<const CRect> others) {
   return std::none_of(others.begin(), others.end(),
                       [core = Core(place)](const CRect& other) { return core.rectOverlap(other); });
+}
+
+std::optional<CPoint> ModuleGrid::NearestFreeInRow(CCoord left, int row, const CPoint& size,
+                                                   std::span<const CRect> others) const {
+  const CCoord top = static_cast<CCoord>(row) * geometry.rowHeight;
+  const auto isFree = [&](int column) {
+    const CCoord x = static_cast<CCoord>(column) * geometry.columnWidth;
+    return IsFree(CRect::FromSize(CPoint(x, top), size.x, size.y), others);
+  };
+  const int last = static_cast<int>((geometry.rackWidth - size.x) / geometry.columnWidth);
+  const int wanted =
+      std::clamp(static_cast<int>(std::floor(left / geometry.columnWidth)), 0, std::max(last, 0));
+  for (int distance = 0; distance <= std::max(wanted, last - wanted); ++distance) {
+    for (const int column : {wanted + distance, wanted - distance}) {
+      if (column < 0 || column > last || !isFree(column)) continue;
+      return CPoint(static_cast<CCoord>(column) * geometry.columnWidth, top);
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<CPoint> ModuleGrid::NearestFree(CCoord left, int row, const CPoint& size,
+                                              std::span<const CRect> others) const {
+  const int start = std::clamp(row, 0, geometry.rows - 1);
+  for (int distance = 0; distance < geometry.rows; ++distance) {
+    for (const int candidate : {start + distance, start - distance}) {
+      if (candidate < 0 || candidate >= geometry.rows) continue;
+      if (const auto place = NearestFreeInRow(left, candidate, size, others)) return place;
+    }
+  }
+  return std::nullopt;
 }
 
 CCoord ModuleGrid::PushNeighbours(const CRect& place, int direction,

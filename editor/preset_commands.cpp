@@ -71,10 +71,10 @@ bool PresetCommands::Load(const std::string& path) {
 }
 
 void PresetCommands::Save() {
-  if (editor_.presetPath.empty() || editor_.presetFromChunk) {
-    SaveAs();
-  } else {
+  if (editor_.HasOwnFile()) {
     SaveTo(editor_.presetPath);
+  } else {
+    SaveAs();
   }
 }
 
@@ -89,7 +89,7 @@ void PresetCommands::SaveAs() {
 }
 
 void PresetCommands::SaveAsNewVersion() {
-  if (editor_.presetPath.empty()) {
+  if (!editor_.HasOwnFile()) {
     SaveAs();
     return;
   }
@@ -147,11 +147,10 @@ void PresetCommands::Step(int direction) {
 }
 
 void PresetCommands::LoadSelected() {
-  // The screen tells what was chosen, whatever becomes of it.
-  const std::string path = editor_.presets.CurrentPath();
-  editor_.presetPath = path;
-  editor_.presetName = editor_.presets.CurrentTitle();
-  editor_.LoadPreset(path);
+  const std::string title = editor_.presets.CurrentTitle();
+  editor_.LoadPreset(editor_.presets.CurrentPath());
+  // The screen shows the choice, also of a preset that could not be loaded.
+  editor_.presetName = title;
   editor_.ShowAuthor();
 }
 

@@ -1,4 +1,4 @@
-// Opening, saving and stepping through presets, as the menus and the bar offer it.
+// The commands of the menus and the bar for presets.
 #pragma once
 
 #include <functional>
@@ -12,8 +12,7 @@ namespace halveron {
 class SynEditor;
 
 /// The path under which a preset is saved as a new version: "a.hvp" becomes "a.v2.hvp", "a.v9.hvp"
-/// becomes "a.v10.hvp", or the next number of which `exists` knows no file. Nothing beyond version
-/// 1000.
+/// becomes "a.v10.hvp", or the next number without a file. None above version 1000.
 std::optional<std::string> NextVersionPath(const std::string& path,
                                            const std::function<bool(const std::string&)>& exists);
 
@@ -29,11 +28,11 @@ class PresetCommands {
   void EditDescription();
   void EditDefaultAuthor();
 
-  /// The preset behind (1) or before (-1) the present one in the library.
+  /// Loads the next (1) or previous (-1) preset of the library.
   void Step(int direction);
-  /// The preset that is selected in the library.
+  /// Loads the preset that is selected in the library.
   void LoadSelected();
-  /// One by its path; true if it plays now.
+  /// False, after a dialog, if it could not be loaded.
   bool Load(const std::string& path);
 
  private:

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include "gui/text_search.h"
 
 namespace halveron {
 
@@ -13,20 +16,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kMostFolderDepth = 32;  // folders that link to themselves end somewhere
+constexpr int kMostFolderDepth = 32;  // limits folders that link to themselves
 
 struct FolderContent {
   std::vector<std::string> folders;
-  std::vector<std::string> presets;  // names without the extension
+  std::vector<std::string> presets;  // file names
 };
 
-/// As people look names up: capitals do not count, unless nothing else differs.
-bool ComesBefore(const std::string& a, const std::string& b) {
-  const auto lower = [](unsigned char c) { return std::tolower(c); };
-  const auto less = [&](unsigned char x, unsigned char y) { return lower(x) < lower(y); };
-  if (std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), less)) return true;
-  if (std::lexicographical_compare(b.begin(), b.end(), a.begin(), a.end(), less)) return false;
-  return a < b;
+/// In the order in which people look names up; names that differ only in case have a fixed order.
+void SortNaturally(std::vector<std::string>& names) {
+  std::vector<std::pair<std::string, std::string>> keyed;
+  for (std::string& name : names) {
+    std::string key = NaturalSortKey(name);
+    keyed.emplace_back(std::move(key), std::move(name));
+  }
+  std::sort(keyed.begin(), keyed.end());
+  std::transform(keyed.begin(), keyed.end(), names.begin(),
+                 [](auto& pair) { return std::move(pair.second); });
 }
 
 FolderContent ListFolder(const std::string& path) {
@@ -38,19 +44,35 @@ FolderContent ListFolder(const std::string& path) {
     std::error_code entryError;
     if (place->is_directory(entryError)) {
       if (name.front() != '.') content.folders.push_back(name);
-    } else if (name.ends_with(kPresetExtension) && place->is_regular_file(entryError)) {
-      content.presets.push_back(place->path().stem().string());
+    } else if (IsPresetFile(name) && place->is_regular_file(entryError)) {
+      content.presets.push_back(name);
     }
   }
-  std::sort(content.folders.begin(), content.folders.end(), ComesBefore);
-  std::sort(content.presets.begin(), content.presets.end(), ComesBefore);
+  SortNaturally(content.folders);
+  SortNaturally(content.presets);
   return content;
 }
 
-/// The entry of a folder, or of a preset, by its title; -1 if there is none.
-int FindEntry(const SynOptionMenu& menu, const std::string& title, bool isFolder) {
+/// A preset of the library; the title is the file's name without its extension.
+class PresetItem final : public SynMenuItem {
+ public:
+  explicit PresetItem(const std::string& fileName)
+      : SynMenuItem(fileName.substr(0, fileName.size() - std::strlen(kPresetExtension)).c_str()),
+        file(fileName) {}
+  HALVERON_TYPE_OF(PresetItem, SynMenuItem)
+
+  const std::string file;
+};
+
+std::string FileAt(const SynOptionMenu& menu, int index) {
+  return static_cast<const PresetItem*>(menu.getEntry(index))->file;
+}
+
+/// The entry of a folder by its title, or of a preset by its file; -1 if there is none.
+int FindEntry(const SynOptionMenu& menu, const std::string& name, bool isFolder) {
   for (int i = 0; i < menu.getNbEntries(); ++i) {
-    if ((menu.getSubMenu(i) != nullptr) == isFolder && title == menu.TitleAt(i)) return i;
+    if ((menu.getSubMenu(i) != nullptr) != isFolder) continue;
+    if (name == (isFolder ? menu.TitleAt(i) : FileAt(menu, i))) return i;
   }
   return -1;
 }
@@ -92,7 +114,7 @@ void PresetLibrary::ScanPresets(SynOptionMenu& menu, const std::string& path) {
     if (depth >= kMostFolderDepth) break;
     ScanPresets(AddFolder(menu, name), path + name + "/");
   }
-  for (const std::string& title : content.presets) AddPreset(menu, title);
+  for (const std::string& file : content.presets) AddPreset(menu, file);
 }
 
 SynOptionMenu& PresetLibrary::AddFolder(SynOptionMenu& menu, const std::string& name) {
@@ -100,12 +122,14 @@ SynOptionMenu& PresetLibrary::AddFolder(SynOptionMenu& menu, const std::string& 
   return *menu.SubmenuAt(menu.getNbEntries() - 1);
 }
 
-int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& title) {
+int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& file) {
   const int index = menu.getNbEntries();
-  menu.Add(title, [this, &menu, index] {
+  auto* item = new PresetItem(file);
+  item->action = [this, &menu, index] {
     Select(menu, index);
     if (onChoice) onChoice();
-  });
+  };
+  menu.addEntry(item);
   return index;
 }
 
@@ -163,19 +187,15 @@ std::string PresetLibrary::BuildPresetPath(const SynOptionMenu& menu, int index)
     path.append(folders.back()).append("/");
     folders.pop_back();
   }
-  return path.append(menu.TitleAt(index)).append(kPresetExtension);
+  return path.append(FileAt(menu, index));
 }
 
 bool PresetLibrary::SelectPreset(const std::string& path, bool add) {
   if (presetsFolder_.empty() || !path.starts_with(presetsFolder_)) return false;
   if (!isRead_) Refresh();
-  const std::size_t dot = path.find_last_of('.');
-  std::size_t begin = presetsFolder_.size();
-  const std::size_t end = dot == std::string::npos || dot < begin ? path.size() : dot;
-  const std::string inside = path.substr(begin, end - begin);
-
+  const std::string inside = path.substr(presetsFolder_.size());
   SynOptionMenu* menu = presetMenu_.get();
-  begin = 0;
+  std::size_t begin = 0;
   for (std::size_t slash = inside.find('/'); slash != std::string::npos;
        slash = inside.find('/', begin)) {
     const std::string folder = inside.substr(begin, slash - begin);
@@ -184,14 +204,23 @@ bool PresetLibrary::SelectPreset(const std::string& path, bool add) {
     menu = index < 0 ? &AddFolder(*menu, folder) : menu->SubmenuAt(index);
     begin = slash + 1;
   }
-  const std::string title = inside.substr(begin);
-  int index = FindEntry(*menu, title, false);
+  std::string file = inside.substr(begin);
+  if (!IsPresetFile(file)) file += kPresetExtension;
+  int index = FindEntry(*menu, file, false);
   if (index < 0) {
     if (!add) return false;
-    index = AddPreset(*menu, title);
+    index = AddPreset(*menu, file);
   }
   Select(*menu, index);
   return true;
+}
+
+bool IsPresetFile(std::string_view name) {
+  const std::string_view extension = kPresetExtension;
+  return name.size() > extension.size() &&
+         std::equal(extension.rbegin(), extension.rend(), name.rbegin(), [](char a, char b) {
+           return a == std::tolower(static_cast<unsigned char>(b));
+         });
 }
 
 std::string PresetTitle(const std::string& path) {

@@ -3,14 +3,15 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "editor/syn_option_menu.h"
 
 namespace halveron {
 
-/// There is no index and no database: the menu is the library. An entry with a submenu is a folder,
-/// one without is a preset, titled as its file without ".hvp". Folders stand before presets, each
-/// in the order of their names. Files that come later show after Refresh.
+/// The menu is the only index of the library. An entry with a submenu is a folder, one without is a
+/// preset, titled with its file name without ".hvp". Folders come before presets, both in natural
+/// order ("Bass 2" before "Bass 10"). Files that are added later show after Refresh.
 class PresetLibrary {
  public:
   /// A folder with a slash at its end; empty for none.
@@ -18,24 +19,24 @@ class PresetLibrary {
   PresetLibrary(const PresetLibrary&) = delete;
   PresetLibrary& operator=(const PresetLibrary&) = delete;
 
-  /// Turns to another folder, which is read when it is needed.
+  /// Changes the folder, which is read on first use.
   void SetFolder(const std::string& presetsFolder);
 
-  /// Reads the folder again; nothing is selected then. The first use of anything else does it, too.
+  /// Reads the folder again and clears the selection. Other operations do so on first use.
   void Refresh();
   bool IsRead() const { return isRead_; }
 
-  /// The root of the tree, `onChoice` being what its presets do when they are chosen.
+  /// The root of the tree; choosing a preset in it calls `onChoice`.
   SynOptionMenu& PresetMenu();
   std::function<void()> onChoice;
 
-  /// Selects the next preset (1) or the one before (-1) in the order of the tree, across folders.
-  /// False, with the selection as it was, at the ends: there is no way round.
+  /// Selects the next (1) or previous (-1) preset in the order of the tree, across folders. False,
+  /// with the selection unchanged, at the ends.
   bool Step(int direction);
-  /// Selects the preset of a path; with `add`, one that the library lacks joins it. False if the
-  /// path is not in the library's folder, or not known and not to be added.
+  /// Selects the preset of a path and, with `add`, adds it if it is missing. False if the path is
+  /// outside the library's folder, or missing without `add`.
   bool SelectPreset(const std::string& path, bool add);
-  /// Selects nothing; the next step goes on from where the last selection was.
+  /// The next step continues from the last selection.
   void ClearSelection();
 
   bool HasSelection() const { return isSelected_; }
@@ -50,7 +51,7 @@ class PresetLibrary {
   void Empty();
   void ScanPresets(SynOptionMenu& menu, const std::string& path);
   SynOptionMenu& AddFolder(SynOptionMenu& menu, const std::string& name);
-  int AddPreset(SynOptionMenu& menu, const std::string& title);
+  int AddPreset(SynOptionMenu& menu, const std::string& file);
   int StepPreset(SynOptionMenu& menu, int index, int direction);
   void Select(SynOptionMenu& menu, int index);
   void MarkPresetChain(bool state);
@@ -63,10 +64,13 @@ class PresetLibrary {
   bool isRead_ = false;
 };
 
-/// What a preset outside the library is called: its file's name up to the first dot, or up to the
-/// next one if the first begins a version, as in "Bass.v3.hvp".
+/// The title of a preset outside the library: its file name up to the first dot, or up to the
+/// second if the first begins a version, as in "Bass.v3.hvp".
 std::string PresetTitle(const std::string& path);
 
 inline constexpr const char* kPresetExtension = ".hvp";
+
+/// True for a name that ends in ".hvp", in capitals or not.
+bool IsPresetFile(std::string_view name);
 
 }  // namespace halveron

@@ -1,9 +1,17 @@
 #include "editor/preset_screen.h"
 
+#include "framework/panel_metrics.h"
 #include "gui/draw_context.h"
+#include "gui/text_fit.h"
 #include "gui/theme.h"
 
 namespace halveron {
+
+namespace {
+
+constexpr int kTextMargin = 6;  // panel units beside a text that fills the screen
+
+}  // namespace
 
 PresetScreen::PresetScreen(const CRect& size, const WindowImages& images, const SkinConfig& config)
     : CViewContainer(size, nullptr), screen_(images.presetScreen), stripes_(images.presetStripes) {
@@ -28,14 +36,20 @@ CTextLabel* PresetScreen::AddLabel(const CRect& place, const SkinConfig::PresetT
 
 void PresetScreen::ShowName(const std::string& name) {
   presetAuthorLabel_->setVisible(false);
-  presetNameLabel_->setText(name.c_str());
+  name_ = name;
+  SetFitting(*presetNameLabel_, name);
   presetNameLabel_->setVisible(true);
   invalid();
 }
 
 void PresetScreen::SetAuthor(const std::string& author) {
   author_ = author;
-  presetAuthorLabel_->setText(author.c_str());
+  SetFitting(*presetAuthorLabel_, author);
+}
+
+void PresetScreen::SetFitting(CTextLabel& label, const std::string& text) {
+  const CCoord width = label.getWidth() - 2 * ScaleToPixels(kTextMargin);
+  label.setText(FitText(*label.getFont(), text, width, Ellipsis::kAtEnd).c_str());
 }
 
 void PresetScreen::Toggle() {
@@ -45,7 +59,7 @@ void PresetScreen::Toggle() {
 }
 
 std::string PresetScreen::ShownText() const {
-  return (presetNameLabel_->isVisible() ? presetNameLabel_ : presetAuthorLabel_)->getText();
+  return presetNameLabel_->isVisible() ? name_ : author_;
 }
 
 void PresetScreen::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {

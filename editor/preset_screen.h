@@ -1,4 +1,4 @@
-// The screen on the bar that tells which preset plays, and opens the menu of presets.
+// The display on the bar that shows the current preset and opens the menu of presets.
 #pragma once
 
 #include <functional>
@@ -14,17 +14,18 @@ namespace halveron {
 /// Shows the preset's name, or its author while Toggle is called at intervals.
 class PresetScreen final : public CViewContainer {
  public:
-  /// `size` is that of the screen without its frame; the text may be elsewhere within it.
+  /// `size` excludes the frame; the skin may shift the text.
   PresetScreen(const CRect& size, const WindowImages& images, const SkinConfig& config);
 
   HALVERON_TYPE_OF(PresetScreen, CViewContainer)
 
   void ShowName(const std::string& name);
   void SetAuthor(const std::string& author);
-  /// An author of one character is not worth a change of the screen.
+  /// An author of one character is not shown.
   bool HasAuthor() const { return author_.size() >= 2; }
-  /// From the name to the author, or back.
+  /// Switches between name and author.
   void Toggle();
+  /// What is shown, in full: on the screen a text that is too wide ends in an ellipsis.
   std::string ShownText() const;
 
   void drawRect(CDrawContext* context, const CRect& updateRect) override;
@@ -34,12 +35,14 @@ class PresetScreen final : public CViewContainer {
   std::function<void()> onPress;
 
  private:
+  static void SetFitting(CTextLabel& label, const std::string& text);
   CTextLabel* AddLabel(const CRect& place, const SkinConfig::PresetText& text);
 
   SharedPointer<CBitmap> screen_;
   SharedPointer<CBitmap> stripes_;
   CTextLabel* presetNameLabel_;
   CTextLabel* presetAuthorLabel_;
+  std::string name_;
   std::string author_;
 };
 

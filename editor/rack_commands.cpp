@@ -24,7 +24,7 @@ std::string LowerCase(std::string text) {
 
 void RackCommands::Insert(Module* module) {
   if (!module) {
-    editor_.ShowDialog({"Module failed", "Module failed to load properly or was not found!", 400});
+    editor_.ShowDialog({"Module failed", std::string("Module") + editor_.ModuleFailureText(), 400});
     return;
   }
   if (RackWindow* window = editor_.Window()) window->BeginInsertion(*module);
@@ -41,7 +41,7 @@ void RackCommands::PasteModule() {
 void RackCommands::DeleteModule(Module& module) {
   const bool leadsToVoices = module.UsesPolyphony();
   editor_.RemoveModule(&module, true);
-  if (leadsToVoices) editor_.ResetPolyphonyIfUnused();
+  if (leadsToVoices) editor_.voices.ResetPolyphonyIfUnused();
   editor_.RequestRedraw();
 }
 
@@ -61,7 +61,7 @@ void RackCommands::RemoveRow() {
 }
 
 void RackCommands::ChangeVoices(int count) {
-  editor_.ApplyVoiceCount(count);
+  editor_.voices.ApplyVoiceCount(count);
   const auto leadsToVoices = [](const Module* module) { return module->UsesPolyphony(); };
   const std::vector<Module*>& modules = editor_.modules[0];
   if (count > 1 && std::none_of(modules.begin(), modules.end(), leadsToVoices)) {

@@ -13,9 +13,9 @@ class RackCommands {
  public:
   explicit RackCommands(SynEditor& editor) : editor_(editor) {}
 
-  /// Adds a module, which then hangs on the mouse. One that cannot be made is told by a dialog.
+  /// Adds a module, which then follows the mouse. A dialog reports one that cannot be made.
   void InsertModule(std::string_view name, std::string_view vendor);
-  /// Adds a module as the clipboard's, likewise.
+  /// The same for a copy of the module on the clipboard.
   void PasteModule();
   /// With all its voices; the last one that voices can be reached by takes them along.
   void DeleteModule(Module& module);

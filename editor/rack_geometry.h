@@ -1,4 +1,4 @@
-// Where the rack and what surrounds it stand in the window.
+// The layout of the window: the rack and what surrounds it.
 #pragma once
 
 #include "gui/geometry.h"
@@ -6,7 +6,7 @@
 namespace halveron {
 
 /// Sizes in pixels of the present skin. The rack shows through a view that is `viewableRows` rows
-/// high and stands at `origin` in the window; what is above that is the bar, what is left and right
+/// high and is at `origin` in the window; what is above that is the bar, what is left and right
 /// of it are the side strips, which are equally wide.
 struct RackGeometry {
   int rowHeight = 0;

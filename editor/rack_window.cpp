@@ -10,6 +10,8 @@
 #include "editor/side_strip.h"
 #include "editor/syn_editor.h"
 #include "framework/module.h"
+#include "framework/panel_metrics.h"
+#include "framework/patch_point.h"
 #include "gui/theme.h"
 
 namespace halveron {
@@ -53,9 +55,7 @@ RackWindow::RackWindow(SynEditor& editor)
 }
 
 RackWindow::~RackWindow() {
-  CancelInsertion();
-  drag_.Abort();
-  if (editor_.isDraggingCable) editor_.AbortCableDrag();
+  EndDrags();
   if (openMenu_) openMenu_->closePopup();
   while (rack_->getNbViews() > 0) rack_->removeView(rack_->getView(0));
 }
@@ -70,9 +70,7 @@ void RackWindow::BuildRack() {
     PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
   };
   rack_->onKey = [this](const CKeyEvent& event) {
-    if (event.key != kKeyEscape || !drag_.IsInserting()) return false;
-    CancelInsertion();
-    return true;
+    return event.key == kKeyEscape && EndByEscape();
   };
 }
 
@@ -118,7 +116,7 @@ void RackWindow::PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu
 
 void RackWindow::PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& where,
                        BarButton* opener) {
-  CancelInsertion();
+  LandInsertion();
   openMenu_ = menu;
   const SharedPointer<BarButton> pressed(opener);
   const auto closed = [pressed] {
@@ -147,9 +145,9 @@ void RackWindow::RemoveModuleView(Module& module) {
   if (openMenu_) openMenu_->closePopup();
   if (drag_.DraggedModule() == &module) {
     drag_.Drop(module);
-    frame_->dragRepeat.stop();
-    frame_->setFocusView(nullptr);
+    ReleaseMouse();
   }
+  if (pulledFrom_ && pulledFrom_->Owner() == &module) pulledFrom_ = nullptr;
   rack_->removeView(&module);
 }
 
@@ -191,7 +189,8 @@ void RackWindow::valueChanged(CControl* control) {
 }
 
 void RackWindow::ScrollTo(float value) {
-  rackScroll_->setValue(std::clamp(value, 0.0f, 1.0f));
+  // A rack that fits is at its first row, and begins there when rows are added.
+  rackScroll_->setValue(geometry_.Scrolls() ? std::clamp(value, 0.0f, 1.0f) : 0.0f);
   rackScroll_->invalid();
   MoveRackTo(geometry_.RackTop(rackScroll_->getValue()));
 }
@@ -226,8 +225,17 @@ CPoint RackWindow::ToRack(const CPoint& framePoint) const {
   return framePoint - geometry_.origin - rack_->getViewSize().getTopLeft();
 }
 
+CPoint RackWindow::RestingCorner(const Module& module) const {
+  return drag_.DraggedModule() == &module ? drag_.RestingCorner()
+                                          : module.getViewSize().getTopLeft();
+}
+
 CMouseEventResult RackWindow::ModuleMouseDown(Module& module, const CPoint& where,
                                               const CButtonState& buttons) {
+  if (drag_.IsInserting() && buttons.isRightButton()) {
+    CancelInsertion();
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   if (drag_.DraggedModule()) {
     insertionPressed_ = insertionPressed_ || buttons.isLeftButton();
     return kMouseEventHandled;
@@ -238,7 +246,8 @@ CMouseEventResult RackWindow::ModuleMouseDown(Module& module, const CPoint& wher
   }
   if (!buttons.isLeftButton()) return kMouseEventNotHandled;
   drag_.Begin(module, where);
-  // Who begins near an edge does not mean to scroll by that.
+  frame_->setFocusView(rack_);
+  // A drag that begins near an edge is not meant to scroll.
   const CRect view = geometry_.ViewRect();
   const CCoord y = frame_->getCurrentMouseLocation().y;
   dragMargin_ = std::clamp(std::min(y - view.top, view.bottom - y), 0.0, kDragMargin);
@@ -249,7 +258,7 @@ CMouseEventResult RackWindow::ModuleMouseDown(Module& module, const CPoint& wher
 CMouseEventResult RackWindow::ModuleMouseMoved(const CPoint& where, const CButtonState& buttons) {
   drag_.MoveTo(where, buttons);
   const CPoint mouse = frame_->getCurrentMouseLocation();
-  // A new module comes from the bar, where resting is no wish to scroll.
+  // A new module comes from the bar, where a resting mouse is not meant to scroll.
   const bool isOnBar = drag_.IsInserting() && mouse.y < geometry_.origin.y;
   if (!isOnBar && ScrollAtEdge(mouse.y, dragMargin_, kDragSpeed)) {
     drag_.MoveTo(ToRack(mouse), buttons);
@@ -276,18 +285,38 @@ CMouseEventResult RackWindow::ModuleMouseUp(const CPoint& where, const CButtonSt
 
 void RackWindow::EndDrag(const CPoint& where, const CButtonState& buttons) {
   Module& module = *drag_.DraggedModule();
-  const ModuleDrag::Outcome outcome = drag_.End(where, buttons);
-  insertionPressed_ = false;
-  frame_->dragRepeat.stop();
-  frame_->releaseCapture();
-  frame_->setFocusView(nullptr);
+  const bool isNew = drag_.IsInserting();
+  ModuleDrag::Outcome outcome = drag_.End(where, buttons);
+  if (outcome == ModuleDrag::Outcome::kNoPlace) {
+    editor_.commands.AddRow();
+    outcome = drag_.End(where, buttons);
+  }
+  // Only a rack with the most rows that there can be has no place even now.
+  if (outcome == ModuleDrag::Outcome::kNoPlace) return CancelInsertion();
+  ReleaseMouse();
   if (outcome == ModuleDrag::Outcome::kPlaced) editor_.engine.PatchEdited();
-  if (outcome == ModuleDrag::Outcome::kRefused) editor_.commands.DeleteModule(module);
+  if (isNew) ScrollToShow(module);
   rack_->RequestRedraw();
 }
 
+void RackWindow::ReleaseMouse() {
+  insertionPressed_ = false;
+  frame_->dragRepeat.stop();
+  frame_->releaseCapture();
+  if (frame_->getFocusView() == rack_) frame_->setFocusView(nullptr);
+}
+
+void RackWindow::ScrollToShow(const Module& module) {
+  const CRect place = module.getViewSize();
+  const CRect shown = rack_->VisiblePart();
+  CCoord top = rack_->getViewSize().top;
+  if (place.bottom > shown.bottom) top = geometry_.ViewHeight() - place.bottom;
+  if (place.top < shown.top) top = -place.top;
+  if (top != rack_->getViewSize().top) ScrollTo(geometry_.ScrollOf(top));
+}
+
 void RackWindow::BeginInsertion(Module& module) {
-  CancelInsertion();
+  LandInsertion();
   drag_.Abort();
   const CRect place = module.getViewSize();
   drag_.BeginInsertion(module, place.getTopLeft() + CPoint(std::floor(place.getWidth() / 3),
@@ -300,13 +329,42 @@ void RackWindow::BeginInsertion(Module& module) {
   rack_->RequestRedraw();
 }
 
+void RackWindow::LandInsertion() {
+  if (drag_.IsInserting()) EndDrag(ToRack(frame_->getCurrentMouseLocation()), {});
+}
+
 void RackWindow::CancelInsertion() {
   if (!drag_.IsInserting()) return;
   Module& module = *drag_.DraggedModule();
   drag_.Abort();
-  frame_->releaseCapture();
-  frame_->setFocusView(nullptr);
+  ReleaseMouse();
   editor_.commands.DeleteModule(module);
+}
+
+void RackWindow::EndDrags() {
+  LandInsertion();
+  EndByEscape();
+}
+
+bool RackWindow::EndByEscape() {
+  if (drag_.IsInserting()) {
+    CancelInsertion();
+  } else if (drag_.DraggedModule()) {
+    drag_.Abort();
+    ReleaseMouse();
+    rack_->RequestRedraw();
+  } else if (editor_.cables.isDraggingCable) {
+    // A cable that was pulled off its point goes back to it.
+    if (pulledFrom_ && editor_.cables.CanConnect(pulledFrom_)) {
+      editor_.cables.DropCable(pulledFrom_);
+    } else {
+      editor_.cables.AbortCableDrag();
+    }
+    MoveCableEnd(frame_->getCurrentMouseLocation());
+  } else {
+    return false;
+  }
+  return true;
 }
 
 void RackWindow::FollowMouse(const CPoint& where, const CButtonState& buttons) {
@@ -319,10 +377,19 @@ void RackWindow::FollowMouse(const CPoint& where, const CButtonState& buttons) {
 }
 
 void RackWindow::MoveCableEnd(const CPoint& where) {
-  if (!editor_.isDraggingCable) {
+  if (!editor_.cables.isDraggingCable) {
     frame_->mouseRepeat.stop();
     rack_->MoveDraggedCable(std::nullopt);
+    if (std::exchange(followsCable_, false) && frame_->getFocusView() == rack_) {
+      frame_->setFocusView(nullptr);
+    }
+    pulledFrom_ = nullptr;
     return;
+  }
+  if (!std::exchange(followsCable_, true)) {
+    auto* pressed = dynamic_cast<PatchPoint*>(editor_.ViewUnderMouse());
+    pulledFrom_ = pressed != editor_.cables.dragOrigin ? pressed : nullptr;
+    frame_->setFocusView(rack_);
   }
   if (ScrollAtEdge(where.y, kCableMargin, kCableSpeed)) {
     frame_->mouseRepeat.start();
@@ -333,7 +400,7 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
 }
 
 bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
-  const auto isPreset = [](const std::string& path) { return path.ends_with(kPresetExtension); };
+  const auto isPreset = [](const std::string& path) { return IsPresetFile(path); };
   const auto file = std::find_if(files.begin(), files.end(), isPreset);
   return file != files.end() && editor_.presetCommands.Load(*file);
 }

@@ -1,4 +1,4 @@
-// The window of a rack: the rack's view, what stands around it, and what the mouse does there.
+// The window of a rack: the rack's view, what surrounds it, and what the mouse does there.
 #pragma once
 
 #include <functional>
@@ -17,11 +17,12 @@
 
 namespace halveron {
 
+class PatchPoint;
 class SideStrip;
 class SynEditor;
 
-/// Made when the window opens, or when somebody wants to draw or to drive the rack without one; all
-/// of it works on a frame that stands on no window. Modules lend it their views.
+/// Made when the window opens, or to draw or test the rack without one; all
+/// of it works on a frame without a window. Modules are borrowed as views.
 class RackWindow final : private CControlListener {
  public:
   explicit RackWindow(SynEditor& editor);
@@ -37,7 +38,7 @@ class RackWindow final : private CControlListener {
   DialogWindow& NestedDialog() { return *nestedDialog_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
-  // What the rack tells its window.
+  // Notifications from the rack.
 
   void AddModuleView(Module& module);
   void RemoveModuleView(Module& module);
@@ -64,10 +65,16 @@ class RackWindow final : private CControlListener {
   bool ScrollAtEdge(CCoord y, CCoord margin, double speed);
   void ScrollTo(float value);
 
-  /// A new module begins to hang on the mouse, until a left click puts it down or Escape drops it.
+  /// A new module begins to follow the mouse, until a left click puts it down or Escape or a right
+  /// click discards it. Whatever else ends this puts it down where its outline is.
   void BeginInsertion(Module& module);
   bool IsInserting() const { return drag_.IsInserting(); }
+  void LandInsertion();
+  /// The corner at which a module stands, or would if a drag of it ended now.
+  CPoint RestingCorner(const Module& module) const;
   void CancelInsertion();
+  /// Before the window closes: a new module is put down, all other drags are taken back.
+  void EndDrags();
 
   /// Shows a menu at a point of the frame and keeps it alive until the next one.
   void PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& where,
@@ -92,6 +99,10 @@ class RackWindow final : private CControlListener {
                   BarButton* opener = nullptr);
   void MoveRackTo(CCoord top);
   void EndDrag(const CPoint& where, const CButtonState& buttons);
+  void ReleaseMouse();
+  /// Ends the drag of a module or a cable as if it had not begun; false if there is none.
+  bool EndByEscape();
+  void ScrollToShow(const Module& module);
   void MoveCableEnd(const CPoint& where);
   CPoint ToRack(const CPoint& framePoint) const;
   void valueChanged(CControl* control) override;
@@ -110,8 +121,10 @@ class RackWindow final : private CControlListener {
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
   ModuleDrag drag_;
-  bool insertionPressed_ = false;  // the click that puts a new module down has begun
-  CCoord dragMargin_ = 0;          // pixels from the edges in which a drag scrolls
+  bool insertionPressed_ = false;     // the click that puts a new module down has begun
+  PatchPoint* pulledFrom_ = nullptr;  // where the dragged cable was plugged; null for a new one
+  bool followsCable_ = false;
+  CCoord dragMargin_ = 0;  // pixels from the edges in which a drag scrolls
   SharedPointer<SynOptionMenu> openMenu_;
 };
 

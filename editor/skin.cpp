@@ -7,8 +7,8 @@
 #include <system_error>
 #include <utility>
 
+#include "framework/panel_metrics.h"
 #include "framework/shared_bitmaps.h"
-#include "framework/signal.h"
 #include "gui/private_font.h"
 #include "platform/profile_file.h"
 

@@ -1,4 +1,4 @@
-// Skins: the folders of images that the program can wear, which one it wears, and its layout file.
+// Skins: the folders of images, which of them the program uses, and its layout file.
 #pragma once
 
 #include <string>
@@ -22,7 +22,7 @@ struct SkinEntry {
 /// sizes without one come last, by name). Folders whose names begin with a dot are left out.
 std::vector<SkinEntry> ListSkins(const std::string& skinsFolder);
 
-/// Which skin an instance found chosen, and which one it wears: all instances of a process wear the
+/// The skin that is chosen in the options, and the one in use: all instances of a process use the
 /// skin of the first one that opened, and a change of the choice shows when all are closed.
 class SkinChoice {
  public:
@@ -30,7 +30,7 @@ class SkinChoice {
 
   const std::vector<SkinEntry>& Entries() const { return entries_; }
   /// The choice as indices into the entries and its sizes, for the marks of the menus; -1 if there
-  /// is none. A name that is not there gives way to entry 0.
+  /// is none. For a name that is not there it is entry 0.
   int Chosen() const { return chosen_; }
   int ChosenSize() const { return chosenSize_; }
 
@@ -75,14 +75,15 @@ class SkinConfig {
     int shadowAlpha;  ///< of the black shadow under the text, 0 to 255
   };
 
-  /// A skin that lies in `path`, images that it lacks in `fallbackPath`. Interface thread.
+  /// Reads a skin in `path`; images that it lacks are looked for in `fallbackPath`. Interface
+  /// thread.
   SkinConfig(const std::string& path, const std::string& fallbackPath);
 
   Shifts shifts;
   PresetText presetText;
 };
 
-/// The colour of number displays, from the layout file of a skin or, for what that does not tell,
+/// The colour of number displays, from the layout file of a skin or, for missing keys,
 /// from the one in the fallback folder.
 CColor ReadDigitColor(const std::string& path, const std::string& fallbackPath);
 

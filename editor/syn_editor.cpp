@@ -15,6 +15,12 @@
 
 namespace halveron {
 
+namespace {
+
+constexpr const char* kRackUnchanged = "; your rack is unchanged\n";
+
+}  // namespace
+
 SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
     : RackModel(owner,
                 [](std::string_view name, std::string_view vendor, const HostTable& hostTable,
@@ -28,7 +34,17 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
       presets(folders.Presets()),
       presetsFolder(folders.Presets()) {
   InstallFactoryPresets(folders);
-  sampleAccurate = options.sampleAccurate.Get();
+  if (!folders.data.empty()) {
+    // Instances share the file, so that what was chosen in one is known to the others.
+    constexpr const char* kFolders = "Folders";
+    files.folder = [file = platform::ProfileFile(folders.ConfigFile())](
+                       const std::string& purpose) { return file.GetText(kFolders, purpose, ""); };
+    files.remember = [file = platform::ProfileFile(folders.ConfigFile())](
+                         const std::string& purpose, const std::string& folder) {
+      file.SetText(kFolders, purpose, folder);
+    };
+  }
+  parameters.sampleAccurate = options.sampleAccurate.Get();
   presets.onChoice = [this] { presetCommands.LoadSelected(); };
 }
 
@@ -40,13 +56,13 @@ void SynEditor::SignPreset() {
 
 bool SynEditor::SavePreset(const std::string& path) {
   SignPreset();
-  presetFromChunk = false;
   try {
     platform::WriteWholeFile(path, WritePreset(CapturePreset(*this), PresetForm::kFile));
   } catch (const std::exception&) {
     return false;
   }
   presetPath = path;
+  presetFromChunk = false;
   return true;
 }
 
@@ -58,50 +74,93 @@ std::span<const std::byte> SynEditor::SaveChunk() {
   try {
     chunk_ = WritePreset(document, PresetForm::kChunk);
   } catch (const std::invalid_argument&) {
-    // A rack that no preset can tell, such as a module of an external library with a name beyond
-    // the limit, has no state for the host; none is better than one that cannot be loaded.
+    // Not every rack fits the format: an external module's name may exceed the limit. No state is
+    // better than one that cannot be loaded.
     chunk_.clear();
   }
   return chunk_;
 }
 
 bool SynEditor::LoadPreset(const std::string& path) {
+  const std::string name = "'" + path.substr(path.find_last_of('/') + 1) + "'";
   std::vector<std::byte> bytes;
   try {
     bytes = platform::ReadWholeFile(path);
-  } catch (const platform::FileError&) {
-    return false;
+  } catch (const platform::FileError& error) {
+    return FailLoad(
+        {"Preset not loaded", name + " could not be opened" + kRackUnchanged + error.what(), 600},
+        false);
   }
-  if (!Load(bytes, true)) return false;
+  if (!Load(ReadPreset(bytes, PresetForm::kFile), PresetForm::kFile, name)) return false;
   presetPath = path;
+  presetFromChunk = false;
   return true;
 }
 
 bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {
-  if (!Load(chunk, false)) return false;
+  const PresetReadResult read = ReadPreset(chunk, PresetForm::kChunk);
+  if (!Load(read, PresetForm::kChunk, "The state from the host")) return false;
+  presetPath = presetsFolder + read.document->pathPrefix.value_or("");
+  presetFromChunk = true;
   UpdatePresetDisplay(false);
   return true;
 }
 
-bool SynEditor::Load(std::span<const std::byte> bytes, bool fromFile) {
-  const PresetReadResult result =
-      ReadPreset(bytes, fromFile ? PresetForm::kFile : PresetForm::kChunk);
-  if (!result.document) {
-    if (result.error.fault == PresetFault::kLaterVersion) {
-      RemoveAllModules();
-      ShowDialog({"Later Version!!",
-                  std::string("This preset was saved with a later version. Please download the\n"
-                              "latest version of Halveron") +
-                      (fromFile ? "." : ""),
-                  400});
-    } else {
-      ShowDialog({"Preset refused", result.error.message, 600});
-    }
+bool SynEditor::KeepsRackOnFailure(PresetForm form) const {
+  return form == PresetForm::kChunk && engine.hostKind == HostKind::kClap;
+}
+
+bool SynEditor::FailLoad(const DialogText& dialog, bool rackChanged) {
+  if (rackChanged) presetName.clear();
+  presetPath.clear();
+  ShowAuthor();
+  ShowDialog(dialog);
+  return false;
+}
+
+bool SynEditor::Refuse(const PresetError& error, PresetForm form, const std::string& name) {
+  DialogText dialog;
+  const bool isLater = error.fault == PresetFault::kLaterVersion;
+  if (isLater) {
+    dialog = {"Later Version!!",
+              std::string("This preset was saved with a later version. Please download the\n"
+                          "latest version of Halveron") +
+                  (form == PresetForm::kFile ? "." : ""),
+              400};
+  } else {
+    const char* cause = error.fault == PresetFault::kNotAPreset ? " is not a Halveron preset"
+                                                                : " is damaged or cut short";
+    dialog = {"Preset not loaded", name + cause + kRackUnchanged + error.message, 600};
+  }
+  if (KeepsRackOnFailure(form)) {
+    ShowDialog(dialog);
     return false;
   }
-  presetFromChunk = !fromFile;
-  if (!fromFile) presetPath = presetsFolder + result.document->pathPrefix.value_or("");
-  return ApplyPreset(*result.document, *this);
+  if (isLater) RemoveAllModules();
+  return FailLoad(dialog, isLater);
+}
+
+bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::string& name) {
+  if (!read.document) return Refuse(read.error, form, name);
+  PresetDocument document = *read.document;
+  // Without the menu of filters the user could not leave a preset's choice again.
+  if (!options.advancedOversampling.Get()) document.oversamplingFilter = kDefaultFilterRow;
+
+  const bool keepsRack = KeepsRackOnFailure(form);
+  PresetOutcome outcome;
+  if (keepsRack) outcome = TryModules(document, *this);
+  if (outcome) {
+    const std::optional<PresetDocument> before =
+        keepsRack ? std::optional(CapturePreset(*this)) : std::nullopt;
+    outcome = ApplyPreset(document, *this);
+    if (!outcome && before) ApplyPreset(*before, *this);
+  }
+  FillWindowWithRows();
+  if (outcome) return true;
+  const DialogText dialog{"Module failed", outcome.failure, 600};
+  if (!keepsRack) return FailLoad(dialog, true);
+  ShowDialog(dialog);
+  return false;
 }
 
 }  // namespace halveron

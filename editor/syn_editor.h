@@ -17,6 +17,7 @@
 #include "editor/rack_commands.h"
 #include "editor/skin.h"
 #include "framework/rack_model.h"
+#include "presets/preset_format.h"
 
 namespace halveron {
 
@@ -33,19 +34,22 @@ class SynEditor : public RackModel {
   Options options;
   const SkinChoice skin;
 
-  // Presets. Loading reads and checks a preset whole before it touches the rack: one that is
-  // truncated or does not hold together is refused with a dialog, and the rack stays. One of a
-  // later version, or with a module that cannot be made, is told by a dialog too and leaves an
-  // empty or partial rack.
+  // Presets. A preset is read and checked completely before the rack changes. What cannot be read,
+  // is damaged, or is no preset is refused, and the rack stays. A preset of a later version leaves
+  // an empty rack, one with a module that cannot be made a partial rack; under CLAP, where a failed
+  // load must change nothing, neither happens. Every failed load shows a dialog, and all but those
+  // under CLAP clear presetPath, so that "Save" asks for a name.
 
-  /// False, with no message, if the file cannot be written.
+  /// False, without a message and without any change, if the file cannot be written.
   bool SavePreset(const std::string& path);
-  /// False, with the rack as it was and no message, if the file cannot be opened.
   bool LoadPreset(const std::string& path);
 
-  /// The rack in the form that hosts keep. The bytes stay until the next call.
+  /// The rack in the form that hosts keep. The bytes are valid until the next call.
   std::span<const std::byte> SaveChunk();
   bool LoadChunk(std::span<const std::byte> chunk);
+
+  /// Whether presetPath is a file that the user opened or saved, so that saving need not ask.
+  bool HasOwnFile() const { return !presetPath.empty() && !presetFromChunk; }
 
   // The window.
 
@@ -56,6 +60,8 @@ class SynEditor : public RackModel {
   /// one. CloseWindow takes them away.
   RackWindow& OpenViews();
   void CloseWindow();
+  /// Adds rows up to those that the window shows, which does not count as an edit of the patch.
+  void FillWindowWithRows();
   /// Null while closed.
   RackWindow* Window() { return window_.get(); }
   /// Its size, open or not.
@@ -88,10 +94,11 @@ class SynEditor : public RackModel {
   CMouseEventResult ModuleMouseMoved(Module* module, CPoint& where,
                                      const CButtonState& buttons) override;
   CFrame* Frame() override;
+  CPoint RestingCorner(const Module& module) const override;
   /// Without a window, the last one is shown when it opens.
   void ShowDialog(const DialogText& dialog) override;
 
-  /// Takes the dialogs that tell the user something, beside the window.
+  /// Gets the messages to the user, in addition to the window.
   std::function<void(const DialogText&)> dialogs;
 
   RackCommands commands{*this};
@@ -101,13 +108,16 @@ class SynEditor : public RackModel {
   float knobClipboard = 0.0f;
   float scrollValue = 0.0f;  ///< where the window was scrolled to, and opens again
 
-  std::string presetPath;        ///< of the preset that was loaded or saved last
-  bool presetFromChunk = false;  ///< the path was told by a chunk and may not exist
+  std::string presetPath;        ///< of the preset in the rack; empty after a failed load
+  bool presetFromChunk = false;  ///< the path came with a chunk and may not exist
   std::string presetName;        ///< as shown to the user
   std::string presetsFolder;     ///< with a slash at its end
 
  private:
-  bool Load(std::span<const std::byte> bytes, bool fromFile);
+  bool Load(const PresetReadResult& read, PresetForm form, const std::string& name);
+  bool Refuse(const PresetError& error, PresetForm form, const std::string& name);
+  bool FailLoad(const DialogText& dialog, bool rackChanged);
+  bool KeepsRackOnFailure(PresetForm form) const;
   void SignPreset();
 
   std::vector<std::byte> chunk_;

@@ -15,11 +15,18 @@ constexpr const char* kWindowTitle = "Halveron";
 RackWindow& SynEditor::OpenViews() {
   if (window_) return *window_;
   window_ = std::make_unique<RackWindow>(*this);
-  if (rows < options.viewableRows.Get()) SetRows(options.viewableRows.Get());
+  FillWindowWithRows();
   UpdatePresetDisplay(false);
   if (pendingDialog_) ShowDialog(*pendingDialog_);
   pendingDialog_.reset();
   return *window_;
+}
+
+void SynEditor::FillWindowWithRows() {
+  if (!window_ || rows >= window_->Geometry().viewableRows) return;
+  // Empty rows are nothing that a user would have to save.
+  RackModel::SetRows(window_->Geometry().viewableRows);
+  window_->RowsChanged(rows);
 }
 
 bool SynEditor::OpenWindow(void* parent, std::string* error) {
@@ -33,6 +40,7 @@ bool SynEditor::OpenWindow(void* parent, std::string* error) {
 
 void SynEditor::CloseWindow() {
   if (!window_) return;
+  window_->EndDrags();
   window_->Frame().close();
   // Menus and dialogs that went with it may still have asked for the window.
   std::unique_ptr<RackWindow> closed = std::move(window_);
@@ -61,7 +69,7 @@ bool SynEditor::ResizeHostWindow(int width, int height) {
 }
 
 void SynEditor::UpdatePresetDisplay(bool add) {
-  // The library is read when somebody looks at it, not for a rack that only plays.
+  // The library is read when it is shown, not for a rack that only plays.
   const bool isListed = (window_ || presets.IsRead()) && presets.SelectPreset(presetPath, add);
   if (!isListed) presets.ClearSelection();
   presetName = isListed ? presets.CurrentTitle() : PresetTitle(presetPath);
@@ -73,9 +81,10 @@ void SynEditor::ShowAuthor() {
 }
 
 void SynEditor::ToggleSampleAccurate() {
+  options.sampleAccurate.Set(!parameters.sampleAccurate);
+  // Only now: the audio thread does not wait for the disk.
   const std::lock_guard lock(engine.processingLock);
-  options.sampleAccurate.Set(!sampleAccurate);
-  sampleAccurate = options.sampleAccurate.Get();
+  parameters.sampleAccurate = options.sampleAccurate.Get();
 }
 
 void SynEditor::RequestRedraw() {
@@ -129,6 +138,10 @@ CMouseEventResult SynEditor::ModuleMouseUp(Module* /*module*/, CPoint& where,
 CMouseEventResult SynEditor::ModuleMouseMoved(Module* /*module*/, CPoint& where,
                                               const CButtonState& buttons) {
   return window_ ? window_->ModuleMouseMoved(where, buttons) : kMouseEventNotHandled;
+}
+
+CPoint SynEditor::RestingCorner(const Module& module) const {
+  return window_ ? window_->RestingCorner(module) : RackModel::RestingCorner(module);
 }
 
 CFrame* SynEditor::Frame() { return window_ ? &window_->Frame() : nullptr; }

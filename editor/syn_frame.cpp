@@ -1,5 +1,7 @@
 #include "editor/syn_frame.h"
 
+#include <cmath>
+
 #include "editor/rack_window.h"
 
 namespace halveron {
@@ -8,6 +10,10 @@ namespace {
 
 constexpr int kRepeatMilliseconds = 50;
 constexpr int kPresetDisplayMilliseconds = 5000;
+
+// Wheel events that follow each other this closely, in seconds and pixels, are one gesture.
+constexpr double kGesturePause = 0.4;
+constexpr double kGestureSlack = 8;
 
 }  // namespace
 
@@ -37,8 +43,14 @@ CMouseEventResult SynFrame::onMouseUp(CPoint& where, const CButtonState& buttons
 }
 
 bool SynFrame::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
-  if (CFrame::onWheel(where, distance, buttons)) return true;
+  // The rack moves knobs under the mouse while it scrolls; these are not meant.
+  const CPoint moved = where - lastScrollPoint_;
+  const bool goesOnScrolling = !getModalView() && getTime() - lastScrollTime_ < kGesturePause &&
+                               std::hypot(moved.x, moved.y) < kGestureSlack;
+  if (!goesOnScrolling && CFrame::onWheel(where, distance, buttons)) return true;
   if (getModalView() || !window_.ScrollByWheel(distance, buttons)) return false;
+  lastScrollTime_ = getTime();
+  lastScrollPoint_ = where;
   window_.FollowMouse(where, buttons);
   return true;
 }

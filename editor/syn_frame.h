@@ -8,7 +8,7 @@ namespace halveron {
 
 class RackWindow;
 
-/// Hands events to its views and tells the window what it has to know beside them.
+/// Hands events to its views and passes to the window what it needs of them.
 class SynFrame final : public CFrame {
  public:
   SynFrame(const CRect& size, RackWindow& window);
@@ -31,6 +31,8 @@ class SynFrame final : public CFrame {
 
  private:
   RackWindow& window_;
+  double lastScrollTime_ = -1e9;  // of the wheel, by the frame's clock
+  CPoint lastScrollPoint_;
 };
 
 }  // namespace halveron

@@ -33,7 +33,7 @@ bool SynOptionMenu::PopUp(CFrame& frame, const CPoint& where, std::function<void
     COptionMenu* holder = menu->getLastItemMenu(index);
     auto* item = holder ? dynamic_cast<SynMenuItem*>(holder->getEntry(index)) : nullptr;
     if (!item || !item->action) return;
-    // By a copy: the action may rebuild the menu that it stands in.
+    // By a copy: the action may rebuild the menu that contains it.
     const std::function<void()> action = item->action;
     action();
   });

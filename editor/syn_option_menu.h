@@ -10,12 +10,12 @@ namespace halveron {
 
 class SynOptionMenu;
 
-class SynMenuItem final : public CMenuItem {
+class SynMenuItem : public CMenuItem {
  public:
   using CMenuItem::CMenuItem;
   HALVERON_TYPE_OF(SynMenuItem, CMenuItem)
 
-  /// What choosing the entry does; empty for entries that only stand there.
+  /// What choosing the entry does; empty for entries without an action.
   std::function<void()> action;
 };
 

@@ -4,8 +4,11 @@
 #include <cmath>
 
 #include "framework/module.h"
+#include "framework/panel_metrics.h"
 #include "framework/rack_model.h"
 #include "gui/draw_context.h"
+#include "gui/frame.h"
+#include "gui/theme.h"
 
 namespace halveron {
 
@@ -19,11 +22,9 @@ constexpr CColor kPlainRow{38, 39, 43};
 constexpr CColor kPlainRail{58, 60, 66};
 constexpr int kRailHeight = 6;  // panel units
 
-CRect PlugRect(const CBitmap& image, const CPoint& at) {
-  const CPoint size(image.getWidth(), image.getHeight());
-  return CRect::FromSize(CPoint(std::floor(at.x - size.x / 2), std::floor(at.y - size.y / 2)),
-                         size.x, size.y);
-}
+// The outline of the place where a dragged module will land.
+constexpr int kOutlineWidth = 2;  // panel units
+constexpr int kOutlineAlpha = 48;
 
 }  // namespace
 
@@ -31,11 +32,25 @@ SynRack::SynRack(RackModel& rack, const WindowImages& images, const RackGeometry
     : CViewContainer(CRect(0, 0, geometry.rackWidth, geometry.RackHeight()), nullptr),
       rack_(rack),
       images_(images),
-      geometry_(geometry) {
+      geometry_(geometry),
+      cables_(images) {
   ResizeCableLayer(static_cast<int>(geometry.ViewHeight()));
 }
 
 SynRack::~SynRack() = default;
+
+void SynRack::setViewSize(const CRect& rect, bool invalidate) {
+  const CPoint moved = rect.getTopLeft() - viewSize.getTopLeft();
+  const bool isScroll = rect.getWidth() == getWidth() && rect.getHeight() == getHeight() &&
+                        moved.x == 0 && moved.y == std::trunc(moved.y);
+  if (isScroll) {
+    panels_.Shift(static_cast<int>(moved.y));
+  } else {
+    panels_.InvalidateAll();
+  }
+  cables_.MoveTo(rect.getTopLeft());
+  CViewContainer::setViewSize(rect, invalidate);
+}
 
 void SynRack::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
   const int height = geometry_.rowHeight;
@@ -43,13 +58,14 @@ void SynRack::drawBackgroundRect(CDrawContext* context, const CRect& updateRect)
   for (int row = first; row < geometry_.rows && row * height < updateRect.bottom; ++row) {
     const CRect place(0, row * height, getWidth(), (row + 1) * height);
     CBitmap& image = *images_.rows[static_cast<std::size_t>(row) % WindowImages::kRowImages];
+    // The layer of the panels has to be opaque, also where an image is not.
+    context->setFillColor(kPlainRow);
+    context->fillRect(place);
     if (image.isLoaded()) {
       image.draw(*context, place);
       continue;
     }
     const CCoord rail = ScaleToPixels(kRailHeight);
-    context->setFillColor(kPlainRow);
-    context->fillRect(place);
     context->setFillColor(kPlainRail);
     context->fillRect({place.left, place.top, place.right, place.top + rail});
     context->fillRect({place.left, place.bottom - rail, place.right, place.bottom});
@@ -57,64 +73,98 @@ void SynRack::drawBackgroundRect(CDrawContext* context, const CRect& updateRect)
 }
 
 void SynRack::drawRect(CDrawContext* context, const CRect& updateRect) {
-  CViewContainer::drawRect(context, updateRect);
-  const CRect shown(0, 0, geometry_.rackWidth, layerHeight_);
-  const CRect area = CRect(shown).bound(updateRect).bound(context->getClipRect());
+  const CRect area =
+      CRect(panels_.Bounds()).bound(viewSize).bound(updateRect).bound(context->getClipRect());
   if (area.isEmpty()) return;
+  setDirty(false);
+  UpdatePanels(area);
+  UpdateCables();
+  panels_.ReplaceIn(*context, area);
   const DrawStateScope scope(*context);
   context->setClipRect(area);
-  if (redrawFrames_ > kLayerPending) {
-    context->pushOffset(viewSize.getTopLeft());
-    DrawCables(*context, CRect(area).offset(-viewSize.left, -viewSize.top));
-    --redrawFrames_;
-    return;
-  }
-  if (redrawFrames_ == kLayerPending) BuildCableLayer();
-  if (cableLayer_) cableLayer_->copyFrom(*context, area, area.getTopLeft());
+  if (landing_) DrawLanding(*context);
+  cables_.Draw(*context, area);
+  DrawDraggedCable(*context, area);
 }
 
-void SynRack::BuildCableLayer() {
-  redrawFrames_ = kLayerStands;
-  if (rack_.visibleCableCount == 0 && !draggedEnd_) {
-    cableLayer_.reset();
-    return;
-  }
-  if (!cableLayer_) {
-    cableLayer_ = std::make_unique<COffscreenContext>(geometry_.rackWidth, layerHeight_);
-  } else {
-    cableLayer_->clearRect(CRect(0, 0, geometry_.rackWidth, layerHeight_));
-  }
-  const DrawStateScope scope(*cableLayer_);
-  cableLayer_->pushOffset(viewSize.getTopLeft());
-  DrawCables(*cableLayer_, VisiblePart());
-}
-
-void SynRack::DrawCables(CDrawContext& context, const CRect& area) const {
-  for (const Cable* cable = rack_.cableList.head; cable; cable = cable->next) {
-    if (cable->voiceTag != 0 || !GetCableRect(*cable).rectOverlap(area)) continue;
-    const CPoint from = CableEnd(*cable->destination);
-    const CPoint to = CableEnd(*cable->origin);
-    if (cable->destination->twoState) {
-      DrawPlug(context, *images_.connectedMidiPlug, from);
-      DrawPlug(context, *images_.connectedMidiPlug, to);
+void SynRack::UpdatePanels(const CRect& area) {
+  // Views that changed and have not asked for a redraw yet are drawn as they are now.
+  const CRect inRack = CRect(area).offset(-viewSize.left, -viewSize.top);
+  for (CView* view : childViews) {
+    if (!view->isVisible() || !view->getViewSize().rectOverlap(inRack) || !view->isDirty())
+      continue;
+    CViewContainer* module = view->asContainer();
+    bool isFound = false;
+    for (const CView* part : module->children()) {
+      if (!part->isVisible() || !part->isDirty()) continue;
+      isFound = true;
+      OutdatePanels(
+          CRect(part->getViewSize()).offset(view->getViewSize().getTopLeft()).bound(inRack));
     }
-    painter_.Draw(context, from, to, cable->colour);
+    if (!isFound) OutdatePanels(CRect(view->getViewSize()).bound(inRack));
   }
-  if (!draggedEnd_ || !rack_.isDraggingCable) return;
-  const CPoint origin = CableEnd(*rack_.dragOrigin);
-  if (rack_.dragOrigin->twoState) {
-    DrawPlug(context, *images_.connectedMidiPlug, origin);
-    DrawPlug(context, *images_.midiPlug, *draggedEnd_);
-  }
-  painter_.Draw(context, origin, *draggedEnd_, rack_.dragColour);
+  panels_.Refresh(
+      [this](CDrawContext& layer, const CRect& rect) { CViewContainer::drawRect(&layer, rect); });
 }
 
-void SynRack::DrawPlug(CDrawContext& context, CBitmap& image, const CPoint& at) const {
-  image.draw(context, PlugRect(image, at));
+void SynRack::UpdateCables() {
+  const CFrame* root = getFrame();
+  const std::uint64_t paint = root ? root->getPaintCount() : lastPaint_ + 1;
+  const bool isNewPaint = paint != lastPaint_;
+  lastPaint_ = paint;
+  if (redrawFrames_ == kLayerStands || !(isNewPaint || cablesMayDiffer_)) return;
+  cablesMayDiffer_ = false;
+  std::vector<CableStrand> strands;
+  strands.reserve(static_cast<std::size_t>(std::max(rack_.cables.visibleCableCount, 0)));
+  for (const Cable* cable = rack_.cables.cableList.head; cable; cable = cable->next) {
+    if (cable->voiceTag == 0) strands.push_back(StrandOf(*cable));
+  }
+  cables_.Update(std::move(strands));
+  if (redrawFrames_ == kLayerPending) cables_.Settle();
+  if (isNewPaint) --redrawFrames_;
+}
+
+void SynRack::DrawDraggedCable(CDrawContext& context, const CRect& area) const {
+  if (!GetDraggedCableRect().offset(viewSize.getTopLeft()).rectOverlap(area)) return;
+  const DrawStateScope scope(context);
+  context.pushOffset(viewSize.getTopLeft());
+  cables_.DrawStrand(context, DraggedStrand(), *images_.midiPlug);
+}
+
+void SynRack::DrawLanding(CDrawContext& context) const {
+  CColor tint = theme::kAccent;
+  tint.alpha = kOutlineAlpha;
+  context.setFillColor(tint);
+  context.setFrameColor(theme::kAccent);
+  context.setLineWidth(ScaleToPixels(kOutlineWidth));
+  context.drawRect(CRect(*landing_).offset(viewSize.getTopLeft()), kDrawFilledAndStroked);
+}
+
+void SynRack::ShowLanding(std::optional<CRect> place) {
+  if (place == landing_) return;
+  if (landing_) Repaint(*landing_);
+  landing_ = place;
+  if (landing_) Repaint(*landing_);
+}
+
+void SynRack::OutdatePanels(const CRect& rect) {
+  panels_.Invalidate(CRect(rect).offset(viewSize.getTopLeft()));
+}
+
+void SynRack::Repaint(const CRect& rect) { CViewContainer::invalidRect(rect); }
+
+void SynRack::invalid() {
+  panels_.InvalidateAll();
+  CViewContainer::invalid();
+}
+
+void SynRack::invalidRect(const CRect& rect) {
+  OutdatePanels(rect);
+  Repaint(rect);
 }
 
 void SynRack::invalidateDirtyViews() {
-  // Modules out of sight are not asked: lamps that blink up there cost nothing.
+  // Modules out of sight are not asked, so lamps that blink there cost nothing.
   if (dirty) return invalid();
   for (CView* view : childViews) {
     auto* module = static_cast<Module*>(view);
@@ -133,27 +183,24 @@ bool SynRack::onKeyDown(const CKeyEvent& event) { return onKey && onKey(event); 
 
 void SynRack::RequestRedraw() {
   redrawFrames_ = kMovingPaints;
-  invalid();
-}
-
-void SynRack::Invalidate(const CRect& rect) {
-  redrawFrames_ = kMovingPaints;
-  invalidRect(rect);
+  cablesMayDiffer_ = true;
+  // The layers know what of them is outdated; all of the rack is painted from them.
+  CViewContainer::invalid();
 }
 
 void SynRack::ResizeCableLayer(int height) {
-  layerHeight_ = height;
-  cableLayer_.reset();
+  panels_.Resize(geometry_.rackWidth, height);
+  cables_.Resize(geometry_.rackWidth, height);
   RequestRedraw();
 }
 
 void SynRack::SetCableStyle(const CableStyle& style) {
-  painter_ = CablePainter(style);
+  cables_.SetStyle(style);
   RequestRedraw();
 }
 
 CRect SynRack::VisiblePart() const {
-  return CRect(0, -viewSize.top, geometry_.rackWidth, layerHeight_ - viewSize.top);
+  return CRect(0, -viewSize.top, geometry_.rackWidth, panels_.Bounds().bottom - viewSize.top);
 }
 
 bool SynRack::IsInSight(const Module& module) const {
@@ -162,12 +209,17 @@ bool SynRack::IsInSight(const Module& module) const {
 
 void SynRack::MoveModule(Module& module, const CPoint& corner) {
   if (module.getViewSize().getTopLeft() == corner) return;
-  const CRect before = ReachOf(module);
+  const CRect before = module.getViewSize();
+  const CRect reachBefore = ReachOf(module);
   const CRect place = CRect(module.getViewSize()).moveTo(corner);
   module.setViewSize(place, false);
   module.setMouseableArea(place);
-  // As one: cables cross each other, and what lies in several rectangles is painted as often.
-  Invalidate(ReachOf(module).unite(before));
+  OutdatePanels(place);
+  OutdatePanels(before);
+  redrawFrames_ = kMovingPaints;
+  cablesMayDiffer_ = true;
+  // As one rectangle: cables cross each other, and each rectangle is painted by itself.
+  Repaint(ReachOf(module).unite(reachBefore));
 }
 
 void SynRack::RaiseModule(Module& module) {
@@ -196,33 +248,32 @@ CPoint SynRack::CableEnd(const PatchPoint& point) const {
          point.Owner()->getViewSize().getTopLeft();
 }
 
-CRect SynRack::GetCableRect(const Cable& cable) const {
-  const CPoint from = CableEnd(*cable.destination);
-  const CPoint to = CableEnd(*cable.origin);
-  CRect rect = painter_.BoundsOf(from, to);
-  if (cable.destination->twoState) {
-    rect.unite(PlugRect(*images_.connectedMidiPlug, from));
-    rect.unite(PlugRect(*images_.connectedMidiPlug, to));
-  }
-  return rect;
+CableStrand SynRack::StrandOf(const Cable& cable) const {
+  return {&cable, CableEnd(*cable.destination), CableEnd(*cable.origin), cable.colour,
+          cable.destination->twoState};
 }
+
+CableStrand SynRack::DraggedStrand() const {
+  return {nullptr, CableEnd(*rack_.cables.dragOrigin), *draggedEnd_, rack_.cables.dragColour,
+          rack_.cables.dragOrigin->twoState};
+}
+
+CRect SynRack::GetCableRect(const Cable& cable) const { return cables_.BoundsOf(StrandOf(cable)); }
 
 CRect SynRack::GetDraggedCableRect() const {
-  if (!draggedEnd_ || !rack_.isDraggingCable) return {};
-  const CPoint origin = CableEnd(*rack_.dragOrigin);
-  CRect rect = painter_.BoundsOf(origin, *draggedEnd_);
-  if (rack_.dragOrigin->twoState) {
-    rect.unite(PlugRect(*images_.connectedMidiPlug, origin));
-    rect.unite(PlugRect(*images_.midiPlug, *draggedEnd_));
-  }
-  return rect;
+  if (!draggedEnd_ || !rack_.cables.isDraggingCable) return {};
+  return cables_.BoundsOf(DraggedStrand(), *images_.midiPlug);
 }
 
-void SynRack::InvalidateCable(const Cable& cable) { Invalidate(GetCableRect(cable)); }
+void SynRack::InvalidateCable(const Cable& cable) {
+  redrawFrames_ = kMovingPaints;
+  cablesMayDiffer_ = true;
+  Repaint(GetCableRect(cable));
+}
 
 CRect SynRack::ReachOf(const Module& module) const {
   CRect reach = module.getViewSize();
-  for (const Cable* cable = rack_.cableList.head; cable; cable = cable->next) {
+  for (const Cable* cable = rack_.cables.cableList.head; cable; cable = cable->next) {
     if (cable->voiceTag != 0) continue;
     if (cable->destination->Owner() == &module || cable->origin->Owner() == &module) {
       reach.unite(GetCableRect(*cable));
@@ -233,10 +284,11 @@ CRect SynRack::ReachOf(const Module& module) const {
 
 void SynRack::MoveDraggedCable(std::optional<CPoint> mouse) {
   if (!mouse && !draggedEnd_) return;
-  Invalidate(draggedRect_);
+  redrawFrames_ = kMovingPaints;
+  Repaint(draggedRect_);
   draggedEnd_ = mouse;
   draggedRect_ = GetDraggedCableRect();
-  Invalidate(draggedRect_);
+  Repaint(draggedRect_);
 }
 
 }  // namespace halveron

@@ -1,30 +1,31 @@
 // The rack as a view: rows, modules on them, and the cables above all.
 #pragma once
 
+#include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <vector>
 
-#include "editor/cable_painter.h"
+#include "editor/cable_layer.h"
 #include "editor/rack_geometry.h"
+#include "editor/rack_layer.h"
 #include "editor/window_images.h"
 #include "framework/cable.h"
 #include "gui/view_container.h"
 
 namespace halveron {
 
-class COffscreenContext;
 class Module;
 class PatchPoint;
 class RackModel;
 
-/// Stands in the view through which it shows, and is moved up there to scroll; its coordinates and
-/// those of the cable layer below are this view's.
+/// A child of the view through which it shows, moved up there to scroll; the coordinates of
+/// its layers are that view's.
 ///
-/// Cables are drawn anew on each paint while something moves, and for kMovingPaints paints after
-/// it. Then they are drawn once into a layer of their own, and from there on a paint copies its
-/// part of that layer: a quiet rack computes no cable.
+/// A paint copies two layers: the panels, redrawn where a view asked for it, and the cables at
+/// rest, of which a quiet rack computes none. Only cables that move are drawn in each paint, for
+/// kMovingPaints paints after the last move; the next paint draws them into their layer. Scrolling
+/// shifts both layers.
 class SynRack final : public CViewContainer {
  public:
   static constexpr int kMovingPaints = 20;
@@ -34,24 +35,29 @@ class SynRack final : public CViewContainer {
 
   HALVERON_TYPE_OF(SynRack, CViewContainer)
 
+  void setViewSize(const CRect& rect, bool invalidate = true) override;
   void drawRect(CDrawContext* context, const CRect& updateRect) override;
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
+  void invalid() override;
+  void invalidRect(const CRect& rect) override;
   void invalidateDirtyViews() override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   bool onKeyDown(const CKeyEvent& event) override;
 
-  /// A right press where no module stands.
+  /// Called for a right press where no module is.
   std::function<void()> onContextPress;
-  /// A key while the rack has the focus; true if it was used.
+  /// Called for a key while the rack has the focus; true if it was used.
   std::function<bool(const CKeyEvent&)> onKey;
 
-  /// Something moved: cables are drawn anew from the next paint on.
+  /// Something may have moved: cables are compared with what is shown from the next paint on.
   void RequestRedraw();
-  /// Paints that still draw cables anew; 0 makes the layer at the next one, -1 says that it stands.
+  /// Paints until what moved counts as being at rest: 0 at the paint that puts it into the layer,
+  /// -1 from then on.
   int RedrawFrames() const { return redrawFrames_; }
   /// Takes the height in pixels of what shows of the rack.
   void ResizeCableLayer(int height);
   void SetCableStyle(const CableStyle& style);
+  const CableLayer& Cables() const { return cables_; }
 
   /// What shows of the rack, in its own coordinates.
   CRect VisiblePart() const;
@@ -65,6 +71,9 @@ class SynRack final : public CViewContainer {
   std::vector<CRect> PlacesWithout(const Module& module) const;
   /// Moves those others to places in the same order.
   void MoveOthers(const Module& module, const std::vector<CRect>& places);
+  /// Outlines the place where the dragged module will land; nothing removes the outline.
+  void ShowLanding(std::optional<CRect> place);
+  const std::optional<CRect>& Landing() const { return landing_; }
 
   // Cables. Rectangles are in the rack's own coordinates.
 
@@ -78,22 +87,29 @@ class SynRack final : public CViewContainer {
   void MoveDraggedCable(std::optional<CPoint> mouse);
 
  private:
-  /// What a module and its cables take.
+  /// What a module and its cables cover.
   CRect ReachOf(const Module& module) const;
-  void DrawCables(CDrawContext& context, const CRect& area) const;
-  void DrawPlug(CDrawContext& context, CBitmap& image, const CPoint& at) const;
-  void BuildCableLayer();
-  void Invalidate(const CRect& rect);
+  CableStrand StrandOf(const Cable& cable) const;
+  CableStrand DraggedStrand() const;
+  void UpdateCables();
+  void UpdatePanels(const CRect& area);
+  void DrawDraggedCable(CDrawContext& context, const CRect& area) const;
+  void DrawLanding(CDrawContext& context) const;
+  void OutdatePanels(const CRect& rect);
+  /// Has a part painted again from the layers, which stay as they are.
+  void Repaint(const CRect& rect);
 
   RackModel& rack_;
   const WindowImages& images_;
   const RackGeometry& geometry_;
-  CablePainter painter_{CableStyle()};
-  std::unique_ptr<COffscreenContext> cableLayer_;
-  int layerHeight_ = 0;
+  RackLayer panels_;
+  CableLayer cables_;
   int redrawFrames_ = kMovingPaints;
+  bool cablesMayDiffer_ = true;
+  std::uint64_t lastPaint_ = 0;
+  std::optional<CRect> landing_;
   std::optional<CPoint> draggedEnd_;
-  CRect draggedRect_;  // what the dragged cable took when it was moved last
+  CRect draggedRect_;  // what the dragged cable covered when it was moved last
 };
 
 }  // namespace halveron

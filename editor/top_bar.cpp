@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 #include "gui/draw_context.h"
 #include "gui/theme.h"
 
@@ -11,7 +11,7 @@ namespace halveron {
 
 namespace {
 
-// Panel units: distances, and sizes that stand in for images.
+// Panel units: distances, and sizes in place of missing images.
 constexpr CCoord kGap = 10;
 constexpr CCoord kEdgeGap = 16;
 constexpr CCoord kTitleWidth = 120;

@@ -1,12 +1,12 @@
 #include "editor/window_images.h"
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 
 namespace halveron {
 
 namespace {
 
-// Panel units that stand in for images.
+// Panel units in place of missing images.
 constexpr int kBarHeight = 48;
 constexpr int kStripWidth = 24;
 constexpr int kRackColumns = 90;

@@ -1,4 +1,4 @@
-// The images of the window around the modules, from the skin that the process wears.
+// The images of the window around the modules, from the skin that the process uses.
 #pragma once
 
 #include <array>

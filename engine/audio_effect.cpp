@@ -21,7 +21,7 @@ AudioEffect* EffectOf(AEffect* record) {
   return record != nullptr ? static_cast<AudioEffect*>(record->object) : nullptr;
 }
 
-/// Whether a call is without sense if it brings no `ptr`.
+/// Whether a call needs a `ptr` other than null.
 bool NeedsPointer(std::int32_t opcode) {
   switch (opcode) {
     case effSetProgramName:
@@ -75,7 +75,7 @@ bool NamesParameter(std::int32_t opcode) {
   }
 }
 
-/// Whether the numbers of a call that sets rate or block size can be meant.
+/// Whether the numbers of a call that sets rate, block size or state are valid.
 bool BringsUsableNumbers(std::int32_t opcode, std::intptr_t value, float opt) {
   switch (opcode) {
     case effSetSampleRate:
@@ -111,8 +111,8 @@ struct AEffectEntries {
     return 1;
   }
 
-  /// Accumulating processing is withdrawn, and every host has the replacing one. The function is
-  /// here because a host may test the pointer.
+  /// Accumulating processing is deprecated; every host uses the replacing one. The function exists
+  /// because a host may test the pointer.
   static void Process(AEffect*, float**, float**, std::int32_t) {}
 
   static void ProcessReplacing(AEffect* record, float** inputs, float** outputs,
@@ -121,7 +121,7 @@ struct AEffectEntries {
     if (effect == nullptr || sampleFrames < 0) {
       return;
     }
-    GuardedCall([&] { effect->processReplacing(inputs, outputs, sampleFrames); });
+    GuardedCall([&] { effect->processHostBlock(inputs, outputs, sampleFrames); });
   }
 
   static void ProcessDoubleReplacing(AEffect* record, double** inputs, double** outputs,
@@ -232,7 +232,7 @@ std::intptr_t AudioEffect::DispatchEditor(int opcode, void* ptr) {
   if (editor == nullptr) {
     return 0;
   }
-  // Drawing, mouse, key, top and sleep came from hosts that owned the window on old Macintoshes.
+  // The draw, mouse, key, top and sleep opcodes belong to hosts on old Macintoshes.
   switch (opcode) {
     case effEditGetRect:
       return editor->getRect(static_cast<ERect**>(ptr)) ? 1 : 0;

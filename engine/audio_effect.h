@@ -13,8 +13,8 @@ class AEffGUIEditor {
  public:
   virtual ~AEffGUIEditor() = default;
 
-  /// Points `*rect` at the editor's size in pixels, which the editor goes on owning. May come
-  /// before `open`.
+  /// Points `*rect` at the editor's size in pixels, which the editor owns. May be
+  /// called before `open`.
   virtual bool getRect(ERect** rect) = 0;
 
   /// Opens the editor as a child of the host's window `parent` (an X11 window id).
@@ -24,7 +24,7 @@ class AEffGUIEditor {
   /// Called many times a second while the editor is open.
   virtual void idle() = 0;
 
-  /// The file descriptor on which the open editor's window hears of events, -1 if it has none. A
+  /// The file descriptor of the open editor's window events, -1 if it has none. A
   /// host that can wait for it may then call `idle` as soon as something happens.
   virtual int eventDescriptor() { return -1; }
 
@@ -42,8 +42,8 @@ class AEffGUIEditor {
 /// that are not finite never reach an operation. No exception leaves: the call then answers 0.
 ///
 /// The host's `effClose` calls `close` and then deletes the object, so a plug-in that a host gets
-/// is made with `new`. Whoever uses the object without a host may own it in any way, as long as
-/// it doesn't send `effClose`.
+/// is made with `new`. Without a host the object may be owned in any way, as long as `effClose` is
+/// never sent.
 class AudioEffect {
  public:
   /// `host` may be null: a plug-in without a host, for which every host service answers 0.
@@ -74,6 +74,10 @@ class AudioEffect {
 
   // Audio thread. Channel arrays are the host's own, and `sampleFrames` is never negative.
   virtual void processReplacing(float** inputs, float** outputs, int sampleFrames) = 0;
+  /// What the host calls. An override adds what a host expects around a block.
+  virtual void processHostBlock(float** inputs, float** outputs, int sampleFrames) {
+    processReplacing(inputs, outputs, sampleFrames);
+  }
   virtual void processDoubleReplacing(double** /*inputs*/, double** /*outputs*/,
                                       int /*sampleFrames*/) {}
 
@@ -106,10 +110,10 @@ class AudioEffect {
   float getSampleRate() const { return sampleRate; }
   int getBlockSize() const { return blockSize; }
 
-  /// Version of the interface that the host speaks, 0 without a host.
+  /// Version of the interface that the host supports, 0 without a host.
   int getMasterVersion();
 
-  /// `setParameter`, and then the news of it to the host.
+  /// `setParameter`, then notifies the host.
   void setParameterAutomated(int index, float value);
 
  protected:

@@ -26,7 +26,7 @@ int ToInt(std::intptr_t value) {
 AudioEffectX::AudioEffectX(audioMasterCallback host, int numPrograms, int numParams)
     : AudioEffect(host, numPrograms, numParams) {}
 
-// A call that one group does not know goes on to the next, and at last to the base class.
+// A call that one group does not know is passed to the next, and finally to the base class.
 std::intptr_t AudioEffectX::dispatcher(int opcode, int index, std::intptr_t value, void* ptr,
                                        float opt) {
   char* const text = static_cast<char*>(ptr);

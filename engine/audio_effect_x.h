@@ -8,8 +8,8 @@
 
 namespace halveron {
 
-/// A plug-in that overrides nothing is a valid one: every operation has the answer that hosts take
-/// for "not here". Where the answer is a bool, the host gets 1 or 0.
+/// A plug-in that overrides nothing is a valid one: every operation returns what hosts take for
+/// "not supported". Where the answer is a bool, the host gets 1 or 0.
 class AudioEffectX : public AudioEffect {
  public:
   AudioEffectX(audioMasterCallback host, int numPrograms, int numParams);
@@ -40,7 +40,7 @@ class AudioEffectX : public AudioEffect {
   /// 1 for yes, -1 for no, 0 for "don't know".
   virtual int canDo(char* /*text*/) { return 0; }
 
-  /// Samples that sound on after the input has ended: 0 for "ask no more", 1 for none.
+  /// Samples of the tail after the input has ended: 0 for "unknown", 1 for none.
   virtual int getGetTailSize() { return 0; }
   virtual std::intptr_t vendorSpecific(int index, std::intptr_t value, void* ptr, float opt);
 
@@ -58,7 +58,7 @@ class AudioEffectX : public AudioEffect {
   virtual bool beginSetProgram() { return false; }
   virtual bool endSetProgram() { return false; }
 
-  /// Announce a bank or program: 1 if it can be loaded, -1 if not, 0 if the plug-in can't tell.
+  /// Announce a bank or program: 1 if it can be loaded, -1 if not, 0 if unknown.
   virtual int beginLoadBank(VstPatchChunkInfo* /*info*/) { return 0; }
   virtual int beginLoadProgram(VstPatchChunkInfo* /*info*/) { return 0; }
 
@@ -114,20 +114,20 @@ class AudioEffectX : public AudioEffect {
 
   // Host services. Without a host all answer 0, null or false.
 
-  /// Transport at the block at hand; `mask` tells which `VstTimeInfoFlags` fields are wanted. Null
+  /// Transport of the current block; `mask` selects the `VstTimeInfoFlags` fields. Null
   /// if the host has none. The record is the host's, valid in this process call. Audio thread.
   VstTimeInfo* getTimeInfo(int mask);
 
-  /// Sends events, timed within the block at hand. Audio thread, in the process call.
+  /// Sends events, timed within the current block. Audio thread, in the process call.
   bool sendVstEventsToHost(VstEvents* events);
 
-  /// Tells the host to send events; hosts of version 2.4 do so without.
+  /// Asks the host to send events; hosts of version 2.4 do so unasked.
   void wantEvents(int filter = 1);
 
   /// 1 for yes, -1 for no, 0 for "don't know".
   int canHostDo(const char* text);
 
-  // Window thread: a hand has taken a parameter's control, and left it.
+  // Window thread: the user has taken a parameter's control, and released it.
   bool beginEdit(int index);
   bool endEdit(int index);
 

@@ -1,4 +1,5 @@
-// The CLAP binary interface: the published headers, and in the same form what they lack here.
+// The CLAP binary interface: the published headers, and extensions that they lack, in the same
+// form.
 #pragma once
 
 #include <clap/entry.h>
@@ -20,14 +21,15 @@
 
 namespace halveron {
 
-/// Version of the interface that Halveron speaks, whatever that of the headers is.
+/// Version of the interface that Halveron implements, independent of that of the headers.
 inline constexpr clap_version_t kClapVersion = {1, 0, 3};
 
 }  // namespace halveron
 
 // How many voices sound, and whether notes of one key may overlap.
 
-inline constexpr char CLAP_EXT_VOICE_INFO[] = "clap.voice-info.draft/0";
+inline constexpr char CLAP_EXT_VOICE_INFO[] = "clap.voice-info";
+inline constexpr char CLAP_EXT_VOICE_INFO_DRAFT[] = "clap.voice-info.draft/0";
 
 enum { CLAP_VOICE_INFO_SUPPORTS_OVERLAPPING_NOTES = 1 << 0 };
 
@@ -69,7 +71,7 @@ struct clap_host_log_t {
   void (*log)(const clap_host_t* host, clap_log_severity severity, const char* message);
 };
 
-// Events cross the border between compilers by pointer.
+// Events are passed by pointer between code of different compilers.
 
 static_assert(sizeof(clap_event_header_t) == 16);
 static_assert(sizeof(clap_event_note_t) == 40);

@@ -1,7 +1,6 @@
 #include "engine/clap_event_output.h"
 
 #include <algorithm>
-#include <bit>
 #include <utility>
 
 namespace halveron {
@@ -26,7 +25,7 @@ const std::uint8_t* ClapEventOutput::Dumps::Copy(const std::uint8_t* bytes, std:
     reserve_.insert(reserve_.end(), bytes, bytes + size);
     return reserve_.data() + start;
   }
-  // A dump of a size that the user has allowed for on the sending module, and that no reserve fits.
+  // Larger than the reserve: possible only where the user lifted the limit of the sending module.
   large_.push_back(std::make_unique<std::uint8_t[]>(size));
   std::copy_n(bytes, size, large_.back().get());
   return large_.back().get();
@@ -43,9 +42,13 @@ void ClapEventOutput::Begin(const clap_output_events_t* host, int frames) {
 }
 
 void ClapEventOutput::Append(const Record& record) {
-  // The host may have what waits a little earlier, so that the audio thread needs no more memory.
-  if (queue_.size() == queue_.capacity() && host_) PushQueued(host_);
-  queue_.push_back(record);
+  if (queue_.size() == queue_.capacity()) {
+    // The host may get queued events early. Without a host they are dropped.
+    if (!host_) return;
+    PushQueued(host_);
+  }
+  queue_.push_back({record, static_cast<std::uint32_t>(queue_.size())});
+  queue_.back().record.header.time = std::max(record.header.time, earliest_);
   sent_ = true;
 }
 
@@ -61,9 +64,10 @@ void ClapEventOutput::NoteEnd(const ActiveNote& note) {
 }
 
 void ClapEventOutput::Send(const VstEvents& events) {
+  if (!host_) return;
   for (int i = 0; i < events.numEvents; ++i) {
     const VstEvent* event = EventAt(events, i);
-    // The rack counts frames from 1, and a host takes no event beyond its block.
+    // The rack counts frames from 1, and hosts reject events beyond the block.
     const int time = std::min(event->deltaFrames, lastFrame_);
     Record record;
     if (event->type == kVstMidiType) {
@@ -86,42 +90,71 @@ void ClapEventOutput::Send(const VstEvents& events) {
 
 void ClapEventOutput::QueueParamValue(int id, float value) {
   if (id < 0 || id >= kParameterCount) return;
-  const auto index = static_cast<std::size_t>(id);
-  movedTo_[index].store(value, std::memory_order_relaxed);
-  moved_[index / kMarkBits].fetch_or(std::uint64_t{1} << index % kMarkBits,
-                                     std::memory_order_release);
+  Parameter& parameter = parameters_[static_cast<std::size_t>(id)];
+  parameter.value.store(value, std::memory_order_relaxed);
+  parameter.flags.fetch_or(kMoved, std::memory_order_relaxed);
+  marks_.Set(id);
 }
 
-void ClapEventOutput::PushParameters(const clap_output_events_t* host) {
-  for (std::size_t word = 0; word < moved_.size(); ++word) {
-    if (moved_[word].load(std::memory_order_relaxed) == 0) continue;
-    std::uint64_t marks = moved_[word].exchange(0, std::memory_order_acquire);
-    for (; marks != 0; marks &= marks - 1) {
-      const std::size_t index =
-          word * kMarkBits + static_cast<std::size_t>(std::countr_zero(marks));
-      auto event = MakeEvent<clap_event_param_value_t>(CLAP_EVENT_PARAM_VALUE, 0);
-      event.param_id = static_cast<clap_id>(index);
-      event.note_id = -1;
-      event.port_index = event.channel = event.key = -1;
-      event.value = double{movedTo_[index].load(std::memory_order_relaxed)};
-      host->try_push(host, &event.header);
-    }
+void ClapEventOutput::QueueParamGesture(int id, bool begins) {
+  if (id < 0 || id >= kParameterCount) return;
+  std::atomic<unsigned>& flags = parameters_[static_cast<std::size_t>(id)].flags;
+  flags.fetch_or(begins ? kGestured | kHeld : kGestured, std::memory_order_relaxed);
+  if (!begins) flags.fetch_and(~unsigned{kHeld}, std::memory_order_relaxed);
+  marks_.Set(id);
+}
+
+void ClapEventOutput::PushParameter(const clap_output_events_t* host, int id) {
+  Parameter& parameter = parameters_[static_cast<std::size_t>(id)];
+  const unsigned flags = parameter.flags.fetch_and(kHeld, std::memory_order_relaxed);
+  const int time = static_cast<int>(earliest_);
+  const auto pushGesture = [&](int type) {
+    auto event = MakeEvent<clap_event_param_gesture_t>(type, time);
+    event.param_id = static_cast<clap_id>(id);
+    host->try_push(host, &event.header);
+  };
+  if ((flags & kGestured) != 0 && !parameter.begun) {
+    pushGesture(CLAP_EVENT_PARAM_GESTURE_BEGIN);
+    parameter.begun = true;
+  }
+  if ((flags & kMoved) != 0) {
+    auto event = MakeEvent<clap_event_param_value_t>(CLAP_EVENT_PARAM_VALUE, time);
+    event.param_id = static_cast<clap_id>(id);
+    event.note_id = -1;
+    event.port_index = event.channel = event.key = -1;
+    event.value = double{parameter.value.load(std::memory_order_relaxed)};
+    host->try_push(host, &event.header);
+  }
+  if (parameter.begun && (flags & kHeld) == 0) {
+    pushGesture(CLAP_EVENT_PARAM_GESTURE_END);
+    parameter.begun = false;
   }
 }
 
 void ClapEventOutput::PushQueued(const clap_output_events_t* host) {
-  for (const Record& record : queue_) host->try_push(host, &record.header);
+  std::sort(queue_.begin(), queue_.end(), [](const Queued& a, const Queued& b) {
+    return std::pair(a.record.header.time, a.order) < std::pair(b.record.header.time, b.order);
+  });
+  for (const Queued& queued : queue_) {
+    earliest_ = queued.record.header.time;
+    host->try_push(host, &queued.record.header);
+  }
   queue_.clear();
 }
 
 void ClapEventOutput::Drain(const clap_output_events_t* host) {
   host_ = nullptr;
-  if (!host || !host->try_push) return;
-  PushParameters(host);
+  if (host && host->try_push) {
+    marks_.TakeEach([&](int id) { PushParameter(host, id); });
+  } else {
+    host = nullptr;
+  }
   if (!sent_) return;
   sent_ = false;
   olderDumps_.Clear();
-  PushQueued(host);
+  if (host) PushQueued(host);
+  queue_.clear();
+  earliest_ = 0;
   std::swap(dumps_, olderDumps_);
 }
 

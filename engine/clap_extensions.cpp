@@ -68,12 +68,12 @@ bool DescribeParameter(const clap_plugin_t* plugin, std::uint32_t index, clap_pa
   return true;
 }
 
-// A program that an instance lives in may have set a locale that writes decimal commas, which no
-// host that keeps such texts would understand elsewhere: hence no printf, and no strtod.
+// The host process may have set a locale with decimal commas, and hosts store these texts: hence
+// neither printf nor strtod.
 
 bool ValueToText(double value, char* text, std::uint32_t size) {
   constexpr int kDecimals = 3;
-  if (!text || size == 0) return false;
+  if (!text || size == 0 || !std::isfinite(value)) return false;
   const auto [end, error] =
       std::to_chars(text, text + size - 1, value, std::chars_format::fixed, kDecimals);
   *(error == std::errc{} ? end : text) = '\0';
@@ -87,7 +87,7 @@ bool TextToValue(const char* text, double* value) {
   double parsed = 0.0;
   const auto result = std::from_chars(number.data(), number.data() + number.size(), parsed);
   if (result.ec != std::errc{} || !std::isfinite(parsed)) return false;
-  *value = parsed;
+  *value = std::clamp(parsed, 0.0, 1.0);
   return true;
 }
 
@@ -127,14 +127,16 @@ const clap_plugin_voice_info_t kVoiceInfo = {[](const clap_plugin_t*, clap_voice
 bool IsX11(const char* api) { return api && std::strcmp(api, CLAP_WINDOW_API_X11) == 0; }
 
 const clap_plugin_gui_t kGui = {
-    // Without an editor there is nothing that a window could show.
+    // Without an editor there is nothing to show.
     [](const clap_plugin_t* plugin, const char* api, bool isFloating) {
       return IsX11(api) && !isFloating && Of(plugin).Window().HasEditor();
     },
-    [](const clap_plugin_t*, const char**, bool*) { return false; },  // get_preferred_api
-    [](const clap_plugin_t*, const char*, bool) { return true; },     // create
+    [](const clap_plugin_t*, const char**, bool*) { return false; },     // get_preferred_api
+    [](const clap_plugin_t* plugin, const char* api, bool isFloating) {  // create
+      return IsX11(api) && !isFloating && Of(plugin).Window().HasEditor();
+    },
     [](const clap_plugin_t* plugin) { GuardedCall([&] { Of(plugin).Window().Hide(); }); },
-    [](const clap_plugin_t*, double) { return true; },  // set_scale
+    [](const clap_plugin_t*, double) { return false; },  // set_scale: the skin has its own size
     [](const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t* height) {
       if (!width || !height) return false;
       return GuardedAnswer(false, [&] { return Of(plugin).Window().GetSize(width, height); });
@@ -145,11 +147,13 @@ const clap_plugin_gui_t kGui = {
     [](const clap_plugin_t*, std::uint32_t, std::uint32_t) { return false; },    // set_size
     [](const clap_plugin_t* plugin, const clap_window_t* window) {
       if (!window || !IsX11(window->api)) return false;
-      return GuardedCall([&] { Of(plugin).Window().SetParent(window->x11); });
+      return GuardedAnswer(false, [&] { return Of(plugin).Window().SetParent(window->x11); });
     },
     [](const clap_plugin_t*, const clap_window_t*) { return false; },  // set_transient
     [](const clap_plugin_t*, const char*) {},                          // suggest_title
-    [](const clap_plugin_t* plugin) { return GuardedCall([&] { Of(plugin).Window().Show(); }); },
+    [](const clap_plugin_t* plugin) {
+      return GuardedAnswer(false, [&] { return Of(plugin).Window().Show(); });
+    },
     [](const clap_plugin_t* plugin) { return GuardedCall([&] { Of(plugin).Window().Hide(); }); }};
 
 const clap_plugin_timer_support_t kTimerSupport = {[](const clap_plugin_t* plugin, clap_id timer) {
@@ -174,6 +178,7 @@ const Offer kOffers[] = {
     {CLAP_EXT_PARAMS, &kParams},
     {CLAP_EXT_STATE, &kState},
     {CLAP_EXT_VOICE_INFO, &kVoiceInfo},
+    {CLAP_EXT_VOICE_INFO_DRAFT, &kVoiceInfo},
     {CLAP_EXT_TIMER_SUPPORT, &kTimerSupport},
     {CLAP_EXT_POSIX_FD_SUPPORT, &kPosixFdSupport},
 };

@@ -1,4 +1,4 @@
-// What a CLAP host offers beyond the least.
+// Extensions of a CLAP host.
 #pragma once
 
 #include "engine/clap_abi.h"

@@ -1,4 +1,4 @@
-// What a CLAP instance does for its engine in place of a VST2 host.
+// Host services that a CLAP instance provides to its engine.
 #pragma once
 
 #include "framework/host_events.h"
@@ -11,7 +11,7 @@ class ClapHostServices {
 
   // Audio thread, within a block.
 
-  /// Transport at the start of the block; null if the host tells none.
+  /// Transport at the start of the block; null if the host reports none.
   virtual const VstTimeInfo* TimeInfo() const = 0;
   virtual bool SendEvents(const VstEvents& events) = 0;
   virtual void BindNoteSlotToVoice(int voice, int noteSlot) = 0;
@@ -20,6 +20,7 @@ class ClapHostServices {
   // Any thread.
 
   virtual void QueueParamValue(int index, float value) = 0;
+  virtual void QueueParamGesture(int index, bool begins) = 0;
   virtual void PatchEdited() = 0;
   virtual bool ResizeEditor(int width, int height) = 0;
 };

@@ -53,7 +53,7 @@ VstTimeInfo ToTimeInfo(const clap_event_transport_t& transport, double sampleRat
   VstTimeInfo info{};
   info.samplePos = Seconds(transport.song_pos_seconds) * sampleRate;
   info.sampleRate = sampleRate;
-  info.nanoSeconds = std::numeric_limits<double>::max();  // the host tells no time of day
+  info.nanoSeconds = std::numeric_limits<double>::max();  // CLAP reports no system time
   info.ppqPos = Beats(transport.song_pos_beats);
   info.tempo = transport.tempo;
   info.barStartPos = Beats(transport.bar_start);
@@ -67,7 +67,7 @@ VstTimeInfo ToTimeInfo(const clap_event_transport_t& transport, double sampleRat
   return info;
 }
 
-/// Everything up to the stream's end. False if it fails or goes on beyond what a state may be.
+/// Everything up to the stream's end. False if it fails or exceeds the largest state.
 bool ReadAll(const clap_istream_t& stream, std::vector<std::byte>& bytes) {
   constexpr std::size_t kFirstBytes = 4096;
   constexpr std::size_t kMostBytes = std::size_t{256} << 20;
@@ -131,9 +131,7 @@ bool ClapPluginInstance::Activate(double sampleRate, std::uint32_t maxFrames) {
 
 void ClapPluginInstance::Reset() {
   const std::lock_guard lock(engine_.processingLock);
-  for (int voice = 0; voice < kMaxVoices; ++voice) {
-    output_.NoteEnd(notes_.Bind(voice, NoteTracker::kNoSlot));
-  }
+  notes_.Clear([this](const ActiveNote& note) { output_.NoteEnd(note); });
   input_.AllNotesOff();
 }
 
@@ -162,12 +160,15 @@ clap_process_status ClapPluginInstance::Process(const clap_process_t& block) {
     output_.Begin(block.out_events, frames);
     engine_.blockStartFrames = frames;
     Channels channels(block);
-    if (engine_.Editor()->sampleAccurate) {
+    if (engine_.Editor()->parameters.sampleAccurate) {
       RunCut(channels, frames, block.in_events);
     } else {
       TakeEvents(block.in_events);
       RunSlice(channels, frames);
     }
+    input_.EndBlock();
+    notes_.EndUnclaimed(frames, engine_.HostSampleRate(),
+                        [this](const ActiveNote& note) { output_.NoteEnd(note); });
     output_.Drain(block.out_events);
   }
   if (block.audio_outputs) {
@@ -179,18 +180,12 @@ clap_process_status ClapPluginInstance::Process(const clap_process_t& block) {
 }
 
 void ClapPluginInstance::RunSlice(Channels& channels, int frames) {
-  engine_.processReplacing(channels.inputs.data(), channels.outputs.data(), frames);
+  engine_.processHostBlock(channels.inputs.data(), channels.outputs.data(), frames);
 }
 
-// Whatever else happens between two changes of parameters takes its place by its own time, as the
-// rack counts the samples of the whole block.
+// Events other than parameter changes keep their time within the whole block, by which the rack
+// counts its samples.
 void ClapPluginInstance::RunCut(Channels& channels, int frames, const clap_input_events_t* events) {
-  if (engine_.clearOutputsPending) {
-    // A slice would clear its own part only.
-    for (float* output : channels.outputs) {
-      if (output) std::fill_n(output, frames, 0.0f);
-    }
-  }
   int done = 0;
   const auto runUpTo = [&](int end) {
     if (end <= done) return;
@@ -257,6 +252,10 @@ bool ClapPluginInstance::LoadState(const clap_istream_t& stream) {
   isLoadingState_ = true;
   const bool loaded = engine_.setChunk(bytes.data(), static_cast<int>(bytes.size()), false) == 1;
   isLoadingState_ = false;
+  {
+    const std::lock_guard lock(engine_.processingLock);
+    input_.ForgetModulation();
+  }
   if (!loaded) Log(CLAP_LOG_ERROR, "Halveron refused a state that does not hold together");
   if (loaded && hostParams_ && hostParams_->rescan) {
     hostParams_->rescan(host_, CLAP_PARAM_RESCAN_VALUES);
@@ -271,6 +270,7 @@ bool ClapPluginInstance::SendEvents(const VstEvents& events) {
 
 void ClapPluginInstance::BindNoteSlotToVoice(int voice, int noteSlot) {
   output_.NoteEnd(notes_.Bind(voice, noteSlot));
+  if (voice >= 0 && voice < kMaxVoices) input_.StartNote(voice);
 }
 
 bool ClapPluginInstance::ReleaseVoiceNote(int voice, int noteSlot) {
@@ -281,8 +281,13 @@ bool ClapPluginInstance::ReleaseVoiceNote(int voice, int noteSlot) {
 
 void ClapPluginInstance::QueueParamValue(int index, float value) {
   output_.QueueParamValue(index, value);
-  // A block that is under way takes it along; else the host may be asleep.
+  // A block in progress sends it; otherwise the host may not be processing.
   if (processingThread_.load(std::memory_order_relaxed) == std::this_thread::get_id()) return;
+  if (hostParams_ && hostParams_->request_flush) hostParams_->request_flush(host_);
+}
+
+void ClapPluginInstance::QueueParamGesture(int index, bool begins) {
+  output_.QueueParamGesture(index, begins);
   if (hostParams_ && hostParams_->request_flush) hostParams_->request_flush(host_);
 }
 

@@ -16,8 +16,8 @@
 
 namespace halveron {
 
-/// What a CLAP host calls through `record` ends here. Operations are named as in the published
-/// interface, which also tells on which thread each is called. Every host extension may be missing.
+/// Implements the calls of a CLAP host through `record`. Operations are named as in the published
+/// interface, which also defines on which thread each is called. Any host extension may be missing.
 class ClapPluginInstance final : public ClapHostServices {
  public:
   ClapPluginInstance(const clap_plugin_descriptor_t& descriptor, const clap_host_t* host);
@@ -33,7 +33,7 @@ class ClapPluginInstance final : public ClapHostServices {
   ClapWindow& Window() { return window_; }
   std::uint32_t LatencyFrames() const { return kLatencyFrames; }
 
-  /// What the host holds. Whoever makes an instance fills in the calls.
+  /// The record that the host holds. The code that makes an instance fills in the calls.
   clap_plugin_t record{};
 
   bool Init();
@@ -42,11 +42,11 @@ class ClapPluginInstance final : public ClapHostServices {
   clap_process_status Process(const clap_process_t& block);
   void OnMainThread();
 
-  /// Parameter changes, and whatever else comes, outside of a block.
+  /// Parameter changes and other events outside of a block.
   void Flush(const clap_input_events_t* in, const clap_output_events_t* out);
 
   bool SaveState(const clap_ostream_t& stream);
-  /// False, with the rack as it was, if the stream fails or what it brings is refused.
+  /// False, with the rack as it was, if the stream fails or its state is refused.
   bool LoadState(const clap_istream_t& stream);
 
   const VstTimeInfo* TimeInfo() const override { return hasTransport_ ? &timeInfo_ : nullptr; }
@@ -54,6 +54,7 @@ class ClapPluginInstance final : public ClapHostServices {
   void BindNoteSlotToVoice(int voice, int noteSlot) override;
   bool ReleaseVoiceNote(int voice, int noteSlot) override;
   void QueueParamValue(int index, float value) override;
+  void QueueParamGesture(int index, bool begins) override;
   void PatchEdited() override;
   bool ResizeEditor(int width, int height) override { return window_.RequestResize(width, height); }
 
@@ -92,7 +93,7 @@ class ClapPluginInstance final : public ClapHostServices {
   VstTimeInfo timeInfo_{};
   bool hasTransport_ = false;
   std::atomic<std::thread::id> processingThread_{};  // while in Process
-  std::atomic<bool> patchEdited_ = false;            // and the host not told yet
+  std::atomic<bool> patchEdited_ = false;            // and the host is not notified yet
   std::atomic<bool> isLoadingState_ = false;
 };
 

@@ -22,17 +22,18 @@ bool ClapWindow::GetSize(std::uint32_t* width, std::uint32_t* height) const {
   return true;
 }
 
-void ClapWindow::SetParent(clap_xwnd parent) {
+bool ClapWindow::SetParent(clap_xwnd parent) {
   Hide();
   parent_ = parent;
-  Show();
+  return Show();
 }
 
-void ClapWindow::Show() {
-  if (isOpen_ || parent_ == 0) return;
-  // The interface of the editor carries a window's number as a pointer.
-  isOpen_ = !editor_ || editor_->open(reinterpret_cast<void*>(parent_));
-  if (isOpen_ && editor_) StartWaking();
+bool ClapWindow::Show() {
+  if (isOpen_ || parent_ == 0) return true;
+  // The editor's interface passes a window id as a pointer.
+  isOpen_ = editor_ && editor_->open(reinterpret_cast<void*>(parent_));
+  if (isOpen_) StartWaking();
+  return isOpen_;
 }
 
 void ClapWindow::Hide() {
@@ -41,13 +42,13 @@ void ClapWindow::Hide() {
   editor_->close();
 }
 
-// A timer does all that the window needs. The descriptor only makes it answer sooner, and a window
-// that nothing but its descriptor wakes stays blank.
+// A timer is enough for the window. The descriptor only reduces its latency; a window that is
+// driven by its descriptor alone stays blank.
 void ClapWindow::StartWaking() {
   const bool timed = hostTimer_ && hostTimer_->register_timer &&
                      hostTimer_->register_timer(host_, kPeriodMilliseconds, &timer_);
   if (!timed) timer_ = CLAP_INVALID_ID;
-  // Asking for the descriptor has the window wake itself, for which there must be somebody to hear.
+  // Reading the descriptor makes the window signal it, so there must be a listener.
   if (hostDescriptor_ && hostDescriptor_->register_fd) {
     descriptor_ = editor_->eventDescriptor();
     if (descriptor_ >= 0 && !hostDescriptor_->register_fd(host_, descriptor_, CLAP_POSIX_FD_READ)) {

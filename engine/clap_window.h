@@ -1,4 +1,4 @@
-// The editor's window under a CLAP host: when it is open, and who wakes it.
+// The editor's window under a CLAP host: when it is open, and what drives it.
 #pragma once
 
 #include <cstdint>
@@ -10,30 +10,32 @@
 
 namespace halveron {
 
-/// Opens and closes an editor in the window that the host names, and passes the host's timer, or
-/// whatever it has in place of one, on to the editor's idle call. Main thread.
+/// Opens and closes an editor in the window that the host names, and calls the editor's
+/// idle operation from the host's timer or its substitute. Main thread.
 class ClapWindow {
  public:
   explicit ClapWindow(const clap_host_t* host) : host_(host) {}
   ~ClapWindow() { Hide(); }
 
-  /// Asks the host what it offers. To be called once, before anything else.
+  /// Finds the host's extensions. To be called once, before anything else.
   void FindServices();
 
-  /// The editor to drive, which stays its owner's; null for none.
+  /// The editor to drive, not owned; null for none.
   void SetEditor(AEffGUIEditor* editor) { editor_ = editor; }
   bool HasEditor() const { return editor_ != nullptr; }
 
   /// False if there is no editor to have a size.
   bool GetSize(std::uint32_t* width, std::uint32_t* height) const;
 
-  /// Opens the editor in `parent`, closing it first where it is open.
-  void SetParent(clap_xwnd parent);
-  /// Opens the editor in the parent told last.
-  void Show();
+  /// Opens the editor in `parent`, closing it first where it is open. False if it cannot be opened,
+  /// as without a display.
+  bool SetParent(clap_xwnd parent);
+  /// Opens the editor in the last parent. False if it cannot be opened; before there is a parent
+  /// nothing happens, and it is true.
+  bool Show();
   void Hide();
 
-  /// Calls of the host's main thread that came for the window, or may have.
+  /// Callbacks on the host's main thread that may concern the window.
   void OnTimer(clap_id timer);
   void OnDescriptor();
   void OnMainThread();

@@ -1,4 +1,4 @@
-// Calls from a host: no exception may get into its frames.
+// Calls from a host, which no exception may leave.
 #pragma once
 
 #include <utility>
@@ -15,7 +15,7 @@ Answer GuardedAnswer(Answer failure, Call&& call) noexcept {
   }
 }
 
-/// True if `call` went through.
+/// True if `call` did not throw.
 template <class Call>
 bool GuardedCall(Call&& call) noexcept {
   return GuardedAnswer(false, [&] {

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <mutex>
 
 #include "dsp/random.h"
 #include "editor/module_catalogue.h"
+#include "engine/guarded_call.h"
 #include "framework/module.h"
 #include "framework/shared_bitmaps.h"
 #include "platform/cpu_features.h"
@@ -117,11 +119,13 @@ void Halveron::setBlockSize(int frames) {
 }
 
 void Halveron::ApplyOversamplingFactor(int menuEntry) {
-  const std::lock_guard lock(processingLock);
-  oversamplingFactor = oversamplingSteps = 1 << menuEntry;
-  filter_.SetIirRate(sampleRate, oversamplingFactor);
-  filter_.Configure(filterMenuIndex, oversamplingFactor);
-  ForEachInstance([](Module& module) { module.FollowRate(); });
+  {
+    const std::lock_guard lock(processingLock);
+    oversamplingFactor = oversamplingSteps = 1 << menuEntry;
+    filter_.SetIirRate(sampleRate, oversamplingFactor);
+    filter_.Configure(filterMenuIndex, oversamplingFactor);
+    ForEachInstance([](Module& module) { module.FollowRate(); });
+  }
   PatchEdited();
 }
 
@@ -134,22 +138,12 @@ void Halveron::ApplyOversamplingFilter(int row) {
 }
 
 void Halveron::setParameter(int index, float value) {
-  if (!rack_ || index < 0 || index >= kParameterCount || rack_->inValueChanged) return;
-  CControl* control = rack_->parameterControls[static_cast<std::size_t>(index)];
-  for (; control; control = control->nextVoice) {
-    control->setValue(value);
-    if (auto* module = dynamic_cast<Module*>(control->getParentView())) {
-      module->ValueChanged(control);
-    } else if (control->getListener()) {
-      control->getListener()->valueChanged(control);
-    }
-  }
+  if (!rack_ || !std::isfinite(value)) return;
+  rack_->parameters.Post(index, std::clamp(value, 0.0f, 1.0f));
 }
 
 float Halveron::getParameter(int index) {
-  if (!rack_ || index < 0 || index >= kParameterCount) return 0.0f;
-  const CControl* control = rack_->parameterControls[static_cast<std::size_t>(index)];
-  return control ? control->getValue() : 0.0f;
+  return rack_ && index >= 0 && index < kParameterCount ? rack_->parameters.Value(index) : 0.0f;
 }
 
 void Halveron::getParameterName(int index, char* text) {
@@ -158,6 +152,10 @@ void Halveron::getParameterName(int index, char* text) {
 
 int Halveron::getChunk(void** data, bool) {
   if (!rack_) return 0;
+  {
+    const std::lock_guard lock(processingLock);
+    rack_->parameters.TakePosted();
+  }
   const std::span<const std::byte> chunk = rack_->SaveChunk();
   *data = const_cast<std::byte*>(chunk.data());  // hosts only read it
   return static_cast<int>(chunk.size());
@@ -166,7 +164,14 @@ int Halveron::getChunk(void** data, bool) {
 int Halveron::setChunk(void* data, int byteSize, bool) {
   if (!rack_ || !data || byteSize <= 0) return 0;
   const auto size = static_cast<std::size_t>(byteSize);
-  return rack_->LoadChunk({static_cast<const std::byte*>(data), size}) ? 1 : 0;
+  // A load consists of many edits; the host is notified once.
+  isLoading_ = true;
+  const bool loaded = GuardedAnswer(false, [&] {
+    return rack_->LoadChunk({static_cast<const std::byte*>(data), size});
+  });
+  isLoading_ = false;
+  if (isEdited_.exchange(false)) PatchEdited();
+  return loaded ? 1 : 0;
 }
 
 bool Halveron::getProgramNameIndexed(int, int index, char* text) {
@@ -178,20 +183,31 @@ void Halveron::ClearOutputs(int sampleFrames) {
   for (int channel = 0; channel < dawOutputChannels; ++channel) {
     if (dawOutputs[channel]) std::fill_n(dawOutputs[channel], sampleFrames, 0.0f);
   }
-  clearOutputsPending = false;
+  clearOutputsPending = sampleFrames == 0;
+}
+
+void Halveron::processHostBlock(float** inputs, float** outputs, int sampleFrames) {
+  processReplacing(inputs, outputs, sampleFrames);
+  if (!outputs) return;
+  for (int channel = 0; channel < kDawOutputs; ++channel) {
+    const bool isWritten = (dawOutputsWritten >> channel & 1) != 0;
+    if (!isWritten && outputs[channel]) std::fill_n(outputs[channel], sampleFrames, 0.0f);
+  }
 }
 
 void Halveron::StartBlock() {
   if (blockStartFrames == 0) return;
   for (Module* module : rack_->blockStartModules) {
-    if (module->activeIndex != -1) module->BlockStart(blockStartFrames);
+    if (module->place.activeIndex != -1) module->BlockStart(blockStartFrames);
   }
 }
 
 void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrames) {
   const std::lock_guard lock(processingLock);
   const platform::DenormalsOff denormalsOff;
+  dawOutputsWritten = 0;
   if (!rack_) return;
+  rack_->parameters.TakePosted();
   blockPosition = 0;
   dawOutputs = outputs;
   dawInputs = inputs ? separateInputs_.Of(inputs, outputs, sampleFrames) : nullptr;
@@ -226,13 +242,17 @@ void Halveron::RunPlain(int sampleFrames) {
   }
 }
 
+float Halveron::MainOutput(int channel, const float* sample) const {
+  return sample && (dawOutputsWritten >> channel & 1) != 0 ? *sample : 0.0f;
+}
+
 void Halveron::RunOversampled(int sampleFrames) {
   for (int sample = 0; sample < sampleFrames; ++sample) {
     for (int step = 0; step < oversamplingSteps; ++step) {
       rack_->plan.RunEveryStep();
       if (step == 0) rack_->plan.RunFirstStep();
       rack_->plan.CarryCables();
-      filter_.Push(currentOutL ? *currentOutL : 0.0f, currentOutR ? *currentOutR : 0.0f);
+      filter_.Push(MainOutput(0, currentOutL), MainOutput(1, currentOutR));
     }
     filter_.Decimate(currentOutL, currentOutR);
     AdvanceSample();
@@ -249,7 +269,7 @@ int Halveron::processEvents(VstEvents* events) {
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
   for (Module* module : rack_->eventModules) {
-    if (module->activeIndex != -1) module->ProcessEvents(events);
+    if (module->place.activeIndex != -1) module->ProcessEvents(events);
   }
 }
 
@@ -261,7 +281,7 @@ bool Halveron::SendEventsToHost(VstEvents* events) {
   return clapHost_ ? clapHost_->SendEvents(*events) : sendVstEventsToHost(events);
 }
 
-// Under VST2 notes have no identity that could be tied to a voice.
+// VST2 notes have no identifiers that could be tied to a voice.
 void Halveron::BindNoteSlotToVoice(int voice, int noteSlot) {
   if (clapHost_) clapHost_->BindNoteSlotToVoice(voice, noteSlot);
 }
@@ -278,8 +298,27 @@ void Halveron::ParameterMoved(int index, float value) {
   }
 }
 
+void Halveron::ParameterGesture(int index, bool begins) {
+  if (clapHost_) {
+    clapHost_->QueueParamGesture(index, begins);
+  } else if (begins) {
+    beginEdit(index);
+  } else {
+    endEdit(index);
+  }
+}
+
 void Halveron::PatchEdited() {
-  if (clapHost_) clapHost_->PatchEdited();
+  if (!isOpen_) return;
+  if (isLoading_) {
+    isEdited_ = true;
+    return;
+  }
+  if (clapHost_) {
+    clapHost_->PatchEdited();
+  } else {
+    updateDisplay();
+  }
 }
 
 bool Halveron::ResizeEditor(int width, int height) {

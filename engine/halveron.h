@@ -1,6 +1,7 @@
 // The engine of a plug-in instance: the rack, its lock, and the block process.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -22,21 +23,23 @@ class Halveron final : public AudioEffectX, public EngineContext {
  public:
   static constexpr int kMidiChannels = 16;
 
-  /// `host` may be null: then nobody is asked for anything.
+  /// `host` may be null: then every host service is unavailable.
   Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles = UserFiles::kLeaveAlone);
   ~Halveron() override;
 
-  // Life. The instance must be opened before it processes; the first one that opens in a process
-  // sets up what all share, the last that closes tears it down.
+  // Lifecycle. The instance must be opened before it processes; the first one that opens in a
+  // process sets up the shared resources, the last that closes releases them.
   void open() override;
   void close() override;
   void suspend() override {}
   void setSampleRate(float rate) override;
   void setBlockSize(int frames) override;
 
-  /// One block. Audio thread; waits for a patch change that is under way. An input may share its
+  /// One block. Audio thread; waits for a patch change in progress. An input may share its
   /// buffer with an output.
   void processReplacing(float** inputs, float** outputs, int sampleFrames) override;
+  /// The same, for a host: channels that no active module writes are cleared.
+  void processHostBlock(float** inputs, float** outputs, int sampleFrames) override;
   void processDoubleReplacing(double**, double**, int) override {}
   /// Hands host events to the active modules that registered for them.
   int processEvents(VstEvents* events) override;
@@ -54,7 +57,8 @@ class Halveron final : public AudioEffectX, public EngineContext {
   bool getInputProperties(int index, VstPinProperties* properties) override;
   bool getOutputProperties(int index, VstPinProperties* properties) override;
 
-  // Host parameters: a slot is a control of voice 0, its clones follow. Any thread, no lock.
+  // Host parameters: a slot is a control of voice 0, its clones follow. Any thread; neither call
+  // waits. A value that comes while the rack is edited takes effect right after the edit.
   void setParameter(int index, float value) override;
   float getParameter(int index) override;
   void getParameterName(int index, char* text) override;
@@ -64,7 +68,7 @@ class Halveron final : public AudioEffectX, public EngineContext {
   int getChunk(void** data, bool isPreset) override;
   /// 1 if the rack was loaded, 0 if not.
   int setChunk(void* data, int byteSize, bool isPreset) override;
-  /// Writes the name, and answers false: the one program is not to be picked by name.
+  /// Writes the name and returns false: there is only one program to choose.
   bool getProgramNameIndexed(int category, int index, char* text) override;
 
   void ApplyOversamplingFactor(int menuEntry) override;
@@ -73,7 +77,7 @@ class Halveron final : public AudioEffectX, public EngineContext {
 
   /// Null after close.
   SynEditor* Editor() const { return rack_.get(); }
-  /// Folder of the plug-in's file, with a slash at its end; empty if the loader does not tell.
+  /// Folder of the plug-in's file, with a slash at its end; empty if unknown.
   const std::string& DllFolder() const { return dllFolder_; }
 
   float HostSampleRate() const override { return sampleRate; }
@@ -84,6 +88,7 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void BindNoteSlotToVoice(int voice, int noteSlot) override;
   bool ReleaseVoiceNote(int voice, int noteSlot) override;
   void ParameterMoved(int index, float value) override;
+  void ParameterGesture(int index, bool begins) override;
   void PatchEdited() override;
   bool ResizeEditor(int width, int height) override;
   std::string HostProduct() override;
@@ -102,6 +107,8 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void RunPlain(int sampleFrames);
   void RunOversampled(int sampleFrames);
   void AdvanceSample();
+  /// A sample of the main pair, 0 while no module writes its channel.
+  float MainOutput(int channel, const float* sample) const;
 
   std::string dllFolder_;
   OversamplingFilter filter_;
@@ -109,7 +116,9 @@ class Halveron final : public AudioEffectX, public EngineContext {
   ClapHostServices* clapHost_ = nullptr;
   std::unique_ptr<SynEditor> rack_;
   std::unique_ptr<WindowEditor> windowEditor_;
-  bool isOpen_ = false;
+  std::atomic<bool> isOpen_ = false;
+  std::atomic<bool> isLoading_ = false;
+  std::atomic<bool> isEdited_ = false;  // by the load that is under way
 };
 
 }  // namespace halveron

@@ -1,4 +1,4 @@
-// What a VST2 host is told of the plug-in: names, pins and abilities.
+// Identity under VST2: names, pins and abilities.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -11,13 +11,13 @@ namespace halveron {
 
 namespace {
 
-bool Tell(std::string_view text, char* target) {
+bool CopyText(std::string_view text, char* target) {
   *std::copy(text.begin(), text.end(), target) = '\0';
   return true;
 }
 
 /// "In L", "In R", "In 3" and so on.
-void TellPin(const char* direction, int index, VstPinProperties* properties) {
+void FillPin(const char* direction, int index, VstPinProperties* properties) {
   constexpr const char* kSides[] = {"L", "R"};
   *properties = {};
   if (index < 2) {
@@ -30,9 +30,9 @@ void TellPin(const char* direction, int index, VstPinProperties* properties) {
 
 }  // namespace
 
-bool Halveron::getEffectName(char* name) { return Tell("Halveron", name); }
-bool Halveron::getVendorString(char* text) { return Tell(kBuiltInVendor, text); }
-bool Halveron::getProductString(char* text) { return Tell("Modular Synth", text); }
+bool Halveron::getEffectName(char* name) { return CopyText("Halveron", name); }
+bool Halveron::getVendorString(char* text) { return CopyText(kBuiltInVendor, text); }
+bool Halveron::getProductString(char* text) { return CopyText("Modular Synth", text); }
 
 int Halveron::canDo(char* text) {
   constexpr std::string_view kAbilities[] = {"receiveVstEvents",
@@ -48,13 +48,13 @@ int Halveron::canDo(char* text) {
 
 bool Halveron::getInputProperties(int index, VstPinProperties* properties) {
   if (index < 0 || index >= kDawInputs) return false;
-  TellPin("In", index, properties);
+  FillPin("In", index, properties);
   return true;
 }
 
 bool Halveron::getOutputProperties(int index, VstPinProperties* properties) {
   if (index < 0 || index >= kDawOutputs) return false;
-  TellPin("Out", index, properties);
+  FillPin("Out", index, properties);
   return true;
 }
 

@@ -2,7 +2,11 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "dsp/fir_design.h"
+#include "framework/oversampling_filters.h"
 
 namespace halveron {
 
@@ -12,6 +16,10 @@ namespace {
 constexpr std::array<int, kOversamplingFilters> kTaps{0,    0,    0,    50,   100,  150,  200,
                                                       300,  400,  600,  800,  1000, 1300, 1600,
                                                       2000, 2600, 3200, 4800, 6400, 12800};
+
+// With damping 1 the poles of a Chamberlin section leave the unit circle where
+// 4 - 2 f - f^2 = 0, at f = sqrt(5) - 1.
+constexpr float kUnstableIirCoefficient = 1.2360679f;
 
 constexpr int kAutoRow = 1;
 constexpr int kAutoDoubleRow = 2;
@@ -34,6 +42,7 @@ void OversamplingFilter::SetIirRate(float hostRate, int factor) {
 }
 
 void OversamplingFilter::Configure(int row, int factor) {
+  if (row == kIirFilterRow && !(iirCoefficient_ < kUnstableIirCoefficient)) row = kDefaultFilterRow;
   firTaps_ = OversamplingFilterTaps(row, factor);
   if (factor > 1 && firTaps_ > 0) {
     dsp::DesignFirFilter(firCoefficients_.data(), firTaps_, dsp::FirWindow::kBlackman,
@@ -55,9 +64,16 @@ void OversamplingFilter::Push(float left, float right) {
   channels_[1].ring[static_cast<std::size_t>(ringIndex_)] = right;
 }
 
-void OversamplingFilter::Decimate(float* left, float* right) const {
-  const auto result = [&](const Channel& channel) {
-    if (firTaps_ == 0) return channel.iirState[3];
+float OversamplingFilter::Channel::Iir() {
+  // An infinity or a NaN would never leave the recursive state.
+  const auto isFinite = [](float state) { return std::isfinite(state); };
+  if (!std::all_of(iirState.begin(), iirState.end(), isFinite)) iirState.fill(0.0f);
+  return iirState[3];
+}
+
+void OversamplingFilter::Decimate(float* left, float* right) {
+  const auto result = [&](Channel& channel) {
+    if (firTaps_ == 0) return channel.Iir();
     return useVectorFir_ ? SumVector(channel.ring.data()) : SumSymmetric(channel.ring.data());
   };
   if (left) *left = result(channels_[0]);

@@ -1,16 +1,13 @@
-// The low-pass that brings the oversampled main output pair back to the host's rate.
+// The low-pass that decimates the oversampled main output pair to the host's rate.
 #pragma once
 
 #include <array>
 #include <vector>
 
-#include "framework/signal.h"
-
 namespace halveron {
 
 inline constexpr int kMaxFirTaps = 12800;
 inline constexpr int kIirFilterRow = 0;
-inline constexpr int kDefaultFilterRow = 1;
 
 /// Taps of a filter row at an oversampling factor; 0 selects the IIR filter.
 int OversamplingFilterTaps(int row, int factor);
@@ -22,13 +19,14 @@ class OversamplingFilter {
  public:
   OversamplingFilter();
 
-  /// Takes the coefficients of a filter row at a factor; not for the audio thread. `hostRate` in
-  /// hertz sets the IIR coefficient, which stays until the next change of factor.
+  /// Takes the coefficients of a filter row at a factor; not for the audio thread. Where the IIR
+  /// filter would be unstable the default row is used instead. `hostRate` in hertz sets the IIR
+  /// coefficient, which stays until the next change of factor.
   void Configure(int row, int factor);
   void SetIirRate(float hostRate, int factor);
 
   void Push(float left, float right);
-  void Decimate(float* left, float* right) const;
+  void Decimate(float* left, float* right);
 
   /// 0 while the IIR filter is in force.
   int FirTaps() const { return firTaps_; }
@@ -40,6 +38,7 @@ class OversamplingFilter {
  private:
   struct Channel {
     std::vector<float> ring;
+    float Iir();
     std::array<float, 4> iirState{};  // band and low of section 1, band and low of section 2
   };
 

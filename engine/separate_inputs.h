@@ -4,20 +4,20 @@
 #include <array>
 #include <vector>
 
-#include "framework/signal.h"
+#include "framework/rack_limits.h"
 
 namespace halveron {
 
 /// A host may give one buffer to an input and an output. The rack reads and writes sample by
-/// sample, in no told order, and may clear its outputs before it reads: an input that shares its
-/// samples with an output is copied first, others are passed on as they are.
+/// sample in no defined order, and may clear its outputs before it reads: an input that overlaps an
+/// output is copied first, others are passed through.
 class SeparateInputs {
  public:
   /// Room for blocks of up to `frames` samples. Not on the audio thread.
   void Prepare(int frames);
 
   /// kDawInputs channels to read from in place of `inputs`, until the next call. Channels may be
-  /// null. A block beyond what was prepared, or beyond 2^18 samples, is passed on as it is. Audio
+  /// null. A block longer than was prepared, or than 2^18 samples, is passed through. Audio
   /// thread.
   float* const* Of(float* const* inputs, float* const* outputs, int frames);
 

@@ -2,7 +2,7 @@
 // of both directions and the records that travel with them, with the published numbers and the
 // layout of 64-bit systems. Nothing here has behaviour; `AudioEffect` and `AudioEffectX` do.
 //
-// Events and transport stand in framework/host_events.h, because modules use them too.
+// Events and transport are in framework/host_events.h, because modules use them too.
 #pragma once
 
 #include <cstddef>
@@ -379,7 +379,7 @@ struct VstSpeakerProperties {
   char future[28];
 };
 
-/// Speakers of all inputs or all outputs; `speakers` goes on behind the struct where there are
+/// Speakers of all inputs or all outputs; `speakers` extends beyond the struct where there are
 /// more.
 struct VstSpeakerArrangement {
   std::int32_t type;  ///< `VstSpeakerArrangementType`.

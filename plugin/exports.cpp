@@ -1,4 +1,4 @@
-// The plug-in's entry points, one file for both interfaces. Nothing else leaves the library.
+// The plug-in's entry points, one file for both interfaces. Nothing else is exported.
 #include <new>
 
 #include "engine/clap_abi.h"
@@ -12,9 +12,9 @@ namespace {
 using halveron::AEffect;
 using halveron::Halveron;
 
-// A host that scans loads and unloads us many times over, and with us what draws our panels. Two
-// kinds of libraries do not bear that: Pango's tell a library that stays of their types, and may do
-// so only once; and the one beneath Cairo takes 12 kB at each load, which it never gives back.
+// A scanning host loads and unloads the plug-in many times, and its drawing libraries with it. Two
+// of these do not support that: Pango registers its types with a library that stays loaded, which
+// works only once; and pixman leaks 12 kB at each load.
 void KeepLibraries() {
   for (const char* name : {"libpango-1.0.so.0", "libpangoft2-1.0.so.0", "libpangocairo-1.0.so.0",
                            "libpixman-1.so.0"}) {

@@ -12,7 +12,7 @@ namespace halveron {
 
 std::string EncodeBase64(std::span<const std::byte> bytes);
 
-/// None for text that the encoder cannot have written.
+/// None for text that the encoder cannot produce.
 std::optional<std::vector<std::byte>> DecodeBase64(std::string_view text);
 
 }  // namespace halveron

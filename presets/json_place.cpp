@@ -131,12 +131,12 @@ JsonPlace::Json ParseJson(const std::string& text, const std::string& file) {
   try {
     auto document = JsonPlace::Json::parse(text, watch);
     if (!repeatedKey.empty()) {
-      throw FileError(file, "", "the key " + Quoted(repeatedKey) + " stands twice in one object",
-                      "take one of them out");
+      throw FileError(file, "", "the key " + Quoted(repeatedKey) + " is used twice in one object",
+                      "remove one of them");
     }
     return document;
   } catch (const nlohmann::json::parse_error& error) {
-    // The library counts the byte after the last one that it read.
+    // The library reports the byte after the last one that it read.
     throw FileError(file, LineAndColumn(text, error.byte > 0 ? error.byte - 1 : 0), CauseOf(error));
   } catch (const nlohmann::json::exception& error) {
     throw FileError(file, "", CauseOf(error));

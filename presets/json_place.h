@@ -1,4 +1,4 @@
-// A value in a JSON document together with where it stands, for messages that lead to it.
+// A value in a JSON document with its path, for error messages.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -18,9 +18,9 @@ class JsonPlace {
   /// Throws platform::FileError with this place.
   [[noreturn]] void Fail(const std::string& cause, const std::string& remedy = {}) const;
 
-  /// Refuses what is no object and keys that are not among `known`.
+  /// Fails unless the value is an object with keys from `known` only.
   void RequireObject(const std::vector<std::string>& known) const;
-  /// The value of a key of an object, if it is there.
+  /// The value of a key of an object, if present.
   std::optional<JsonPlace> Find(const std::string& key) const;
   JsonPlace Require(const std::string& key) const;
   /// The values of an array, or of an object with their keys.
@@ -31,7 +31,7 @@ class JsonPlace {
   double Number() const;
   bool Flag() const;
   std::string Text() const;
-  /// The value as it stands in the file.
+  /// The value as JSON text.
   std::string Shown() const { return value_.dump(); }
 
  private:
@@ -40,7 +40,7 @@ class JsonPlace {
   std::string path_;
 };
 
-/// Parses a document; syntax errors tell line and column, a key that stands twice is one.
+/// Parses a document. Syntax errors have line and column; repeated keys are errors.
 JsonPlace::Json ParseJson(const std::string& text, const std::string& file);
 
 }  // namespace halveron

@@ -18,12 +18,25 @@ std::vector<SettableControl> SettableControls(const Module& module) {
   return found;
 }
 
-std::vector<PatchPoint*> PointsFor(const Module& module, CableEnd end) {
-  const int otherType = end == CableEnd::kOrigin ? kInputPoint : kOutputPoint;
+std::vector<PatchPoint*> ReachablePoints(const Module& module) {
   std::vector<PatchPoint*> found;
   for (CView* view : module.children()) {
     auto* point = dynamic_cast<PatchPoint*>(view);
-    if (point && point->type != otherType) found.push_back(point);
+    if (point && point->isVisible()) found.push_back(point);
+  }
+  return found;
+}
+
+bool MayConnect(const PatchPoint& a, const PatchPoint& b) {
+  return &a != &b && a.isVisible() && b.isVisible() && a.twoState == b.twoState &&
+         (a.type != b.type || a.type == kEitherPoint);
+}
+
+std::vector<PatchPoint*> PointsFor(const Module& module, CableEnd end) {
+  const int otherType = end == CableEnd::kOrigin ? kInputPoint : kOutputPoint;
+  std::vector<PatchPoint*> found;
+  for (PatchPoint* point : ReachablePoints(module)) {
+    if (point->type != otherType) found.push_back(point);
   }
   return found;
 }

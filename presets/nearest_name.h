@@ -1,4 +1,4 @@
-// The known name that a mistyped one was most likely meant to be.
+// The known name that is most similar to a mistyped one.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// A rack as its saved bytes tell it: plain values that hold together, with no module made yet.
+// The contents of a preset as plain values.
 #pragma once
 
 #include <cstddef>
@@ -10,10 +10,10 @@
 
 namespace halveron {
 
-/// The version that is written. Later ones are refused.
+/// The version that is written, and the latest that is read.
 inline constexpr int kPresetVersion = 2211;
 
-/// Versions from which on a field is there.
+/// First versions that have a field.
 inline constexpr int kClipLevelVersion = 1300;
 inline constexpr int kVoicesVersion = 2000;  ///< voices of the rack, mono of a module
 inline constexpr int kHighestParameterVersion = 2001;
@@ -22,7 +22,7 @@ struct PresetModule {
   std::string name;
   std::string vendor;
   int version = 1000;       ///< of the module's own data
-  int controlCount = 0;     ///< for information: nothing is sized by it
+  int controlCount = 0;     ///< informative
   int patchPointCount = 0;  ///< at most one for each entry of `indices`
   int x = 0;                ///< left edge in pixels at the reference scale
   int y = 0;                ///< top edge, likewise
@@ -37,7 +37,7 @@ struct PresetModule {
   bool operator==(const PresetModule&) const = default;
 };
 
-/// Ends are counted over the patch points of all modules, in order.
+/// Patch point indices count over all modules, in order.
 struct PresetCable {
   int from = 0;
   int to = 0;
@@ -49,15 +49,15 @@ struct PresetCable {
 struct PresetDocument {
   int version = kPresetVersion;
   int rows = 3;
-  int largestBlock = 0;                      ///< bytes, as read; the writer finds its own
+  int largestBlock = 0;                      ///< bytes, as read; the writer computes it
   int oversamplingFactor = 1;                ///< 1, 2, 4 ... 256
   int oversamplingFilter = 1;                ///< row of the menu, 0 to 19
-  int patchPointCount = 0;                   ///< of all modules, as read; the writer finds its own
+  int patchPointCount = 0;                   ///< of all modules, as read; the writer computes it
   int voices = 1;                            ///< 1 to 16; always 1 below kVoicesVersion
   std::optional<int> highestParameterIndex;  ///< -1 to 999; from kHighestParameterVersion on
   std::string author;
   std::string description;
-  /// False for a text that takes no byte at all, not even its NUL; such a text is empty.
+  /// False for an empty text that was stored without even a NUL.
   bool hasAuthorBytes = true;
   bool hasDescriptionBytes = true;
   std::vector<PresetModule> modules;
@@ -72,7 +72,7 @@ struct PresetDocument {
   }
 
  public:
-  /// Leaves out the two fields that follow from the modules.
+  /// Ignores largestBlock and patchPointCount, which follow from the modules.
   bool operator==(const PresetDocument& other) const { return Content() == other.Content(); }
 };
 

@@ -10,25 +10,29 @@
 
 #include "framework/byte_io.h"
 #include "framework/cable.h"
-#include "framework/signal.h"
+#include "framework/oversampling_filters.h"
+#include "framework/rack_limits.h"
 
 namespace halveron {
 
 namespace {
 
 constexpr int kHeaderSize = 28;
+/// Higher numbers are not versions; the first four characters of a text, for example, are far
+/// above.
+constexpr int kLastPlausibleVersion = 99'999;
 constexpr int kModuleNumbersSize = 31;
 constexpr int kCableHeaderSize = 8;
 constexpr int kCableSize = 12;
 constexpr int kLowest = std::numeric_limits<int>::min();
 constexpr int kHighest = std::numeric_limits<int>::max();
 
-/// Ends a read.
+/// Thrown to end a read.
 struct Refusal {
   PresetError error;
 };
 
-/// Where in the layout we are, for messages.
+/// The current record, for messages.
 class Place {
  public:
   void Enter(const char* list, std::size_t index) {
@@ -45,14 +49,14 @@ class Place {
   std::size_t index_ = 0;
 };
 
-/// Takes the fields that a layout names from bytes.
+/// Reads the fields that a layout names from bytes.
 class Source {
  public:
   explicit Source(std::span<const std::byte> bytes) : reader_(bytes.data(), bytes.size()) {}
 
   Place place;
 
-  /// Messages are made only when they are needed.
+  /// `complaint` builds the message, on failure only.
   template <class Complaint>
   void Require(bool holds, Complaint&& complaint,
                PresetFault fault = PresetFault::kInconsistent) const {
@@ -72,7 +76,16 @@ class Source {
     Take(name, ignored);
   }
 
-  /// A number of things that take at least so many bytes each, all still to come.
+  void Version(int& version) {
+    Take("version", version);
+    Require(
+        version >= 0 && version <= kLastPlausibleVersion,
+        [&] { return std::to_string(version) + " is not a preset version"; },
+        PresetFault::kNotAPreset);
+    if (version > kPresetVersion) RefuseLater(version);
+  }
+
+  /// A number of records that follow, each of at least so many bytes.
   void Count(const char* name, int& count, std::size_t leastBytesEach) {
     Integer(name, count, 0);
     Require(
@@ -102,7 +115,7 @@ class Source {
     return *value;
   }
 
-  /// Text up to its NUL, whatever the size before it says.
+  /// Text up to its NUL; the size before it is ignored.
   void Name(const char* name, std::string& text) {
     Constant(name, 0);
     Path(name, text);
@@ -119,7 +132,7 @@ class Source {
     text = *taken;
   }
 
-  /// Text that takes the bytes that the size before it says.
+  /// Text in a field of the size before it.
   void SizedText(const char* name, std::string& text, bool& hasBytes) {
     int size = 0;
     Count(name, size, 1);
@@ -142,12 +155,11 @@ class Source {
     });
     const auto bytes = reader_.Take(static_cast<std::size_t>(size));
     Require(bytes.size() % sizeof(T) == 0,
-            [&] { return std::string(name) + " is no row of whole numbers"; });
+            [&] { return std::string(name) + " is not a list of 32-bit numbers"; });
     block.resize(bytes.size() / sizeof(T));
     if (!bytes.empty()) std::memcpy(block.data(), bytes.data(), bytes.size());
   }
 
-  /// Room for as many as a count that was checked says.
   template <class T>
   void Fit(std::vector<T>& list, int count) {
     list.resize(static_cast<std::size_t>(count));
@@ -166,6 +178,27 @@ class Source {
     if (!reader_.Read(value)) {
       Refuse(PresetFault::kTruncated, "the bytes end at " + std::string(name));
     }
+  }
+
+  /// A later version is accepted as such only with a complete and plausible header.
+  [[noreturn]] void RefuseLater(int version) {
+    constexpr const char* kName = "header of a later version";
+    int headerSize = 0, rows = 0, largestBlock = 0, factor = 0, filter = 0;
+    int modules = 0, patchPoints = 0;
+    Take(kName, headerSize);
+    const bool isWhole =
+        headerSize >= kHeaderSize && reader_.Remaining() >= static_cast<std::size_t>(headerSize);
+    for (int* field : {&rows, &largestBlock, &factor, &filter, &modules, &patchPoints}) {
+      Take(kName, *field);
+    }
+    const bool isPlausible = rows >= 1 && rows <= kMostRackRows && largestBlock >= 0 &&
+                             factor >= 1 && (factor & (factor - 1)) == 0 && filter >= 0 &&
+                             modules >= 0 && patchPoints >= 0;
+    Require(
+        isWhole && isPlausible, [&] { return std::string(kName) + " does not hold together"; },
+        PresetFault::kNotAPreset);
+    Refuse(PresetFault::kLaterVersion, "version " + std::to_string(version) + " is later than " +
+                                           std::to_string(kPresetVersion));
   }
 
   [[noreturn]] void Refuse(PresetFault fault, const std::string& complaint) const {
@@ -195,6 +228,7 @@ class Sink {
     Append(&value, sizeof(value));
   }
   void Constant(const char* name, int value) { Integer(name, value); }
+  void Version(int version) { Integer("version", version, 0, kPresetVersion); }
   void Count(const char* name, int count, std::size_t) { Integer(name, count, 0); }
   void Flag(const char*, bool flag) {
     const unsigned char byte = flag ? 1 : 0;
@@ -223,7 +257,7 @@ class Sink {
     std::string_view clean = UpToNul(path);
     if (clean.size() >= kMostPresetTextBytes) {
       std::size_t end = kMostPresetTextBytes - 1;
-      // Not within a letter of several bytes.
+      // Not within a multi-byte character.
       while (end > 0 && (static_cast<unsigned char>(clean[end]) & 0xC0) == 0x80) --end;
       clean = clean.substr(0, end);
     }
@@ -268,7 +302,7 @@ class Sink {
   }
 };
 
-/// What the header tells of all that follows.
+/// Sizes and counts of the header and the cable section.
 struct Counts {
   int largestBlock = 0;
   int modules = 0;
@@ -283,18 +317,12 @@ std::size_t LeastModuleBytes(int version) {
          (version >= kVoicesVersion ? 1 : 0);
 }
 
-// The layout stands once: with a Source, Document is what is filled, with a Sink it is const.
+// One layout for both directions: with a Source it fills the document, with a Sink the document is
+// const.
 
 template <class Stream, class Document>
 void LayOutHeader(Stream& stream, Document& document, Counts& counts) {
-  stream.Integer("version", document.version, 0);
-  stream.Require(
-      document.version <= kPresetVersion,
-      [&] {
-        return "version " + std::to_string(document.version) + " is later than " +
-               std::to_string(kPresetVersion);
-      },
-      PresetFault::kLaterVersion);
+  stream.Version(document.version);
   stream.Constant("header size", kHeaderSize);
   stream.Integer("rows", document.rows, 1, kMostRackRows);
   stream.Count("largest block", counts.largestBlock, 1);

@@ -1,8 +1,8 @@
 // The binary layout of a rack, as a file and as the chunk that a host keeps.
 //
-// Integers are 32 bits wide and little-endian, floats single precision, flags single bytes, nothing
-// is aligned. There is no magic number and no checksum, so a reader's only defence is that all of
-// it must hold together. Neither operation is for the audio thread.
+// Integers are 32 bits wide and little-endian, floats single precision, flags single bytes; nothing
+// is aligned. The format has no magic number and no checksum, so the reader checks every field
+// against its range and against the others. Not for the audio thread.
 #pragma once
 
 #include <cstddef>
@@ -21,9 +21,10 @@ enum class PresetForm {
 };
 
 enum class PresetFault {
-  kTruncated,     ///< the bytes end before the layout does, or a size tells of more than follows
-  kInconsistent,  ///< a value that no writer can have meant
-  kLaterVersion,  ///< nothing behind the version was looked at
+  kTruncated,     ///< the bytes end too early, or a size or count exceeds them
+  kInconsistent,  ///< a value out of range, or two that contradict each other
+  kNotAPreset,    ///< no plausible version and header
+  kLaterVersion,  ///< a plausible header of a later version; the rest is not read
 };
 
 struct PresetError {
@@ -34,33 +35,31 @@ struct PresetError {
 
 struct PresetReadResult {
   std::optional<PresetDocument> document;
-  PresetError error;  ///< tells why there is no document
+  PresetError error;  ///< why there is no document
 };
 
-/// Texts in a module's record and the path before a chunk take at most this many bytes, NUL
-/// included.
+/// Limit of names, vendors and the path before a chunk, in bytes with the NUL.
 inline constexpr std::size_t kMostPresetTextBytes = 520;
-/// Positions lie within this on either side of 0: beyond, a float does not hold every pixel.
+/// Limit of positions on either side of 0; a float represents every integer up to here.
 inline constexpr int kFarthestPresetPosition = 1 << 24;
 
-/// Reads versions 0 to kPresetVersion. Memory is taken only for what the bytes really hold.
+/// Reads versions 0 to kPresetVersion. Allocates no more than the bytes justify.
 ///
-/// Ignored, as always: the fixed sizes of header, records and sections, the sizes of names, and
-/// control counts. Author and description end at their first NUL. The largest block may be larger
-/// than the blocks ask for. A chunk may be followed by what a host padded it with, a file ends
-/// behind its last cable.
+/// Ignored: the fixed sizes of header, records and sections, the sizes of names, and control
+/// counts. Author and description end at their first NUL. The largest block may be larger than any
+/// block. Bytes may follow a chunk, since hosts pad it, but not a file.
 ///
 /// Refused as inconsistent: sizes and counts below 0; texts without a NUL within their limit; flags
-/// other than 0 and 1; blocks above the largest block; index blocks that are no whole numbers;
-/// modules with more patch points than indices; a patch point count that is not the modules' sum;
-/// cables to patch points that are not there; clip levels that are not finite; and anything outside
-/// the ranges that PresetDocument gives.
+/// other than 0 and 1; blocks above the largest block; index blocks that are not a multiple of 4
+/// bytes; modules with more patch points than indices; a patch point count that is not the modules'
+/// sum; cables to patch points that do not exist; clip levels that are not finite; and anything
+/// outside the ranges in PresetDocument.
 PresetReadResult ReadPreset(std::span<const std::byte> bytes, PresetForm form);
 
-/// The bytes in the layout of the document's version, which ReadPreset turns back into an equal
-/// document. Texts are written up to their first NUL, and a path before a chunk that is too long is
-/// cut: it only names the preset. The file form leaves the path out. Throws std::invalid_argument
-/// for a document that ReadPreset would refuse, or that lacks a value that its version has.
+/// The bytes in the layout of the document's version; ReadPreset gives an equal document. Texts are
+/// written up to their first NUL. The path before a chunk only names the preset and is cut at the
+/// limit; the file form has none. Throws std::invalid_argument for a document that ReadPreset would
+/// refuse, or that lacks a field of its version.
 std::vector<std::byte> WritePreset(const PresetDocument& document, PresetForm form);
 
 }  // namespace halveron

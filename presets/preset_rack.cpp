@@ -2,10 +2,14 @@
 
 #include <bit>
 #include <mutex>
+#include <set>
+#include <utility>
 
 #include "dsp/shaping.h"
 #include "framework/module.h"
 #include "framework/rack_model.h"
+#include "presets/module_roles.h"
+#include "presets/scratch_rack.h"
 
 namespace halveron {
 
@@ -15,17 +19,21 @@ int ToUnits(double pixels) { return dsp::RoundHalfDown(static_cast<float>(pixels
 
 double ToPixels(int units) { return dsp::RoundHalfDown(static_cast<float>(units) * uiScale); }
 
-PresetModule CaptureModule(Module& module, int* nextPoint) {
-  if (module.nbControls < 0) module.CountControls();
+std::string FailureOf(const PresetModule& record, const RackModel& rack) {
+  return record.name + " " + record.vendor + rack.ModuleFailureText();
+}
+
+PresetModule CaptureModule(Module& module, const CPoint& corner, int* nextPoint) {
+  if (module.GetNbControls() < 0) module.CountControls();
   PresetModule record;
   record.name = module.GetName();
   record.vendor = module.GetVendorName();
   record.version = module.GetVersion();
-  record.controlCount = module.nbControls;
-  record.patchPointCount = module.nbPatchPoints;
+  record.controlCount = module.GetNbControls();
+  record.patchPointCount = module.GetNbPatchPoints();
   module.NumberPatchPoints(nextPoint);
-  record.x = ToUnits(module.getViewSize().left);
-  record.y = ToUnits(module.getViewSize().top);
+  record.x = ToUnits(corner.x);
+  record.y = ToUnits(corner.y);
   record.oversampled = module.oversampled;
   record.alwaysOn = module.alwaysOn;
   record.bandlimitMode = module.GetBandlimitMode();
@@ -39,16 +47,13 @@ PresetModule CaptureModule(Module& module, int* nextPoint) {
   return record;
 }
 
-/// Makes the rack of one document, module by module.
+/// Builds the rack of one document.
 class PresetLoader {
  public:
   PresetLoader(const PresetDocument& document, RackModel& rack)
       : document_(document), rack_(rack) {}
 
-  bool Run() {
-    for (Module* module : rack_.modules[0]) {
-      rack_.ForEachVoice(module, [](Module& instance) { instance.ModuleRemoved(); });
-    }
+  PresetOutcome Run() {
     rack_.RemoveAllModules();
     rack_.RequestRedraw();
     rack_.SetRows(document_.rows);
@@ -57,33 +62,29 @@ class PresetLoader {
         std::countr_zero(static_cast<unsigned>(document_.oversamplingFactor)));
     {
       PatchEdit edit(rack_);
-      rack_.ReleaseNotes(0);
-      if (rack_.engine.voiceCount != document_.voices) rack_.ApplyVoiceCount(document_.voices);
-      rack_.highestParameterIndex = -1;
+      rack_.voices.ReleaseNotes(0);
+      if (rack_.engine.voiceCount != document_.voices)
+        rack_.voices.ApplyVoiceCount(document_.voices);
+      rack_.parameters.highestParameterIndex = -1;
       rack_.author = document_.author;
       rack_.description = document_.description;
       for (const PresetModule& record : document_.modules) {
-        if (!LoadModule(record)) return false;
+        if (!LoadModule(record)) return {FailureOf(record, rack_)};
       }
       if (document_.highestParameterIndex) {
-        rack_.highestParameterIndex = *document_.highestParameterIndex;
+        rack_.parameters.highestParameterIndex = *document_.highestParameterIndex;
       }
       for (const PresetCable& cable : document_.cables) Connect(cable);
     }
-    rack_.ResetPolyphonyIfUnused();
-    return true;
+    rack_.voices.ResetPolyphonyIfUnused();
+    return {};
   }
 
  private:
   bool LoadModule(const PresetModule& record) {
-    const int keptIndex = rack_.highestParameterIndex;
+    const int keptIndex = rack_.parameters.highestParameterIndex;
     Module* module = MakeInstances(record);
-    if (!module) {
-      rack_.ShowDialog(
-          {"Module failed",
-           record.name + " " + record.vendor + " failed to load properly or was not found!", 600});
-      return false;
-    }
+    if (!module) return false;
     CRect place = module->getViewSize();
     place.moveTo(ToPixels(record.x), ToPixels(record.y));
     module->setViewSize(place);
@@ -100,11 +101,11 @@ class PresetLoader {
       instance.LoadPreset(record.data.data(), static_cast<int>(record.data.size()), record.version);
     });
     module->UnregisterControls();
-    rack_.highestParameterIndex = keptIndex;
+    rack_.parameters.highestParameterIndex = keptIndex;
     module->LoadPatchPointIndices(
         record.indices.data(), static_cast<unsigned>(record.indices.size() * sizeof(std::int32_t)));
-    // A module may have fewer points than when it was saved; the places of the others stay empty,
-    // so that the points behind keep their numbers.
+    // A module may have fewer points than when it was saved; the others stay null, so that the
+    // points of later modules keep their numbers.
     std::vector<PatchPoint*> points(static_cast<std::size_t>(record.patchPointCount));
     int count = 0;
     module->CollectPatchPoints(points.data(), &count, record.patchPointCount);
@@ -112,12 +113,12 @@ class PresetLoader {
     return true;
   }
 
-  /// The instances of a record, last in the rack; null if one cannot be made. Before modules could
-  /// choose, the class decided whether it runs in one instance.
+  /// Adds the instances of a record; null if one cannot be made. Old versions have no mono flag:
+  /// the class decides.
   Module* MakeInstances(const PresetModule& record) {
     Module* module = rack_.AddModule(record.name, record.vendor);
     if (module && record.mono && *record.mono != module->mono &&
-        !rack_.SetModuleMono(module, *record.mono)) {
+        !rack_.voices.SetModuleMono(module, *record.mono)) {
       rack_.RemoveModule(module, true);
       return nullptr;
     }
@@ -127,9 +128,12 @@ class PresetLoader {
   void Connect(const PresetCable& cable) {
     PatchPoint* from = points_[static_cast<std::size_t>(cable.from)];
     PatchPoint* to = points_[static_cast<std::size_t>(cable.to)];
-    if (!from || !to || from == to || from->twoState != to->twoState) return;
-    if (from->type == to->type && from->type != kEitherPoint) return;
-    rack_.ConnectCable(from, to, cable.colour, 0);
+    if (!from || !to || !MayConnect(*from, *to)) return;
+    // A point that goes either way and receives already does not send as well.
+    const bool swapped = from->type == kOutputPoint || to->type == kInputPoint;
+    const PatchPoint* origin = swapped ? from : to;
+    if (origin->firstCable && origin->firstCable->destination == origin) return;
+    rack_.cables.ConnectCable(from, to, cable.colour, 0);
   }
 
   const PresetDocument& document_;
@@ -145,16 +149,16 @@ PresetDocument CapturePreset(RackModel& rack) {
   document.oversamplingFactor = rack.engine.oversamplingFactor;
   document.oversamplingFilter = rack.engine.filterMenuIndex;
   document.voices = rack.engine.voiceCount;
-  document.highestParameterIndex = rack.highestParameterIndex;
+  document.highestParameterIndex = rack.parameters.highestParameterIndex;
   document.author = rack.author;
   document.description = rack.description;
   const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {
-    document.modules.push_back(CaptureModule(*module, &nextPoint));
+    document.modules.push_back(CaptureModule(*module, rack.RestingCorner(*module), &nextPoint));
   }
   document.patchPointCount = nextPoint;
-  for (const Cable* cable = rack.cableList.head; cable; cable = cable->next) {
+  for (const Cable* cable = rack.cables.cableList.head; cable; cable = cable->next) {
     if (cable->voiceTag != 0) continue;
     document.cables.push_back(
         {cable->destination->patchIndex, cable->origin->patchIndex, cable->colour});
@@ -162,8 +166,18 @@ PresetDocument CapturePreset(RackModel& rack) {
   return document;
 }
 
-bool ApplyPreset(const PresetDocument& document, RackModel& rack) {
+PresetOutcome ApplyPreset(const PresetDocument& document, RackModel& rack) {
   return PresetLoader(document, rack).Run();
+}
+
+PresetOutcome TryModules(const PresetDocument& document, RackModel& rack) {
+  ScratchRack scratch(rack);
+  std::set<std::pair<std::string, std::string>> tried;
+  for (const PresetModule& record : document.modules) {
+    if (!tried.emplace(record.name, record.vendor).second) continue;
+    if (!scratch.Add(record.name, record.vendor)) return {FailureOf(record, scratch.Rack())};
+  }
+  return {};
 }
 
 }  // namespace halveron

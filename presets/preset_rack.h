@@ -1,5 +1,7 @@
-// Between a rack and the document of its preset.
+// Converts between a rack and the document of its preset.
 #pragma once
+
+#include <string>
 
 #include "presets/preset_document.h"
 
@@ -7,15 +9,25 @@ namespace halveron {
 
 class RackModel;
 
-/// The rack as a preset of the present version would save it. Takes the processing lock while it
-/// reads the modules.
+/// The rack as a preset of the current version. Takes the processing lock while it reads the
+/// modules.
 PresetDocument CapturePreset(RackModel& rack);
 
-/// Replaces what is in the rack by a document that ReadPreset or CapturePreset gave: geometry,
+/// Whether all modules of a preset could be made.
+struct PresetOutcome {
+  /// The user's message about the first module that could not be made; empty on success.
+  std::string failure;
+
+  explicit operator bool() const { return failure.empty(); }
+};
+
+/// Replaces the contents of the rack by a document from ReadPreset or CapturePreset: geometry,
 /// oversampling, voices, texts, each module with its values and parameters, and last the cables.
-///
-/// False if a module cannot be made: the modules before it stay, without cables, and the user is
-/// told which one it was. Cables that join what cannot be joined are left out.
-bool ApplyPreset(const PresetDocument& document, RackModel& rack);
+/// If a module cannot be made, the modules before it stay, without cables. Cables between points
+/// that cannot be connected are left out.
+PresetOutcome ApplyPreset(const PresetDocument& document, RackModel& rack);
+
+/// Whether the modules of a preset can be made, tried in a rack of its own. `rack` does not change.
+PresetOutcome TryModules(const PresetDocument& document, RackModel& rack);
 
 }  // namespace halveron

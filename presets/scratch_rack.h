@@ -1,4 +1,4 @@
-// A rack beside the one that plays, to make modules in and ask them what they accept.
+// A rack that does not play, to create modules in and query them.
 #pragma once
 
 #include "framework/engine_context.h"
@@ -8,7 +8,7 @@ namespace halveron {
 
 class ScratchRack {
  public:
-  /// Makes modules by the same maker, with one voice, at the rates of `original`'s engine.
+  /// Uses the maker and the rates of `original`, with one voice.
   explicit ScratchRack(RackModel& original)
       : engine_(original.engine), rack_(engine_, original.Maker()) {}
 

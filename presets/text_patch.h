@@ -1,9 +1,10 @@
-// The rack as readable text: what people write, compare and keep under version control.
+// The rack as text, to be written, compared and kept under version control.
 //
-// Reading takes two steps. Parsing checks all that the text tells by itself; applying checks it
-// against the modules that it names and touches the rack only when all holds. Everything that is
-// refused is thrown as a platform::FileError that tells file, place, cause and the nearest name
-// that would be valid. Not for the audio thread.
+// Parsing checks the text by itself. Applying checks it against the modules that it names, and
+// changes the rack only if all is valid. Errors are thrown as platform::FileError with file, place,
+// cause and the nearest valid name. What a preset may hold but the panel cannot set, such as a
+// control value out of range, is taken with a warning: the text of every preset can be read. Not
+// for the audio thread.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +22,7 @@ namespace halveron {
 class RackModel;
 
 struct TextPatch {
-  /// Grid position of a module's top left corner; fractions lie between the lines of the grid.
+  /// Top left corner of a module in grid units; fractions lie off the grid.
   struct Place {
     double row;
     double column;
@@ -31,17 +32,17 @@ struct TextPatch {
     std::string id;
     std::string name;
     std::string vendor;
-    std::optional<Place> place;  ///< none: beside the module before it
-    /// By role, in the control's own range. Those not told have their defaults.
+    std::optional<Place> place;  ///< none: the next free place
+    /// By role, in the control's own range; others have their defaults.
     std::vector<std::pair<std::string, double>> controls;
     std::optional<bool> mono;
     std::optional<bool> alwaysOn;
     std::optional<bool> oversampled;
     std::optional<int> bandlimit;
     std::optional<float> clipLevel;  ///< linear
-    /// What the module's preset holds beyond its control values.
+    /// The module's preset data after its control values.
     std::optional<std::vector<std::byte>> data;
-    /// Host parameter of each control that has one, by role; none: as they come.
+    /// Host parameter of each control that has one, by role; none: assigned in order.
     std::optional<std::vector<std::pair<std::string, int>>> parameters;
   };
 
@@ -50,11 +51,10 @@ struct TextPatch {
     std::string fromRole;
     std::string toId;
     std::string toRole;
-    int colour = 1;  ///< 1 to 6; MIDI cables have their own whatever this says
+    int colour = 1;  ///< 1 to 6; ignored for MIDI cables
   };
 
   static constexpr int kVersion = 1;
-  static constexpr int kMostColumns = 10000;
 
   int rows = 3;
   int voices = 1;
@@ -62,7 +62,7 @@ struct TextPatch {
   std::string description;
   int oversamplingFactor = 1;
   int oversamplingFilter = 1;
-  std::optional<int> highestParameter;  ///< host parameter behind which new modules go on
+  std::optional<int> highestParameter;  ///< new controls get host parameters above this
   std::vector<ModuleEntry> modules;
   std::vector<CableEntry> cables;
 };
@@ -71,38 +71,43 @@ struct TextPatch {
 struct KnownModule {
   std::string name;
   std::string vendor;
-  bool canBeMade;  ///< false: planned, but not there yet
+  bool canBeMade;  ///< false: planned
 };
 
 /// The colours that a voltage cable may have, from 1 on.
 inline constexpr const char* kCableColourNames[kCableColours] = {"Red",  "Green",  "Blue",
                                                                  "Gray", "Orange", "Purple"};
 
-/// `file` is told in messages.
+/// `file` is for messages.
 TextPatch ParseTextPatch(const std::string& text, const std::string& file);
 TextPatch ReadTextPatch(const std::string& path);
 
-/// The preset that such a patch makes. `rack` serves to make modules beside it and stays as it is.
+/// Lines for the user, with file and place.
+using PatchWarnings = std::vector<std::string>;
+
+/// The preset of a patch. `rack` provides the module maker and does not change.
 PresetDocument ToPreset(const TextPatch& patch, const std::string& file, RackModel& rack,
-                        std::span<const KnownModule> known);
+                        std::span<const KnownModule> known, PatchWarnings* warnings = nullptr);
 
-/// Replaces what is in the rack, as loading that preset does. When this throws, the rack is as it
-/// was.
+/// Replaces the contents of the rack, as loading that preset does. If this throws, the rack has not
+/// changed.
 void ApplyTextPatch(const TextPatch& patch, const std::string& file, RackModel& rack,
-                    std::span<const KnownModule> known);
+                    std::span<const KnownModule> known, PatchWarnings* warnings = nullptr);
 
-/// The patch of a preset, down to its last bit: ToPreset gives an equal document again. The preset
-/// and its modules' data are of the present versions; `rack` serves to make modules beside it.
-/// Throws a FileError without a file for a module that cannot be made.
+/// The patch of a preset. Exact: for a preset that was saved from a rack, ToPreset gives an equal
+/// document. Left out is what loading the preset leaves out, too: values that are not finite, and
+/// cables between points that cannot be connected. The preset and its modules' data must be of the
+/// current versions; `rack` provides the module maker. Throws a FileError without a file for a
+/// module that cannot be made.
 TextPatch ToText(const PresetDocument& preset, RackModel& rack);
 
-/// The patch that makes such a rack.
+/// The patch of a rack.
 TextPatch DescribeRack(RackModel& rack);
 
-/// Whether every module of a preset can be made, and its data are of the version that it saves now.
+/// Whether every module of a preset can be made and its data are of the version that is saved now.
 bool IsOfPresentVersions(const PresetDocument& preset, RackModel& rack);
 
-/// Text that parses to the same patch, always the same for the same patch.
+/// Deterministic text that parses to an equal patch.
 std::string FormatTextPatch(const TextPatch& patch);
 
 }  // namespace halveron

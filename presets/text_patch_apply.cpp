@@ -23,7 +23,7 @@ namespace {
 using ModuleEntry = TextPatch::ModuleEntry;
 using CableEntry = TextPatch::CableEntry;
 
-/// Modules without a place of their own fill rows up to this column.
+/// Modules without a place fill rows up to this column.
 constexpr int kAutomaticColumns = 64;
 
 std::string Shown(double value) {
@@ -37,7 +37,7 @@ int ColumnsOf(const Module& module) {
                                                   std::max(panelUnitWidth, 1))));
 }
 
-/// Puts the control values of the entry into what the module has saved.
+/// Writes the control values of the entry into a preset of the module.
 void OverwriteControls(std::vector<std::byte>& preset, const Module& module,
                        const ModuleEntry& entry) {
   for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
@@ -49,7 +49,7 @@ void OverwriteControls(std::vector<std::byte>& preset, const Module& module,
   }
 }
 
-/// What a preset of the module would hold if it had been saved with the settings of the entry.
+/// The module's preset with the settings of the entry.
 std::vector<std::byte> PresetOf(Module& module, const ModuleEntry& entry) {
   const auto controlBytes = static_cast<std::size_t>(module.GetControlValuesSize());
   std::vector<std::byte> preset(static_cast<std::size_t>(module.GetPresetSize()));
@@ -62,14 +62,14 @@ std::vector<std::byte> PresetOf(Module& module, const ModuleEntry& entry) {
   return preset;
 }
 
-/// Checks a patch against modules made for that purpose.
+/// Checks a patch against modules in a scratch rack.
 class PatchCheck {
  public:
   PatchCheck(const TextPatch& patch, const std::string& file, RackModel& rack,
-             std::span<const KnownModule> known)
-      : patch_(patch), file_(file), known_(known), scratch_(rack) {}
+             std::span<const KnownModule> known, PatchWarnings* warnings)
+      : patch_(patch), file_(file), known_(known), warnings_(warnings), scratch_(rack) {}
 
-  /// What a preset of the patch's rack would hold.
+  /// The preset of the patch's rack.
   PresetDocument Run() {
     for (std::size_t i = 0; i < patch_.modules.size(); ++i) CheckModule(i);
     PlaceModules();
@@ -93,6 +93,10 @@ class PatchCheck {
     throw FileError(file_, place, cause, remedy);
   }
 
+  void Warn(const std::string& place, const std::string& cause) const {
+    if (warnings_) warnings_->push_back(FileError(file_, place, cause).what());
+  }
+
   static std::string PlaceOf(std::size_t index, const std::string& key) {
     return "modules[" + std::to_string(index) + "]." + key;
   }
@@ -110,8 +114,8 @@ class PatchCheck {
     if (found) {
       Fail(PlaceOf(index, "name"),
            found->canBeMade ? "the module " + Quoted(entry.name) + " cannot be made"
-                            : "the module " + Quoted(entry.name) + " is not there yet",
-           "take another one");
+                            : "the module " + Quoted(entry.name) + " is not available yet",
+           "use another one");
     }
     if (!vendors.empty()) {
       Fail(PlaceOf(index, "vendor"), "no " + Quoted(entry.name) + " of " + Quoted(entry.vendor),
@@ -125,23 +129,31 @@ class PatchCheck {
     Module& module = Make(index);
     modules_[entry.id] = &module;
     for (const auto& [role, value] : entry.controls) CheckControl(index, module, role, value);
+    CheckOptions(index, module);
+    if (entry.data) CheckData(index, module);
+    if (entry.parameters) CheckParameters(index, module);
+  }
+
+  /// Options that the module's menu does not offer; presets may hold them.
+  void CheckOptions(std::size_t index, const Module& module) const {
+    const ModuleEntry& entry = patch_.modules[index];
+    const std::string name = Quoted(entry.name);
     if (entry.mono && *entry.mono != module.mono && !module.monoSelectable) {
-      Fail(PlaceOf(index, "mono"), Quoted(entry.name) + " stays as it is", "take the key out");
+      Warn(PlaceOf(index, "mono"), "not selectable for " + name);
     }
     if (entry.oversampled && *entry.oversampled != module.oversampled &&
         !module.oversamplingSelectable) {
-      Fail(PlaceOf(index, "oversampled"), Quoted(entry.name) + " stays as it is",
-           "take the key out");
+      Warn(PlaceOf(index, "oversampled"), "not selectable for " + name);
     }
     if (entry.bandlimit && module.GetBandlimitMode() == -1) {
-      Fail(PlaceOf(index, "bandlimit"), Quoted(entry.name) + " has no choice of band limit",
-           "take the key out");
+      Warn(PlaceOf(index, "bandlimit"), name + " has no choice of band limit");
     }
-    if (entry.clipLevel && module.GetClipLevel() == -1.0f) {
-      Fail(PlaceOf(index, "clip_level"), Quoted(entry.name) + " does not clip", "take the key out");
+    if (!entry.clipLevel) return;
+    if (module.GetClipLevel() == -1.0f) {
+      Warn(PlaceOf(index, "clip_level"), name + " does not clip");
+    } else if (*entry.clipLevel <= 0.0f) {
+      Warn(PlaceOf(index, "clip_level"), Shown(*entry.clipLevel) + " is not above 0");
     }
-    if (entry.data) CheckData(index, module);
-    if (entry.parameters) CheckParameters(index, module);
   }
 
   void CheckParameters(std::size_t index, const Module& module) {
@@ -157,13 +169,13 @@ class PatchCheck {
              DidYouMean(role, roles));
       }
       if (!parameterNumbers_.insert(number).second) {
-        Fail(place, "parameter " + std::to_string(number) + " is taken twice",
+        Fail(place, "parameter " + std::to_string(number) + " is used twice",
              "give each control a number of its own");
       }
     }
   }
 
-  /// Gives the module in the scratch rack the state that the entry tells.
+  /// Gives the module in the scratch rack the state of the entry.
   void SetUp(const ModuleEntry& entry) {
     Module& module = *modules_[entry.id];
     CRect view = module.getViewSize();
@@ -180,10 +192,14 @@ class PatchCheck {
     module.LoadPreset(preset.data(), static_cast<int>(preset.size()), module.GetVersion());
   }
 
-  /// What the text tells goes into the preset as it stands there: a module that was loaded shows
-  /// lamps and rounds places by its own lights.
+  /// Writes the values of the text into the record: a loaded module changes its lamps and rounds
+  /// its position and its options.
   void Refine(PresetModule& record, std::size_t index) {
     const ModuleEntry& entry = patch_.modules[index];
+    if (entry.mono) record.mono = entry.mono;
+    if (entry.oversampled) record.oversampled = *entry.oversampled;
+    if (entry.bandlimit) record.bandlimitMode = *entry.bandlimit;
+    if (entry.clipLevel) record.clipLevel = entry.clipLevel;
     Module& module = *modules_[entry.id];
     record.x = static_cast<int>(std::lround(entry.place->column * kReferenceUnitWidth));
     record.y = static_cast<int>(std::lround(entry.place->row * kReferencePanelHeight));
@@ -201,12 +217,12 @@ class PatchCheck {
         if (!entry.parameters) continue;
         for (const auto& [control, savedIndex, isLamp] : SettableControls(*modules_[entry.id])) {
           for (const auto& [role, number] : *entry.parameters) {
-            if (!isLamp && role == control->role) rack.RegisterTag(control, number);
+            if (!isLamp && role == control->role) rack.parameters.RegisterTag(control, number);
           }
         }
       }
     }
-    if (patch_.highestParameter) rack.highestParameterIndex = *patch_.highestParameter;
+    if (patch_.highestParameter) rack.parameters.highestParameterIndex = *patch_.highestParameter;
   }
 
   void CheckControl(std::size_t index, const Module& module, const std::string& role,
@@ -218,14 +234,18 @@ class PatchCheck {
       if (role != control->role) continue;
       const auto stored = static_cast<float>(value);
       if (stored >= control->getMin() && stored <= control->getMax()) return;
-      Fail(place, Shown(value) + " is out of range",
-           "give a number from " + Shown(control->getMin()) + " to " + Shown(control->getMax()));
+      const std::string range = Shown(control->getMin()) + " to " + Shown(control->getMax());
+      if (!std::isfinite(stored)) {
+        Fail(place, Shown(value) + " is out of range", "give a number from " + range);
+      }
+      Warn(place, Shown(value) + " is outside " + range);
+      return;
     }
     Fail(place, Quoted(module.GetName()) + " has no control " + Quoted(role),
          DidYouMean(role, roles));
   }
 
-  /// Data that the module takes is as long when it is saved again.
+  /// Data is valid if the module saves as many bytes after loading it.
   void CheckData(std::size_t index, Module& module) const {
     const ModuleEntry& entry = patch_.modules[index];
     const int controls = module.GetControlValuesSize();
@@ -238,7 +258,7 @@ class PatchCheck {
       Fail(PlaceOf(index, "data"),
            std::to_string(entry.data->size()) + " bytes, " + Quoted(entry.name) + " takes " +
                std::to_string(taken),
-           taken > 0 ? "copy it whole" : "take the key out");
+           taken > 0 ? "copy it completely" : "remove the key");
     }
   }
 
@@ -248,8 +268,11 @@ class PatchCheck {
     double end;
     std::size_t index;
 
+    /// Areas of racks that were saved at another size may be a pixel off.
     bool Overlaps(const Area& other) const {
-      return row < other.row + 1 && other.row < row + 1 && begin < other.end && other.begin < end;
+      constexpr double kSlackRows = 0.02, kSlackColumns = 0.2;
+      return std::abs(row - other.row) < 1 - kSlackRows && begin < other.end - kSlackColumns &&
+             other.begin < end - kSlackColumns;
     }
   };
 
@@ -266,10 +289,14 @@ class PatchCheck {
       if (!entry.place) continue;
       const double begin = entry.place->column;
       const Area area{entry.place->row, begin, begin + ColumnsOf(*modules_[entry.id]), i};
+      if (area.row < 0 || begin < 0 || area.row > patch_.rows - 1) {
+        Warn(PlaceOf(i, "row"), Quoted(entry.id) + " lies outside the rack of " +
+                                    std::to_string(patch_.rows) + " rows");
+      }
       if (const Area* other = Overlapped(area)) {
-        Fail(PlaceOf(i, "column"),
-             Quoted(entry.id) + " lies over " + Quoted(patch_.modules[other->index].id),
-             "move it to column " + Shown(std::ceil(other->end)));
+        Warn(PlaceOf(i, "column"),
+             Quoted(entry.id) + " overlaps " + Quoted(patch_.modules[other->index].id) +
+                 "; the next column after that is " + Shown(std::ceil(other->end)));
       }
       areas_.push_back(area);
     }
@@ -284,7 +311,7 @@ class PatchCheck {
     }
   }
 
-  /// The first free area of a width, from a place on.
+  /// The first free area of a width from a place on.
   Area FreeArea(Area from, int width) const {
     for (;;) {
       if (from.begin > 0 && from.begin + width > kAutomaticColumns) {
@@ -310,7 +337,7 @@ class PatchCheck {
     const std::string name = Quoted(module.GetName());
     const std::string kind = isOrigin ? "output" : "input";
     Fail(CablePlace(index, end),
-         FindPoint(module, role, otherEnd) ? Quoted(role) + " of " + name + " is no " + kind
+         FindPoint(module, role, otherEnd) ? Quoted(role) + " of " + name + " is not an " + kind
                                            : name + " has no " + kind + " " + Quoted(role),
          DidYouMean(role, roles));
   }
@@ -328,23 +355,25 @@ class PatchCheck {
     const std::string toPlace = CablePlace(index, CableEnd::kDestination);
     if (from.twoState != to.twoState) {
       Fail(toPlace, "a cable between MIDI and voltage, " + ends,
-           "join MIDI points to MIDI points only");
+           "connect MIDI points to MIDI points only");
     }
     if (receiving_.contains(&to)) {
-      Fail(toPlace, "a second cable into " + toName, "mix the signals before it");
+      Fail(toPlace, "a second cable into " + toName, "mix the signals first");
     }
     if (receiving_.contains(&from) || sending_.contains(&to)) {
-      Fail(toPlace, "a point that goes either way does both at once, " + ends,
+      Fail(toPlace, "an either-way point would be input and output at once, " + ends,
            "use it as an input or as an output");
     }
     receiving_.insert(&to);
     sending_.insert(&from);
-    scratch_.Rack().ConnectCable(&to, &from, to.twoState ? kMidiCableColour : entry.colour, -1);
+    scratch_.Rack().cables.ConnectCable(&to, &from, to.twoState ? kMidiCableColour : entry.colour,
+                                        -1);
   }
 
   TextPatch patch_;
   const std::string& file_;
   std::span<const KnownModule> known_;
+  PatchWarnings* warnings_;
   ScratchRack scratch_;
   std::map<std::string, Module*> modules_;
   std::vector<Area> areas_;
@@ -357,15 +386,14 @@ class PatchCheck {
 }  // namespace
 
 PresetDocument ToPreset(const TextPatch& patch, const std::string& file, RackModel& rack,
-                        std::span<const KnownModule> known) {
-  return PatchCheck(patch, file, rack, known).Run();
+                        std::span<const KnownModule> known, PatchWarnings* warnings) {
+  return PatchCheck(patch, file, rack, known, warnings).Run();
 }
 
 void ApplyTextPatch(const TextPatch& patch, const std::string& file, RackModel& rack,
-                    std::span<const KnownModule> known) {
-  if (!ApplyPreset(ToPreset(patch, file, rack, known), rack)) {
-    throw FileError(file, "", "a module cannot be made again");
-  }
+                    std::span<const KnownModule> known, PatchWarnings* warnings) {
+  const PresetOutcome outcome = ApplyPreset(ToPreset(patch, file, rack, known, warnings), rack);
+  if (!outcome) throw FileError(file, "", outcome.failure);
 }
 
 }  // namespace halveron

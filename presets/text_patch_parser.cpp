@@ -4,11 +4,13 @@
 #include <set>
 
 #include "framework/module.h"
+#include "framework/oversampling_filters.h"
 #include "platform/file_error.h"
 #include "platform/whole_file.h"
 #include "presets/base64.h"
 #include "presets/json_place.h"
 #include "presets/nearest_name.h"
+#include "presets/preset_format.h"
 #include "presets/text_patch.h"
 
 namespace halveron {
@@ -25,7 +27,7 @@ void ParseOversampling(const JsonPlace& place, TextPatch& patch) {
   if (const auto factor = place.Find("factor")) {
     patch.oversamplingFactor = factor->Integer(1, kMostOversampling);
     if ((patch.oversamplingFactor & (patch.oversamplingFactor - 1)) != 0) {
-      factor->Fail(std::to_string(patch.oversamplingFactor) + " is no power of two",
+      factor->Fail(std::to_string(patch.oversamplingFactor) + " is not a power of two",
                    "give 1, 2, 4 and so on up to 256");
     }
   }
@@ -34,40 +36,38 @@ void ParseOversampling(const JsonPlace& place, TextPatch& patch) {
   }
 }
 
-double GridNumber(const JsonPlace& place, int most) {
+/// A place in grid units of so many pixels at the reference scale, within what a preset can hold.
+double GridNumber(const JsonPlace& place, int unit) {
   const double number = place.Number();
-  if (!(number >= 0.0 && number <= most)) {
-    place.Fail(place.Shown() + " is out of range", "give 0 to " + std::to_string(most));
+  const int most = kFarthestPresetPosition / unit;
+  if (!(std::abs(number) * unit <= kFarthestPresetPosition)) {
+    place.Fail(place.Shown() + " is out of range",
+               "give " + std::to_string(-most) + " to " + std::to_string(most));
   }
   return number;
 }
 
-void ParsePlace(const JsonPlace& place, int rows, ModuleEntry& entry) {
+void ParsePlace(const JsonPlace& place, ModuleEntry& entry) {
   const auto row = place.Find("row");
   const auto column = place.Find("column");
   if (!row && !column) return;
   if (!row || !column) place.Fail("row and column go together", "give both or neither");
-  entry.place = {GridNumber(*row, kMostRackRows - 1),
-                 GridNumber(*column, TextPatch::kMostColumns - 1)};
-  if (entry.place->row > rows - 1) {
-    row->Fail("row " + row->Shown() + " of a rack with " + std::to_string(rows) + " rows",
-              "raise \"rows\" or give a row up to " + std::to_string(rows - 1));
-  }
+  entry.place = {GridNumber(*row, kReferencePanelHeight), GridNumber(*column, kReferenceUnitWidth)};
 }
 
-ModuleEntry ParseModule(const JsonPlace& place, int rows) {
+ModuleEntry ParseModule(const JsonPlace& place) {
   place.RequireObject({"id", "name", "vendor", "row", "column", "controls", "mono", "always_on",
                        "oversampled", "bandlimit", "clip_level", "data", "parameters"});
   ModuleEntry entry;
   const JsonPlace id = place.Require("id");
   entry.id = id.Text();
   if (entry.id.empty() || entry.id.find('.') != std::string::npos) {
-    id.Fail("an id must have letters and no point");
+    id.Fail("an id must have letters and no dot");
   }
   entry.name = place.Require("name").Text();
   const auto vendor = place.Find("vendor");
   entry.vendor = vendor ? vendor->Text() : kBuiltInVendor;
-  ParsePlace(place, rows, entry);
+  ParsePlace(place, entry);
   if (const auto controls = place.Find("controls")) {
     for (const auto& [role, value] : controls->Members()) {
       entry.controls.emplace_back(role, value.Number());
@@ -76,16 +76,16 @@ ModuleEntry ParseModule(const JsonPlace& place, int rows) {
   if (const auto mono = place.Find("mono")) entry.mono = mono->Flag();
   if (const auto alwaysOn = place.Find("always_on")) entry.alwaysOn = alwaysOn->Flag();
   if (const auto flag = place.Find("oversampled")) entry.oversampled = flag->Flag();
-  if (const auto mode = place.Find("bandlimit")) entry.bandlimit = mode->Integer(0, 1);
+  if (const auto mode = place.Find("bandlimit")) entry.bandlimit = mode->Integer(-1, 1);
   if (const auto level = place.Find("clip_level")) {
     entry.clipLevel = static_cast<float>(level->Number());
-    if (!std::isfinite(*entry.clipLevel) || *entry.clipLevel <= 0.0f) {
-      level->Fail("must be above 0", "give a linear level, 4 for +12 dB");
+    if (!std::isfinite(*entry.clipLevel)) {
+      level->Fail(level->Shown() + " is out of range", "give a linear level, 4 for +12 dB");
     }
   }
   if (const auto data = place.Find("data")) {
     entry.data = DecodeBase64(data->Text());
-    if (!entry.data) data->Fail("is no base64", "copy it whole, without blanks");
+    if (!entry.data) data->Fail("is not valid base64", "copy it completely, without blanks");
   }
   if (const auto parameters = place.Find("parameters")) {
     entry.parameters.emplace();
@@ -96,7 +96,7 @@ ModuleEntry ParseModule(const JsonPlace& place, int rows) {
   return entry;
 }
 
-/// An end is "id.Role"; ids have no point, roles may.
+/// An end is "id.Role"; ids have no dot, roles may.
 void ParseEnd(const JsonPlace& place, const std::vector<std::string>& ids, std::string& id,
               std::string& role) {
   const std::string text = place.Text();
@@ -128,11 +128,11 @@ CableEntry ParseCable(const JsonPlace& place, const std::vector<std::string>& id
   return entry;
 }
 
-/// A text, or the bytes of one that is not in the encoding of this file.
+/// A text in UTF-8, or the bytes of one in another encoding.
 std::string ParseAnyText(const JsonPlace& root, const std::string& key) {
   if (const auto encoded = root.Find(key + "_base64")) {
     const auto bytes = DecodeBase64(encoded->Text());
-    if (!bytes) encoded->Fail("is no base64", "copy it whole, without blanks");
+    if (!bytes) encoded->Fail("is not valid base64", "copy it completely, without blanks");
     return {reinterpret_cast<const char*>(bytes->data()), bytes->size()};
   }
   const auto text = root.Find(key);
@@ -164,11 +164,11 @@ TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
   if (const auto modules = root.Find("modules")) {
     std::set<std::string> seen;
     for (const JsonPlace& place : modules->Elements()) {
-      patch.modules.push_back(ParseModule(place, patch.rows));
+      patch.modules.push_back(ParseModule(place));
       const std::string& id = patch.modules.back().id;
       if (!seen.insert(id).second) {
-        place.Require("id").Fail("the id " + Quoted(id) + " stands twice",
-                                 "give each module its own");
+        place.Require("id").Fail("the id " + Quoted(id) + " is used twice",
+                                 "give each module an id of its own");
       }
       ids.push_back(id);
     }

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "framework/module.h"
 #include "framework/rack_model.h"
@@ -21,7 +23,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// The double with the fewest digits that is this float again.
+/// The double with the fewest digits that rounds to this float.
 double Shortest(float value) {
   char digits[32];
   const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
@@ -30,7 +32,7 @@ double Shortest(float value) {
   return static_cast<float>(shortest) == value ? shortest : static_cast<double>(value);
 }
 
-/// The first word of the name in small letters, and a number from the second such module on.
+/// The first word of the name in lower case, with a number from the second such module on.
 std::string MakeId(const std::string& name, std::map<std::string, int>& uses) {
   std::string id = name.substr(0, name.find(' '));
   std::transform(id.begin(), id.end(), id.begin(), [](unsigned char letter) {
@@ -46,7 +48,7 @@ std::optional<T> UnlessDefault(T value, T usual) {
   return value == usual ? std::nullopt : std::optional<T>(value);
 }
 
-/// The value that a preset's record holds for a control; 0 if it ends before.
+/// The saved value of a control; 0 if the data ends before it.
 float SavedValue(const PresetModule& record, std::size_t savedIndex) {
   float value = 0.0f;
   if ((savedIndex + 1) * sizeof value <= record.data.size()) {
@@ -55,7 +57,7 @@ float SavedValue(const PresetModule& record, std::size_t savedIndex) {
   return value;
 }
 
-/// `usual` is a fresh module of the kind.
+/// `usual` is a new module of the class.
 TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual, std::string id) {
   TextPatch::ModuleEntry entry;
   entry.id = std::move(id);
@@ -65,7 +67,8 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
                  static_cast<double>(record.x) / kReferenceUnitWidth};
   for (const auto& [control, savedIndex, isLamp] : SettableControls(usual)) {
     const float value = SavedValue(record, savedIndex);
-    if (isLamp && value == 0.0f) continue;
+    const bool isDark = std::bit_cast<std::uint32_t>(value) == 0;
+    if (!std::isfinite(value) || (isLamp && isDark)) continue;
     entry.controls.emplace_back(control->role, Shortest(value));
   }
   if (record.mono) entry.mono = UnlessDefault(*record.mono, usual.mono);
@@ -83,33 +86,51 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
 
 using Parameters = std::vector<std::pair<std::string, int>>;
 
-/// The host parameters of a record's controls, by role.
-Parameters ParametersOf(const PresetModule& record, const Module& usual) {
+/// The host parameters of a record's controls, by role. Each goes to one control only.
+Parameters ParametersOf(const PresetModule& record, const Module& usual, std::set<int>& taken) {
   Parameters parameters;
   for (const auto& [control, savedIndex, isLamp] : SettableControls(usual)) {
     if (savedIndex >= record.indices.size()) break;
     const int index = record.indices[savedIndex];
-    if (index >= 0 && index < kParameterCount) parameters.emplace_back(control->role, index);
+    if (isLamp || index < 0 || index >= kParameterCount) continue;
+    if (taken.insert(index).second) parameters.emplace_back(control->role, index);
   }
   return parameters;
 }
 
-/// Where a patch point of a preset's numbering lies.
+/// A patch point by its number in the preset.
 struct NumberedPoint {
   std::string id;
   const PatchPoint* point;
 };
 
-TextPatch::CableEntry DescribeCable(const PresetCable& cable,
-                                    const std::vector<NumberedPoint>& points) {
-  const NumberedPoint* to = &points[static_cast<std::size_t>(cable.from)];
-  const NumberedPoint* from = &points[static_cast<std::size_t>(cable.to)];
-  if (to->point->type == kOutputPoint || from->point->type == kInputPoint) std::swap(from, to);
-  return {from->id, from->point->role, to->id, to->point->role,
-          cable.colour == kMidiCableColour ? 1 : cable.colour};
-}
+/// Describes the cables of a preset one after another, without those that loading leaves out.
+class CableWriter {
+ public:
+  explicit CableWriter(std::vector<NumberedPoint> points) : points_(std::move(points)) {}
 
-/// A number on the grid is a whole one.
+  std::optional<TextPatch::CableEntry> Describe(const PresetCable& cable) {
+    const NumberedPoint* to = &points_[static_cast<std::size_t>(cable.from)];
+    const NumberedPoint* from = &points_[static_cast<std::size_t>(cable.to)];
+    if (!MayConnect(*to->point, *from->point)) return std::nullopt;
+    if (to->point->type == kOutputPoint || from->point->type == kInputPoint) std::swap(from, to);
+    if (receiving_.contains(to->point) || receiving_.contains(from->point) ||
+        sending_.contains(to->point)) {
+      return std::nullopt;
+    }
+    receiving_.insert(to->point);
+    sending_.insert(from->point);
+    return TextPatch::CableEntry{from->id, from->point->role, to->id, to->point->role,
+                                 cable.colour == kMidiCableColour ? 1 : cable.colour};
+  }
+
+ private:
+  std::vector<NumberedPoint> points_;
+  std::set<const PatchPoint*> receiving_;
+  std::set<const PatchPoint*> sending_;
+};
+
+/// Whole numbers are written without a fraction.
 Json GridNumber(double number) {
   const double whole = std::round(number);
   return number == whole ? Json(static_cast<int>(whole)) : Json(number);
@@ -168,6 +189,7 @@ TextPatch ToText(const PresetDocument& preset, RackModel& rack) {
   std::map<std::string, int> idUses;
   std::vector<NumberedPoint> points;
   std::vector<Parameters> parameters;
+  std::set<int> taken, takenByUsual;
   bool usualParameters = true;
   for (const PresetModule& record : preset.modules) {
     Module* usual = scratch.Add(record.name, record.vendor);
@@ -177,25 +199,27 @@ TextPatch ToText(const PresetDocument& preset, RackModel& rack) {
     }
     const std::string id = MakeId(record.name, idUses);
     patch.modules.push_back(DescribeModule(record, *usual, id));
-    parameters.push_back(ParametersOf(record, *usual));
+    parameters.push_back(ParametersOf(record, *usual, taken));
     PresetModule fresh;
     fresh.indices.resize(static_cast<std::size_t>(usual->GetPatchPointIndicesSize()) / 4);
     usual->SavePatchPointIndices(fresh.indices.data());
-    usualParameters = usualParameters && parameters.back() == ParametersOf(fresh, *usual);
-    std::vector<PatchPoint*> own(static_cast<std::size_t>(usual->nbPatchPoints));
+    usualParameters =
+        usualParameters && parameters.back() == ParametersOf(fresh, *usual, takenByUsual);
+    std::vector<PatchPoint*> own(static_cast<std::size_t>(usual->GetNbPatchPoints()));
     int count = 0;
-    usual->CollectPatchPoints(own.data(), &count, usual->nbPatchPoints);
+    usual->CollectPatchPoints(own.data(), &count, usual->GetNbPatchPoints());
     for (const PatchPoint* point : own) points.push_back({id, point});
   }
-  const int usualHighest = scratch.Rack().highestParameterIndex;
+  const int usualHighest = scratch.Rack().parameters.highestParameterIndex;
   if (!usualParameters || preset.highestParameterIndex.value_or(usualHighest) != usualHighest) {
     patch.highestParameter = preset.highestParameterIndex;
     for (std::size_t i = 0; i < patch.modules.size(); ++i) {
       patch.modules[i].parameters = std::move(parameters[i]);
     }
   }
+  CableWriter writer(std::move(points));
   for (const PresetCable& cable : preset.cables) {
-    patch.cables.push_back(DescribeCable(cable, points));
+    if (auto entry = writer.Describe(cable)) patch.cables.push_back(std::move(*entry));
   }
   return patch;
 }
@@ -207,9 +231,13 @@ bool IsOfPresentVersions(const PresetDocument& preset, RackModel& rack) {
   ScratchRack scratch(rack);
   for (const PresetModule& record : preset.modules) {
     Module* usual = scratch.Add(record.name, record.vendor);
-    if (!usual || usual->GetVersion() != record.version ||
-        usual->GetPresetSize() != static_cast<int>(record.data.size()) ||
-        usual->nbPatchPoints != record.patchPointCount) {
+    // The data of some is as long as what they hold.
+    const auto size = static_cast<int>(record.data.size());
+    if (usual && usual->GetVersion() == record.version && usual->GetPresetSize() < size) {
+      usual->LoadPreset(record.data.data(), size, record.version);
+    }
+    if (!usual || usual->GetVersion() != record.version || usual->GetPresetSize() != size ||
+        usual->GetNbPatchPoints() != record.patchPointCount) {
       return false;
     }
   }

@@ -1,0 +1,136 @@
+#include "editor/cable_layer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_map>
+#include <utility>
+
+namespace halveron {
+
+namespace {
+
+CRect PlugRect(const CBitmap& image, const CPoint& at) {
+  const CPoint size(image.getWidth(), image.getHeight());
+  return CRect::FromSize(CPoint(std::floor(at.x - size.x / 2), std::floor(at.y - size.y / 2)),
+                         size.x, size.y);
+}
+
+}  // namespace
+
+void CableLayer::SetStyle(const CableStyle& style) {
+  painter_ = CablePainter(style);
+  layer_.InvalidateAll();
+}
+
+void CableLayer::Resize(int width, int height) { layer_.Resize(width, height); }
+
+void CableLayer::MoveTo(const CPoint& corner) {
+  const CPoint moved = corner - corner_;
+  corner_ = corner;
+  if (moved.x == 0 && moved.y == std::trunc(moved.y)) {
+    layer_.Shift(static_cast<int>(moved.y));
+  } else {
+    layer_.InvalidateAll();
+  }
+}
+
+void CableLayer::Outdate(const CableStrand& strand) { layer_.Invalidate(InView(BoundsOf(strand))); }
+
+void CableLayer::Match(const std::vector<CableStrand>& present) {
+  std::unordered_map<const Cable*, const Shown*> known;
+  for (const Shown& each : shown_) known.emplace(each.strand.cable, &each);
+  std::vector<Shown> next;
+  next.reserve(present.size());
+  for (const CableStrand& strand : present) {
+    const auto found = known.find(strand.cable);
+    if (found == known.end()) {
+      next.push_back({strand, false, true});
+      continue;
+    }
+    const Shown& before = *found->second;
+    const bool moved = !(before.strand == strand);
+    if (moved && !before.moves) Outdate(before.strand);
+    next.push_back({strand, moved || before.moves, false});
+    known.erase(found);
+  }
+  for (const auto& [cable, gone] : known) {
+    if (!gone->moves) Outdate(gone->strand);
+  }
+  shown_ = std::move(next);
+}
+
+void CableLayer::Update(std::vector<CableStrand> present) {
+  const bool isSame =
+      std::equal(shown_.begin(), shown_.end(), present.begin(), present.end(),
+                 [](const Shown& a, const CableStrand& b) { return a.strand == b; });
+  if (isSame) return;
+  Match(std::move(present));
+  // New cables usually lie above all others: these are added to the picture as it is.
+  std::size_t top = shown_.size();
+  while (top > 0 && (shown_[top - 1].isNew || shown_[top - 1].moves)) --top;
+  for (std::size_t i = 0; i < top; ++i) {
+    if (std::exchange(shown_[i].isNew, false)) Outdate(shown_[i].strand);
+  }
+  Refresh();
+  layer_.Append([this](CDrawContext& context) {
+    context.pushOffset(corner_);
+    for (Shown& each : shown_) {
+      if (!std::exchange(each.isNew, false)) continue;
+      if (!InView(BoundsOf(each.strand)).rectOverlap(layer_.Bounds())) continue;
+      DrawStrand(context, each.strand, *images_.connectedMidiPlug);
+      ++drawnStrands_;
+    }
+  });
+}
+
+void CableLayer::Settle() {
+  for (Shown& each : shown_) {
+    if (std::exchange(each.moves, false)) Outdate(each.strand);
+  }
+}
+
+void CableLayer::Refresh() {
+  layer_.Refresh([&](CDrawContext& context, const CRect& rect) {
+    context.pushOffset(corner_);
+    for (const Shown& each : shown_) {
+      if (each.moves || each.isNew) continue;
+      if (!InView(BoundsOf(each.strand)).rectOverlap(rect)) continue;
+      DrawStrand(context, each.strand, *images_.connectedMidiPlug);
+      ++drawnStrands_;
+    }
+  });
+}
+
+void CableLayer::Draw(CDrawContext& context, const CRect& area) {
+  if (shown_.empty()) return;
+  Refresh();
+  layer_.DrawTo(context, area);
+  const DrawStateScope scope(context);
+  context.pushOffset(corner_);
+  for (const Shown& each : shown_) {
+    if (each.moves && InView(BoundsOf(each.strand)).rectOverlap(area)) {
+      DrawStrand(context, each.strand, *images_.connectedMidiPlug);
+    }
+  }
+}
+
+void CableLayer::DrawStrand(CDrawContext& context, const CableStrand& strand,
+                            CBitmap& plugAtEnd) const {
+  if (strand.isMidi) {
+    CBitmap& plug = *images_.connectedMidiPlug;
+    plug.draw(context, PlugRect(plug, strand.from));
+    plugAtEnd.draw(context, PlugRect(plugAtEnd, strand.to));
+  }
+  painter_.Draw(context, strand.from, strand.to, strand.colour);
+}
+
+CRect CableLayer::BoundsOf(const CableStrand& strand, const CBitmap& plugAtEnd) const {
+  CRect rect = painter_.BoundsOf(strand.from, strand.to);
+  if (strand.isMidi) {
+    rect.unite(PlugRect(*images_.connectedMidiPlug, strand.from));
+    rect.unite(PlugRect(plugAtEnd, strand.to));
+  }
+  return rect;
+}
+
+}  // namespace halveron
