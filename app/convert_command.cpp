@@ -8,11 +8,12 @@
 
 namespace halveron {
 
-int Convert(const std::string& input, const std::string& output, std::ostream& out) {
+int Convert(const std::string& input, const std::string& output, std::ostream& out,
+            std::ostream& err) {
   RequirePatchExtension(input);
   RequirePatchExtension(output);
   OfflineHost host({});
-  const PresetDocument preset = ReadPatchFile(input, host.Rack());
+  const PresetDocument preset = ReadPatchFile(input, host.Rack(), err);
   WritePatchFile(output, preset, host.Rack());
   out << output << ": " << preset.modules.size() << " modules, " << preset.cables.size()
       << " cables\n";

@@ -6,8 +6,9 @@
 
 namespace halveron {
 
-/// The kinds follow from the extensions. Returns the exit status; throws platform::FileError, and
-/// then what stood at the output's place is still there.
-int Convert(const std::string& input, const std::string& output, std::ostream& out);
+/// The kinds follow from the extensions. Returns the exit status; throws platform::UserError, and
+/// then an existing output file is unchanged.
+int Convert(const std::string& input, const std::string& output, std::ostream& out,
+            std::ostream& err);
 
 }  // namespace halveron

@@ -1,9 +1,9 @@
-// The user's wish to end what a command is doing.
+// Interrupts of a running command by the user.
 #pragma once
 
 namespace halveron {
 
-/// Turns an interrupt or a request to end into a flag for as long as it stands. One at a time.
+/// Turns an interrupt or a request to end into a flag while it lives. One at a time.
 class InterruptWatch {
  public:
   InterruptWatch();

@@ -26,6 +26,8 @@ class LiveHost final : public PluginHost {
   std::function<bool(int width, int height)> onResize;
 
   void Start();
+  using PluginHost::ChangeSampleRate;
+  int SampleRate() const { return GetSettings().sampleRate; }
   /// Any thread but the audio thread. SysEx comes whole. `seconds` is when, by Now().
   void QueueMessage(std::span<const std::uint8_t> bytes, double seconds = Now());
   /// Seconds of the clock that messages are placed by.
@@ -46,7 +48,7 @@ class LiveHost final : public PluginHost {
   std::mutex writers_;
   MessageQueue incoming_;
   MessageQueue outgoing_;
-  std::vector<std::uint8_t> blockBytes_;  // of the messages of the block that is played
+  std::vector<std::uint8_t> blockBytes_;  // of the messages of the current block
   double blockStart_ = 0;
   std::atomic<std::thread::id> audioThread_;
   std::jthread sender_;

@@ -1,6 +1,7 @@
 #include "app/patch_file.h"
 
 #include <filesystem>
+#include <ostream>
 #include <span>
 
 #include "editor/known_modules.h"
@@ -27,35 +28,55 @@ PatchKind KindOf(const std::string& path) {
                   "name a preset (.hvp) or a text patch (.json)");
 }
 
-/// Loads a preset; what it would tell in a dialog is thrown.
+PresetDocument ReadPresetFile(const std::string& path) {
+  PresetReadResult read = ReadPreset(platform::ReadWholeFile(path), PresetForm::kFile);
+  if (read.document) return std::move(*read.document);
+  const PresetFault fault = read.error.fault;
+  throw FileError(path, "",
+                  fault == PresetFault::kNotAPreset     ? "is not a Halveron preset"
+                  : fault == PresetFault::kLaterVersion ? "was saved with a later version"
+                                                        : "is damaged or cut short",
+                  read.error.message);
+}
+
+/// Loads a preset; throws the text of the dialog that a failure shows.
 void LoadPresetFile(const std::string& path, SynEditor& editor) {
-  const std::vector<std::byte> opened = platform::ReadWholeFile(path);
-  std::string told;
+  ReadPresetFile(path);
+  std::string failure = "cannot be read";
   const auto formerDialogs = editor.dialogs;
-  editor.dialogs = [&](const DialogText& dialog) { told = dialog.text; };
+  editor.dialogs = [&](const DialogText& dialog) { failure = dialog.text; };
   const bool loaded = editor.LoadPreset(path);
   editor.dialogs = formerDialogs;
-  if (!loaded) throw FileError(path, "", told.empty() ? "cannot be read" : told);
+  if (!loaded) throw FileError(path, "", failure);
+}
+
+void Print(const PatchWarnings& warnings, std::ostream& err) {
+  for (const std::string& warning : warnings) err << "halveron: warning: " << warning << "\n";
 }
 
 }  // namespace
 
 void RequirePatchExtension(const std::string& path) { KindOf(path); }
 
-void LoadPatchFile(const std::string& path, SynEditor& editor) {
+void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err) {
   if (KindOf(path) == PatchKind::kPreset) {
     LoadPresetFile(path, editor);
-  } else {
-    ApplyTextPatch(ReadTextPatch(path), path, editor, KnownModules());
+    return;
   }
+  PatchWarnings warnings;
+  ApplyTextPatch(ReadTextPatch(path), path, editor, KnownModules(), &warnings);
+  Print(warnings, err);
 }
 
-PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor) {
+PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err) {
   if (KindOf(path) == PatchKind::kText) {
-    return ToPreset(ReadTextPatch(path), path, editor, KnownModules());
+    PatchWarnings warnings;
+    PresetDocument preset = ToPreset(ReadTextPatch(path), path, editor, KnownModules(), &warnings);
+    Print(warnings, err);
+    return preset;
   }
-  PresetReadResult read = ReadPreset(platform::ReadWholeFile(path), PresetForm::kFile);
-  if (read.document && IsOfPresentVersions(*read.document, editor)) return *read.document;
+  PresetDocument preset = ReadPresetFile(path);
+  if (IsOfPresentVersions(preset, editor)) return preset;
   LoadPresetFile(path, editor);
   return CapturePreset(editor);
 }

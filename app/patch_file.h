@@ -1,6 +1,7 @@
 // Racks in files, of either kind: presets (.hvp) and text patches (.json).
 #pragma once
 
+#include <iosfwd>
 #include <string>
 
 #include "presets/preset_document.h"
@@ -9,16 +10,16 @@ namespace halveron {
 
 class SynEditor;
 
-/// Replaces what is in the rack. Throws platform::FileError if the file cannot be read, is refused,
-/// or has another extension.
-void LoadPatchFile(const std::string& path, SynEditor& editor);
+/// Replaces the contents of the rack. Warnings about a text patch go to `err`, one line each.
+/// Throws platform::FileError if the file cannot be read, is refused, or has another extension.
+void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err);
 
-/// What a file of either kind holds, as a preset of the present version; a preset of an earlier one
-/// goes through the editor's rack. Throws platform::FileError.
-PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor);
+/// The contents of a file of either kind as a preset of the current version; a preset of an earlier
+/// one is loaded into the editor's rack for that. Warnings and errors as for LoadPatchFile.
+PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err);
 
-/// Writes a preset as a file of either kind, over what stood there. Throws platform::FileError, and
-/// leaves that as it was.
+/// Writes a preset as a file of either kind and replaces an existing one. Throws
+/// platform::FileError; the existing file then stays.
 void WritePatchFile(const std::string& path, const PresetDocument& preset, SynEditor& editor);
 
 /// Throws platform::FileError if the path's extension is neither kind's.

@@ -1,31 +1,33 @@
 #include "app/play_command.h"
 
-#include <algorithm>
 #include <chrono>
 #include <clocale>
 #include <memory>
 #include <ostream>
 #include <thread>
+#include <utility>
 
 #include "app/interrupt_watch.h"
 #include "app/live_host.h"
+#include "app/midi_link.h"
 #include "app/patch_file.h"
 #include "app/run_command.h"
+#include "app/sound_link.h"
 #include "gui/frame.h"
+#include "gui/param_display.h"
 #include "media/live/midi_port.h"
 #include "media/live/sound_card.h"
-#include "platform/file_error.h"
+#include "platform/user_error.h"
 
 namespace halveron {
 
-using platform::FileError;
+using platform::UserError;
 
 namespace {
 
 constexpr int kSilentRate = 48000;
 constexpr double kIdleSeconds = 1.0 / 60;
-// A port that leads nowhere but back.
-constexpr std::string_view kLoopPort = "Midi Through";
+constexpr double kMidiSeconds = 1;  // between two looks for MIDI ports
 
 void ListDevices(std::ostream& out) {
   const auto devices = media::ListSoundDevices();
@@ -44,86 +46,82 @@ void ListDevices(std::ostream& out) {
   listPorts("MIDI outputs (--midi-output):", media::ListMidiOutputs());
 }
 
-/// Null, with a line on `err`, where there is none to be had and none was asked for by name.
-std::unique_ptr<media::SoundCard> OpenCard(const PlayOptions& options, std::ostream& err) {
+/// Null, with a line on `err`, where there is no card and the user named none.
+std::unique_ptr<media::SoundOutput> OpenCard(const media::SoundCard::Settings& settings,
+                                             std::ostream& err) {
   try {
-    return std::make_unique<media::SoundCard>(media::SoundCard::Settings{
-        options.device, options.rate.value_or(0), options.block, kDawInputs, kDawOutputs});
-  } catch (const FileError& error) {
-    if (!options.device.empty()) throw;
+    return std::make_unique<media::SoundCard>(settings);
+  } catch (const UserError& error) {
+    if (!settings.device.empty()) throw;
     err << "halveron: " << error.what()
-        << "; playing in silence (halveron play --list-devices tells what is there)\n";
+        << "; playing in silence (halveron play --list-devices lists all devices)\n";
     return nullptr;
   }
 }
 
-/// Plays into the void, in time.
-class SilentClock {
- public:
-  SilentClock(LiveHost& host, int rate, int block)
-      : thread_([&host, rate, block](const std::stop_token& stop) {
-          const auto period = std::chrono::duration<double>(static_cast<double>(block) / rate);
-          auto next = std::chrono::steady_clock::now();
-          while (!stop.stop_requested()) {
-            host.Process(nullptr, 0, nullptr, 0, block);
-            next += std::chrono::duration_cast<std::chrono::steady_clock::duration>(period);
-            // After a pause of the machine's, time goes on from now.
-            next = std::max(next, std::chrono::steady_clock::now() - std::chrono::seconds(1));
-            std::this_thread::sleep_until(next);
-          }
-        }) {}
+SoundLink::Opener OpenerFor(const media::SoundCard::Settings& settings) {
+  return [settings](const std::string& system) {
+    auto wanted = settings;
+    wanted.system = system;
+    return std::make_unique<media::SoundCard>(wanted);
+  };
+}
 
- private:
-  std::jthread thread_;
-};
-
-/// Keeps the host playing, by the card or without one.
-class Running {
- public:
-  Running(LiveHost& host, media::SoundCard* card, int rate, int block) : card_(card) {
-    if (card) {
-      card->Start([&host](const float* const* ins, int inCount, float* const* outs, int outCount,
-                          int frames) { host.Process(ins, inCount, outs, outCount, frames); });
-    } else {
-      clock_.emplace(host, rate, block);
-    }
-  }
-  ~Running() {
-    if (card_) card_->Stop();
-  }
-  Running(const Running&) = delete;
-  Running& operator=(const Running&) = delete;
-
- private:
-  media::SoundCard* card_;
-  std::optional<SilentClock> clock_;
-};
-
-std::vector<std::unique_ptr<media::MidiInput>> OpenInputs(const PlayOptions& options,
-                                                          LiveHost& host) {
+MidiInputSource MakeInputSource(LiveHost& host) {
   const auto receive = [&host](std::span<const std::uint8_t> bytes) { host.QueueMessage(bytes); };
-  std::vector<std::unique_ptr<media::MidiInput>> inputs;
-  for (const std::string& port : options.midi) {
-    inputs.push_back(std::make_unique<media::MidiInput>(port, receive));
-  }
-  if (!options.midi.empty()) return inputs;
-  const std::vector<std::string> names = media::ListMidiInputs();
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    if (names[i].find(kLoopPort) != std::string::npos) continue;
+  const auto own = std::make_shared<std::weak_ptr<media::OwnMidiInput>>();
+  MidiInputSource source;
+  source.openOwn = [receive, own]() -> std::shared_ptr<void> {
     try {
-      inputs.push_back(std::make_unique<media::MidiInput>(std::to_string(i), receive));
-    } catch (const FileError&) {
-      // Nobody asked for this one by name.
+      auto port = std::make_shared<media::OwnMidiInput>(receive);
+      *own = port;
+      return port;
+    } catch (const UserError&) {
+      return nullptr;
     }
-  }
-  return inputs;
+  };
+  source.names = [own] {
+    const auto port = own->lock();
+    return port ? port->ListInputs() : std::vector<std::string>();
+  };
+  source.open = [receive](const std::string& port) {
+    auto input = std::make_shared<media::MidiInput>(port, receive);
+    return MidiLinkPort{input->Name(), input};
+  };
+  return source;
 }
 
 /// A free window around the instance's own, to which it hands what the desktop hands to whole
-/// windows.
+/// windows. Below it there is room for a notice.
 class OuterFrame final : public CFrame {
  public:
-  OuterFrame(const CRect& size, SynEditor& rack) : CFrame(size), rack_(rack) {}
+  static constexpr CCoord kNoticeHeight = 26;
+
+  /// `size` is the instance's.
+  OuterFrame(const CRect& size, SynEditor& rack)
+      : CFrame(size), rack_(rack), rackSize_(size.getWidth(), size.getHeight()) {}
+
+  /// Shows a text below the rack; none if it is empty.
+  void SetNotice(const std::string& text) {
+    if (notice_) removeView(std::exchange(notice_, nullptr));
+    if (!text.empty()) {
+      notice_ = new CTextLabel(CRect(0, rackSize_.y, rackSize_.x, rackSize_.y + kNoticeHeight),
+                               text.c_str());
+      notice_->setBackColor(CColor(140, 40, 20, 255));
+      notice_->setFontColor(kWhiteCColor);
+      addView(notice_);
+    }
+    Fit();
+  }
+  bool SetRackSize(CCoord width, CCoord height) {
+    rackSize_ = CPoint(width, height);
+    if (notice_) {
+      const CRect place(0, height, width, height + kNoticeHeight);
+      notice_->setViewSize(place);
+      notice_->setMouseableArea(place);
+    }
+    return Fit();
+  }
 
   bool onKeyDown(const CKeyEvent& event) override {
     return rack_.Frame() && rack_.Frame()->onKeyDown(event);
@@ -139,7 +137,11 @@ class OuterFrame final : public CFrame {
   }
 
  private:
+  bool Fit() { return setSize(rackSize_.x, rackSize_.y + (notice_ ? kNoticeHeight : 0)); }
+
   SynEditor& rack_;
+  CPoint rackSize_;
+  CTextLabel* notice_ = nullptr;
 };
 
 /// The instance's window within a free window, as in any host.
@@ -149,7 +151,7 @@ class HostWindow {
     AEffGUIEditor* editor = host.Plugin().getEditor();
     ERect* rect = nullptr;
     if (!editor || !editor->getRect(&rect) || !rect) return;
-    frame_ = SharedPointer<CFrame>::Adopt(new OuterFrame(
+    frame_ = SharedPointer<OuterFrame>::Adopt(new OuterFrame(
         CRect(0, 0, rect->right - rect->left, rect->bottom - rect->top), host.Rack()));
     std::string error;
     if (!frame_->open(nullptr, title.c_str(), &error)) {
@@ -157,7 +159,7 @@ class HostWindow {
       frame_ = nullptr;
       return;
     }
-    host.onResize = [this](int width, int height) { return frame_->setSize(width, height); };
+    host.onResize = [this](int width, int height) { return frame_->SetRackSize(width, height); };
     frame_->idle();
     editor->open(frame_->getWindowHandle());
   }
@@ -171,6 +173,9 @@ class HostWindow {
   HostWindow& operator=(const HostWindow&) = delete;
 
   bool IsClosed() const { return frame_ && frame_->isCloseRequested(); }
+  void SetNotice(const std::string& text) {
+    if (frame_) frame_->SetNotice(text);
+  }
   void Idle() {
     if (!frame_) return;
     frame_->idle();
@@ -179,19 +184,52 @@ class HostWindow {
 
  private:
   LiveHost& host_;
-  SharedPointer<CFrame> frame_;
+  SharedPointer<OuterFrame> frame_;
 };
 
-void Report(const PlayOptions& options, const media::SoundCard* card, int rate, int block,
-            const std::vector<std::unique_ptr<media::MidiInput>>& inputs, std::ostream& out) {
-  out << "Playing " << (options.patch.empty() ? "an empty rack" : options.patch);
-  if (card) {
-    out << " on " << card->Name() << " (" << card->Outputs() << " outputs, " << card->Inputs()
-        << " inputs)";
+void ReportSound(const SoundLink& sound, int rate, std::ostream& out) {
+  if (const media::SoundOutput* card = sound.Card()) {
+    out << "Sound by " << card->Name() << " (" << card->Outputs() << " outputs, " << card->Inputs()
+        << " inputs) at " << card->Rate() << " Hz, blocks of " << card->BlockSize() << "\n";
+  } else {
+    out << sound.Notice() << " Playing at " << rate << " Hz\n";
   }
-  out << " at " << rate << " Hz, blocks of " << block << "\nMIDI from ";
-  for (std::size_t i = 0; i < inputs.size(); ++i) out << (i ? ", " : "") << inputs[i]->Name();
-  out << (inputs.empty() ? "nowhere" : "") << "\nCtrl+C ends it\n" << std::flush;
+  out << std::flush;
+}
+
+void ReportMidi(const MidiLink& midi, std::ostream& out) {
+  const std::vector<std::string> names = midi.Names();
+  out << "MIDI from ";
+  for (std::size_t i = 0; i < names.size(); ++i) out << (i ? ", " : "") << names[i];
+  out << (names.empty() ? "nowhere" : "") << "\n" << std::flush;
+}
+
+/// Until the window is closed or the user interrupts.
+void KeepPlaying(const PlayOptions& options, LiveHost& host, SoundLink& sound, MidiLink& midi,
+                 const InterruptWatch& watch, std::ostream& out, std::ostream& err) {
+  std::unique_ptr<HostWindow> window;
+  if (options.hasWindow) window = std::make_unique<HostWindow>(host, "Halveron", err);
+  if (window) window->SetNotice(sound.Notice());
+  double nextMidi = 0;
+  while (!watch.IsInterrupted() && !(window && window->IsClosed())) {
+    if (window) window->Idle();
+    const double now = LiveHost::Now();
+    if (sound.Poll(now)) {
+      ReportSound(sound, host.SampleRate(), out);
+      if (window) window->SetNotice(sound.Notice());
+      // A sound server that has gone may have carried MIDI, too. Its ports have to be closed before
+      // a connection to its successor is made: the library crashes on the way back.
+      if (!sound.Card()) {
+        midi.Reopen();
+        ReportMidi(midi, out);
+      }
+    }
+    if (now >= nextMidi) {
+      nextMidi = now + kMidiSeconds;
+      if (midi.Poll()) ReportMidi(midi, out);
+    }
+    std::this_thread::sleep_for(std::chrono::duration<double>(kIdleSeconds));
+  }
 }
 
 }  // namespace
@@ -204,29 +242,27 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   // What the keyboard writes is in the user's encoding.
   std::setlocale(LC_CTYPE, "");
   if (!options.patch.empty()) RequirePatchExtension(options.patch);
-  const auto card = OpenCard(options, err);
+  const media::SoundCard::Settings settings{
+      options.device, options.rate.value_or(0), options.block, kDawInputs, kDawOutputs, ""};
+  auto card = OpenCard(settings, err);
   const int rate = card ? card->Rate() : options.rate.value_or(kSilentRate);
   const int block = card ? card->BlockSize() : options.block;
   std::unique_ptr<media::MidiOutput> output;  // outlives the host, which sends to it
   LiveHost host({rate, block, true, SongPosition(options.tempo)});
-  if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack());
+  if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err);
   if (!options.midiOutput.empty()) {
     output = std::make_unique<media::MidiOutput>(options.midiOutput);
     host.onMessage = [&output](std::span<const std::uint8_t> bytes) { output->Send(bytes); };
   }
   const InterruptWatch watch;
   host.Start();
-  const auto inputs = OpenInputs(options, host);
-  const Running running(host, card.get(), rate, block);
-  Report(options, card.get(), rate, block, inputs, out);
-  {
-    std::unique_ptr<HostWindow> window;
-    if (options.hasWindow) window = std::make_unique<HostWindow>(host, "Halveron", err);
-    while (!watch.IsInterrupted() && !(window && window->IsClosed())) {
-      if (window) window->Idle();
-      std::this_thread::sleep_for(std::chrono::duration<double>(kIdleSeconds));
-    }
-  }
+  MidiLink midi(MakeInputSource(host), options.midi);
+  SoundLink sound(host, std::move(card), OpenerFor(settings), block);
+  out << "Playing " << (options.patch.empty() ? "an empty rack" : options.patch) << "\n";
+  ReportSound(sound, rate, out);
+  ReportMidi(midi, out);
+  out << "Ctrl+C ends it\n" << std::flush;
+  KeepPlaying(options, host, sound, midi, watch, out, err);
   return kExitDone;
 }
 

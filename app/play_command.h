@@ -21,7 +21,7 @@ struct PlayOptions {
 };
 
 /// Plays until the window is closed or the user interrupts it, and returns the exit status. Throws
-/// platform::FileError if something that was asked for by name is not there.
+/// platform::UserError if a device or port that the user named does not exist.
 int Play(const PlayOptions& options, std::ostream& out, std::ostream& err);
 
 }  // namespace halveron

@@ -1,15 +1,17 @@
 #include "app/plugin_host.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <utility>
+
+#include "framework/midi_message.h"
 
 namespace halveron {
 
 namespace {
 
-constexpr std::uint8_t kSysExStart = 0xF0;
 constexpr std::size_t kListHead = offsetof(VstEvents, events) / sizeof(VstEvent*);
 
 static_assert(offsetof(VstEvents, events) == kListHead * sizeof(VstEvent*));
@@ -19,12 +21,6 @@ bool CanHostDo(std::string_view ability) {
                                              "receiveVstEvents", "receiveVstMidiEvent",
                                              "sendVstTimeInfo",  "offline"};
   return std::find(std::begin(kAbilities), std::end(kAbilities), ability) != std::end(kAbilities);
-}
-
-std::size_t MidiLength(std::uint8_t status) {
-  if (status >= 0xF4 || status < 0x80) return 1;
-  if (status >= 0xF0) return status == 0xF2 ? 3 : 2;
-  return status >= 0xC0 && status < 0xE0 ? 2 : 3;
 }
 
 }  // namespace
@@ -58,6 +54,16 @@ void PluginHost::SwitchOn(std::size_t mostEvents) {
   Dispatch(effMainsChanged, 1);
 }
 
+void PluginHost::ChangeSampleRate(int rate) {
+  if (rate == settings_.sampleRate) return;
+  if (isOn_) Dispatch(effMainsChanged, 0);
+  position_ = std::llround(static_cast<double>(position_) * rate / settings_.sampleRate);
+  settings_.sampleRate = rate;
+  Dispatch(effSetSampleRate, 0, nullptr, static_cast<float>(rate));
+  UpdateTimeInfo();
+  if (isOn_) Dispatch(effMainsChanged, 1);
+}
+
 void PluginHost::UpdateTimeInfo() {
   const std::int64_t place = settings_.isPlaying ? position_ : 0;
   const double rate = settings_.sampleRate;
@@ -83,7 +89,7 @@ void PluginHost::UpdateTimeInfo() {
 void PluginHost::AddEvent(int delta, std::span<std::uint8_t> bytes) {
   if (eventCount_ >= records_.size() || bytes.empty()) return;
   EventRecord& record = records_[eventCount_];
-  if (bytes[0] == kSysExStart) {
+  if (bytes[0] == midi::kSysExStart) {
     record.sysEx = {};
     record.sysEx.type = kVstSysExType;
     record.sysEx.byteSize = sizeof(VstMidiSysexEvent);
@@ -127,7 +133,8 @@ void PluginHost::TakeEvents(const VstEvents& events) {
     } else if (event->type == kVstMidiType) {
       const auto* midi = reinterpret_cast<const VstMidiEvent*>(event);
       const auto* bytes = reinterpret_cast<const std::uint8_t*>(midi->midiData);
-      TakeMessage(event->deltaFrames, {bytes, MidiLength(bytes[0])});
+      TakeMessage(event->deltaFrames,
+                  {bytes, static_cast<std::size_t>(midi::MessageLength(bytes[0]))});
     }
   }
 }

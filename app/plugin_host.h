@@ -44,6 +44,8 @@ class PluginHost {
   const Settings& GetSettings() const { return settings_; }
   std::intptr_t Dispatch(int opcode, std::intptr_t value = 0, void* ptr = nullptr,
                          float opt = 0.0f);
+  /// While nothing plays. The song goes on at the same second.
+  void ChangeSampleRate(int rate);
   /// Switches the instance on, with room for that many events in a block.
   void SwitchOn(std::size_t mostEvents);
 
@@ -54,7 +56,7 @@ class PluginHost {
   void SendEvents();
   void ProcessSamples(int first, int frames);
 
-  /// What the plug-in asks; an override hands on what it does not know.
+  /// Requests of the plug-in; an override forwards those it does not handle.
   virtual std::intptr_t Answer(std::int32_t opcode, std::int32_t index, std::intptr_t value,
                                void* ptr);
   /// The plug-in sends a message: a status byte and its data, SysEx from 0xF0 to 0xF7. `delta`
@@ -72,7 +74,7 @@ class PluginHost {
   void TakeEvents(const VstEvents& events);
 
   Settings settings_;
-  Halveron* plugin_;  // deleted by its own close call
+  Halveron* plugin_;  // its close call deletes it
   std::array<std::vector<float>, kDawInputs> inputs_;
   std::array<std::vector<float>, kDawOutputs> outputs_;
   std::vector<EventRecord> records_;

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "app/interrupt_watch.h"
@@ -16,6 +17,7 @@
 #include "app/run_command.h"
 #include "media/audio_file.h"
 #include "media/midi_file.h"
+#include "media/midi_file_writer.h"
 #include "platform/file_error.h"
 #include "platform/terminal.h"
 
@@ -30,7 +32,7 @@ constexpr double kTailSeconds = 2.0;  // after the end of a MIDI file or an inpu
 constexpr double kDefaultSeconds = 10.0;
 constexpr double kDefaultTempo = 120.0;
 
-/// A bar on a terminal; nothing where nobody watches.
+/// A bar on a terminal; nothing otherwise.
 class ProgressBar {
  public:
   ProgressBar(std::ostream& err, std::int64_t total)
@@ -112,15 +114,59 @@ Material Gather(const RenderOptions& options) {
   return material;
 }
 
-/// The output must not take the place of what is read.
+/// An output must not take the place of what is read, nor of the other.
 void KeepSources(const RenderOptions& options) {
-  for (const std::string& source : {options.patch, options.input, options.midi}) {
+  const auto isSame = [](const std::string& a, const std::string& b) {
     std::error_code error;
-    if (!source.empty() && fs::equivalent(source, options.output, error)) {
+    if (a.empty() || b.empty()) return false;
+    return fs::equivalent(a, b, error) ||
+           fs::weakly_canonical(a, error) == fs::weakly_canonical(b, error);
+  };
+  for (const std::string& source : {options.patch, options.input, options.midi}) {
+    if (isSame(source, options.output)) {
       throw FileError(options.output, "", "is read as well", "name another file with -o");
     }
+    if (isSame(source, options.midiOutput)) {
+      throw FileError(options.midiOutput, "", "is read as well",
+                      "name another file with --midi-output");
+    }
+  }
+  if (isSame(options.output, options.midiOutput)) {
+    throw FileError(options.output, "", "is to be sound and MIDI at once",
+                    "name another file with --midi-output");
   }
 }
+
+/// What the patch sends to the host, as a song of its own.
+class SentMidi {
+ public:
+  SentMidi(const RenderOptions& options, const Material& material)
+      : rate_(options.rate), song_(material.song) {
+    file_.tempos = song_.Changes();
+    file_.seconds = static_cast<double>(material.frames) / rate_;
+    file_.quarters = song_.At(file_.seconds).quarters;
+    const auto isLater = [this](const media::TempoChange& change) {
+      return change.seconds > file_.seconds;
+    };
+    std::erase_if(file_.tempos, isLater);
+  }
+
+  void Take(const HostMessage& message) {
+    const double seconds = static_cast<double>(message.frame) / rate_;
+    file_.events.push_back({seconds, song_.At(seconds).quarters, message.bytes});
+  }
+  /// The SA06 of a rack come one after another within a block.
+  const media::MidiFile& File() {
+    std::stable_sort(file_.events.begin(), file_.events.end(),
+                     [](const auto& a, const auto& b) { return a.seconds < b.seconds; });
+    return file_;
+  }
+
+ private:
+  int rate_;
+  SongPosition song_;
+  media::MidiFile file_;
+};
 
 /// Hands the next frames of the input file to the host.
 class InputFeed {
@@ -178,6 +224,19 @@ class OutputTake {
   std::int64_t broken_ = 0;
 };
 
+std::string WholePath(const std::string& path) {
+  std::error_code error;
+  const fs::path whole = fs::absolute(path, error);
+  return error ? path : whole.lexically_normal().string();
+}
+
+std::string LengthText(const RenderOptions& options, const Material& material) {
+  char length[64];
+  std::snprintf(length, sizeof length, "%.3f s",
+                static_cast<double>(material.frames) / options.rate);
+  return length;
+}
+
 void Report(const RenderOptions& options, const Material& material, const OutputTake& take,
             std::ostream& out, std::ostream& err) {
   char peak[64] = "silent";
@@ -185,12 +244,7 @@ void Report(const RenderOptions& options, const Material& material, const Output
     std::snprintf(peak, sizeof peak, "peak %.2f dBFS%s", 20.0 * std::log10(take.Peak()),
                   take.Peak() > 1.0f ? ", above full scale" : "");
   }
-  char length[64];
-  std::snprintf(length, sizeof length, "%.3f s",
-                static_cast<double>(material.frames) / options.rate);
-  std::error_code error;
-  const fs::path whole = fs::absolute(options.output, error);
-  out << (error ? options.output : whole.lexically_normal().string()) << ": " << length << ", "
+  out << WholePath(options.output) << ": " << LengthText(options, material) << ", "
       << options.channels << (options.channels == 1 ? " channel, " : " channels, ") << options.rate
       << " Hz, " << peak << "\n";
   if (take.Broken() > 0) {
@@ -206,14 +260,21 @@ int Render(const RenderOptions& options, std::ostream& out, std::ostream& err) {
   Material material = Gather(options);
 
   OfflineHost host({options.rate, options.block, !options.isStopped, material.song});
-  LoadPatchFile(options.patch, host.Rack());
-  if (options.voices) host.Rack().ApplyVoiceCount(*options.voices);
+  LoadPatchFile(options.patch, host.Rack(), err);
+  if (options.voices) host.Rack().voices.ApplyVoiceCount(*options.voices);
   if (options.oversampling) {
     const auto factor = static_cast<unsigned>(*options.oversampling);
     host.Plugin().ApplyOversamplingFactor(std::countr_zero(factor));
   }
   host.SetMessages(std::move(material.messages));
-  media::AudioFileWriter writer(options.output, options.channels, options.rate, material.frames);
+  std::optional<media::AudioFileWriter> writer;
+  if (!options.output.empty()) {
+    writer.emplace(options.output, options.channels, options.rate, material.frames);
+  }
+  SentMidi sent(options, material);
+  if (!options.midiOutput.empty()) {
+    host.onMessage = [&sent](const HostMessage& message) { sent.Take(message); };
+  }
   InputFeed feed(material.input.get(), options.block);
   OutputTake take(options.channels, options.block);
   {
@@ -222,19 +283,27 @@ int Render(const RenderOptions& options, std::ostream& out, std::ostream& err) {
     host.Start();
     while (host.Position() < material.frames) {
       if (watch.IsInterrupted()) {
-        err << "halveron: " << options.output << ": interrupted; nothing was written\n";
+        err << "halveron: " << (writer ? options.output : options.midiOutput)
+            << ": interrupted; nothing was written\n";
         return kExitInterrupted;
       }
       const auto left = material.frames - host.Position();
       const int frames = static_cast<int>(std::min<std::int64_t>(options.block, left));
       feed.Fill(host, frames);
       host.Process(frames);
-      writer.Write(take.Take(host, frames), frames);
+      const float* samples = take.Take(host, frames);
+      if (writer) writer->Write(samples, frames);
       progress.Show(host.Position());
     }
-    writer.Commit();
+    if (!options.midiOutput.empty()) media::WriteMidiFile(options.midiOutput, sent.File());
+    if (writer) writer->Commit();
   }
-  Report(options, material, take, out, err);
+  if (writer) Report(options, material, take, out, err);
+  if (!options.midiOutput.empty()) {
+    const std::size_t events = sent.File().events.size();
+    out << WholePath(options.midiOutput) << ": " << LengthText(options, material) << ", " << events
+        << (events == 1 ? " message\n" : " messages\n");
+  }
   return kExitDone;
 }
 

@@ -7,17 +7,18 @@
 #include <ostream>
 
 #include "app/convert_command.h"
+#include "app/manual_command.h"
 #include "app/modules_command.h"
 #include "app/play_command.h"
 #include "app/render_command.h"
 #include "app/screenshot_command.h"
 #include "editor/options.h"
-#include "platform/file_error.h"
+#include "platform/user_error.h"
 #include "presets/nearest_name.h"
 
 namespace halveron {
 
-using platform::FileError;
+using platform::UserError;
 
 namespace {
 
@@ -59,14 +60,14 @@ struct CommandLine {
     AddConvert();
     AddModules();
     AddScreenshot();
+    AddManual();
   }
 
   void AddPlay() {
     playCall = app.add_subcommand("play", "Play a patch in a window, by a sound card and MIDI");
     playCall->allow_extras();
     playCall->add_option("PATCH", play.patch, "A patch to begin with");
-    playCall->add_flag("--list-devices", play.listsDevices,
-                       "Tell what --device and --midi can name");
+    playCall->add_flag("--list-devices", play.listsDevices, "List what --device and --midi accept");
     playCall->add_option("--device", play.device, "The sound device: a number or part of a name");
     playCall
         ->add_option("--midi", play.midi,
@@ -95,8 +96,15 @@ struct CommandLine {
     renderCall
         ->add_option("PATCH", render.patch, "The patch: a text patch (.json) or a preset (.hvp)")
         ->required();
-    renderCall->add_option("-o,--output", render.output, "The WAV file to write, 32-bit float")
-        ->required();
+    auto* wave =
+        renderCall->add_option("-o,--output", render.output, "The WAV file to write, 32-bit float");
+    renderCall->add_option("--midi-output", render.midiOutput,
+                           "The MIDI file to write: what the patch sends to the host");
+    renderCall->final_callback([this, wave] {
+      if (wave->empty() && render.midiOutput.empty()) {
+        throw CLI::RequiredError("--output or --midi-output");
+      }
+    });
     renderCall->add_option("--input", render.input, "A sound file for the host inputs");
     renderCall->add_option("--midi", render.midi, "A standard MIDI file for the host MIDI port");
     renderCall->add_option("--rate", render.rate, "Sample rate in hertz")
@@ -141,12 +149,13 @@ struct CommandLine {
   }
 
   void AddScreenshot() {
-    screenshotCall = app.add_subcommand("screenshot", "Draw the rack of a patch into a picture");
+    screenshotCall =
+        app.add_subcommand("screenshot", "Draw the rack of a patch, or one panel, into a picture");
     screenshotCall->allow_extras();
-    screenshotCall
-        ->add_option("PATCH", screenshot.patch,
-                     "The patch: a text patch (.json) or a preset (.hvp)")
-        ->required();
+    screenshotCall->add_option("PATCH", screenshot.patch,
+                               "The patch: a text patch (.json) or a preset (.hvp)");
+    screenshotCall->add_option("--module", screenshot.module,
+                               "Draw the panel of one module instead: its name or its number");
     screenshotCall->add_option("-o,--output", screenshot.output, "The PNG file to write")
         ->required();
     screenshotCall->add_option("--skin", screenshot.skin, "The skin")->capture_default_str();
@@ -157,33 +166,52 @@ struct CommandLine {
         ->check(CLI::IsMember({"modules", "main", "presets"}));
   }
 
+  void AddManual() {
+    manualCall = app.add_subcommand("manual", "Write the manual's page of each module");
+    manualCall->allow_extras();
+    manualCall->add_option("FOLDER", manualFolder, "The folder to write the pages to")->required();
+  }
+
+  void CheckScreenshot() const {
+    if (screenshot.patch.empty() == screenshot.module.empty()) {
+      throw UserError(
+          "", "screenshot",
+          screenshot.patch.empty() ? "nothing to draw" : "PATCH and --module exclude each other",
+          "name a patch, or a module by --module");
+    }
+    if (!screenshot.module.empty() && (screenshot.rows > 0 || !screenshot.menu.empty())) {
+      throw UserError("", "screenshot", "--rows and --menu are for patches", "leave them out");
+    }
+  }
+
   /// Throws what CLI11 cannot see.
   void Check() const {
-    const CLI::App* const calls[] = {&app,        playCall,    renderCall,
-                                     convertCall, modulesCall, screenshotCall};
+    const CLI::App* const calls[] = {&app,        playCall,       renderCall, convertCall,
+                                     modulesCall, screenshotCall, manualCall};
     for (const CLI::App* call : calls) {
       const auto extras = call->remaining();
       if (extras.empty()) continue;
       const bool isOption = extras[0].starts_with("-");
       if (call == &app && !isOption) {
-        throw FileError(
-            "", "", "no command " + Quoted(extras[0]),
-            DidYouMean(extras[0], {"play", "render", "convert", "modules", "screenshot"}));
+        throw UserError("", "", "no command " + Quoted(extras[0]),
+                        DidYouMean(extras[0], {"play", "render", "convert", "modules", "screenshot",
+                                               "manual"}));
       }
-      throw FileError("", call == &app ? "" : call->get_name(),
+      throw UserError("", call == &app ? "" : call->get_name(),
                       (isOption ? "no option " : "one argument too many, ") + Quoted(extras[0]),
                       isOption ? DidYouMean(extras[0], OptionsOf(*call))
                                : "see halveron " + call->get_name() + " --help");
     }
+    if (screenshotCall->parsed()) CheckScreenshot();
     if (render.seconds &&
         !(*render.seconds > 0.0 && *render.seconds * render.rate <= kMostFrames)) {
-      throw FileError("", "render", "--seconds: out of range", "give a length above 0");
+      throw UserError("", "render", "--seconds: out of range", "give a length above 0");
     }
     if (render.tempo && !(*render.tempo >= 1.0 && *render.tempo <= 1000.0)) {
-      throw FileError("", "render", "--tempo: out of range", "give 1 to 1000");
+      throw UserError("", "render", "--tempo: out of range", "give 1 to 1000");
     }
     if (render.oversampling && (*render.oversampling & (*render.oversampling - 1)) != 0) {
-      throw FileError("", "render", "--oversampling: no power of two", "give 1, 2, 4 up to 256");
+      throw UserError("", "render", "--oversampling: no power of two", "give 1, 2, 4 up to 256");
     }
   }
 
@@ -201,11 +229,13 @@ struct CommandLine {
   CLI::App* convertCall = nullptr;
   CLI::App* modulesCall = nullptr;
   CLI::App* screenshotCall = nullptr;
+  CLI::App* manualCall = nullptr;
   PlayOptions play;
   RenderOptions render;
   ConvertOptions convert;
   ModulesOptions modules;
   ScreenshotOptions screenshot;
+  std::string manualFolder;
 };
 
 int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
@@ -229,9 +259,10 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
   line.Check();
   if (line.playCall->parsed()) return Play(line.play, out, err);
   if (line.renderCall->parsed()) return Render(line.render, out, err);
-  if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out);
+  if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out, err);
   if (line.modulesCall->parsed()) return ListModules(line.modules.name, line.modules.asJson, out);
-  if (line.screenshotCall->parsed()) return Screenshot(line.screenshot, out);
+  if (line.screenshotCall->parsed()) return Screenshot(line.screenshot, out, err);
+  if (line.manualCall->parsed()) return WriteManual(line.manualFolder, out);
   return Misuse(err, "no command; see halveron --help");
 }
 
@@ -240,7 +271,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
 int RunCommand(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
   try {
     return Run(argc, argv, out, err);
-  } catch (const FileError& error) {
+  } catch (const UserError& error) {
     return Misuse(err, error.what());
   } catch (const std::bad_alloc&) {
     return Misuse(err, "there is not enough memory; close other programs");

@@ -6,7 +6,7 @@
 namespace halveron {
 
 inline constexpr int kExitDone = 0;
-inline constexpr int kExitMisuse = 2;         ///< one line on `err` tells why
+inline constexpr int kExitMisuse = 2;         ///< one line on `err` says why
 inline constexpr int kExitInterrupted = 130;  ///< as shells tell an interrupt
 
 /// Runs the command with its results on `out` and all else on `err`, and returns the exit status.

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <ostream>
 
+#include "app/modules_command.h"
 #include "app/offline_host.h"
 #include "app/patch_file.h"
 #include "app/run_command.h"
@@ -18,12 +19,13 @@
 namespace halveron {
 
 using platform::FileError;
+using platform::UserError;
 
 namespace {
 
 constexpr std::uint32_t kSeed = 20;  // of the jacks' and the cables' looks
 
-/// Has the process wear a skin that lies beside the program.
+/// Loads a skin beside the program for the whole process.
 void WearSkin(const std::string& skin, const std::string& size) {
   const std::string program = platform::LibraryPath();
   const std::string folder =
@@ -34,12 +36,12 @@ void WearSkin(const std::string& skin, const std::string& size) {
   for (const SkinEntry& entry : skins) names.push_back(entry.name);
   const auto chosen = std::find(names.begin(), names.end(), skin);
   if (chosen == names.end()) {
-    throw FileError("", "screenshot", "no skin " + Quoted(skin), DidYouMean(skin, names));
+    throw UserError("", "screenshot", "no skin " + Quoted(skin), DidYouMean(skin, names));
   }
   const std::vector<std::string>& sizes =
       skins[static_cast<std::size_t>(chosen - names.begin())].sizes;
   if (std::find(sizes.begin(), sizes.end(), size) == sizes.end()) {
-    throw FileError("", "screenshot", "no size " + Quoted(size) + " of skin " + Quoted(skin),
+    throw UserError("", "screenshot", "no size " + Quoted(size) + " of skin " + Quoted(skin),
                     DidYouMean(size, sizes));
   }
   skinPath = folder + skin + "/" + size + "/";
@@ -52,31 +54,53 @@ void OpenMenu(TopBar& bar, const std::string& menu) {
   if (menu == "presets") bar.Screen().onPress();
 }
 
+void Write(const COffscreenContext& picture, const std::string& path, std::ostream& out) {
+  std::string cause;
+  if (!picture.writePng(path, &cause)) {
+    throw FileError(path, "", "cannot be written: " + cause);
+  }
+  out << path << ": " << picture.getWidth() << " by " << picture.getHeight() << " pixels\n";
+}
+
+int ScreenshotModule(const ScreenshotOptions& options, std::ostream& out) {
+  const CatalogueEntry& entry = FindModule(options.module, "screenshot");
+  WearSkin(options.skin, options.size);
+  OfflineHost host({});
+  dsp::SeedRandom(kSeed);
+  Module* module = host.Rack().AddModule(entry.name, kBuiltInVendor);
+  if (!module) {
+    throw FileError("screenshot", "",
+                    "the module " + Quoted(std::string(entry.name)) + " is not there yet",
+                    "take another one");
+  }
+  COffscreenContext picture(static_cast<int>(module->getWidth()),
+                            static_cast<int>(module->getHeight()));
+  module->drawRect(&picture, module->getViewSize());
+  Write(picture, options.output, out);
+  return kExitDone;
+}
+
 }  // namespace
 
-int Screenshot(const ScreenshotOptions& options, std::ostream& out) {
+int Screenshot(const ScreenshotOptions& options, std::ostream& out, std::ostream& err) {
+  if (!options.module.empty()) return ScreenshotModule(options, out);
   RequirePatchExtension(options.patch);
   WearSkin(options.skin, options.size);
   OfflineHost host({});
   dsp::SeedRandom(kSeed);
   SynEditor& rack = host.Rack();
-  LoadPatchFile(options.patch, rack);
+  LoadPatchFile(options.patch, rack, err);
   rack.options.viewableRows.Set(options.rows > 0 ? options.rows : rack.rows);
   rack.presetPath = std::filesystem::path(options.patch).stem().string();
   RackWindow& window = rack.OpenViews();
   rack.UpdatePresetDisplay(false);
   OpenMenu(window.Bar(), options.menu);
   SynFrame& frame = window.Frame();
-  const int width = static_cast<int>(frame.getWidth());
-  const int height = static_cast<int>(frame.getHeight());
-  COffscreenContext picture(width, height);
+  COffscreenContext picture(static_cast<int>(frame.getWidth()),
+                            static_cast<int>(frame.getHeight()));
   frame.draw(&picture);
-  std::string cause;
-  if (!picture.writePng(options.output, &cause)) {
-    throw FileError(options.output, "", "cannot be written: " + cause);
-  }
+  Write(picture, options.output, out);
   rack.CloseWindow();
-  out << options.output << ": " << width << " by " << height << " pixels\n";
   return kExitDone;
 }
 

@@ -7,7 +7,8 @@
 namespace halveron {
 
 struct ScreenshotOptions {
-  std::string patch;
+  std::string patch;   ///< empty where a module is drawn
+  std::string module;  ///< display name or number
   std::string output;
   std::string skin = "Classic";
   std::string size = "Medium";
@@ -16,7 +17,7 @@ struct ScreenshotOptions {
 };
 
 /// Returns the exit status. The same patch gives the same picture on every run. Throws
-/// platform::FileError; then what stood at the output's place is still there.
-int Screenshot(const ScreenshotOptions& options, std::ostream& out);
+/// platform::UserError; then an existing output file is unchanged.
+int Screenshot(const ScreenshotOptions& options, std::ostream& out, std::ostream& err);
 
 }  // namespace halveron

@@ -1,4 +1,4 @@
-// Where a song stands at a time, by its tempo map.
+// The position in a song at a time, by its tempo map.
 #pragma once
 
 #include <vector>
@@ -26,6 +26,7 @@ class SongPosition {
   Moment At(double seconds) const;
   /// The time of the first change after `seconds`, infinite if none follows.
   double NextChange(double seconds) const;
+  const std::vector<media::TempoChange>& Changes() const { return changes_; }
   /// The time of a place in quarter notes, 0 or more.
   double SecondsAt(double quarters) const;
 

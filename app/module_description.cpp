@@ -1,0 +1,86 @@
+#include "app/module_description.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "editor/module_catalogue.h"
+#include "framework/module.h"
+#include "gui/option_menu.h"
+#include "gui/slider.h"
+#include "presets/module_roles.h"
+
+namespace halveron {
+
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+struct Kind {
+  const char* name;
+  int positions;  ///< 0: any value of the range
+};
+
+Kind KindOf(const CControl& control) {
+  if (const auto* knob = dynamic_cast<const ModuleKnob*>(&control)) {
+    return knob->stepped ? Kind{"stepped knob", knob->getNumSubPixmaps()} : Kind{"knob", 0};
+  }
+  if (const auto* choice = dynamic_cast<const CSwitchBase*>(&control)) {
+    return {"switch", choice->getNumSubPixmaps()};
+  }
+  if (dynamic_cast<const COnOffButton*>(&control)) return {"on/off button", 2};
+  if (dynamic_cast<const CKickButton*>(&control)) return {"push button", 2};
+  if (dynamic_cast<const CMovieBitmap*>(&control)) return {"lamp", 0};
+  if (dynamic_cast<const CSpecialDigit*>(&control)) return {"display", 0};
+  if (const auto* menu = dynamic_cast<const COptionMenu*>(&control)) {
+    return {"menu", menu->getNbEntries()};
+  }
+  if (dynamic_cast<const CSlider*>(&control)) return {"slider", 0};
+  if (dynamic_cast<const CParamDisplay*>(&control)) return {"text", 0};
+  return {"control", 0};
+}
+
+const char* GroupOf(const PatchPoint& point) {
+  if (point.type == kInputPoint) return "inputs";
+  return point.type == kOutputPoint ? "outputs" : "either way";
+}
+
+}  // namespace
+
+Workshop::Workshop() : engine_(nullptr, HostKind::kVst2) { engine_.open(); }
+Workshop::~Workshop() { engine_.close(); }
+
+Module* Workshop::Make(const CatalogueEntry& entry) {
+  return engine_.Editor()->AddModule(entry.name, kBuiltInVendor);
+}
+
+Json DescribeModule(const CatalogueEntry& entry, Module* module) {
+  Json json{{"name", entry.name},
+            {"vendor", kBuiltInVendor},
+            {"category", NamesOf(entry.category).display},
+            {"class", entry.className},
+            {"available", module != nullptr}};
+  if (!module) return json;
+  json["version"] = module->GetVersion();
+  json["mono"] = module->GetMonoDefault();
+  json["mono_selectable"] = module->monoSelectable;
+  json["always_on"] = module->GetAlwaysOnDefault();
+  json["columns"] = std::lround(module->getViewSize().getWidth() / panelUnitWidth);
+  json["controls"] = Json::array();
+  for (const auto& [control, index, isLamp] : SettableControls(*module)) {
+    const Kind kind = KindOf(*control);
+    Json item{{"role", control->role}, {"kind", kind.name}};
+    if (kind.positions > 0) item["positions"] = kind.positions;
+    item["least"] = control->getMin();
+    item["most"] = control->getMax();
+    // The digits after the sixth are noise of the float.
+    item["default"] = std::round(control->getDefaultValue() * 1e6) / 1e6;
+    json["controls"].push_back(std::move(item));
+  }
+  for (const char* group : {"inputs", "outputs", "either way"}) json[group] = Json::array();
+  for (const PatchPoint* point : ReachablePoints(*module)) {
+    json[GroupOf(*point)].push_back({{"role", point->role}, {"midi", point->twoState}});
+  }
+  return json;
+}
+
+}  // namespace halveron

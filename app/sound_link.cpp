@@ -1,0 +1,115 @@
+#include "app/sound_link.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "app/live_host.h"
+#include "platform/user_error.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr double kSearchSeconds = 2;
+// A sound server that ends closes its streams on a thread of its own, which still uses the card.
+constexpr double kForgetSeconds = 1;
+constexpr double kCheckSeconds = 3;
+constexpr double kBlocksInACheck = 4;
+// A card outside this range of its own rate has failed: drivers of a device that was pulled out ask
+// for nothing, or for blocks without a pause.
+constexpr double kSlowest = 0.1;
+constexpr double kFastest = 10;
+
+/// Plays in silence, at the host's rate.
+void PlaySilently(const std::stop_token& stop, LiveHost& host, int block) {
+  const auto period = std::chrono::duration<double>(static_cast<double>(block) / host.SampleRate());
+  auto next = std::chrono::steady_clock::now();
+  while (!stop.stop_requested()) {
+    host.Process(nullptr, 0, nullptr, 0, block);
+    next += std::chrono::duration_cast<std::chrono::steady_clock::duration>(period);
+    // After the machine paused, blocks that are far too late are skipped.
+    next = std::max(next, std::chrono::steady_clock::now() - std::chrono::seconds(1));
+    std::this_thread::sleep_until(next);
+  }
+}
+
+}  // namespace
+
+SoundLink::SoundLink(LiveHost& host, std::unique_ptr<media::SoundOutput> card, Opener open,
+                     int silentBlock)
+    : host_(host), card_(std::move(card)), open_(std::move(open)), silentBlock_(silentBlock) {
+  if (card_) {
+    StartCard();
+  } else {
+    notice_ = "No sound: there is no sound card. One that appears is taken.";
+    StartSilence();
+  }
+}
+
+SoundLink::~SoundLink() {
+  if (card_) card_->Stop();
+}
+
+bool SoundLink::Poll(double now) {
+  if (!card_) return TakeNewCard(now);
+  if (IsCardAlive(now)) return false;
+  notice_ = "No sound: \"" + card_->Name() + "\" has gone. It is taken again when it returns.";
+  system_ = card_->System();
+  card_->Stop();
+  gone_ = std::move(card_);
+  forgetAt_ = now + kForgetSeconds;
+  StartSilence();
+  nextSearch_ = now + kSearchSeconds;
+  return true;
+}
+
+bool SoundLink::IsCardAlive(double now) {
+  if (!card_->IsRunning()) return false;
+  const std::int64_t frames = card_->FramesPlayed();
+  const double period =
+      std::max(kCheckSeconds, kBlocksInACheck * card_->BlockSize() / card_->Rate());
+  if (checkedAt_ >= 0 && now - checkedAt_ < period) return true;
+  const double expected = (now - checkedAt_) * card_->Rate();
+  const auto played = static_cast<double>(frames - checkedFrames_);
+  const bool isFirst = checkedAt_ < 0;
+  checkedAt_ = now;
+  checkedFrames_ = frames;
+  return isFirst || (played > kSlowest * expected && played < kFastest * expected);
+}
+
+bool SoundLink::TakeNewCard(double now) {
+  if (gone_ && now >= forgetAt_) gone_ = nullptr;
+  if (gone_) return false;
+  if (!search_.valid()) {
+    if (now < nextSearch_) return false;
+    search_ = std::async(std::launch::async, open_, system_);
+  }
+  if (search_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return false;
+  nextSearch_ = now + kSearchSeconds;
+  try {
+    card_ = search_.get();
+    silence_ = {};
+    StartCard();
+    notice_.clear();
+    return true;
+  } catch (const platform::UserError&) {
+    // Not there yet, or not ready to play.
+    card_ = nullptr;
+    if (!silence_.joinable()) StartSilence();
+    return false;
+  }
+}
+
+void SoundLink::StartCard() {
+  host_.ChangeSampleRate(card_->Rate());
+  checkedAt_ = -1;
+  card_->Start([this](const float* const* ins, int inCount, float* const* outs, int outCount,
+                      int frames) { host_.Process(ins, inCount, outs, outCount, frames); });
+}
+
+void SoundLink::StartSilence() {
+  silence_ = std::jthread(
+      [this](const std::stop_token& stop) { PlaySilently(stop, host_, silentBlock_); });
+}
+
+}  // namespace halveron
