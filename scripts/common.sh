@@ -10,12 +10,12 @@ die() {
   exit "${2:-1}"
 }
 
-# Prints the comment at the head of the calling script, which is its manual.
+# Prints the help: the comment at the head of the calling script.
 usage() {
   sed -n '2,/^[^#]/ { s/^# \{0,1\}//p }' "$0"
 }
 
-# Leaves the script in the project's root with every package there and build/ writable.
+# Changes to the project's root, installs missing packages and checks that build/ is writable.
 prepare() {
   "$root/scripts/install-dependencies"
   cd "$root" || die "cannot enter $root"
@@ -28,8 +28,7 @@ prepare() {
   export CTEST_PARALLEL_LEVEL="${CTEST_PARALLEL_LEVEL:-$cores}"
 }
 
-# build PRESET [TARGET...]: configures, telling only what fails, and builds; without a target,
-# everything.
+# build PRESET [TARGET...]: configures, printing only errors, and builds the targets or everything.
 build() {
   local preset=$1 log="build/configure-$1.log" targets=()
   shift
