@@ -39,4 +39,8 @@ void S400DVCA::CableDisconnected(PatchPoint* point) {
   if (point == cv2_) cv2Cabled_ = cv2_.IsCabled();
 }
 
+VoiceGroupMaker S400DVCA::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S400DVCA>(unit);
+}
+
 }  // namespace halveron

@@ -14,13 +14,17 @@ class S400DVCA final : public BuiltInModule<S400DVCA> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S400DVCA(CFrame* frame, const HostTable& hostTable, int voice);
+  S400DVCA(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
 
  private:
+  template <class Unit>
+  friend class S400DVCAVoices;
+
   ClipLamp clip1_, clip2_;
   Input in1_, cv1_, in2_, cv2_;
   Output out1_, out2_;

@@ -52,4 +52,8 @@ void S401VCAAtn::ValueChanged(CControl* control) {
   gain_ = kGains[static_cast<std::size_t>(std::clamp(step, 0, kLast))];
 }
 
+VoiceGroupMaker S401VCAAtn::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S401VCAAtn>(unit);
+}
+
 }  // namespace halveron

@@ -14,12 +14,16 @@ class S401VCAAtn final : public BuiltInModule<S401VCAAtn> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S401VCAAtn(CFrame* frame, const HostTable& hostTable, int voice);
+  S401VCAAtn(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
 
  private:
+  template <class Unit>
+  friend class S401VCAAtnVoices;
+
   Knob gainKnob_;
   ClipLamp clip1_, clip2_;
   Input in1_, cv_, in2_;

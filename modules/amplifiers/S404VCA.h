@@ -15,7 +15,7 @@ class S404VCA final : public BuiltInModule<S404VCA> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S404VCA(CFrame* frame, const HostTable& hostTable, int voice);
+  S404VCA(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
   VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;

@@ -61,4 +61,8 @@ void S201VCF::ProcessSample() {
       kernel_.Step(audio_->in, inputLevel_->smoothed_value, cutoff, resonance, clipLevel));
 }
 
+VoiceGroupMaker S201VCF::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S201VCF>(unit);
+}
+
 }  // namespace halveron

@@ -53,4 +53,8 @@ void S202HPLSVCF::ProcessSample() {
                 : kernel_.HighPass(audio_->in, level, cutoff, resonance, clipLevel));
 }
 
+VoiceGroupMaker S202HPLSVCF::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S202HPLSVCF>(unit);
+}
+
 }  // namespace halveron

@@ -14,19 +14,23 @@ class S202HPLSVCF final : public BuiltInModule<S202HPLSVCF> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S202HPLSVCF(CFrame* frame, const HostTable& hostTable, int voice);
+  S202HPLSVCF(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
 
  private:
+  template <class Unit>
+  friend class S202HPLSVCFVoices;
+
   Knob inputLevel_, cutoff_, cutoffAmount_, shelfLevel_, resonance_;
   CVerticalSwitch* mode_;
   Input audio_, cutoffCv_, attenuatedCutoffCv_, shelfCv_;
   Output out_;
 
   bool lowShelf_ = false;
-  S202HPLSVCFKernel kernel_;
+  S202HPLSVCFKernel<> kernel_;
 };
 
 }  // namespace halveron

@@ -1,4 +1,4 @@
-// S212 VCF: a multimode filter of four outputs, two or four poles, with a wilful side.
+// S212 VCF: a multimode filter of four outputs, two or four poles, with a knob for instability.
 #pragma once
 
 #include "framework/module.h"
@@ -14,7 +14,7 @@ class S212VCF final : public BuiltInModule<S212VCF> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S212VCF(CFrame* frame, const HostTable& hostTable, int voice);
+  S212VCF(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
   VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;

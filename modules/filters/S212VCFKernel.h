@@ -4,6 +4,7 @@
 
 #include <tuple>
 
+#include "dsp/dc_blocker.h"
 #include "dsp/lanes.h"
 #include "dsp/shaping.h"
 
@@ -44,7 +45,7 @@ struct S212VCFKernel {
   // State.
   Double x1 = 0.0, x2 = 0.0;
   Double tri_phase = 0.0;
-  Double fm_hp = 1.0, fm_prev = 0.0;
+  dsp::DcBlocker<Double> fmBlocker{0.0, 1.0};
   Chain highPass, bandPass, lowPass, notch;
   Double cutoff_cache = kStale, res_cache = kStale;
   Double freq = 0.0;  ///< cutoff, 1 at half the rate
@@ -67,8 +68,8 @@ struct S212VCFKernel {
       return std::tie(c.first.y1, c.first.y2, c.first.y3, c.second.y1, c.second.y2, c.second.y3);
     };
     return std::tuple_cat(
-        std::tie(self.x1, self.x2, self.tri_phase, self.fm_hp, self.fm_prev, self.cutoff_cache,
-                 self.res_cache, self.freq, self.cos_w, self.damp),
+        std::tie(self.x1, self.x2, self.tri_phase, self.fmBlocker.x1, self.fmBlocker.y1,
+                 self.cutoff_cache, self.res_cache, self.freq, self.cos_w, self.damp),
         chain(self.highPass), chain(self.bandPass), chain(self.lowPass), chain(self.notch));
   }
 
@@ -143,12 +144,12 @@ struct S212VCFKernel {
     const auto modulated = knobs.fmAmount > 0.0;
     if (!dsp::Any(modulated)) return plain;
     const Double fm = dsp::ToDouble(in.fm);
-    const Double passed = fm - fm_prev + fm_hp * 0.9;
-    // A MIDI word may be no number: it must not stay in the blocker for good.
+    const Double passed = fmBlocker.Next(fm, 0.9);
+    // A MIDI word may be a NaN, which must not stay in the blocker.
     const auto isNumber = dsp::IsFinite(passed);
     const Double h = dsp::Select(isNumber, passed, 0.0);
-    fm_prev = dsp::Select(modulated, dsp::Select(isNumber, fm, 0.0), fm_prev);
-    fm_hp = dsp::Select(modulated, h, fm_hp);
+    fmBlocker.x1 = dsp::Select(modulated, dsp::Select(isNumber, fm, 0.0), fmBlocker.x1);
+    fmBlocker.y1 = dsp::Select(modulated, h, fmBlocker.y1);
     const Double swing = ((1.0 - h) + h * tri) * (fm * (knobs.fmAmount * knobs.fmAmount)) + plain;
     return dsp::Select(modulated, swing, plain);
   }
@@ -184,7 +185,7 @@ struct S212VCFKernel {
     return Step(chain.second, b0 * u.y1 + b1 * u.y2 + b2 * u.y3);
   }
 
-  /// Keeps the high-pass and the notch from ringing at nothing at the bottom of the range.
+  /// Keeps the high-pass and the notch from ringing without input at the bottom of the range.
   Double FadeToDry(Double y) const {
     const auto isAbove = freq >= crossfade_below;
     if (dsp::All(isAbove)) return y;

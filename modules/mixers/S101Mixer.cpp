@@ -1,19 +1,21 @@
 #include "modules/mixers/S101Mixer.h"
 
+#include "framework/numbered_role.h"
+
 namespace halveron {
 
 S101Mixer::S101Mixer(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
   constexpr float kLeft = 25, kRight = 59, kFirstRow = 58, kRow = 42;
   static constexpr const char* kLevelRoles[] = {"Level 1", "Level 2", "Level 3", "Level 4"};
-  static constexpr const char* kInputRoles[] = {"In 1", "In 2", "In 3", "In 4"};
   for (int i = 0; i < 4; ++i) {
     AddModuleKnob(levels_[i], kLevelRoles[i], kLeft, kFirstRow + kRow * i, SharedBitmap::kGrayKnob,
                   0.5f);
   }
   AddModuleKnob(master_, "Master", kLeft, 256, SharedBitmap::kSmallKnob, 0.5f);
   law_ = AddVerticalSwitch("Law", kRight, 220, SharedBitmap::kVerticalSwitch, 0.0f);
-  for (int i = 0; i < 4; ++i) AddPatchPoint(ins_[i], kInputRoles[i], kRight, kFirstRow + kRow * i);
+  for (int i = 0; i < 4; ++i)
+    AddPatchPoint(ins_[i], NumberedRole<"In">(i), kRight, kFirstRow + kRow * i);
   AddPatchPoint(out_, "Out", kRight, 258);
 
   law_->caption = "Lin/Sqr";

@@ -15,7 +15,7 @@ class S101Mixer final : public BuiltInModule<S101Mixer> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S101Mixer(CFrame* frame, const HostTable& hostTable, int voice);
+  S101Mixer(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
   VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void ValueChanged(CControl* control) override;

@@ -15,13 +15,20 @@ class S102UnityMixer final : public BuiltInModule<S102UnityMixer> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = true;
 
-  S102UnityMixer(CFrame* frame, const HostTable& hostTable, int voice);
+  S102UnityMixer(CFrame* frame, const HostTable& table, int voiceIndex);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
 
   /// Adds from the last input to the first; the order is part of the sound's last bits.
-  static float Sum(float in1, float in2, float in3, float in4) { return in4 + in3 + in2 + in1; }
+  template <class Float>
+  static Float Sum(Float in1, Float in2, Float in3, Float in4) {
+    return in4 + in3 + in2 + in1;
+  }
 
  private:
+  template <class Unit>
+  friend class S102UnityMixerVoices;
+
   std::array<Input, 4> ins_;
   Output out_;
 };

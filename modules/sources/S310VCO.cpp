@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "framework/byte_io.h"
+#include "framework/preset_tail.h"
 
 namespace halveron {
 
@@ -114,21 +114,16 @@ void S310VCO::ValueChanged(CControl* control) {
   }
 }
 
-int S310VCO::GetPresetSize() {
-  return GetControlValuesSize() + 2 * static_cast<int>(sizeof(float));
-}
+int S310VCO::GetPresetSize() { return PresetTail(*this).SizeWith(2 * sizeof(float)); }
 
 void S310VCO::SavePreset(void* buffer, int size) {
-  Module::SavePreset(buffer, size);
-  const int own = GetControlValuesSize();
-  if (size <= own) return;
-  ByteWriter writer(static_cast<std::byte*>(buffer) + own, static_cast<std::size_t>(size - own));
+  ByteWriter writer = PresetTail(*this).Save(buffer, size);
   writer.Write(kernel_.sawPhase);
   writer.Write(kernel_.pulsePhase);
 }
 
 void S310VCO::LoadPreset(const void* buffer, int size, int version) {
-  Module::LoadPreset(buffer, size, version);
+  ByteReader phases = PresetTail(*this).Load(buffer, size);
   ByteReader reader(buffer, static_cast<std::size_t>(std::max(size, 0)));
   float value = 0.0f;
   reader.Read(value);  // Fine tune
@@ -137,8 +132,6 @@ void S310VCO::LoadPreset(const void* buffer, int size, int version) {
     fmAmount_.View().SetAtOnce(static_cast<float>(std::min(1.0, amount)));
   }
 
-  ByteReader phases(buffer, static_cast<std::size_t>(std::max(size, 0)));
-  phases.Take(static_cast<std::size_t>(GetControlValuesSize()));
   for (float* phase : {&kernel_.sawPhase, &kernel_.pulsePhase}) {
     if (phases.Read(value) && value >= 0.0f && value <= 1.0f) *phase = value;
   }

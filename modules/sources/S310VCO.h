@@ -14,7 +14,7 @@ class S310VCO final : public BuiltInModule<S310VCO> {
   static constexpr int kVersion = 1001;
   static constexpr bool kPolyphonic = true;
 
-  S310VCO(CFrame* frame, const HostTable& hostTable, int voice);
+  S310VCO(CFrame* frame, const HostTable& table, int voiceIndex);
 
   void ProcessSample() override;
   VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;

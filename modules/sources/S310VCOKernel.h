@@ -5,6 +5,7 @@
 #include <cmath>
 #include <tuple>
 
+#include "dsp/dc_blocker.h"
 #include "dsp/exp2_fast.h"
 #include "dsp/lanes.h"
 #include "dsp/min_blep.h"
@@ -65,9 +66,9 @@ struct S310VCOKernel {
   static auto State(Self& self) {
     return std::tie(self.octaveShift, self.lastOctaveIn, self.lastPitch, self.period,
                     self.quarterPeriod, self.phaseInc, self.sawPhase, self.sawJump, self.pulsePhase,
-                    self.pulseLevel, self.pulseWidth, self.triIntegrator, self.triIntegratorPrev,
-                    self.triOut, self.roundIntegrator, self.roundIntegratorPrev, self.negativePeak,
-                    self.lastSyncIn, self.syncSampleClock);
+                    self.pulseLevel, self.pulseWidth, self.triIntegrator, self.triBlocker.x1,
+                    self.triBlocker.y1, self.roundIntegrator, self.roundIntegratorPrev,
+                    self.negativePeak, self.lastSyncIn, self.syncSampleClock);
   }
 
   /// Rates in hertz: of Step, and of the host. Keeps phases and steps under way.
@@ -148,8 +149,8 @@ struct S310VCOKernel {
   Float pulseLevel = -1.0f;
   Float pulseWidth = 0.0f;  ///< part of the cycle for which the pulse is low
 
-  Float triIntegrator = 0.0f, triIntegratorPrev = 0.0f;
-  Float triOut = 0.0f;
+  Float triIntegrator = 0.0f;
+  dsp::DcBlocker<Float> triBlocker;
   Float roundIntegrator = 0.0f, roundIntegratorPrev = 0.0f;
   Float negativePeak = -1.0f;
 
@@ -203,7 +204,7 @@ struct S310VCOKernel {
     for (int lane = 0; lane < Lanes::kLanes; ++lane) {
       const double depth = dsp::Lane(in.shape, lane) + dsp::Lane(knobs.shape, lane);
       const double level = std::cos((depth * 50.0 + 2.0) * dsp::Lane(in.sync, lane));
-      // No number would stay in the integrators for ever.
+      // A NaN would stay in the integrators.
       dsp::Lane(gain, lane) = std::isnan(level) ? 1.0 : level;
     }
     return gain;
@@ -344,10 +345,8 @@ struct S310VCOKernel {
   /// width.
   void IntegrateTriangle(Float leak, Outputs& out) {
     const Float x = out.pulse / quarterPeriod;
-    triIntegratorPrev = triIntegrator;
     triIntegrator = triIntegrator * leak + x;
-    triOut = triIntegrator - triIntegratorPrev + leak * triOut;
-    out.triangle = triOut;
+    out.triangle = triBlocker.Step(triIntegrator, leak);
   }
 
   /// The second integral, cut off at a floor that rises with the shape.
