@@ -1,0 +1,27 @@
+// S605 RM/AM: ring and amplitude modulation of two signals.
+#pragma once
+
+#include "framework/clip_lamp.h"
+#include "framework/module.h"
+
+namespace halveron {
+
+class S605RMAM final : public BuiltInModule<S605RMAM> {
+ public:
+  static constexpr char kName[] = "S605 RM/AM";
+  static constexpr char kPanel[] = "S605RMAM.png";
+  static constexpr int kColumns = 4;
+  static constexpr int kVersion = 1000;
+  static constexpr bool kPolyphonic = true;
+
+  S605RMAM(CFrame* frame, const HostTable& hostTable, int voice);
+  void ProcessSample() override;
+  void SetSampleRate(float rate) override;
+
+ private:
+  ClipLamp clip_;
+  Input x_, y_;
+  Output ring_, amplitude_;
+};
+
+}  // namespace halveron
