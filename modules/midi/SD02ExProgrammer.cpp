@@ -8,12 +8,13 @@ namespace {
 
 constexpr int kOptionController = 80;
 constexpr int kRetriggerController = 81;
-constexpr double kLampSeconds = 0.1;
+
+enum Option { kGlideOption, kBendOption, kModOption, kFineOption, kDirectionOption, kGapOption };
 
 }  // namespace
 
-SD02ExProgrammer::SD02ExProgrammer(CFrame* frame, const HostTable& hostTable, int voice)
-    : BuiltInModule(frame, hostTable, voice) {
+SD02ExProgrammer::SD02ExProgrammer(CFrame* frame, const HostTable& table, int voiceIndex)
+    : BuiltInModule(frame, table, voiceIndex) {
   AddModuleKnob(retriggerGap_, "Retrigger gap", 48, 62, SharedBitmap::kSmallKnob, 0.0f);
   resolution_ = AddVerticalSwitch("Resolution", 26, 116, SharedBitmap::kVerticalTripleSwitch, 0.6f);
   modSmoothing_ = AddVerticalSwitch("Mod smoothing", 70, 116, SharedBitmap::kVerticalSwitch, 0.0f);
@@ -22,8 +23,8 @@ SD02ExProgrammer::SD02ExProgrammer(CFrame* frame, const HostTable& hostTable, in
   bendSmoothing_ =
       AddVerticalSwitch("Bend smoothing", 70, 170, SharedBitmap::kVerticalSwitch, 0.0f);
   bendSmoothing_->caption = "Bend";
-  AddLamp(sendLamp_, "Send lamp", 70, 236, SharedBitmap::kRedLamp);
-  AddMidiPatchPoint(midiOut_, "MIDI out", 48, 236);
+  AddLamp(midiOut_.lamp, "Send lamp", 70, 236, SharedBitmap::kRedLamp);
+  AddMidiPatchPoint(midiOut_.point, "MIDI out", 48, 236);
 
   clipLevel = -1.0f;
   InitPatchPoints(0.0f);
@@ -32,39 +33,47 @@ SD02ExProgrammer::SD02ExProgrammer(CFrame* frame, const HostTable& hostTable, in
 
 void SD02ExProgrammer::ProcessSample() {
   MidiCableWord word;
-  if (ring_.TryPop(word)) sendLamp_.Light();
-  midiOut_->out = word.ToCell();
-  sendLamp_.Tick();
+  if (waitingCount_ > 0) {
+    word = waiting_[0].word;
+    std::copy(waiting_.begin() + 1, waiting_.begin() + waitingCount_, waiting_.begin());
+    --waitingCount_;
+  }
+  midiOut_.Step(word);
 }
 
 void SD02ExProgrammer::SetSampleRate(float rate) {
   Module::SetSampleRate(rate);
-  sendLamp_.SetHold(rate, kLampSeconds);
+  midiOut_.SetSampleRate(rate);
 }
 
-void SD02ExProgrammer::Send(int controller, int data) {
+void SD02ExProgrammer::Send(int option, int controller, int data) {
   ProcessingSection section(*this);
-  ring_.Push(MidiCableWord::FromBytes(0xB0, controller, data));
+  const auto end = waiting_.begin() + waitingCount_;
+  const auto place = std::find_if(waiting_.begin(), end,
+                                  [&](const Waiting& waiting) { return waiting.option == option; });
+  if (place == end) ++waitingCount_;
+  *place = {option, MidiCableWord::ChannelMessage(midi::kControlChange, 0, controller, data)};
 }
 
 void SD02ExProgrammer::ValueChanged(CControl* control) {
-  if (!midiOut_.IsCabled()) return;
+  if (!midiOut_.point.IsCabled()) return;
   if (control == retriggerGap_) {
     const float value = retriggerGap_->value;
-    Send(kRetriggerController, value > 0.0f ? static_cast<int>(std::min(value, 1.0f) * 127.0f) : 0);
+    Send(kGapOption, kRetriggerController,
+         value > 0.0f ? static_cast<int>(std::min(value, 1.0f) * 127.0f) : 0);
     return;
   }
   const float value = control->getValue();
   const int upper = value < 0.5f ? 0 : 1;
   if (control == glideLaw_) {
-    Send(kOptionController, upper);
+    Send(kGlideOption, kOptionController, upper);
   } else if (control == bendSmoothing_) {
-    Send(kOptionController, 2 + upper);
+    Send(kBendOption, kOptionController, 2 + upper);
   } else if (control == modSmoothing_) {
-    Send(kOptionController, 6 + upper);
+    Send(kModOption, kOptionController, 6 + upper);
   } else if (control == resolution_) {
-    Send(kOptionController, 8 + upper);
-    Send(kOptionController, value < 1.0f ? 4 : 5);
+    Send(kFineOption, kOptionController, 8 + upper);
+    Send(kDirectionOption, kOptionController, value < 1.0f ? 4 : 5);
   }
 }
 
@@ -78,7 +87,7 @@ void SD02ExProgrammer::CableConnected(PatchPoint*) {
 
 void SD02ExProgrammer::LoadPreset(const void* buffer, int size, int version) {
   Module::LoadPreset(buffer, size, version);
-  sendLamp_.Set(midiOut_->out);
+  midiOut_.ShowState();
 }
 
 }  // namespace halveron

@@ -1,12 +1,14 @@
 // SD02Ex MCVS Programmer: sends the options of an SD02 that have no control on its panel.
 #pragma once
 
-#include "framework/midi_ring.h"
+#include <array>
+
+#include "framework/midi_output.h"
 #include "framework/module.h"
 
 namespace halveron {
 
-/// Each control is one option, told by controller 80 or 81 whenever it moves and, all of them, when
+/// Each control is one option, sent as controller 80 or 81 whenever it moves and, all of them, when
 /// a cable is plugged in. Without a cable nothing is sent.
 class SD02ExProgrammer final : public BuiltInModule<SD02ExProgrammer> {
  public:
@@ -16,7 +18,7 @@ class SD02ExProgrammer final : public BuiltInModule<SD02ExProgrammer> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = false;
 
-  SD02ExProgrammer(CFrame* frame, const HostTable& hostTable, int voice);
+  SD02ExProgrammer(CFrame* frame, const HostTable& table, int voiceIndex);
 
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
@@ -25,19 +27,26 @@ class SD02ExProgrammer final : public BuiltInModule<SD02ExProgrammer> {
   void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
-  void Send(int controller, int data);
+  static constexpr int kOptions = 6;
 
-  /// Filled by the thread that moves a control, inside the processing section; emptied word by word
-  /// by ProcessSample.
-  MidiRing ring_;
+  /// Queues the message of an option. One of the same option that still waits is replaced: only the
+  /// last counts, and however fast a host automates, the queue is bounded.
+  void Send(int option, int controller, int data);
+
+  // Oldest first. Changed inside the processing lock only.
+  struct Waiting {
+    int option;
+    MidiCableWord word;
+  };
+  std::array<Waiting, kOptions> waiting_{};
+  int waitingCount_ = 0;
 
   Knob retriggerGap_;
   CVerticalSwitch* resolution_;
   CVerticalSwitch* modSmoothing_;
   CVerticalSwitch* glideLaw_;
   CVerticalSwitch* bendSmoothing_;
-  HeldLamp sendLamp_;
-  Output midiOut_;
+  MidiOutput midiOut_;
 };
 
 }  // namespace halveron

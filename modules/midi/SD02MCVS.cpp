@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "framework/byte_io.h"
 #include "framework/host_transport.h"
+#include "framework/preset_tail.h"
 
 namespace halveron {
 
@@ -22,8 +22,8 @@ constexpr double kOldGlideReach = 1.18563110149669;
 
 }  // namespace
 
-SD02MCVS::SD02MCVS(CFrame* frame, const HostTable& hostTable, int voice)
-    : BuiltInModule(frame, hostTable, voice) {
+SD02MCVS::SD02MCVS(CFrame* frame, const HostTable& table, int voiceIndex)
+    : BuiltInModule(frame, table, voiceIndex) {
   AddModuleKnob(glideTime_, "Glide time", 32, 60, SharedBitmap::kSmallKnob, 0.0f);
   AddModuleKnob(bendRange_, "Bend range", 76, 60, SharedBitmap::kSmallKnob, 0.0f);
   firstNoteGlide_ =
@@ -112,13 +112,10 @@ void SD02MCVS::CableDisconnected(PatchPoint*) {
   WriteOutputs();
 }
 
-int SD02MCVS::GetPresetSize() { return GetControlValuesSize() + kOptionBytes; }
+int SD02MCVS::GetPresetSize() { return PresetTail(*this).SizeWith(kOptionBytes); }
 
 void SD02MCVS::SavePreset(void* buffer, int size) {
-  const int base = GetControlValuesSize();
-  if (size < base) return;
-  SaveControlValues(static_cast<float*>(buffer));
-  ByteWriter writer(static_cast<std::byte*>(buffer) + base, size - base);
+  ByteWriter writer = PresetTail(*this).Save(buffer, size);
   writer.Write(kernel_.glideConstantRate);
   writer.Write(static_cast<std::int32_t>(kernel_.retriggerValue));
   writer.Write(kernel_.velocityLevel);
@@ -130,28 +127,22 @@ void SD02MCVS::SavePreset(void* buffer, int size) {
 }
 
 void SD02MCVS::LoadPreset(const void* buffer, int size, int version) {
-  int base = GetControlValuesSize();
-  if (version < kAftertouchVersion) base -= static_cast<int>(sizeof(float));
-  const int stored = std::clamp(size, 0, base);
-  Module::LoadPreset(buffer, stored, version);
+  ByteReader options = PresetTail(*this).Load(buffer, size, version < kAftertouchVersion ? 1 : 0);
   if (version < kNewGlideLawVersion) {
     firstNoteGlide_->setValue(1.0f);
     ValueChanged(firstNoteGlide_);
-    if (stored >= static_cast<int>(sizeof(float))) {
+    if (size >= static_cast<int>(sizeof(float))) {
       glideTime_.View().SetAtOnce(static_cast<float>(glideTime_->value * kOldGlideReach));
       ValueChanged(glideTime_);
     }
   }
-  if (size > base) {
-    LoadOptions(static_cast<const std::byte*>(buffer) + base, size - base, version);
-  }
+  LoadOptions(options, version);
   clockLamp_.Set(clock_->out);
   stopLamp_.Set(stop_->out);
   gateLamp_.Set(gate_->out);
 }
 
-void SD02MCVS::LoadOptions(const void* block, int size, int version) {
-  ByteReader reader(block, static_cast<std::size_t>(size));
+void SD02MCVS::LoadOptions(ByteReader& reader, int version) {
   const auto readLevel = [&reader](float& level) {
     float stored = level;
     if (reader.Read(stored) && std::isfinite(stored)) level = stored;

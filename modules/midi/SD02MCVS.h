@@ -1,6 +1,7 @@
 // SD02 MIDI-CV/Sync: turns a MIDI stream into the voltages of one voice.
 #pragma once
 
+#include "framework/byte_io.h"
 #include "framework/module.h"
 #include "modules/midi/SD02MCVSKernel.h"
 
@@ -17,7 +18,7 @@ class SD02MCVS final : public BuiltInModule<SD02MCVS> {
   static constexpr int kVersion = 1004;
   static constexpr bool kPolyphonic = true;
 
-  SD02MCVS(CFrame* frame, const HostTable& hostTable, int voice);
+  SD02MCVS(CFrame* frame, const HostTable& table, int voiceIndex);
 
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
@@ -30,7 +31,7 @@ class SD02MCVS final : public BuiltInModule<SD02MCVS> {
   void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
-  void LoadOptions(const void* block, int size, int version);
+  void LoadOptions(ByteReader& reader, int version);
   static void WriteWithLamp(Output& output, Lamp& lamp, float level);
   void WriteOutputs();
 

@@ -7,6 +7,7 @@
 
 #include "dsp/counters.h"
 #include "framework/midi_cable_word.h"
+#include "framework/midi_controller.h"
 #include "modules/midi/held_notes.h"
 
 namespace halveron {
@@ -17,13 +18,9 @@ struct SD02MCVSKernel {
   static constexpr std::uint8_t kNoNote = 156;  ///< nothing sounds; in the stack: released
   static constexpr int kHighestRetrigger = 127;
 
-  /// A controller of 14 bits that comes in two halves.
-  struct TwoByteValue {
-    std::uint8_t msb = 0;
+  /// A controller whose coarse half may set the fine one.
+  struct TwoByteValue : Controller14 {
     std::uint8_t previousMsb = 0;
-    std::uint8_t lsb = 0;
-
-    float Level() const { return static_cast<float>((msb << 7) + lsb) * 6.1038882e-05f; }
 
     /// Takes a coarse value. With `direction`, the fine one is set so that the level leads on in
     /// the direction of the move.
@@ -67,7 +64,7 @@ struct SD02MCVSKernel {
   float bendRaw = 0.0f;      ///< -8192..8191
   float velocityLevel = 1.0f;
   TwoByteValue modWheel;
-  TwoByteValue volume{127, 127, 127};
+  TwoByteValue volume{{127, 127}, 127};
   float pitchTarget = 0.0f;
   float bendTarget = 0.0f;
   float modTarget = 0.0f;
@@ -143,8 +140,8 @@ struct SD02MCVSKernel {
     EndRetrigger();
     bool noteBegan = false;
     switch (word.Kind()) {
-      case 0x80:
-      case 0x90:
+      case midi::kNoteOff:
+      case midi::kNoteOn:
         noteBegan = word.IsNoteOn();
         if (noteBegan) {
           NoteOn(word.Data1(), word.Data2());
@@ -152,16 +149,20 @@ struct SD02MCVSKernel {
           NoteOff(word.Data1());
         }
         break;
-      case 0xA0:
+      case midi::kKeyPressure:
         if (word.Data1() == currentNote) aftertouchTarget = Pressure(word.Data2());
         break;
-      case 0xB0:
-        ControlChange(word.Data1(), word.Data2());
+      case midi::kControlChange:
+        if (word.IsAllNotesOff()) {
+          Silence();
+        } else {
+          ControlChange(word.Data1(), word.Data2());
+        }
         break;
-      case 0xD0:
+      case midi::kChannelPressure:
         aftertouchTarget = Pressure(word.Data1());
         break;
-      case 0xE0:
+      case midi::kPitchBend:
         bendRaw = static_cast<float>((word.Data2() - 64) * 128 + word.Data1());
         Bend();
         break;
@@ -237,19 +238,19 @@ struct SD02MCVSKernel {
 
   void ControlChange(std::uint8_t controller, std::uint8_t data) {
     switch (controller) {
-      case 1:
+      case midi::kModulationWheel:
         modWheel.SetMsb(data, msbDirectionLsb != 0);
         modTarget = modWheel.Level();
         break;
-      case 7:
+      case midi::kVolume:
         volume.SetMsb(data, msbDirectionLsb != 0);
         velocityLevel = volume.Level();
         break;
-      case 33:
+      case midi::kModulationWheel + midi::kFineOffset:
         modWheel.lsb = data;
         if (lsbEnabled) modTarget = modWheel.Level();
         break;
-      case 39:
+      case midi::kVolume + midi::kFineOffset:
         volume.lsb = data;
         if (lsbEnabled) velocityLevel = volume.Level();
         break;
@@ -258,12 +259,6 @@ struct SD02MCVSKernel {
         break;
       case 81:
         SetRetrigger(data);
-        break;
-      case 123:
-      case 124:
-      case 125:
-      case 126:
-        Silence();
         break;
       default:
         break;
@@ -307,15 +302,15 @@ struct SD02MCVSKernel {
   }
 
   void Synchronise(std::uint8_t status) {
-    if (status == 0xF8) {
+    if (status == midi::kClock) {
       clock = 1.0f;
       clockPulseLength = std::max(1, LimitPulse(clockCounter * 0.3));
       clockCounter = 1;
     } else {
       EndClock();
     }
-    if (status == 0xFA || status == 0xFB) stop = 0.0f;
-    if (status == 0xFC) stop = 1.0f;
+    if (status == midi::kStart || status == midi::kContinue) stop = 0.0f;
+    if (status == midi::kStop) stop = 1.0f;
   }
 
   /// The linear glide has a rate of its own, 120 semitones in (1 - glideTime) * 12 s; the

@@ -2,32 +2,13 @@
 
 #include <algorithm>
 #include <bit>
-#include <string>
+
+#include "framework/midi_output.h"
+#include "framework/numbered_role.h"
 
 namespace halveron {
 
 namespace {
-
-constexpr int kChannels = 16;
-constexpr double kLampSeconds = 0.1;
-
-// Names and captions of the outputs and their lamps; controls keep pointers to them.
-struct OutputNames {
-  std::array<std::string, SD05MPCKernel::kOutputs> output, lamp, number;
-
-  OutputNames() {
-    for (std::size_t i = 0; i < number.size(); ++i) {
-      number[i] = std::to_string(i + 1);
-      output[i] = "MIDI out " + number[i];
-      lamp[i] = "Activity LED " + number[i];
-    }
-  }
-};
-
-const OutputNames& Names() {
-  static const OutputNames names;
-  return names;
-}
 
 // Four rows of four, numbered row by row.
 float ColumnOf(int output) { return 28.0f + 38.0f * static_cast<float>(output % 4); }
@@ -35,21 +16,20 @@ float RowOf(int output) { return 122.0f + 42.0f * static_cast<float>(output / 4)
 
 }  // namespace
 
-SD05MPC::SD05MPC(CFrame* frame, const HostTable& hostTable, int voice)
-    : BuiltInModule(frame, hostTable, voice) {
-  const OutputNames& names = Names();
+SD05MPC::SD05MPC(CFrame* frame, const HostTable& table, int voiceIndex)
+    : BuiltInModule(frame, table, voiceIndex) {
   AddModuleKnob(channel_, "Channel", 104, 66, SharedBitmap::kGrayKnob, 0.0f);
   channelDigits_ = AddSpecialDigitEx("Channel display", 138, 66, SharedBitmap::kRedDigits, 2, 0,
-                                     kChannels, TAG_NONE);
+                                     midi::kChannels, TAG_NONE);
   channelDigits_->caption = "0 = all";
   for (int i = 0; i < kOutputs; ++i) {
-    AddLamp(lamps_[i], names.lamp[i].c_str(), ColumnOf(i) + 18, RowOf(i) - 12,
+    AddLamp(lamps_[i], NumberedRole<"Activity LED">(i), ColumnOf(i) + 18, RowOf(i) - 12,
             SharedBitmap::kBlueLamp);
   }
   AddMidiPatchPoint(midiIn_, "MIDI in", 28, 66);
   for (int i = 0; i < kOutputs; ++i) {
-    AddMidiPatchPoint(midiOut_[i], names.output[i].c_str(), ColumnOf(i), RowOf(i));
-    midiOut_[i].View().caption = names.number[i].c_str();
+    AddMidiPatchPoint(midiOut_[i], NumberedRole<"MIDI out">(i), ColumnOf(i), RowOf(i));
+    midiOut_[i].View().caption = NumberedRole<"">(i);
     SetPatchPointPoly(midiOut_[i], true);
   }
   for (int i = 0; i < kOutputs; ++i) {
@@ -85,13 +65,13 @@ void SD05MPC::ClearWritten() {
 
 void SD05MPC::SetSampleRate(float rate) {
   Module::SetSampleRate(rate);
-  for (HeldLamp& lamp : lamps_) lamp.SetHold(rate, kLampSeconds);
+  for (HeldLamp& lamp : lamps_) lamp.SetHold(rate, kMidiLampSeconds);
 }
 
 void SD05MPC::ValueChanged(CControl* control) {
   if (control != channel_) return;
   const float share = channel_->value > 0.0f ? std::min(channel_->value, 1.0f) : 0.0f;
-  const int position = static_cast<int>(share * kChannels + 0.5f);
+  const int position = static_cast<int>(share * midi::kChannels + 0.5f);
   kernel_.channelFilter = position == 0 ? SD05MPCKernel::kAllChannels : position - 1;
   channelDigits_->setValue(static_cast<float>(position));
 }

@@ -24,7 +24,7 @@ class SD05MPC final : public BuiltInModule<SD05MPC> {
   static constexpr int kVersion = 1000;
   static constexpr bool kPolyphonic = false;
 
-  SD05MPC(CFrame* frame, const HostTable& hostTable, int voice);
+  SD05MPC(CFrame* frame, const HostTable& table, int voiceIndex);
 
   bool UsesPolyphony() const override { return true; }
   void ProcessSample() override;

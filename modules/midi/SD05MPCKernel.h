@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "framework/midi_cable_word.h"
-#include "framework/signal.h"
+#include "framework/rack_limits.h"
 #include "modules/midi/held_notes.h"
 
 namespace halveron {
@@ -20,7 +20,7 @@ struct SD05MPCKernel {
   /// Where a word goes, one bit for each output, the first in bit 0.
   struct Deal {
     std::uint32_t outputs = 0;
-    bool lit = true;  ///< the lamps of these outputs tell of it
+    bool lit = true;  ///< the lamps of these outputs light up
   };
 
   struct Note {
@@ -41,16 +41,17 @@ struct SD05MPCKernel {
   }
 
   Deal Step(MidiCableWord word) {
-    if (word.Status() < 0x80) return {};  // none, or a packet of a dump: no voice hears it
+    if (word.Status() < midi::kNoteOff)
+      return {};  // none, or a packet of a dump: no voice hears it
     if (word.IsNoteOn()) return BeginNote(word);
     if (word.IsNoteOff()) return FindNote(word, true);
-    if (word.Kind() == 0xA0) return FindNote(word, false);
+    if (word.Kind() == midi::kKeyPressure) return FindNote(word, false);
     if (word.IsAllNotesOff()) {
       ForgetAllNotes();
       return {kAllOutputs};
     }
     // Clock and transport are for every voice. Their lamps would never go out.
-    if (word.Kind() == 0xF0) return {kAllOutputs, false};
+    if (word.Kind() == midi::kSystem) return {kAllOutputs, false};
     return {HoldersOf(word.Channel())};
   }
 

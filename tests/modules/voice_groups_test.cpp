@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "dsp/random.h"
+#include "editor/module_catalogue.h"
 #include "platform/cpu_features.h"
 #include "tests/support/test_rack.h"
 
@@ -81,35 +83,58 @@ class SignalZoo final : public Module {
   std::array<Line, kLines> lines_;
 };
 
-/// Polyphonic modules at random, played by zoos through the bridge into voices, and patched to each
-/// other at random. The same seed makes the same rack, and the same changes to it.
+constexpr unsigned kModules = 12;
+
+/// The display names of all classes whose voices can run in one call.
+const std::vector<const char*>& ClassesWithGroups() {
+  static const std::vector<const char*> names = [] {
+    std::vector<const char*> found;
+    TestRack rack;
+    for (const CatalogueEntry& entry : ModuleCatalogue()) {
+      if (entry.make && rack.Add(entry.name).GetVoiceGroupMaker(VectorUnit::kSse2)) {
+        found.push_back(entry.name);
+      }
+    }
+    return found;
+  }();
+  return names;
+}
+
+/// Polyphonic modules of every class in turn, played by zoos through the bridge into voices, and
+/// patched to each other at random. The same seed makes the same rack, and the same changes to it.
 class RandomRack {
  public:
   RandomRack(unsigned seed, VectorUnit unit, int voices) : random_(seed) {
+    Reseed();
     rack_.editor.plan.AllowVectors(unit);
-    rack_.editor.ApplyVoiceCount(voices);
-    constexpr const char* kKinds[] = {"S310 VCO",  "S212 VCF",   "S404 VCA",
-                                      "S500 ADSR", "S515 VCLFO", "S101 Mixer"};
+    rack_.editor.voices.ApplyVoiceCount(voices);
     for (int i = 0; i < 3; ++i) {
       auto& zoo = static_cast<SignalZoo&>(
           rack_.Adopt(new SignalZoo(rack_.editor.hostTable, seed * 10 + static_cast<unsigned>(i))));
       Module& bridge = rack_.Add("S120 Mono To Poly");
       for (std::size_t line = 0; line < kLines; ++line) {
-        rack_.editor.ConnectCable(zoo.outs[line], bridge.Points()[line], 1, -1);
+        rack_.editor.cables.ConnectCable(zoo.outs[line], bridge.Points()[line], 1, -1);
       }
       // The bridge's sixteen outputs lie on one another; the first carries all voices.
       sources_.push_back(bridge.Points()[kLines]);
       sources_.push_back(zoo.outs[0]);
     }
-    for (int i = 0; i < 12; ++i) modules_.push_back(&rack_.Add(kKinds[i % 6]));
+    const std::vector<const char*>& classes = ClassesWithGroups();
+    for (unsigned i = 0; i < kModules; ++i) {
+      modules_.push_back(&rack_.Add(classes[(seed * kModules + i) % classes.size()]));
+    }
     for (Module* module : modules_) AddSources(*module);
     for (int i = 0; i < 50; ++i) ChangeCable();
     for (int i = 0; i < 100; ++i) ChangeControl();
   }
 
-  void RunBlock() { rack_.RunBlock(static_cast<int>(1 + random_() % 64)); }
+  void RunBlock() {
+    Reseed();
+    rack_.RunBlock(static_cast<int>(1 + random_() % 64));
+  }
 
   void Change() {
+    Reseed();
     switch (random_() % 6) {
       case 0:
         ChangeCable();
@@ -118,7 +143,7 @@ class RandomRack {
         ModulateOneVoice();
         break;
       case 2:
-        rack_.editor.ApplyVoiceCount(static_cast<int>(1 + random_() % kMaxVoices));
+        rack_.editor.voices.ApplyVoiceCount(static_cast<int>(1 + random_() % kMaxVoices));
         break;
       case 3:
         rack_.editor.SetModuleBandlimitMode(&AnyModule(), static_cast<int>(random_() % 2));
@@ -152,6 +177,9 @@ class RandomRack {
   }
 
  private:
+  /// The generator that modules share with those of other racks starts in a state of ours.
+  void Reseed() { dsp::SeedRandom(++seed_); }
+
   Module& AnyModule() { return *modules_[random_() % modules_.size()]; }
 
   void AddSources(const Module& module) {
@@ -164,11 +192,11 @@ class RandomRack {
     const std::span<PatchPoint* const> points = AnyModule().Points();
     PatchPoint* to = points[random_() % points.size()];
     PatchPoint* from = sources_[random_() % sources_.size()];
-    if (to->type != kInputPoint) return;
+    if (to->type == kOutputPoint) return;
     if (to->firstCable) {
-      rack_.editor.RemoveCable(to->firstCable, kAllVoices, false);
+      rack_.editor.cables.RemoveCable(to->firstCable, kAllVoices, false);
     } else {
-      rack_.editor.ConnectCable(from, to, 1, -1);
+      rack_.editor.cables.ConnectCable(from, to, 1, -1);
     }
   }
 
@@ -192,9 +220,10 @@ class RandomRack {
     const float offset = static_cast<float>(random_() % 100) / 300.0f;
     if (!control || control->getTag() >= kParameterCount || voice >= rack_.engine.voiceCount)
       return;
-    rack_.editor.SetParameterOffset(control->getTag(), voice, offset, false);
+    rack_.editor.parameters.SetParameterOffset(control->getTag(), voice, offset, false);
   }
 
+  unsigned seed_ = 0;
   TestRack rack_;
   std::mt19937 random_;
   std::vector<Module*> modules_;
@@ -212,10 +241,12 @@ TEST(VoiceGroups, GiveTheBitsOfSingleVoicesInRandomPatches) {
                             {VectorUnit::kAvx2, "AVX2", platform::HasAvx2()},
                             {VectorUnit::kAvx512, "AVX-512", platform::HasAvx512()}};
   constexpr int kBlocks = 150;
-  for (unsigned seed = 1; seed <= 6; ++seed) {
+  const auto classes = static_cast<unsigned>(ClassesWithGroups().size());
+  const unsigned seeds = std::max(6u, 2 * (classes + kModules - 1) / kModules);
+  for (unsigned seed = 1; seed <= seeds; ++seed) {
     for (const UnitCase& unit : units) {
       if (!unit.isHere) continue;
-      const int voices = seed % 2 ? 16 : static_cast<int>(3 + seed);
+      const int voices = seed % 2 ? 16 : static_cast<int>(3 + seed % 13);
       RandomRack single(seed, VectorUnit::kNone, voices);
       RandomRack vectors(seed, unit.unit, voices);
       std::size_t rows = 0;

@@ -1,8 +1,0 @@
-#include "modules/bridge/SA022DAW.h"
-
-namespace halveron {
-
-SA022DAW::SA022DAW(CFrame* frame, const HostTable& table, int voiceIndex)
-    : StereoToDAW(frame, table, voiceIndex) {}
-
-}  // namespace halveron

@@ -1,0 +1,288 @@
+#include "modules/midi/midi_names.h"
+
+#include <array>
+
+namespace halveron {
+
+namespace {
+
+constexpr const char* kUndefined = "Undefined";
+
+constexpr std::array<const char*, 128> kControllerNames{
+    "Bank Select (MSB)",
+    "Modulation Wheel (MSB)",
+    "Breath Controller (MSB)",
+    "Undefined (MSB)",
+    "Foot Controller (MSB)",
+    "Portamento Time (MSB)",
+    "Data Entry (MSB)",
+    "Channel Volume (MSB)",
+    "Balance (MSB)",
+    "Undefined (MSB)",
+    "Pan (MSB)",
+    "Expression (MSB)",
+    "Effect Control 1 (MSB)",
+    "Effect Control 2 (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "General Purpose Controller 1 (MSB)",
+    "General Purpose Controller 2 (MSB)",
+    "General Purpose Controller 3 (MSB)",
+    "General Purpose Controller 4 (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Undefined (MSB)",
+    "Bank Select (LSB)",
+    "Modulation Wheel (LSB)",
+    "Breath Controller (LSB)",
+    "Undefined (LSB)",
+    "Foot Controller (LSB)",
+    "Portamento Time (LSB)",
+    "Data Entry (LSB)",
+    "Channel Volume (LSB)",
+    "Balance (LSB)",
+    "Undefined (LSB)",
+    "Pan (LSB)",
+    "Expression (LSB)",
+    "Effect Control 1 (LSB)",
+    "Effect Control 2 (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "General Purpose Controller 1 (LSB)",
+    "General Purpose Controller 2 (LSB)",
+    "General Purpose Controller 3 (LSB)",
+    "General Purpose Controller 4 (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Undefined (LSB)",
+    "Damper Pedal on/off (Sustain)",
+    "Portamento On/Off",
+    "Sostenuto On/Off",
+    "Soft Pedal On/Off",
+    "Legato Footswitch",
+    "Hold 2",
+    "Sound Controller 1 (default: Sound Variation)",
+    "Sound Controller 2 (default: Timbre/Harmonic Intens.)",
+    "Sound Controller 3 (default: Release Time)",
+    "Sound Controller 4 (default: Attack Time)",
+    "Sound Controller 5 (default: Brightness)",
+    "Sound Controller 6 (default: Decay Time)",
+    "Sound Controller 7 (default: Vibrato Rate)",
+    "Sound Controller 8 (default: Vibrato Depth)",
+    "Sound Controller 9 (default: Vibrato Delay)",
+    "Sound Controller 10 (default undefined)",
+    "General Purpose Controller 5",
+    "General Purpose Controller 6",
+    "General Purpose Controller 7",
+    "General Purpose Controller 8",
+    "Portamento Control",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "High Resolution Velocity Prefix",
+    "Undefined",
+    "Undefined",
+    "Effects 1 Depth (default: Reverb Send Level)",
+    "Effects 2 Depth (formerly Tremolo Depth)",
+    "Effects 3 Depth (default: Chorus Send Level)",
+    "Effects 4 Depth (formerly Detune Depth)",
+    "Effects 5 Depth (formerly Phaser Depth)",
+    "Data Increment (Data Entry +1)",
+    "Data Decrement (Data Entry -1)",
+    "Non-Registered Parameter Number (NRPN) - LSB",
+    "Non-Registered Parameter Number (NRPN) - MSB",
+    "Registered Parameter Number (RPN) - LSB",
+    "Registered Parameter Number (RPN) - MSB",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "Undefined",
+    "All Sound Off",
+    "Reset All Controllers",
+    "Local Control On/Off",
+    "All Notes Off",
+    "Omni Mode Off (+ all notes off)",
+    "Omni Mode On (+ all notes off)",
+    "Mono Mode On (+ poly off + all notes off)",
+    "Poly Mode On (+ mono off + all notes off)",
+};
+
+constexpr std::array<const char*, 7> kRegisteredNames{
+    "Pitch Bend Sensitivity", "Channel Fine Tuning", "Channel Coarse Tuning",
+    "Tuning Program Change",  "Tuning Bank Select",  "Modulation Depth Range",
+    "MPE Configuration",
+};
+
+// Registered parameters of coarse number 61.
+constexpr std::array<const char*, 9> kThreeDimensionalNames{
+    "AZIMUTH ANGLE",
+    "ELEVATION ANGLE",
+    "GAIN",
+    "DISTANCE RATIO",
+    "MAXIMUM DISTANCE",
+    "GAIN AT MAXIMUM DISTANCE",
+    "REFERENCE DISTANCE RATIO",
+    "PAN SPREAD ANGLE",
+    "ROLL ANGLE",
+};
+
+constexpr std::array<const char*, 8> kTimeCodePieces{
+    "Frame number lsbits", "Frame number msbit", "Second lsbits", "Second msbits",
+    "Minute lsbits",       "Minute msbits",      "Hour lsbits",   "Rate and hour msbit",
+};
+
+constexpr std::array<const char*, 4> kFrameRates{
+    "24 Frames/Second",
+    "25 Frames/Second",
+    "30 Frames/Second (Drop)",
+    "30 Frames/Second (Non-Drop)",
+};
+
+// Manufacturers of one-byte identifiers; 0 opens the longer ones.
+constexpr std::array<const char*, 86> kManufacturers{
+    "Extended ID, see the MIDI Association's list",
+    "Sequential Circuits",
+    "IDP",
+    "Voyetra Turtle Beach, Inc.",
+    "Moog Music",
+    "Passport Designs",
+    "Lexicon Inc.",
+    "Kurzweil / Young Chang",
+    "Fender",
+    "MIDI9",
+    "AKG Acoustics",
+    "Voyce Music",
+    "WaveFrame (Timeline)",
+    "ADA Signal Processors, Inc.",
+    "Garfield Electronics",
+    "Ensoniq",
+    "Oberheim / Gibson Labs",
+    "Apple",
+    "Grey Matter Response",
+    "Digidesign Inc.",
+    "Palmtree Instruments",
+    "JLCooper Electronics",
+    "Lowrey Organ Company",
+    "Adams-Smith",
+    "E-mu",
+    "Harmony Systems",
+    "ART",
+    "Baldwin",
+    "Eventide",
+    "Inventronics",
+    "Key Concepts",
+    "Clarity",
+    "Passac",
+    "Proel Labs (SIEL)",
+    "Synthaxe (UK)",
+    "Stepp",
+    "Hohner",
+    "Twister",
+    "Ketron s.r.l.",
+    "Jellinghaus MS",
+    "Southworth Music Systems",
+    "PPG (Germany)",
+    "JEN",
+    "Solid State Logic Organ Systems",
+    "Audio Veritrieb-P. Struven",
+    "Neve",
+    "Soundtracs Ltd.",
+    "Elka",
+    "Dynacord",
+    "Viscount International Spa",
+    "Drawmer",
+    "Clavia Digital Instruments",
+    "Audio Architecture",
+    "Generalmusic Corp SpA",
+    "Cheetah Marketing",
+    "C.T.M.",
+    "Simmons UK",
+    "Soundcraft Electronics",
+    "Steinberg Media Technologies GmbH",
+    "Wersi Gmbh",
+    "AVAB Niethammer AB",
+    "Digigram",
+    "Waldorf Electronics GmbH",
+    "Quasimidi",
+    "Kawai Musical Instruments MFG. CO. Ltd",
+    "Roland Corporation",
+    "Korg Inc.",
+    "Yamaha Corporation",
+    "Casio Computer Co. Ltd",
+    "Kamiya Studio Co. Ltd",
+    "Akai Electric Co. Ltd.",
+    "Victor Company of Japan, Ltd.",
+    "Fujitsu Limited",
+    "Sony Corporation",
+    "Teac Corporation",
+    "Matsushita Electric Industrial Co. , Ltd",
+    "Fostex Corporation",
+    "Zoom Corporation",
+    "Matsushita Communication Industrial Co., Ltd.",
+    "Suzuki Musical Instruments MFG. Co., Ltd.",
+    "Fuji Sound Corporation Ltd.",
+    "Acoustic Technical Laboratory, Inc.",
+    "Faith, Inc.",
+    "Internet Corporation",
+    "Seekers Co. Ltd.",
+    "SD Card Association",
+};
+
+constexpr int kThreeDimensionalControllers = 0x3D;
+
+template <std::size_t kSize>
+const char* NameIn(const std::array<const char*, kSize>& names, int index) {
+  return index >= 0 && index < static_cast<int>(kSize) ? names[static_cast<std::size_t>(index)]
+                                                       : kUndefined;
+}
+
+}  // namespace
+
+const char* ControllerName(int controller) { return NameIn(kControllerNames, controller); }
+
+const char* RegisteredParameterName(int coarse, int fine) {
+  if (coarse == kThreeDimensionalControllers) return NameIn(kThreeDimensionalNames, fine);
+  return coarse == 0 ? NameIn(kRegisteredNames, fine) : kUndefined;
+}
+
+const char* TimeCodePieceName(int piece) { return NameIn(kTimeCodePieces, piece); }
+
+const char* FrameRateName(int rate) { return NameIn(kFrameRates, rate); }
+
+bool IsKnownManufacturer(int id) { return id > 0 && id < static_cast<int>(kManufacturers.size()); }
+
+const char* ManufacturerName(int id) { return NameIn(kManufacturers, id); }
+
+}  // namespace halveron
