@@ -8,10 +8,10 @@
 #include "framework/knob_store.h"
 #include "framework/midi_cable_word.h"
 #include "modules/amplifiers/S404VCAKernel.h"
-#include "modules/envelopes/S500ADSRKernel.h"
-#include "modules/envelopes/S515VCLFOKernel.h"
 #include "modules/filters/S212VCFKernel.h"
 #include "modules/midi/SD02MCVSKernel.h"
+#include "modules/modulators/S500ADSRKernel.h"
+#include "modules/modulators/S515VCLFOKernel.h"
 #include "modules/sources/S310VCOKernel.h"
 
 namespace halveron::benchmarks {

@@ -32,10 +32,12 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   halveron::benchmarks::RegisterModules();
+  halveron::benchmarks::RegisterKernels();
   halveron::benchmarks::RegisterMixerScene();
   halveron::benchmarks::RegisterScenes();
   halveron::benchmarks::RegisterVoices();
   halveron::benchmarks::RegisterPolyphony();
+  halveron::benchmarks::RegisterMorph();
   halveron::benchmarks::RegisterPresets();
   halveron::benchmarks::RegisterWindow();
   halveron::benchmarks::TableReporter reporter;

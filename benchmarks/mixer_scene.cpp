@@ -25,7 +25,7 @@ constexpr std::size_t kMixers = 200;
 constexpr int kCheckedSamples = 1000;
 
 // Each mixer adds two others, so that all in all the signal doubles every sample. From a start this
-// small, a block this long stays finite; each block starts anew.
+// small, a block this long stays finite; each block starts from it again.
 constexpr int kShortBlock = 128;
 constexpr float kStart = 1e-6f;
 

@@ -69,6 +69,39 @@ void MeasureModule(benchmark::State& state, const char* name) {
   state.counters[kNetNsPerSample] = NanosecondsPerSample(busy - idleTimes.BestMedian(), kBlock);
 }
 
+/// All voices of a polyphonic module at work, with the cables that fan out to them and in from
+/// them.
+void MeasureVoicesOf(benchmark::State& state, const char* name) {
+  std::vector<std::unique_ptr<RackRig>> rigs;
+  for (std::size_t i = 0; i < kLayouts; ++i) {
+    rigs.push_back(std::make_unique<RackRig>(kBlock, i));
+    RackRig& rig = *rigs.back();
+    rig.Rack().voices.ApplyVoiceCount(kMaxVoices);
+    Module& module = rig.Add(name);
+    for (int voice = 0; voice < kMaxVoices; ++voice) {
+      TurnKnobsToMiddle(*module.GetVoiceModule(voice));
+    }
+    rig.Surround(module);
+  }
+  LayoutTimes times;
+  std::size_t layout = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    const double seconds = SecondsOf([&] { rigs[layout]->RunBlock(); });
+    times.Add(layout, seconds);
+    state.SetIterationTime(seconds);
+    layout = (layout + 1) % kLayouts;
+  }
+  const double nanoseconds = NanosecondsPerSample(times.BestMedian(), kBlock);
+  state.counters[kNsPerSample] = nanoseconds;
+  state.counters[kNsPerVoiceAndStep] = nanoseconds / kMaxVoices;
+}
+
+/// Whether a class has a copy for each voice.
+bool IsPolyphonic(const char* name) {
+  RackRig rig;
+  return !rig.Add(name).GetMonoDefault();
+}
+
 }  // namespace
 
 void RegisterModules() {
@@ -77,6 +110,11 @@ void RegisterModules() {
     const char* name = entry.name;
     benchmark::RegisterBenchmark((std::string("module/") + name).c_str(),
                                  [name](benchmark::State& state) { MeasureModule(state, name); })
+        ->UseManualTime()
+        ->MinTime(kMeasuringTime);
+    if (!IsPolyphonic(name)) continue;
+    benchmark::RegisterBenchmark((std::string("voices16/") + name).c_str(),
+                                 [name](benchmark::State& state) { MeasureVoicesOf(state, name); })
         ->UseManualTime()
         ->MinTime(kMeasuringTime);
   }

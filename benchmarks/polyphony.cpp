@@ -78,7 +78,7 @@ void FillRack(RackRig& rig) {
       auto* point = dynamic_cast<PatchPoint*>(view);
       if (point && point->type == kInputPoint && !to) to = point;
     }
-    rig.Rack().ConnectCable(to, from, 1, -1);
+    rig.Rack().cables.ConnectCable(to, from, 1, -1);
   }
 }
 

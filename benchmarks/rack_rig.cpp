@@ -93,10 +93,10 @@ void RackRig::Surround(Module& module) {
   auto& source = Adopt(new NoiseModule(Rack().hostTable));
   auto& sink = Adopt(new IdleModule(Rack().hostTable, senders.size(), 0));
   for (PatchPoint* receiver : receivers) {
-    Rack().ConnectCable(receiver->twoState ? source.midi : source.noise, receiver, 1, -1);
+    Rack().cables.ConnectCable(receiver->twoState ? source.midi : source.noise, receiver, 1, -1);
   }
   for (std::size_t i = 0; i < senders.size(); ++i) {
-    Rack().ConnectCable(senders[i], sink.inputs[i], 1, -1);
+    Rack().cables.ConnectCable(senders[i], sink.inputs[i], 1, -1);
   }
 }
 

@@ -8,6 +8,7 @@ inline constexpr const char* kNsPerSample = "ns_per_sample";
 inline constexpr const char* kNetNsPerSample = "net_ns_per_sample";  ///< less what surrounds it
 inline constexpr const char* kNsPerVoiceAndStep = "ns_per_voice_and_step";
 inline constexpr const char* kMilliseconds = "ms";
+inline constexpr const char* kMicroseconds = "us";
 inline constexpr const char* kTimesRealTime = "x_realtime";
 inline constexpr const char* kHandNsPerSample = "hand_ns_per_sample";
 inline constexpr const char* kRackOverHand = "rack_over_hand";
@@ -20,8 +21,10 @@ inline constexpr const char* kMixerScene = "e200";
 inline constexpr double kMeasuringTime = 0.3;
 
 /// `module/<display name>`: each module that can be made, alone, and net of a module that does
-/// nothing at as many cables.
+/// nothing at as many cables. `voices16/<display name>`: each polyphonic one in 16 voices.
 void RegisterModules();
+/// `kernel/`: effects that run their banks in vectors, held against a plain loop of the same law.
+void RegisterKernels();
 /// `scene/`: patches of benchmarks/scenes, and what the rack costs over a loop of the same kernels
 /// written out by hand, which gives the same bits.
 void RegisterMixerScene();
@@ -32,8 +35,11 @@ void RegisterVoices();
 /// linear in both shows as a column of equal figures per voice and step.
 void RegisterPolyphony();
 /// `window/`: what a rack full of modules and cables costs on the screen, drawn by the processor
-/// alone: whole frames, while something moves and at rest, and the idle call of a rack at rest.
+/// alone, in the skin that lies beside the program: a full redraw, the first paint of a window,
+/// steps of what the mouse does, and the idle call of a rack at rest.
 void RegisterWindow();
+/// `morph/`: a turn of the knob that moves every parameter of a full table.
+void RegisterMorph();
 /// `preset/`: a rack of 100 modules saved and loaded as a host does.
 void RegisterPresets();
 

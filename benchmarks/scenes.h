@@ -1,4 +1,4 @@
-// The scenes: text patches in benchmarks/scenes that tell how fast the sample loop is.
+// The scenes: text patches in benchmarks/scenes that measure the speed of the sample loop.
 #pragma once
 
 #include <functional>

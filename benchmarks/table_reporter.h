@@ -9,7 +9,7 @@
 namespace halveron::benchmarks {
 
 /// Rows are sorted by name, so that two runs compare line by line. The table comes at the end; a
-/// scenario that failed is told at once on the error stream.
+/// scenario that failed is reported at once on the error stream.
 class TableReporter final : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& context) override;

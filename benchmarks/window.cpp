@@ -1,5 +1,7 @@
 #include <benchmark/benchmark.h>
 
+#include <cmath>
+#include <cstdlib>
 #include <vector>
 
 #include "benchmarks/block_times.h"
@@ -14,23 +16,51 @@ namespace halveron::benchmarks {
 namespace {
 
 constexpr std::size_t kManyCables = 120;
-constexpr std::size_t kUsualCables = 40;  // of a demo patch
+constexpr std::size_t kBlinkingLamps = 20;
 
 /// Every module that can be made, again and again until the rows in sight are full, with cables
 /// from outputs to inputs across all of them.
 class FullRack {
  public:
-  explicit FullRack(std::size_t cables) : window_(rig_.Rack().OpenViews()) {
+  FullRack() : window_(rig_.Rack().OpenViews()) {
     FillRows();
-    Patch(cables);
+    Patch(kManyCables);
+    FindLamps();
+    Rest();
   }
   ~FullRack() { rig_.Rack().CloseWindow(); }
 
+  SynEditor& Rack() { return rig_.Rack(); }
+  RackWindow& Window() { return window_; }
   SynFrame& Frame() { return window_.Frame(); }
-  void Move() { window_.Rack().RequestRedraw(); }
-  void Draw() {
-    Frame().takeDirtyRegion();
-    Frame().drawRect(&picture_, Frame().getViewSize());
+  Module& FirstModule() { return *rig_.Rack().modules[0].front(); }
+  CPoint MiddleOf(const CView& view) const {
+    CPoint point = view.getViewSize().getCenter();
+    return view.localToFrame(point);
+  }
+  PatchPoint& FreeOutput() const { return *freeOutput_; }
+
+  void BlinkLamps() {
+    lit_ = !lit_;
+    for (CMovieBitmapEx* lamp : lamps_) lamp->StoreValue(lit_ ? 1.0f : 0.0f);
+  }
+  /// What a window draws in one idle call.
+  void Paint() {
+    Frame().onIdle();
+    for (const CRect& dirty : Frame().takeDirtyRegion()) {
+      const CRect rect(std::floor(dirty.left), std::floor(dirty.top), std::ceil(dirty.right),
+                       std::ceil(dirty.bottom));
+      const DrawStateScope scope(picture_);
+      picture_.setClipRect(rect);
+      Frame().drawRect(&picture_, rect);
+    }
+  }
+  void PaintAll() {
+    Frame().invalid();
+    Paint();
+  }
+  void Rest() {
+    for (int i = 0; i <= SynRack::kMovingPaints; ++i) PaintAll();
   }
 
  private:
@@ -64,15 +94,28 @@ class FullRack {
         (point->type == kOutputPoint ? outputs : inputs).push_back(point);
       }
     }
+    freeOutput_ = outputs.front();
     for (std::size_t i = 0; i < cables && i < inputs.size(); ++i) {
       const std::size_t far = i * 37 % outputs.size();
-      rig_.Rack().ConnectCable(outputs[far], inputs[i], 1 + static_cast<int>(i % kCableColours),
-                               -1);
+      rig_.Rack().cables.ConnectCable(outputs[far], inputs[i],
+                                      1 + static_cast<int>(i % kCableColours), -1);
+    }
+  }
+
+  void FindLamps() {
+    for (const Module* module : rig_.Rack().modules[0]) {
+      for (CView* view : module->children()) {
+        auto* lamp = dynamic_cast<CMovieBitmapEx*>(view);
+        if (lamp && lamps_.size() < kBlinkingLamps) lamps_.push_back(lamp);
+      }
     }
   }
 
   RackRig rig_;
   RackWindow& window_;
+  std::vector<CMovieBitmapEx*> lamps_;
+  PatchPoint* freeOutput_ = nullptr;
+  bool lit_ = false;
   COffscreenContext picture_{static_cast<int>(window_.Frame().getWidth()),
                              static_cast<int>(window_.Frame().getHeight())};
 };
@@ -87,23 +130,66 @@ void Measure(benchmark::State& state, F&& call) {
   state.counters[kMilliseconds] = Median(times) * 1e3;
 }
 
-void MeasureMoving(benchmark::State& state, std::size_t cables) {
-  FullRack rack(cables);
+void MeasureFullRedraw(benchmark::State& state) {
+  FullRack rack;
   Measure(state, [&] {
-    rack.Move();
-    rack.Draw();
+    rack.Window().Rack().RequestRedraw();
+    rack.PaintAll();
   });
 }
 
-void MeasureAtRest(benchmark::State& state) {
-  FullRack rack(kManyCables);
-  for (int i = 0; i <= SynRack::kMovingPaints; ++i) rack.Draw();
-  Measure(state, [&] { rack.Draw(); });
+void MeasureFirstPaint(benchmark::State& state) {
+  FullRack rack;
+  const int height = static_cast<int>(rack.Window().Geometry().ViewHeight());
+  Measure(state, [&] {
+    rack.Window().Rack().ResizeCableLayer(height);
+    rack.PaintAll();
+  });
+}
+
+/// Moves the mouse back and forth on a way across the rack with the left button held.
+template <class F>
+void MeasureDrag(benchmark::State& state, FullRack& rack, const CPoint& from, F&& besides) {
+  constexpr int kSteps = 60;
+  CPoint where = from;
+  rack.Frame().onMouseDown(where, CButtonState(kLButton));
+  rack.Paint();
+  int step = 0;
+  Measure(state, [&] {
+    const int along = std::abs(step++ % (2 * kSteps) - kSteps);
+    CPoint point = from + CPoint(along * 8, along * 3);
+    rack.Frame().onMouseMoved(point, CButtonState(kLButton));
+    besides();
+    rack.Paint();
+  });
+}
+
+void MeasureCableDrag(benchmark::State& state) {
+  FullRack rack;
+  MeasureDrag(state, rack, rack.MiddleOf(rack.FreeOutput()), [&] { rack.BlinkLamps(); });
+}
+
+void MeasureModuleDrag(benchmark::State& state) {
+  FullRack rack;
+  const CRect place = rack.FirstModule().getViewSize();
+  CPoint head(place.left + place.getWidth() / 2, place.top + 20);
+  MeasureDrag(state, rack, rack.FirstModule().localToFrame(head), [] {});
+}
+
+void MeasureScrolling(benchmark::State& state) {
+  FullRack rack;
+  rack.Rack().SetRows(8);
+  rack.Rest();
+  int step = 0;
+  Measure(state, [&] {
+    const int along = std::abs(step++ % 40 - 20);
+    rack.Window().ScrollTo(static_cast<float>(along) / 100);
+    rack.Paint();
+  });
 }
 
 void MeasureIdle(benchmark::State& state) {
-  FullRack rack(kManyCables);
-  for (int i = 0; i <= SynRack::kMovingPaints; ++i) rack.Draw();
+  FullRack rack;
   Measure(state, [&] { rack.Frame().idle(); });
 }
 
@@ -113,12 +199,11 @@ void RegisterWindow() {
   const auto add = [](const char* name, auto&& measure) {
     benchmark::RegisterBenchmark(name, measure)->UseManualTime()->MinTime(kMeasuringTime);
   };
-  const auto moving = [](std::size_t cables) {
-    return [cables](benchmark::State& state) { MeasureMoving(state, cables); };
-  };
-  add("window/frame with 040 moving cables", moving(kUsualCables));
-  add("window/frame with 120 moving cables", moving(kManyCables));
-  add("window/frame with 120 cables at rest", MeasureAtRest);
+  add("window/full redraw, 120 cables", MeasureFullRedraw);
+  add("window/first paint, 120 cables", MeasureFirstPaint);
+  add("window/step of a cable drag, 20 lamps blinking", MeasureCableDrag);
+  add("window/step of a module drag", MeasureModuleDrag);
+  add("window/step of scrolling", MeasureScrolling);
   add("window/idle call", MeasureIdle);
 }
 

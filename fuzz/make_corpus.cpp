@@ -59,9 +59,9 @@ class Corpus {
 
 /// Two voices, and as many instances of every module that may have them.
 void MakePolyphonic(RackModel& rack) {
-  rack.ApplyVoiceCount(2);
+  rack.voices.ApplyVoiceCount(2);
   for (Module* module : rack.modules[0]) {
-    if (module->mono && module->monoSelectable) rack.SetModuleMono(module, false);
+    if (module->mono && module->monoSelectable) rack.voices.SetModuleMono(module, false);
   }
 }
 

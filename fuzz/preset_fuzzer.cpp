@@ -26,13 +26,13 @@ class Bench {
 
   void LoadAndSave(const PresetDocument& document) {
     SynEditor& rack = *engine_.Editor();
-    const bool isWhole = ApplyPreset(document, rack);
+    const bool isWhole = static_cast<bool>(ApplyPreset(document, rack));
     const PresetDocument saved = CapturePreset(rack);
     const PresetReadResult read =
         ReadPreset(WritePreset(saved, PresetForm::kFile), PresetForm::kFile);
     Claim(read.document.has_value(), "a saved rack can be read: " + read.error.message);
     if (!isWhole) return;
-    Claim(ApplyPreset(*read.document, rack), "a saved rack can be loaded");
+    Claim(static_cast<bool>(ApplyPreset(*read.document, rack)), "a saved rack can be loaded");
     Claim(CapturePreset(rack) == saved, "a saved rack is loaded as it was");
   }
 

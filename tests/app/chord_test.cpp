@@ -73,7 +73,7 @@ TEST(Chord, SixteenNotesOfAMidiFileSoundInSixteenVoices) {
     const double frequency = 261.62558 * std::exp2((KeyOf(note) - 60) / 12.0);
     EXPECT_NEAR(AmplitudeAt(left, 24000, frequency), expected, 0.15 * expected) << KeyOf(note);
     EXPECT_LT(AmplitudeAt(left, 24000, frequency * std::exp2(1.0 / 12.0)), 0.15 * expected)
-        << "between the notes stand third harmonics at most";
+        << "between the notes there are third harmonics at most";
   }
 }
 

@@ -8,6 +8,7 @@
 
 #include "app/run_command.h"
 #include "editor/module_catalogue.h"
+#include "framework/manual_page.h"
 #include "media/audio_file.h"
 #include "tests/support/song_file.h"
 
@@ -74,7 +75,8 @@ TEST(Command, MisuseIsOneLineAndLeavesEveryFileAsItWas) {
       {{"rendr", patch, "-o", out}, {"no command \"rendr\"", "\"render\""}},
       {{"--colour"}, {"no option \"--colour\""}},
       {{"render"}, {"render: PATCH is required"}},
-      {{"render", patch}, {"--output is required"}},
+      {{"render", patch}, {"--output or --midi-output is required"}},
+      {{"render", patch, "-o", out, "--midi-output", out}, {"is to be sound and MIDI at once"}},
       {{"render", patch, "-o", out, "--secnds", "3"}, {"no option \"--secnds\"", "\"--seconds\""}},
       {{"render", patch, "more", "-o", out}, {"one argument too many, \"more\""}},
       {{"render", patch, "-o", out, "--rate", "fast"}, {"--rate", "fast"}},
@@ -101,7 +103,7 @@ TEST(Command, MisuseIsOneLineAndLeavesEveryFileAsItWas) {
       {{"render", patch, "-o", folder.At("")}, {"is no regular file"}},
       {{"render", patch, "-o", patch}, {patch + ": is read as well"}},
       {{"modules", "S999"}, {"no module \"S999\"", "did you mean"}},
-      {{"modules", "SE20"}, {"\"SE20 Global Morph\" is not there yet"}},
+      {{"modules", "S313"}, {"\"S313 Internet Radio\" is not there yet"}},
   };
   const std::vector<std::string> before = folder.Names();
   for (const Case& misuse : cases) {
@@ -137,6 +139,37 @@ TEST(Command, AnInputThatBreaksUnderWayLeavesTheOlderTake) {
   EXPECT_EQ(folder.Names().size(), 3u);
 }
 
+TEST(Command, ManualHasAPageForEachModule) {
+  const ScratchFolder folder;
+  ASSERT_EQ(Call({"manual", folder.At("pages")}).status, 0);
+  const std::string index = ReadFile(folder.At("pages/index.html"));
+  for (const auto& module : nlohmann::json::parse(Call({"modules", "--json"}).out)) {
+    if (!module["available"]) continue;
+    const std::string name = module["name"];
+    const std::string page = ReadFile(folder.At("pages/" + ManualPageName(name)));
+    EXPECT_NE(page.find("</html>"), std::string::npos) << name;
+    std::string link = ManualPageName(name);
+    if (const auto at = link.find('&'); at != std::string::npos) link.replace(at, 1, "&amp;");
+    EXPECT_NE(index.find("\"" + link + "\""), std::string::npos) << name;
+    const auto rows = [&page](const std::string& tag) {
+      std::size_t count = 0;
+      for (auto at = page.find(tag); at != std::string::npos; at = page.find(tag, at + 1)) ++count;
+      return count;
+    };
+    EXPECT_EQ(rows("<tr><td>"), module["controls"].size() + module["inputs"].size() +
+                                    module["outputs"].size() + module["either way"].size())
+        << name;
+  }
+  const std::string vca = ReadFile(folder.At("pages/S404-VCA.html"));
+  EXPECT_NE(vca.find("<tr><td>Base gain</td><td>knob</td><td>0 to 1</td>"), std::string::npos)
+      << vca;
+  EXPECT_NE(vca.find("<tr><td>In 1</td><td>input</td><td>voltage</td></tr>"), std::string::npos);
+
+  const Answer refused = Call({"manual", folder.Write("file", "") + "/pages"});
+  EXPECT_EQ(refused.status, 2);
+  EXPECT_NE(refused.err.find("the folder cannot be made"), std::string::npos) << refused.err;
+}
+
 TEST(Command, ModulesListsTheCatalogueAndEachPanel) {
   const std::string list = Call({"modules"}).out;
   const auto all = nlohmann::json::parse(Call({"modules", "--json"}).out);
@@ -148,7 +181,7 @@ TEST(Command, ModulesListsTheCatalogueAndEachPanel) {
     const std::string line = "  " + std::string(entry.name) + (entry.make ? "\n" : "  (to come)\n");
     EXPECT_NE(list.find(line), std::string::npos) << entry.name;
     if (!entry.make) continue;
-    // Patches name these: a role that stands twice could not be told.
+    // Patches name these: a repeated role would be ambiguous.
     for (const char* group : {"controls", "inputs", "outputs"}) {
       std::set<std::string> roles;
       for (const auto& item : all[i][group]) {
@@ -162,6 +195,9 @@ TEST(Command, ModulesListsTheCatalogueAndEachPanel) {
   EXPECT_EQ(vco["controls"][4]["positions"], 13);
   EXPECT_EQ(vco["outputs"][3]["role"], "Pulse");
   EXPECT_EQ(vco["mono"], false);
+  const auto bridge = nlohmann::json::parse(Call({"modules", "S121", "--json"}).out);
+  EXPECT_EQ(bridge["inputs"].size(), 1u) << "the ring's other points cannot be reached";
+  EXPECT_EQ(bridge["outputs"].size(), 16u);
   const std::string panel = Call({"modules", "SA03"}).out;
   EXPECT_NE(panel.find("MIDI (MIDI)"), std::string::npos) << panel;
   EXPECT_NE(panel.find("5 positions"), std::string::npos) << panel;

@@ -10,6 +10,7 @@
 #include "platform/file_error.h"
 #include "platform/whole_file.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/source_folder.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -70,8 +71,8 @@ void FillRack(TestRack& rack) {
         auto* input = dynamic_cast<PatchPoint*>(to);
         if (!input || input->type != kInputPoint || input->cableCount > 0) continue;
         if (input->twoState != output->twoState || !input->isVisible()) continue;
-        rack.editor.ConnectCable(input, output, output->twoState ? 7 : 1 + static_cast<int>(i) % 6,
-                                 -1);
+        rack.editor.cables.ConnectCable(input, output,
+                                        output->twoState ? 7 : 1 + static_cast<int>(i) % 6, -1);
         break;
       }
     }
@@ -80,13 +81,13 @@ void FillRack(TestRack& rack) {
 
 TEST_F(ConvertTest, PresetsComeBackByteForByte) {
   TestRack rack;
-  rack.editor.ApplyVoiceCount(3);
+  rack.editor.voices.ApplyVoiceCount(3);
   FillRack(rack);
   rack.editor.author = "Z\xC3\xBC";
   rack.editor.description = "not in any \xFF encoding";
   rack.engine.ApplyOversamplingFactor(1);
   rack.engine.ApplyOversamplingFilter(0);
-  rack.editor.SetModuleMono(rack.editor.modules[0][1], true);
+  rack.editor.voices.SetModuleMono(rack.editor.modules[0][1], true);
   rack.editor.SetModuleClipLevel(rack.editor.modules[0][4], 0.70794578f);
   rack.Run(3000);  // phases, lamps and random values are as a played rack has them
   ExpectSameAfterRoundTrip(rack.editor);
@@ -98,7 +99,7 @@ TEST_F(ConvertTest, ParametersAndPlacesOffTheUsualComeBackToo) {
   Module& vco = rack.Add("S310 VCO");
   rack.Add("S404 VCA");
   rack.editor.RemoveModule(&gone, true);
-  rack.editor.UnregisterTag(&rack.Control(vco, "Shape"));
+  rack.editor.parameters.UnregisterTag(&rack.Control(vco, "Shape"));
   CRect place = vco.getViewSize();
   vco.setViewSize(place.moveTo(1001, 17));
   ExpectSameAfterRoundTrip(rack.editor);
@@ -122,8 +123,7 @@ TEST_F(ConvertTest, MisuseTellsFileAndCauseAndLeavesNothing) {
       {{"convert", Path("short.wav"), Path("o.json")}, "preset (.hvp) or a text patch (.json)"},
       {{"convert", Path("short.hvp"), Path("o")}, "has no extension"},
       {{"convert", Path("short.hvp")}, "OUT"},
-      {{"convert", std::string(HALVERON_SOURCE_DIR) + "/patches/bass.json",
-        Path("no/such/folder.hvp")},
+      {{"convert", SourceFolder() + "/patches/bass.json", Path("no/such/folder.hvp")},
        "cannot be written"},
       {{"render", Path("short.hvp"), "-o", Path("o.wav")}, "short.hvp: "},
   };
@@ -137,8 +137,8 @@ TEST_F(ConvertTest, MisuseTellsFileAndCauseAndLeavesNothing) {
 }
 
 TEST_F(ConvertTest, APresetPlaysAsItsTextDoes) {
-  const std::string patch = std::string(HALVERON_SOURCE_DIR) + "/patches/lead.json";
-  const std::string tune = std::string(HALVERON_SOURCE_DIR) + "/patches/evening.mid";
+  const std::string patch = SourceFolder() + "/patches/lead.json";
+  const std::string tune = SourceFolder() + "/patches/evening.mid";
   ASSERT_EQ(Run({"convert", patch, Path("lead.hvp")}), 0) << err_.str();
   for (const std::string& kind : {patch, Path("lead.hvp")}) {
     const std::string wav = Path(fs::path(kind).extension().string().substr(1) + ".wav");

@@ -12,6 +12,7 @@
 #include "media/midi_file.h"
 #include "presets/text_patch.h"
 #include "tests/support/song_file.h"
+#include "tests/support/source_folder.h"
 
 namespace halveron {
 namespace {
@@ -48,7 +49,7 @@ Channels Render(const std::string& patch, const std::string& out,
   return ReadWave(out);
 }
 
-const std::string kPatches = HALVERON_SOURCE_DIR "/patches/";
+const std::string kPatches = testing::SourceFolder() + "/patches/";
 
 // Gate and pitch of a voice on host channels 3 and 4.
 constexpr const char* kGatePatch = R"({"halveron": 1, "modules": [
@@ -235,6 +236,46 @@ TEST(DemoContent, VoicesAreWellLevelledAndPlayFromTheFirstNoteToTheLast) {
     EXPECT_EQ(LevelOf(played[0], 0, first), 0.0);
     EXPECT_LT(LevelOf(played[0], first, 24), 0.02);
   }
+}
+
+TEST(Render, WritesWhatThePatchSendsAsAMidiFile) {
+  const ScratchFolder folder;
+  const std::string patch = folder.Write("send.json", R"({"halveron": 1, "modules": [
+    {"id": "in", "name": "SA03 MIDI/Sync From DAW", "controls": {"MIDI clock": 1}},
+    {"id": "out", "name": "SA06 MIDI To DAW"}],
+    "cables": [{"from": "in.MIDI", "to": "out.MIDI"}]})");
+  const std::string song =
+      folder.Write("song.mid", SongHeader(1, 480) + SongTrack()
+                                                        .Tempo(0, 500000)
+                                                        .Add(480, {0x90, 60, 100})
+                                                        .Tempo(480, 1000000)
+                                                        .Add(480, {0x80, 60, 0})
+                                                        .Add(0, {0xF0, 3, 1, 2, 0xF7})
+                                                        .Chunk());
+  const auto call = [&](std::vector<std::string> options) {
+    options.insert(options.begin(), {"halveron", "render", patch, "--midi", song});
+    std::vector<const char*> argv;
+    for (const std::string& word : options) argv.push_back(word.c_str());
+    std::ostringstream out, err;
+    EXPECT_EQ(RunCommand(static_cast<int>(argv.size()), argv.data(), out, err), 0) << err.str();
+    return out.str();
+  };
+  const std::string sent = folder.At("sent.mid");
+  EXPECT_NE(call({"--midi-output", sent}).find(sent + ": 4.000 s, 3 messages"), std::string::npos);
+  const media::MidiFile midi = media::ReadMidiFile(sent);
+  ASSERT_EQ(midi.events.size(), 3u);
+  EXPECT_EQ(midi.events[0].bytes, (std::vector<std::uint8_t>{0x90, 60, 100}));
+  EXPECT_EQ(midi.events[2].bytes, (std::vector<std::uint8_t>{0xF0, 1, 2, 0xF7}));
+  // A frame or two later, which is up to two of 960 ticks.
+  EXPECT_NEAR(midi.events[0].quarters, 1.0, 2.0 / 960);
+  EXPECT_NEAR(midi.events[1].quarters, 3.0, 2.0 / 960);
+  ASSERT_EQ(midi.tempos.size(), 2u);
+  EXPECT_DOUBLE_EQ(midi.tempos[1].quarters, 2.0);
+  EXPECT_NEAR(midi.tempos[1].tempo, 60.0, 1e-9);
+
+  EXPECT_NE(call({"--midi-output", sent, "-o", folder.At("out.wav")}).find("out.wav: 4.000 s"),
+            std::string::npos);
+  EXPECT_EQ(ReadWave(folder.At("out.wav")).size(), 2u);
 }
 
 TEST(OfflineHost, HandsOverWhatThePluginSends) {

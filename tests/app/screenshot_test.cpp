@@ -5,11 +5,12 @@
 #include <sstream>
 
 #include "app/run_command.h"
+#include "framework/panel_metrics.h"
 #include "framework/shared_bitmaps.h"
-#include "framework/signal.h"
 #include "gui/bitmap.h"
 #include "platform/whole_file.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/source_folder.h"
 
 namespace halveron {
 namespace {
@@ -39,7 +40,7 @@ class ScreenshotTest : public ::testing::Test {
     return CPoint(image->getWidth(), image->getHeight());
   }
 
-  const std::string patch_ = std::string(HALVERON_SOURCE_DIR) + "/patches/pad.json";
+  const std::string patch_ = testing::SourceFolder() + "/patches/pad.json";
   const testing::ScratchFolder folder_;
   std::ostringstream out_, err_;
 };
@@ -60,6 +61,17 @@ TEST_F(ScreenshotTest, ShowsTheRowsOfThePatchInEachSkinAndTheSameEachTime) {
   EXPECT_EQ(panelHeight, kReferencePanelHeight) << "the last instance put the metrics back";
 }
 
+TEST_F(ScreenshotTest, ShowsOnePanelOfAModule) {
+  ASSERT_EQ(Run({"--module", "S102 Unity Mixer", "-o", Path("panel.png")}), 0) << err_.str();
+  EXPECT_EQ(SizeOf(Path("panel.png")), CPoint(4 * 12, 291));
+  ASSERT_EQ(Run({"--module", "S102", "-o", Path("same.png")}), 0) << err_.str();
+  EXPECT_EQ(platform::ReadWholeFile(Path("panel.png")), platform::ReadWholeFile(Path("same.png")));
+  ASSERT_EQ(Run({"--module", "S102", "-o", Path("night.png"), "--skin", "Night"}), 0);
+  EXPECT_NE(platform::ReadWholeFile(Path("panel.png")), platform::ReadWholeFile(Path("night.png")));
+  ASSERT_EQ(Run({"--module", "S102", "-o", Path("large.png"), "--size", "Large"}), 0);
+  EXPECT_EQ(SizeOf(Path("large.png")), CPoint(4 * 18, 437));
+}
+
 TEST_F(ScreenshotTest, MisuseIsToldInOneLineAndWritesNothing) {
   struct Case {
     std::vector<std::string> words;
@@ -76,6 +88,10 @@ TEST_F(ScreenshotTest, MisuseIsToldInOneLineAndWritesNothing) {
       {{Path("absent.json"), "-o", picture}, "absent.json"},
       {{patch_, "-o", Path("no/folder.png")}, "cannot be written"},
       {{patch_, "-o", picture, "--rosw", "3"}, "--rows"},
+      {{"-o", picture}, "--module"},
+      {{patch_, "--module", "S102", "-o", picture}, "exclude each other"},
+      {{"--module", "S102 Unity Mixr", "-o", picture}, "did you mean \"S102 Unity Mixer\""},
+      {{"--module", "S102", "--rows", "3", "-o", picture}, "for patches"},
   };
   for (const Case& each : cases) {
     EXPECT_EQ(Run(each.words), kExitMisuse);

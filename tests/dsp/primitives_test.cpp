@@ -70,6 +70,14 @@ TEST(Counters, EndOnceAndRestInsteadOfOverflowing) {
   EXPECT_EQ(samples, kIdleCounter);
 }
 
+TEST(Shaping, SoftClipBendsBeyondOneAndStaysAtTwo) {
+  for (const auto& [x, y] : {std::pair{0.75, 0.75}, std::pair{1.0, 1.0}, std::pair{2.0, 1.8},
+                             std::pair{3.0, 2.0}, std::pair{1e9, 2.0}}) {
+    EXPECT_EQ(SoftClip(x), y);
+    EXPECT_EQ(SoftClip(-x), -y);
+  }
+}
+
 TEST(Shaping, WarpFollowsTheTangentAndRoundingGoesDownAtTheHalf) {
   for (double frequency = 0.001; frequency < 0.29; frequency += 0.001) {
     EXPECT_NEAR(Warp(frequency * M_PI) / std::tan(frequency * M_PI), 1.0, 0.01) << frequency;

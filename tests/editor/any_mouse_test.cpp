@@ -77,7 +77,7 @@ class AnyHand {
     } else if (what == 6) {
       rig.editor.commands.RemoveRow();
     } else {
-      rig.editor.ApplyVoiceCount(1 + Dice(4));
+      rig.editor.voices.ApplyVoiceCount(1 + Dice(4));
     }
   }
 
@@ -89,12 +89,12 @@ void ExpectWhole(AnyHand& hand) {
   const RackGeometry& geometry = hand.rig.window.Geometry();
   EXPECT_EQ(hand.rig.window.Rack().getNbViews(), editor.ModuleCount());
   int visible = 0;
-  for (const Cable* cable = editor.cableList.head; cable; cable = cable->next) {
+  for (const Cable* cable = editor.cables.cableList.head; cable; cable = cable->next) {
     if (cable->voiceTag == 0) ++visible;
   }
-  EXPECT_EQ(visible, editor.visibleCableCount);
+  EXPECT_EQ(visible, editor.cables.visibleCableCount);
   for (const Module* module : editor.modules[0]) {
-    if (module->isDragged) continue;
+    if (module->place.isDragged) continue;
     const CRect& place = module->getViewSize();
     EXPECT_GE(place.left, 0) << module->GetName();
     EXPECT_GE(place.top, 0) << module->GetName();

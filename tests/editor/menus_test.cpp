@@ -125,7 +125,7 @@ TEST_F(Menus, TheModuleMenuFollowsItsModule) {
   OpenAt(rig.Free(vca));
   rig.Choose({"Always ON"});
   EXPECT_TRUE(vca.alwaysOn);
-  EXPECT_NE(vca.activeIndex, -1);
+  EXPECT_NE(vca.place.activeIndex, -1);
   OpenAt(rig.Free(vca));
   rig.Choose({"No Oversampling"});
   EXPECT_FALSE(vca.oversampled);
@@ -142,7 +142,7 @@ TEST_F(Menus, AMenuOfAModuleThatGoesAwayCloses) {
 }
 
 TEST_F(Menus, CopiesAndPastesModules) {
-  rig.editor.ApplyVoiceCount(3);
+  rig.editor.voices.ApplyVoiceCount(3);
   Module& source = rig.Add("S404 VCA", 5, 0);
   Module& target = rig.Add("S404 VCA", 20, 0);
   Module& stranger = rig.Add("S310 VCO", 40, 0);
@@ -179,12 +179,12 @@ TEST_F(Menus, TheRackMenuChoosesTheColourOfTheNextCable) {
   EXPECT_TRUE(rig.Entry("Random")->isChecked());
   rig.Choose({"Orange"});
   rig.Drag(rig.Middle(rig.Out(vco, "Saw")), rig.Middle(rig.In(mixer, "In 1")));
-  ASSERT_NE(rig.editor.cableList.head, nullptr);
-  EXPECT_EQ(rig.editor.cableList.head->colour, 5);
+  ASSERT_NE(rig.editor.cables.cableList.head, nullptr);
+  EXPECT_EQ(rig.editor.cables.cableList.head->colour, 5);
 }
 
 TEST_F(Menus, KnobsAreCopiedByTheirOwnMenu) {
-  rig.editor.ApplyVoiceCount(2);
+  rig.editor.voices.ApplyVoiceCount(2);
   Module& vco = rig.Add("S310 VCO", 2, 0);
   CControl& from = rig.rack.Control(vco, "Fine tune");
   CControl& to = rig.rack.Control(vco, "Pulse width");
@@ -232,6 +232,39 @@ TEST_F(Menus, ADialogKeepsTheMouseFromTheRest) {
   EXPECT_NEAR(place.getCenter().x, rig.frame.getWidth() / 2, 1);
   rig.Click(CPoint(place.getCenter().x, place.bottom - 30));
   EXPECT_FALSE(dialog.IsShown()) << "by its button";
+}
+
+TEST(Dialogs, ShowAllOfTheirText) {
+  WindowRig rig;
+  const std::string path = "/home/a musician/" + std::string(300, 'x') + "/My preset.hvp";
+  const std::string sentence =
+      "This preset needs a module that this version does not have, so the rest of the rack was "
+      "loaded without it, and its cables were left out. ";
+  for (const std::string& text : {sentence + sentence, "Could not be written:\n" + path}) {
+    rig.editor.ShowDialog(
+        {"A title that is rather long for what it has to say to the user", text, 300});
+    const DialogWindow& dialog = rig.window.Dialog();
+    ASSERT_TRUE(dialog.IsShown());
+    EXPECT_GE(dialog.getViewSize().left, 0);
+    EXPECT_LE(dialog.getViewSize().right, rig.frame.getWidth());
+    CCoord bottom = 0;
+    std::string shown;
+    for (CView* view : dialog.children()) {
+      EXPECT_GE(view->getViewSize().top, bottom) << "one below the other";
+      bottom = view->getViewSize().bottom;
+      const auto* label = dynamic_cast<CTextLabel*>(view);
+      if (!label) continue;
+      const CPoint size = label->getFont()->measure(label->getText());
+      EXPECT_LE(size.x, label->getWidth()) << label->getText();
+      EXPECT_LE(size.y, label->getHeight()) << label->getText();
+      shown = label->getText();
+    }
+    EXPECT_LE(bottom, dialog.getHeight());
+    EXPECT_EQ(shown.find("/My") != std::string::npos && shown.ends_with("preset.hvp"),
+              text.ends_with(".hvp"))
+        << "a path keeps its file name";
+    rig.Key(kKeyReturn);
+  }
 }
 
 TEST(Dialogs, WaitForTheWindow) {

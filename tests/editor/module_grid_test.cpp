@@ -62,6 +62,25 @@ TEST(ModuleGrid, IsFreeWhereNobodyStands) {
   EXPECT_TRUE(ModuleGrid::IsFree(Place(2, 0, 8).offset(1, 0), others)) << "one pixel off the grid";
 }
 
+TEST(ModuleGrid, FindsTheNearestFreePlace) {
+  RackGeometry rack;
+  rack.rowHeight = 291;
+  rack.columnWidth = 12;
+  rack.rackWidth = 40 * 12;
+  rack.rows = 2;
+  const ModuleGrid grid(rack);
+  const CPoint size(8 * 12, 291);
+  const auto nearest = [&](int column, int row, const std::vector<CRect>& others) {
+    return grid.NearestFree(column * 12.0 + 3, row, size, others);
+  };
+  EXPECT_EQ(nearest(5, 0, {}), CPoint(5 * 12, 0));
+  EXPECT_EQ(nearest(12, 0, {Place(10, 0, 8)}), CPoint(18 * 12, 0)) << "beside it";
+  EXPECT_EQ(nearest(8, 0, {Place(10, 0, 8)}), CPoint(2 * 12, 0));
+  EXPECT_EQ(nearest(8, 0, {Place(0, 0, 3), Place(10, 0, 8)}), CPoint(18 * 12, 0));
+  EXPECT_EQ(nearest(8, 0, {Place(0, 0, 40)}), CPoint(8 * 12, 291)) << "the next row";
+  EXPECT_EQ(nearest(8, 0, {Place(0, 0, 40), Place(0, 1, 40)}), std::nullopt);
+}
+
 struct Push {
   const char* what;
   CRect moving;

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <set>
 
 #include "editor/preset_commands.h"
+#include "platform/whole_file.h"
+#include "presets/preset_format.h"
+#include "presets/preset_rack.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/window_rig.h"
 
@@ -50,6 +54,20 @@ TEST_F(PresetFolder, IsAMenuInSortedOrder) {
   EXPECT_EQ(TitlesOf(*menu.SubmenuAt(0)), (std::vector<std::string>{"Old", "Deep", "round"}));
   EXPECT_EQ(library.BuildPresetPath(*menu.SubmenuAt(0), 2), PathOf("Bass/round.hvp"));
   EXPECT_EQ(PresetLibrary("/nowhere/at/all/").PresetMenu().getNbEntries(), 0);
+}
+
+TEST_F(PresetFolder, SortsNumbersByValueAndTakesAnyCaseOfTheExtension) {
+  for (const char* file : {"Lead 10.HVP", "Lead 2.hvp", "Lead 1.Hvp", "lead 3.hvp", "x.hvpx"}) {
+    Put(file);
+  }
+  PresetLibrary library(Root());
+  EXPECT_EQ(TitlesOf(library.PresetMenu()),
+            (std::vector<std::string>{"Bass", "Empty", "Lead 1", "Lead 2", "lead 3", "Lead 10",
+                                      "Pad", "zebra"}));
+  ASSERT_TRUE(library.SelectPreset(PathOf("lead 3.hvp"), false));
+  ASSERT_TRUE(library.Step(1));
+  EXPECT_EQ(library.CurrentPath(), PathOf("Lead 10.HVP")) << "the file as it is called";
+  EXPECT_TRUE(library.SelectPreset(PathOf("Lead 10.HVP"), false));
 }
 
 TEST_F(PresetFolder, StepsThroughAllFoldersAndStopsAtTheEnds) {
@@ -168,6 +186,62 @@ TEST_F(PresetFolder, PlaysWhatTheScreenShows) {
   ASSERT_TRUE(editor.LoadChunk(kept));
   EXPECT_EQ(screen.ShownText(), "Deep");
   EXPECT_TRUE(editor.presets.PresetMenu().isCheckEntry(0));
+}
+
+TEST_F(PresetFolder, SavesOverNothingThatTheRackDoesNotHold) {
+  testing::WindowRig rig;
+  SynEditor& editor = rig.editor;
+  editor.presetsFolder = Root();
+  editor.presets.SetFolder(Root());
+  rig.Add("S310 VCO", 3, 1);
+  ASSERT_TRUE(editor.SavePreset(PathOf("Pad.hvp")));
+  const PresetDocument good = CapturePreset(editor);
+  PresetDocument unknown = good;
+  unknown.modules[0].name = "S000 Nothing";
+  std::vector<std::byte> later = WritePreset(good, PresetForm::kFile);
+  const std::int32_t version = kPresetVersion + 1;
+  std::memcpy(later.data(), &version, sizeof version);
+  platform::WriteWholeFile(PathOf("Bass/Deep.hvp"), WritePreset(unknown, PresetForm::kFile));
+  platform::WriteWholeFile(PathOf("Bass/round.hvp"), later);
+
+  const auto asksForAName = [&](auto&& save) {
+    if (rig.window.Dialog().IsShown()) rig.Key(kKeyReturn);
+    const CView* before = rig.frame.getModalView();
+    save();
+    const bool asks = rig.frame.getModalView() != before;
+    if (asks) rig.Key(kKeyEscape);
+    return asks;
+  };
+  PresetCommands& commands = editor.presetCommands;
+  for (const char* name : {"Bass/Deep.hvp", "Bass/round.hvp", "Pad.v2.hvp", "zebra.hvp"}) {
+    SCOPED_TRACE(name);
+    ASSERT_TRUE(editor.LoadPreset(PathOf("Pad.hvp")));
+    const auto file =
+        fs::exists(PathOf(name)) ? platform::ReadWholeFile(PathOf(name)) : std::vector<std::byte>();
+    EXPECT_FALSE(commands.Load(PathOf(name)));
+    EXPECT_EQ(editor.presetPath, "");
+    EXPECT_TRUE(rig.window.Dialog().IsShown());
+    EXPECT_TRUE(asksForAName([&] { commands.Save(); }));
+    EXPECT_TRUE(asksForAName([&] { commands.SaveAsNewVersion(); }));
+    if (!file.empty()) {
+      EXPECT_EQ(platform::ReadWholeFile(PathOf(name)), file);
+    }
+    EXPECT_FALSE(fs::exists(PathOf(".v2.hvp")));
+  }
+  // By the buttons of the bar, too, and after a host's state.
+  ASSERT_TRUE(editor.presets.SelectPreset(PathOf("Bass/Deep.hvp"), false));
+  commands.LoadSelected();
+  EXPECT_EQ(rig.window.Bar().Screen().ShownText(), "Deep");
+  EXPECT_TRUE(asksForAName([&] { commands.Save(); }));
+  ASSERT_TRUE(editor.LoadPreset(PathOf("Pad.hvp")));
+  const auto chunk = editor.SaveChunk();
+  const std::vector<std::byte> kept(chunk.begin(), chunk.end());
+  ASSERT_TRUE(editor.LoadChunk(kept));
+  EXPECT_FALSE(editor.SavePreset("/no/such/folder/x.hvp"));
+  EXPECT_FALSE(editor.LoadPreset("/no/such/file.hvp"));
+  EXPECT_TRUE(editor.presetFromChunk) << "only success ends what the host's state began";
+  EXPECT_TRUE(asksForAName([&] { commands.SaveAsNewVersion(); }));
+  EXPECT_EQ(CapturePreset(editor), good);
 }
 
 TEST_F(PresetFolder, PlaysAPresetThatIsDroppedOnTheWindow) {

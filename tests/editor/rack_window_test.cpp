@@ -1,6 +1,9 @@
 // Rows, scrolling, and modules under the mouse.
 #include <gtest/gtest.h>
 
+#include <cmath>
+
+#include "presets/preset_rack.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
@@ -19,10 +22,12 @@ TEST(RackWindow, DragsAModuleAcrossRowsAndColumns) {
   EXPECT_EQ(rig.CellOf(module), CPoint(13, 0)) << "down to a whole column";
   rig.Drag(rig.Free(module), rig.Free(module) + CPoint(0, 250));
   EXPECT_EQ(rig.CellOf(module), CPoint(13, 1)) << "past four fifths of the row";
-  EXPECT_FALSE(module.isDragged);
+  EXPECT_FALSE(module.place.isDragged);
 
   rig.Drag(rig.Free(module), rig.Free(module) - CPoint(0, 150));
-  EXPECT_EQ(rig.CellOf(module), CPoint(13, 1)) << "let go between rows, it returns";
+  EXPECT_EQ(rig.CellOf(module), CPoint(13, 0)) << "between rows, it goes to the nearer one";
+  rig.Drag(rig.Free(module), rig.Free(module) + CPoint(0, 150));
+  EXPECT_EQ(rig.CellOf(module), CPoint(13, 1));
   rig.Drag(rig.Free(module), CPoint(-500, -500));
   EXPECT_EQ(rig.CellOf(module), CPoint(0, 0)) << "the rack's corner holds it";
 }
@@ -76,20 +81,134 @@ TEST(RackWindow, ANewModuleHangsOnTheMouseUntilItIsPutDown) {
   EXPECT_EQ(module.getViewSize().top, rig.window.Geometry().rowHeight);
   EXPECT_EQ(rig.editor.ModuleCount(), 1);
 
-  // Above another module it goes away again, or with Control makes itself room.
+  // Above another module it lands beside it, or with Control makes itself room.
   const CPoint onIt = rig.Free(module);
   rig.Move(onIt);
   rig.editor.commands.InsertModule(kMixer, kBuiltInVendor);
+  const CRect outline = rig.window.Rack().Landing().value_or(CRect());
   rig.Click(onIt);
-  EXPECT_EQ(rig.editor.ModuleCount(), 1);
+  ASSERT_EQ(rig.editor.ModuleCount(), 2);
+  Module& beside = *rig.editor.modules[0].back();
+  EXPECT_EQ(beside.getViewSize(), outline) << "the outline told where";
+  EXPECT_TRUE(beside.getViewSize().right == module.getViewSize().left ||
+              beside.getViewSize().left == module.getViewSize().right);
   rig.editor.commands.InsertModule(kMixer, kBuiltInVendor);
   rig.Click(onIt, kLButton | kControl);
-  EXPECT_EQ(rig.editor.ModuleCount(), 2);
+  ASSERT_EQ(rig.editor.ModuleCount(), 3);
+  EXPECT_TRUE(
+      rig.editor.modules[0].back()->getViewSize().pointInside(onIt - rig.window.Geometry().origin));
 
   rig.editor.commands.InsertModule(kMixer, kBuiltInVendor);
   rig.Key(kKeyEscape);
+  EXPECT_EQ(rig.editor.ModuleCount(), 3);
+  rig.editor.commands.InsertModule(kMixer, kBuiltInVendor);
+  rig.Click(onIt, kRButton);
+  EXPECT_EQ(rig.editor.ModuleCount(), 3);
   EXPECT_FALSE(rig.window.IsInserting());
-  EXPECT_EQ(rig.editor.ModuleCount(), 2);
+  EXPECT_EQ(rig.window.OpenMenu(), nullptr) << "the click that discards opens no menu";
+  EXPECT_FALSE(rig.window.Rack().Landing().has_value());
+}
+
+TEST(RackWindow, ANewModuleLandsWhereverItIsLetGo) {
+  WindowRig rig;
+  const int rowHeight = rig.window.Geometry().rowHeight;
+  const CCoord height = rig.window.Geometry().ViewHeight();
+  for (CCoord y = 1; y < height; y += height / 21) {
+    const CPoint where = rig.Cell(20, 0) + CPoint(0, y);
+    rig.Move(where);
+    rig.editor.commands.InsertModule("S310 VCO", kBuiltInVendor);
+    rig.Click(where);
+    ASSERT_EQ(rig.editor.ModuleCount(), 1) << "at height " << y;
+    const CPoint cell = rig.CellOf(*rig.editor.modules[0][0]);
+    EXPECT_EQ(cell.y, std::floor(y / rowHeight)) << "at height " << y;
+    EXPECT_EQ(cell.x, std::floor(cell.x));
+    rig.editor.RemoveAllModules();
+  }
+
+  // Full rows are left out; where all are full, there is one more.
+  for (int i = 0; i < 500 && rig.editor.rows == 3; ++i) {
+    rig.editor.commands.InsertModule("S310 VCO", kBuiltInVendor);
+    rig.Click(rig.Cell(20, 0) + CPoint(0, 100));
+  }
+  ASSERT_EQ(rig.editor.rows, 4);
+  const std::vector<Module*>& modules = rig.editor.modules[0];
+  EXPECT_EQ(rig.CellOf(*modules.back()).y, 3);
+  EXPECT_TRUE(rig.window.Rack().VisiblePart().rectOverlap(modules.back()->getViewSize()))
+      << "the user sees where it went";
+  for (std::size_t a = 0; a < modules.size(); ++a) {
+    for (std::size_t b = a + 1; b < modules.size(); ++b) {
+      EXPECT_FALSE(modules[a]->getViewSize().rectOverlap(modules[b]->getViewSize()));
+    }
+  }
+}
+
+TEST(RackWindow, EscapeTakesDragsBack) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 3, 0);
+  Module& mixer = rig.Add(kMixer, 30, 0);
+  const CPoint grab = rig.Free(vco);
+  rig.Press(grab);
+  rig.Move(grab + CPoint(90, 30), kLButton);
+  rig.Key(kKeyEscape);
+  EXPECT_EQ(rig.CellOf(vco), CPoint(3, 0));
+  rig.Move(grab + CPoint(120, 30), kLButton);
+  rig.Release(grab + CPoint(120, 30));
+  EXPECT_EQ(rig.CellOf(vco), CPoint(3, 0)) << "the rest of the gesture moves nothing";
+
+  PatchPoint& in = rig.In(mixer, "In 1");
+  rig.Press(rig.Middle(rig.Out(vco, "Saw")));
+  rig.Move(rig.Middle(in), kLButton);
+  rig.Key(kKeyEscape);
+  EXPECT_FALSE(rig.editor.cables.isDraggingCable);
+  rig.Release(rig.Middle(in));
+  EXPECT_EQ(in.cableCount, 0);
+
+  rig.editor.cables.ConnectCable(&rig.Out(vco, "Saw"), &in, 2, -1);
+  rig.Press(rig.Middle(in));
+  rig.Move(rig.Free(mixer), kLButton);
+  EXPECT_EQ(in.cableCount, 0);
+  rig.Key(kKeyEscape);
+  EXPECT_EQ(in.cableCount, 1) << "a cable goes back to where it was pulled off";
+  rig.Release(rig.Free(mixer));
+  EXPECT_EQ(in.cableCount, 1);
+  EXPECT_EQ(rig.frame.getFocusView(), nullptr) << "the keyboard is the host's again";
+}
+
+TEST(RackWindow, PushesInTheDirectionOfTheMouse) {
+  WindowRig rig;
+  Module& module = rig.Add(kMixer, 0, 0);
+  Module& other = rig.Add(kMixer, 10, 0);
+  const CPoint grab = rig.Free(module);
+  // Hangs free above the other one, comes from the left, and pushes only then.
+  rig.Press(grab);
+  for (int x = 0; x <= 9 * 12 + 5; x += 6) rig.Move(grab + CPoint(x, 0), kLButton);
+  rig.Release(grab + CPoint(9 * 12 + 5, 0), kLButton | kControl);
+  EXPECT_EQ(rig.CellOf(module), CPoint(9, 0));
+  EXPECT_EQ(rig.CellOf(other), CPoint(13, 0)) << "to the right, as the mouse went";
+}
+
+TEST(RackWindow, AStateSavedDuringADragHoldsPlacesOnTheGrid) {
+  WindowRig rig;
+  Module& standing = rig.Add(kMixer, 10, 0);
+  const auto savedPlace = [&](std::size_t index) {
+    const PresetModule module = CapturePreset(rig.editor).modules[index];
+    return CPoint(module.x / 12.0, module.y / 291.0);
+  };
+  rig.Press(rig.Free(standing));
+  rig.Move(rig.Free(standing) + CPoint(77, 130), kLButton);
+  EXPECT_NE(rig.CellOf(standing), CPoint(10, 0)) << "it hangs between the rows";
+  EXPECT_EQ(savedPlace(0), CPoint(16, 0)) << "where it would land";
+  rig.Release(rig.Cell(10, 0));
+  rig.Place(standing, 10, 0);
+
+  rig.Move(rig.Free(standing));
+  rig.editor.commands.InsertModule("S310 VCO", kBuiltInVendor);
+  rig.Move(rig.Free(standing) + CPoint(5, 3));
+  const CPoint place = savedPlace(1);
+  EXPECT_EQ(place, CPoint(std::round(place.x), 0));
+  const double mixerColumns = standing.getWidth() / panelUnitWidth;
+  const double vcoColumns = rig.editor.modules[0][1]->getWidth() / panelUnitWidth;
+  EXPECT_TRUE(place.x + vcoColumns <= 10 || place.x >= 10 + mixerColumns) << place.x;
 }
 
 TEST(RackWindow, ClosesInTheMiddleOfAnything) {
@@ -98,7 +217,7 @@ TEST(RackWindow, ClosesInTheMiddleOfAnything) {
   rig.Press(rig.Free(module));
   rig.Move(rig.Free(module) + CPoint(300, 80), kLButton);
   rig.editor.CloseWindow();
-  EXPECT_FALSE(module.isDragged);
+  EXPECT_FALSE(module.place.isDragged);
   EXPECT_EQ(module.getViewSize().left, 36) << "a drag that was not ended did not happen";
   EXPECT_EQ(module.getParentView(), nullptr);
 
@@ -107,7 +226,10 @@ TEST(RackWindow, ClosesInTheMiddleOfAnything) {
   window.Frame().useManualClock();
   rig.editor.commands.InsertModule(kMixer, kBuiltInVendor);
   rig.editor.CloseWindow();
-  EXPECT_EQ(rig.editor.ModuleCount(), 1) << "nor did a module that hung on the mouse";
+  ASSERT_EQ(rig.editor.ModuleCount(), 2) << "a new module is put down";
+  const CRect place = rig.editor.modules[0].back()->getViewSize();
+  EXPECT_FALSE(place.rectOverlap(module.getViewSize()));
+  EXPECT_EQ(place.top, std::floor(place.top / 291) * 291);
 }
 
 TEST(RackWindow, AddsAndRemovesRows) {
@@ -120,14 +242,55 @@ TEST(RackWindow, AddsAndRemovesRows) {
   Module& inLast = rig.Add("S310 VCO", 5, 3);
   rig.Add(kMixer, 40, 3);
   Module& above = rig.Add(kMixer, 5, 2);
-  rig.editor.ConnectCable(&rig.Out(inLast, "Saw"), &rig.In(above, "In 1"), 1, -1);
+  rig.editor.cables.ConnectCable(&rig.Out(inLast, "Saw"), &rig.In(above, "In 1"), 1, -1);
   rig.Click(rig.Middle(*rig.window.Bar().removeRow));
   EXPECT_EQ(rig.editor.rows, 3);
   EXPECT_EQ(rig.editor.ModuleCount(), 1);
   EXPECT_EQ(rig.editor.modules[0][0], &above);
-  EXPECT_EQ(rig.editor.visibleCableCount, 0);
+  EXPECT_EQ(rig.editor.cables.visibleCableCount, 0);
   for (int i = 0; i < 5; ++i) rig.Click(rig.Middle(*rig.window.Bar().removeRow));
   EXPECT_EQ(rig.editor.rows, 1) << "the last one stays";
+}
+
+TEST(RackWindow, AddsRowsFromTheTopOfARackThatFits) {
+  WindowRig rig;
+  rig.window.ScrollTo(1.0f);
+  rig.Click(rig.Middle(*rig.window.Bar().removeRow));
+  EXPECT_EQ(rig.window.Rack().getViewSize().top, 0);
+  rig.Click(rig.Middle(*rig.window.Bar().addRow));
+  EXPECT_EQ(rig.window.Rack().getViewSize().top, 0);
+}
+
+TEST(RackWindow, FillsTheWindowWithRowsWithoutAnEdit) {
+  WindowRig rig;
+  rig.editor.SetRows(2);
+  const std::span<const std::byte> saved = rig.editor.SaveChunk();
+  const std::vector<std::byte> chunk(saved.begin(), saved.end());
+  rig.editor.commands.ChangeViewableRows(4);
+  ASSERT_TRUE(rig.editor.LoadChunk(chunk));
+  EXPECT_EQ(rig.editor.rows, 4) << "no field without a row";
+  EXPECT_EQ(rig.window.Rack().getHeight(), rig.window.Geometry().ViewHeight());
+}
+
+TEST(RackWindow, AWheelThatScrollsTurnsNoKnobOnItsWay) {
+  WindowRig rig;
+  rig.editor.SetRows(8);
+  Module& vco = rig.Add("S310 VCO", 2, 2);
+  CControl& knob = rig.rack.Control(vco, "Fine tune");
+  const float before = knob.getValue();
+  rig.window.ScrollTo(0.0f);
+  const CPoint knobAtTop = rig.Middle(knob);
+  const CPoint mouse(knobAtTop.x, rig.Cell(0, 1).y + 20);
+  for (int i = 0; i < 12; ++i) {
+    rig.frame.onWheel(mouse, -0.5f, {});
+    rig.frame.advanceTime(0.1);
+  }
+  EXPECT_LT(rig.Middle(knob).y, mouse.y) << "the knob went by below the mouse";
+  EXPECT_EQ(knob.getValue(), before);
+  rig.window.ScrollTo(0.25f);
+  rig.frame.advanceTime(1.0);
+  rig.frame.onWheel(rig.Middle(knob), 1.0f, {});
+  EXPECT_NE(knob.getValue(), before) << "a gesture of its own turns it";
 }
 
 TEST(RackWindow, ScrollsByWheelBarAndEdge) {

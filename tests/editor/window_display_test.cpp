@@ -123,7 +123,7 @@ TEST_F(WindowOnDisplay, APatchIsMadeHeardSavedAndLoadedByHand) {
   EXPECT_EQ(PeakOfABlock(), 0.0f);
   Drag(Middle(Point("S310 VCO", "Saw", kOutputPoint)),
        Middle(Point("SA02 2 DAW", "Left", kInputPoint)));
-  ASSERT_EQ(rack.editor.visibleCableCount, 1);
+  ASSERT_EQ(rack.editor.cables.visibleCableCount, 1);
   EXPECT_GT(PeakOfABlock(), 0.01f) << "it sounds";
 
   Click(Middle(*Window().Bar().mainMenu));
@@ -142,7 +142,7 @@ TEST_F(WindowOnDisplay, APatchIsMadeHeardSavedAndLoadedByHand) {
   rack.editor.presets.Refresh();
   Click(Middle(*Window().Bar().presetNext));
   EXPECT_EQ(rack.editor.ModuleCount(), 2);
-  EXPECT_EQ(rack.editor.visibleCableCount, 1);
+  EXPECT_EQ(rack.editor.cables.visibleCableCount, 1);
   EXPECT_GT(PeakOfABlock(), 0.01f);
 }
 
@@ -168,8 +168,27 @@ TEST_F(WindowOnDisplay, GrowsWithMoreRows) {
   int height = 0;
   ASSERT_TRUE(display->GetGeometry(id, nullptr, nullptr, nullptr, &height));
   EXPECT_EQ(height, static_cast<int>(Window().Geometry().WindowRect().bottom));
-  EXPECT_TRUE(Window().Dialog().IsShown()) << "this host resizes nothing, which the user is told";
+  EXPECT_TRUE(Window().Dialog().IsShown()) << "this host resizes nothing, which the dialog reports";
   EXPECT_EQ(Window().Dialog().Request().title, "Window Height");
+}
+
+TEST_F(WindowOnDisplay, OffersHeightsThatTheScreenHasRoomFor) {
+  Click(Middle(*Window().Bar().mainMenu));
+  ASSERT_TRUE(Until([&] { return Window().OpenMenu() != nullptr; }));
+  SynOptionMenu* heights = nullptr;
+  for (int i = 0; i < Window().OpenMenu()->getNbEntries(); ++i) {
+    if (Window().OpenMenu()->TitleAt(i) == std::string("Window Height")) {
+      heights = Window().OpenMenu()->SubmenuAt(i);
+    }
+  }
+  ASSERT_NE(heights, nullptr);
+  const RackGeometry& grid = Window().Geometry();
+  constexpr int kScreenHeight = 1024;
+  for (int rows = 2; rows <= 10; ++rows) {
+    EXPECT_EQ(heights->getEntry(rows - 2)->isEnabled(),
+              grid.origin.y + rows * grid.rowHeight <= kScreenHeight)
+        << rows;
+  }
 }
 
 TEST_F(WindowOnDisplay, OpensAndClosesAHundredTimes) {

@@ -1,4 +1,4 @@
-// The block process: order, channels, locks, life of instances.
+// The block process: order, channels, locks, lifecycle of instances.
 #include <gtest/gtest.h>
 #include <immintrin.h>
 
@@ -78,7 +78,7 @@ TEST(BlockProcess, OutputsAreClearedOnceAndThenLeftAlone) {
   process();
   EXPECT_EQ(host[11][63], 0.0f);
   process();
-  EXPECT_EQ(host[11][63], 9.0f);  // nobody writes it: the host's own samples stay
+  EXPECT_EQ(host[11][63], 9.0f);  // no module writes it: the host's samples stay
   EXPECT_EQ(host[0][63], 0.0f);   // the output module does
   out.alwaysOn = false;
   rack.editor.UpdateActiveState(&out, false);
@@ -87,8 +87,42 @@ TEST(BlockProcess, OutputsAreClearedOnceAndThenLeftAlone) {
   process();
   EXPECT_EQ(host[0][0], 9.0f);
   rack.engine.setBlockSize(64);
+  rack.engine.processReplacing(nullptr, channels.data(), 0);  // does not count
   process();
   EXPECT_EQ(host[5][10], 0.0f);
+}
+
+TEST(BlockProcess, AHostGetsSilenceWhereNoModuleWrites) {
+  TestRack rack;
+  Module& from = rack.Add(kFromHost);
+  Module& to = rack.Add(kToHost);
+  rack.Connect(from, "1", to, "3");
+  std::array<std::vector<float>, kDawOutputs> host;
+  std::array<float*, kDawOutputs> channels;
+  for (std::size_t c = 0; c < host.size(); ++c) {
+    host[c].resize(64);
+    channels[c] = host[c].data();
+  }
+  // The first output holds the first input, too.
+  std::array<float*, kDawInputs> inputs;
+  std::copy_n(channels.begin(), inputs.size(), inputs.begin());
+  AEffect* effect = rack.engine.getAeffect();
+  for (const int factor : {0, 0, 1, 1}) {
+    rack.engine.ApplyOversamplingFactor(factor);
+    for (auto& channel : host) channel.assign(64, 9.0f);
+    effect->processReplacing(effect, inputs.data(), channels.data(), 64);
+    EXPECT_EQ(host[0], std::vector<float>(64, 0.0f));
+    EXPECT_EQ(host[1], std::vector<float>(64, 0.0f));
+    EXPECT_EQ(host[4][63], 9.0f);
+    EXPECT_EQ(host[11][63], 0.0f);  // written, with silence
+  }
+  to.alwaysOn = false;
+  rack.Disconnect(to, "3");
+  for (auto& channel : host) channel.assign(64, 9.0f);
+  effect->processReplacing(effect, inputs.data(), channels.data(), 0);
+  effect->processReplacing(effect, inputs.data(), channels.data(), 64);
+  EXPECT_EQ(host[4], std::vector<float>(64, 0.0f));
+  EXPECT_EQ(host[11], std::vector<float>(64, 0.0f));
 }
 
 TEST(BlockProcess, RestoresTheFloatingPointControlWord) {
@@ -99,7 +133,7 @@ TEST(BlockProcess, RestoresTheFloatingPointControlWord) {
   EXPECT_EQ(_mm_getcsr(), before & ~0x3Fu);
 }
 
-/// Counts its calls and remembers the rates it was told.
+/// Counts its calls and records the block sizes.
 class Witness final : public Module {
  public:
   explicit Witness(const HostTable& hostTable)
@@ -116,7 +150,7 @@ class Witness final : public Module {
   std::vector<int> blocks;
 };
 
-TEST(BlockProcess, OversamplingRunsStepsAndSparesModulesAtTheHostRate) {
+TEST(BlockProcess, OversamplingRunsStepsAndModulesAtTheHostRateOnce) {
   TestRack rack;
   auto& fast = static_cast<Witness&>(rack.Adopt(new Witness(rack.editor.hostTable)));
   auto& slow = static_cast<Witness&>(rack.Adopt(new Witness(rack.editor.hostTable)));
@@ -126,12 +160,12 @@ TEST(BlockProcess, OversamplingRunsStepsAndSparesModulesAtTheHostRate) {
   EXPECT_EQ(fast.samples, 40);
   EXPECT_EQ(slow.samples, 10);
   rack.engine.setSampleRate(44100);
-  EXPECT_EQ(fast.sampleRate, 4 * 44100.0f);
-  EXPECT_EQ(slow.sampleRate, 44100.0f);
-  EXPECT_EQ(slow.dawSampleRate, 44100.0f);
-  EXPECT_EQ(fast.sampleRate60, 60 * 4 * 44100.0f);
+  EXPECT_EQ(fast.GetSampleRate(), 4 * 44100.0f);
+  EXPECT_EQ(slow.GetSampleRate(), 44100.0f);
+  EXPECT_EQ(slow.GetDAWSampleRate(), 44100.0f);
+  EXPECT_EQ(fast.GetSampleRate60(), 60 * 4 * 44100.0f);
   rack.engine.setBlockSize(333);
-  EXPECT_EQ(fast.blockSize, 333);
+  EXPECT_EQ(fast.GetBlockSize(), 333);
 }
 
 TEST(BlockProcess, BlockStartAndEventsReachActiveModulesOnly) {
@@ -164,7 +198,7 @@ TEST(BlockProcess, WaitsForAPatchChangeAndGoesOn) {
       rack.Disconnect(out, "Left");
     }
   }
-  EXPECT_EQ(rack.editor.cableList.size(), 0);
+  EXPECT_EQ(rack.editor.cables.cableList.size(), 0);
 }
 
 TEST(Instances, ShareWhatTheProcessOwnsUntilTheLastCloses) {
@@ -185,7 +219,7 @@ TEST(Instances, ShareWhatTheProcessOwnsUntilTheLastCloses) {
   second.processReplacing(nullptr, nullptr, 16);  // nothing is left to run
 }
 
-TEST(Instances, TellTheHostWhatTheyAre) {
+TEST(Instances, ReportTheirIdentityToTheHost) {
   TestRack rack;
   const AEffect& effect = *rack.engine.getAeffect();
   EXPECT_EQ(effect.numInputs, 10);

@@ -5,7 +5,9 @@
 
 #include <cmath>
 #include <complex>
+#include <tuple>
 
+#include "framework/oversampling_filters.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -13,7 +15,7 @@ namespace {
 
 constexpr float kRate = 48000.0f;
 
-/// Gain in dB of the FIR in force at a frequency given as a share of the high rate.
+/// Gain in dB of the current FIR at a frequency given as a fraction of the high rate.
 double GainAt(const OversamplingFilter& filter, double share) {
   std::complex<double> sum = 0.0;
   for (int i = 0; i < filter.FirTaps(); ++i) {
@@ -45,8 +47,8 @@ TEST(Oversampling, TapsByRowAndFactor) {
 TEST(Oversampling, PassAndStopBands) {
   struct Case {
     int row, factor;
-    double passUpTo;  // share of the host's Nyquist within 0.1 dB
-    double stopFrom;  // and from where on 70 dB are reached
+    double passUpTo;  // fraction of the host's Nyquist within 0.1 dB
+    double stopFrom;  // from here on attenuated by 70 dB
   };
   // A Blackman main lobe is 5.5 / taps wide to each side of the cutoff.
   for (const Case& c : {Case{1, 8, 0.55, 1.50}, Case{2, 8, 0.75, 1.25}, Case{5, 4, 0.80, 1.20},
@@ -107,6 +109,42 @@ TEST(Oversampling, TheIirFilterIsStableAtTwoTimes) {
   EXPECT_NEAR(right, 1.0f, 1e-4);  // unity at DC
 }
 
+TEST(Oversampling, TheIirFilterForgetsWhatIsNotFinite) {
+  for (const float bad : {NAN, INFINITY}) {
+    OversamplingFilter filter;
+    filter.SetIirRate(48000.0f, 4);
+    filter.Configure(kIirFilterRow, 4);
+    filter.Push(bad, 1.0f);
+    float left = 0, right = 0;
+    for (int i = 0; i < 2000; ++i) {
+      filter.Decimate(&left, &right);
+      filter.Push(1.0f, 1.0f);
+    }
+    EXPECT_NEAR(left, 1.0f, 1e-4);
+    EXPECT_NEAR(right, 1.0f, 1e-4);
+  }
+}
+
+TEST(Oversampling, WhereTheIirFilterIsUnstableTheDefaultRowRuns) {
+  for (const auto& [rate, factor, isStable] : {std::tuple{44100.0f, 2, true},
+                                               {25000.0f, 2, true},
+                                               {22050.0f, 2, false},
+                                               {8000.0f, 2, false},
+                                               {22050.0f, 4, true},
+                                               {8000.0f, 4, false}}) {
+    OversamplingFilter filter;
+    filter.SetIirRate(rate, factor);
+    filter.Configure(kIirFilterRow, factor);
+    EXPECT_EQ(filter.FirTaps(), isStable ? 0 : OversamplingFilterTaps(kDefaultFilterRow, factor))
+        << rate << " x " << factor;
+    float left = 0, right = 0;
+    for (int i = 0; i < 20000; ++i) filter.Push(i % 2 == 0 ? 1.0f : -1.0f, 1.0f);
+    filter.Decimate(&left, &right);
+    // Close to the limit the resonance at half the rate is high, but bounded.
+    EXPECT_LT(std::abs(left), isStable ? 200.0f : 2.0f) << rate << " x " << factor;
+  }
+}
+
 TEST(Oversampling, TheRackFollowsFactorFilterAndRate) {
   TestRack rack(kRate);
   rack.engine.voiceCount = 2;
@@ -117,14 +155,14 @@ TEST(Oversampling, TheRackFollowsFactorFilterAndRate) {
   EXPECT_EQ(rack.engine.oversamplingSteps, 8);
   EXPECT_EQ(rack.engine.Filter().FirTaps(), 200);
   for (int voice = 0; voice < 2; ++voice) {
-    EXPECT_EQ(vco.GetVoiceModule(voice)->sampleRate, 8 * kRate);
-    EXPECT_EQ(slow.GetVoiceModule(voice)->sampleRate, kRate);
+    EXPECT_EQ(vco.GetVoiceModule(voice)->GetSampleRate(), 8 * kRate);
+    EXPECT_EQ(slow.GetVoiceModule(voice)->GetSampleRate(), kRate);
   }
   rack.editor.SetModuleOversampled(&slow, true);
-  EXPECT_EQ(slow.GetVoiceModule(1)->sampleRate, 8 * kRate);
+  EXPECT_EQ(slow.GetVoiceModule(1)->GetSampleRate(), 8 * kRate);
   const float before = rack.engine.Filter().IirCoefficient();
   rack.engine.setSampleRate(96000);
-  EXPECT_EQ(vco.sampleRate, 8 * 96000.0f);
+  EXPECT_EQ(vco.GetSampleRate(), 8 * 96000.0f);
   EXPECT_EQ(rack.engine.Filter().IirCoefficient(), before);  // until the factor changes
   rack.engine.ApplyOversamplingFilter(5);
   EXPECT_EQ(rack.engine.Filter().FirTaps(), 150);

@@ -1,4 +1,4 @@
-// A plug-in driven as a host does it: through the pointers of its AEffect alone.
+// A plug-in driven as by a host: through the pointers of its AEffect only.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -22,8 +22,8 @@ struct HostCall {
   float opt;
 };
 
-/// A host that keeps what it is asked. The callback has no room for an object, so the host at work
-/// is a static one.
+/// A host that records its calls. The callback takes no user pointer, so the current host is
+/// static.
 class FakeHost {
  public:
   FakeHost() { current = this; }
@@ -98,7 +98,7 @@ class LoggingEditor : public AEffGUIEditor {
   VstKeyCode key = {};
 };
 
-/// Doubles its input, has two parameters and one program, and writes down what reaches it.
+/// Doubles its input, has two parameters and one program, and records the calls that reach it.
 class LoggingEffect : public AudioEffectX {
  public:
   LoggingEffect(audioMasterCallback host, std::string* log) : AudioEffectX(host, 1, 2), log_(log) {
@@ -163,8 +163,8 @@ class LoggingEffect : public AudioEffectX {
   std::string* log_;
 };
 
-/// What the host holds, and the object behind it for the tests to look at.
-class Vst2Abi : public testing::Test {
+/// The record that the host holds, and the object behind it for inspection.
+class Vst2Abi : public ::testing::Test {
  protected:
   Vst2Abi()
       : effect_(std::make_unique<LoggingEffect>(FakeHost::Callback, &log_)),
@@ -479,7 +479,7 @@ TEST(Vst2AbiDoor, NoExceptionAndNoNullPointerGetsThrough) {
   EXPECT_EQ(answered, 8);
   EXPECT_EQ(log, "open suspend ");
 
-  // A plug-in whose close fails is deleted all the same.
+  // A plug-in whose close fails is deleted, too.
   auto* doomed = new ThrowingEffect;
   EXPECT_EQ(doomed->getAeffect()->dispatcher(doomed->getAeffect(), effClose, 0, 0, nullptr, 0.0f),
             1);

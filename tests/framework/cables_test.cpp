@@ -12,7 +12,6 @@ namespace {
 
 constexpr const char* kRelay = "S815 InOut Connector";  // mono, each input to its output
 constexpr const char* kMixer = "S102 Unity Mixer";      // polyphonic, sums four inputs
-constexpr const char* kOutputs = "SA12 Audio/CV To DAW";
 
 int CountRecords(const CableList& list, const PatchPoint& destination) {
   int count = 0;
@@ -53,10 +52,10 @@ TEST(Cables, SelfFeedbackGoesRoundInOneSampleAndCountsTwice) {
   Module& mixer = rack.Add(kMixer);
   mixer.alwaysOn = false;
   rack.editor.UpdateActiveState(&mixer, true);
-  ASSERT_EQ(mixer.activeIndex, -1);
+  ASSERT_EQ(mixer.place.activeIndex, -1);
   rack.Connect(mixer, "Out", mixer, "In 1");
-  EXPECT_EQ(mixer.cableCount, 2);
-  EXPECT_NE(mixer.activeIndex, -1);
+  EXPECT_EQ(mixer.place.cableCount, 2);
+  EXPECT_NE(mixer.place.activeIndex, -1);
   EXPECT_EQ(
       std::count(rack.editor.activeModules[0].begin(), rack.editor.activeModules[0].end(), &mixer),
       1);
@@ -80,8 +79,8 @@ TEST(Cables, OutputsFanOutAndInputsTakeOneCable) {
   rack.Connect(c, "Out 1", b, "In 1");  // refused in silence
   EXPECT_EQ(in.cableCount, 1);
   EXPECT_EQ(rack.Point(c, "Out 1", kOutputPoint).cableCount, 0);
-  EXPECT_EQ(rack.editor.cableList.size(), 2);
-  EXPECT_EQ(rack.editor.visibleCableCount, 2);
+  EXPECT_EQ(rack.editor.cables.cableList.size(), 2);
+  EXPECT_EQ(rack.editor.cables.visibleCableCount, 2);
   rack.Disconnect(b, "In 1");
   EXPECT_EQ(in.source, nullptr);
   EXPECT_EQ(in.in, 0.0f);
@@ -98,7 +97,7 @@ TEST(Cables, ADisconnectedInputReadsZeroAndTheIdleModuleKeepsItsOutput) {
   EXPECT_EQ(rack.Out(relay, "Out 1"), 0.75f);
   rack.Disconnect(relay, "In 1");
   EXPECT_EQ(rack.In(relay, "In 1"), 0.0f);
-  EXPECT_EQ(relay.activeIndex, -1);
+  EXPECT_EQ(relay.place.activeIndex, -1);
   rack.Run(10);
   EXPECT_EQ(rack.Out(relay, "Out 1"), 0.75f);
 }
@@ -126,24 +125,24 @@ TEST(Cables, VoiceRulesOfAllFourPairings) {
     Module& from = rack.Add(c.from);
     Module& to = rack.Add(c.to);
     rack.Connect(from, c.fromRole, to, c.toRole);
-    EXPECT_EQ(rack.editor.cableList.size(), c.copying) << c.from << " to " << c.to;
-    EXPECT_EQ(rack.editor.sumCableList.size(), c.summing) << c.from << " to " << c.to;
-    EXPECT_EQ(rack.editor.visibleCableCount, 1);
+    EXPECT_EQ(rack.editor.cables.cableList.size(), c.copying) << c.from << " to " << c.to;
+    EXPECT_EQ(rack.editor.cables.sumCableList.size(), c.summing) << c.from << " to " << c.to;
+    EXPECT_EQ(rack.editor.cables.visibleCableCount, 1);
     int drawn = 0;
-    for (Cable* cable = rack.editor.cableList.head; cable; cable = cable->next) {
+    for (Cable* cable = rack.editor.cables.cableList.head; cable; cable = cable->next) {
       drawn += cable->voiceTag == 0;
       const int high = std::max(cable->destination->Owner()->voice, cable->origin->Owner()->voice);
       EXPECT_EQ(std::abs(cable->voiceTag), high);
     }
     EXPECT_EQ(drawn, 1);
     rack.Disconnect(to, c.toRole);
-    EXPECT_EQ(rack.editor.cableList.size(), 0);
-    EXPECT_EQ(rack.editor.sumCableList.size(), 0);
-    EXPECT_EQ(rack.editor.visibleCableCount, 0);
+    EXPECT_EQ(rack.editor.cables.cableList.size(), 0);
+    EXPECT_EQ(rack.editor.cables.sumCableList.size(), 0);
+    EXPECT_EQ(rack.editor.cables.visibleCableCount, 0);
     for (Module* module : {&from, &to}) {
       for (int voice = 0; voice < kVoices; ++voice) {
         if (Module* instance = module->GetVoiceModule(voice)) {
-          EXPECT_EQ(instance->cableCount, 0);
+          EXPECT_EQ(instance->place.cableCount, 0);
         }
       }
     }
@@ -159,7 +158,7 @@ TEST(Cables, AMonoInputSumsTheVoicesAndAMonoOutputReachesAll) {
   Module& sum = rack.Add(kRelay);
   rack.Connect(source, "Out 1", voices, "In 1");
   rack.Connect(voices, "Out", sum, "In 1");
-  EXPECT_EQ(CountRecords(rack.editor.sumCableList, rack.Point(sum, "In 1", kInputPoint)),
+  EXPECT_EQ(CountRecords(rack.editor.cables.sumCableList, rack.Point(sum, "In 1", kInputPoint)),
             kVoices - 1);
   rack.FeedConstant(source, "In 1", 0.25f);
   rack.Run(20);
@@ -168,11 +167,35 @@ TEST(Cables, AMonoInputSumsTheVoicesAndAMonoOutputReachesAll) {
   PatchPoint& fed = rack.Point(*voices.GetVoiceModule(2), "In 1", kInputPoint);
   CPoint where;
   fed.onMouseDown(where, kLButton);
-  EXPECT_FALSE(rack.editor.isDraggingCable);
+  EXPECT_FALSE(rack.editor.cables.isDraggingCable);
   rack.Disconnect(sum, "In 1");
   EXPECT_EQ(rack.In(sum, "In 1"), 0.0f);
   rack.Run(5);
   EXPECT_EQ(rack.Out(sum, "Out 1"), 0.0f);
+}
+
+TEST(Cables, ASumWithoutItsCopyingCableDoesNotAccumulate) {
+  TestRack rack;
+  rack.editor.voices.ApplyVoiceCount(2);
+  Module& bridge = rack.Add("S121 Poly To Mono");
+  Module& lfo = rack.Add("S515 VCLFO");
+  Module& vco = rack.Add("S310 VCO");
+  rack.editor.voices.SetModuleMono(&lfo, true);
+  // A mono signal takes a hidden point of the ring, so that the second voice is summed into it.
+  PatchPoint& second = rack.Point(bridge, "In 2", kInputPoint);
+  rack.editor.cables.ConnectCable(&second, &rack.Point(lfo, "Bipolar", kOutputPoint), 1, -1);
+  rack.Connect(vco, "Saw", bridge, "In 1");
+  ASSERT_EQ(rack.editor.cables.sumCableList.size(), 1);
+  rack.editor.cables.RemoveCable(rack.editor.cables.cableList.head, 1, false);
+  ASSERT_EQ(rack.editor.cables.sumCableList.size(), 1);
+  const PatchPoint& saw = *rack.Point(vco, "Saw", kOutputPoint).NextVoice();
+  bool isHeard = false;
+  for (int sample = 0; sample < 500; ++sample) {
+    rack.Run(1);
+    ASSERT_EQ(second.in, saw.out) << sample;
+    isHeard = isHeard || second.in != 0.0f;
+  }
+  EXPECT_TRUE(isHeard);
 }
 
 TEST(Cables, TheDragMovesReplacesRefusesAndAborts) {
@@ -185,36 +208,36 @@ TEST(Cables, TheDragMovesReplacesRefusesAndAborts) {
   PatchPoint& inA = rack.Point(a, "In 1", kInputPoint);
   PatchPoint& inB = rack.Point(b, "In 1", kInputPoint);
 
-  editor.cableColourChoice = 3;
-  editor.BeginCableDrag(&outA);
-  EXPECT_EQ(editor.dragOrigin, &outA);
-  EXPECT_EQ(editor.dragColour, 3);
-  EXPECT_FALSE(editor.CanConnect(&outB));
-  EXPECT_TRUE(editor.CanConnect(&inB));
-  editor.DropCable(&inB);
+  editor.cables.cableColourChoice = 3;
+  editor.cables.BeginCableDrag(&outA);
+  EXPECT_EQ(editor.cables.dragOrigin, &outA);
+  EXPECT_EQ(editor.cables.dragColour, 3);
+  EXPECT_FALSE(editor.cables.CanConnect(&outB));
+  EXPECT_TRUE(editor.cables.CanConnect(&inB));
+  editor.cables.DropCable(&inB);
   EXPECT_EQ(inB.source, &outA);
 
   // Pulling at a fed input takes the cable along, with its colour.
-  editor.cableColourChoice = 5;
-  editor.BeginCableDrag(&inB);
-  EXPECT_EQ(editor.dragOrigin, &outA);
-  EXPECT_EQ(editor.dragColour, 3);
-  EXPECT_EQ(editor.cableList.size(), 0);
-  editor.DropCable(&inA);
+  editor.cables.cableColourChoice = 5;
+  editor.cables.BeginCableDrag(&inB);
+  EXPECT_EQ(editor.cables.dragOrigin, &outA);
+  EXPECT_EQ(editor.cables.dragColour, 3);
+  EXPECT_EQ(editor.cables.cableList.size(), 0);
+  editor.cables.DropCable(&inA);
   EXPECT_EQ(inA.source, &outA);
 
   // Dropping on a fed input replaces its cable.
-  editor.BeginCableDrag(&outB);
-  editor.DropCable(&inA);
+  editor.cables.BeginCableDrag(&outB);
+  editor.cables.DropCable(&inA);
   EXPECT_EQ(inA.source, &outB);
   EXPECT_EQ(outA.cableCount, 0);
-  EXPECT_EQ(editor.cableList.size(), 1);
+  EXPECT_EQ(editor.cables.cableList.size(), 1);
 
-  editor.BeginCableDrag(&outA);
+  editor.cables.BeginCableDrag(&outA);
   EXPECT_EQ(inB.notify(&outA, "something else"), kMessageUnknown);
   EXPECT_EQ(outB.notify(&outA, kCableDropMessage), kMessageNotified);
-  EXPECT_FALSE(editor.isDraggingCable);
-  EXPECT_EQ(editor.cableList.size(), 1);
+  EXPECT_FALSE(editor.cables.isDraggingCable);
+  EXPECT_EQ(editor.cables.cableList.size(), 1);
 }
 
 TEST(Cables, MidiPointsShowTheirPlugAndTakeOnlyMidi) {
@@ -226,20 +249,20 @@ TEST(Cables, MidiPointsShowTheirPlugAndTakeOnlyMidi) {
   PatchPoint& in = rack.Point(voice, "MIDI in", kInputPoint);
   RackModel& editor = rack.editor;
 
-  editor.BeginCableDrag(&clock);
-  EXPECT_FALSE(editor.CanConnect(&in));
-  editor.AbortCableDrag();
+  editor.cables.BeginCableDrag(&clock);
+  EXPECT_FALSE(editor.cables.CanConnect(&in));
+  editor.cables.AbortCableDrag();
 
-  editor.BeginCableDrag(&out);
+  editor.cables.BeginCableDrag(&out);
   EXPECT_EQ(out.getValue(), 1.0f);
-  EXPECT_EQ(editor.dragColour, kMidiCableColour);
-  editor.AbortCableDrag();
+  EXPECT_EQ(editor.cables.dragColour, kMidiCableColour);
+  editor.cables.AbortCableDrag();
   EXPECT_EQ(out.getValue(), 0.0f);
 
-  editor.BeginCableDrag(&out);
-  editor.DropCable(&in);
+  editor.cables.BeginCableDrag(&out);
+  editor.cables.DropCable(&in);
   EXPECT_EQ(in.getValue(), 1.0f);
-  editor.RemoveCable(in.firstCable, kAllVoices, false);
+  editor.cables.RemoveCable(in.firstCable, kAllVoices, false);
   EXPECT_EQ(in.getValue(), 0.0f);
   EXPECT_EQ(out.getValue(), 0.0f);
 }
@@ -273,20 +296,20 @@ TEST(Cables, EitherWayPointsResolveTheirDirection) {
   EXPECT_EQ(right.direction, kActsAsOutput);
 
   // A cabled point keeps its direction.
-  rack.editor.BeginCableDrag(&rack.Point(relay, "Out 2", kOutputPoint));
-  EXPECT_FALSE(rack.editor.CanConnect(&right));
-  EXPECT_TRUE(rack.editor.CanConnect(&left));
-  rack.editor.AbortCableDrag();
+  rack.editor.cables.BeginCableDrag(&rack.Point(relay, "Out 2", kOutputPoint));
+  EXPECT_FALSE(rack.editor.cables.CanConnect(&right));
+  EXPECT_TRUE(rack.editor.cables.CanConnect(&left));
+  rack.editor.cables.AbortCableDrag();
 
   rack.FeedConstant(relay, "In 1", 0.5f);
   rack.Run(8);
   EXPECT_EQ(rack.Out(relay, "Out 2"), 0.5f);
 
   // Between two of them both point at each other, and the signal flows into the first.
-  rack.editor.ConnectCable(second.left, second.right, 1, -1);
+  rack.editor.cables.ConnectCable(second.left, second.right, 1, -1);
   EXPECT_EQ(second.left.View().direction, kActsAsBoth);
   EXPECT_EQ(second.right.View().source, &second.left.View());
-  rack.editor.RemoveCable(second.left.View().firstCable, kAllVoices, false);
+  rack.editor.cables.RemoveCable(second.left.View().firstCable, kAllVoices, false);
   EXPECT_EQ(second.right.View().direction, kUnconnected);
   EXPECT_EQ(second.right.View().source, nullptr);
 }

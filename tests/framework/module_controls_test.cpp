@@ -6,6 +6,9 @@
 #include <cmath>
 
 #include "framework/byte_io.h"
+#include "framework/knob_store.h"
+#include "framework/text_label.h"
+#include "gui/draw_context.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -21,7 +24,7 @@ constexpr float kRate = 1000.0f;
 template <class KnobClass = ModuleKnob>
 SharedPointer<KnobClass> MakeKnob(int frames, CControlListener* listener = nullptr) {
   auto* knob = new KnobClass(CRect(0, 0, 20, 20), listener, TAG_UNASSIGNED, frames, nullptr,
-                             std::make_shared<KnobStore>());
+                             SharedPointer<KnobStore>::Adopt(new KnobStore));
   knob->SetSmoothing(kDefaultSmoothDelay, kRate);
   return SharedPointer<KnobClass>::Adopt(knob);
 }
@@ -64,6 +67,32 @@ TEST(ModuleKnob, SteppedKnobsTruncateAndMirror) {
   knob->setValue(NAN);
   EXPECT_EQ(knob->GetStepIndex(), 12);
   EXPECT_TRUE(std::isfinite(knob->Cell().stepped_target));
+}
+
+TEST(ModuleKnob, ASteppedKnobShowsTheStepThatSounds) {
+  // A strip whose frames have the number of the frame as their red.
+  constexpr int kFrames = 13;
+  constexpr int kSize = 8;
+  auto strip = SharedPointer<CBitmap>::Adopt(new CBitmap(kSize, kSize * kFrames));
+  CDrawContext painter(strip->getSurface());
+  for (int frame = 0; frame < kFrames; ++frame) {
+    painter.setFillColor(CColor(frame, 0, 0));
+    painter.fillRect(CRect(0, frame * kSize, kSize, (frame + 1) * kSize));
+  }
+  auto knob = SharedPointer<ModuleKnob>::Adopt(
+      new ModuleKnob(CRect(0, 0, kSize, kSize), nullptr, TAG_UNASSIGNED, kFrames, strip,
+                     SharedPointer<KnobStore>::Adopt(new KnobStore)));
+  knob->stepped = true;
+  COffscreenContext picture(kSize, kSize);
+  for (const bool inverse : {false, true}) {
+    knob->setInverseBitmap(inverse);
+    for (int i = 0; i <= 200; ++i) {
+      knob->setValue(static_cast<float>(i) / 200.0f);
+      knob->draw(&picture);
+      EXPECT_EQ(picture.getPixel(4, 4).red, knob->GetStepIndex())
+          << i << (inverse ? " inverse" : "");
+    }
+  }
 }
 
 TEST(ModuleKnobEx, DragLawInPixelsWithShiftChangedUnderWay) {
@@ -173,6 +202,23 @@ TEST(SpecialDigit, BlanksLeadingZeros) {
   EXPECT_EQ(places(42), (std::array<int, 3>{kBlank, 4, 2}));
   EXPECT_EQ(places(507), (std::array<int, 3>{5, 0, 7}));
   EXPECT_EQ(places(5000), (std::array<int, 3>{9, 9, 9}));
+  digit->setMax(16);  // a range that ends below the last number that fits
+  EXPECT_EQ(places(7), (std::array<int, 3>{kBlank, kBlank, 7}));
+  EXPECT_EQ(places(16), (std::array<int, 3>{kBlank, 1, 6}));
+  EXPECT_EQ(places(99), (std::array<int, 3>{kBlank, 1, 6}));
+}
+
+TEST(SpecialDigit, AnImageTakesTheFontColour) {
+  auto strip = SharedPointer<CBitmap>::Adopt(new CBitmap(10, 100));
+  CDrawContext painter(strip->getSurface());
+  painter.setFillColor(CColor(9, 9, 9));
+  painter.fillRect(CRect(0, 0, 10, 100));
+  auto digit = SharedPointer<CSpecialDigitEx>::Adopt(
+      new CSpecialDigitEx(CRect(0, 0, 10, 10), nullptr, TAG_UNASSIGNED, 1, 10, strip));
+  digit->setFontColor(CColor(20, 200, 90));
+  COffscreenContext picture(10, 10);
+  digit->draw(&picture);
+  EXPECT_EQ(picture.getPixel(5, 5), CColor(20, 200, 90));
 }
 
 TEST(TextLabel, GrowsWrapsAndScrolls) {

@@ -42,14 +42,14 @@ class ChangingRack {
     }
   }
 
-  /// True if one cable came or went; else the voices have changed, which lays cables anew.
+  /// True if one cable came or went; else the voices have changed, which rebuilds the cables.
   bool Change() {
     switch (random_() % 8) {
       case 0:
-        rack.editor.ApplyVoiceCount(static_cast<int>(1 + random_() % 6));
+        rack.editor.voices.ApplyVoiceCount(static_cast<int>(1 + random_() % 6));
         return false;
       case 1:
-        rack.editor.SetModuleMono(modules_[4], !modules_[4]->mono);
+        rack.editor.voices.SetModuleMono(modules_[4], !modules_[4]->mono);
         return false;
       case 2:
       case 3:
@@ -64,10 +64,10 @@ class ChangingRack {
   /// What cables bring to each input of the rack, by the cable lists alone.
   std::map<const PatchPoint*, float> Brought() const {
     std::map<const PatchPoint*, float> sums;
-    for (const Cable* c = rack.editor.cableList.head; c; c = c->next) {
+    for (const Cable* c = rack.editor.cables.cableList.head; c; c = c->next) {
       sums[c->destination] = c->origin->out;
     }
-    for (const Cable* c = rack.editor.sumCableList.head; c; c = c->next) {
+    for (const Cable* c = rack.editor.cables.sumCableList.head; c; c = c->next) {
       sums[c->destination] += c->origin->out;
     }
     return sums;
@@ -100,13 +100,13 @@ class ChangingRack {
 
   void Connect() {
     PatchPoint* to = AnyPoint(kInputPoint);
-    if (!to->firstCable) rack.editor.ConnectCable(AnyPoint(kOutputPoint), to, 1, -1);
+    if (!to->firstCable) rack.editor.cables.ConnectCable(AnyPoint(kOutputPoint), to, 1, -1);
   }
 
   void RemoveFirstVisible() {
-    for (Cable* cable = rack.editor.cableList.head; cable; cable = cable->next) {
+    for (Cable* cable = rack.editor.cables.cableList.head; cable; cable = cable->next) {
       if (cable->voiceTag != 0) continue;
-      rack.editor.RemoveCable(cable, kAllVoices, false);
+      rack.editor.cables.RemoveCable(cable, kAllVoices, false);
       return;
     }
   }
@@ -144,10 +144,10 @@ TEST(SamplePlan, CopiesNoSingleCableOnceItsSignalHasPassed) {
   auto& counter = static_cast<Counter&>(rack.Adopt(new Counter(rack.editor.hostTable)));
   Module& mixer = rack.Add("S102 Unity Mixer");
   rack.RunBlock(3);
-  rack.editor.ConnectCable(counter.outs[0], mixer.Points()[0], 1, -1);
+  rack.editor.cables.ConnectCable(counter.outs[0], mixer.Points()[0], 1, -1);
   EXPECT_EQ(rack.editor.plan.CarriedInputs(), 1u) << "the input does not hold the signal yet";
   rack.RunBlock(1);
-  rack.editor.ConnectCable(counter.outs[1], mixer.Points()[1], 1, -1);
+  rack.editor.cables.ConnectCable(counter.outs[1], mixer.Points()[1], 1, -1);
   EXPECT_EQ(rack.editor.plan.CarriedInputs(), 1u) << "only the new one is copied";
 }
 

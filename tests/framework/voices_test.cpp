@@ -41,9 +41,9 @@ struct VoicePatch {
 /// Records and cable counts as the rack stands, to be compared after a round trip.
 std::vector<int> Census(TestRack& rack) {
   RackModel& editor = rack.editor;
-  std::vector<int> census{editor.cableList.size(), editor.sumCableList.size(),
-                          editor.visibleCableCount};
-  for (Module* module : editor.modules[0]) census.push_back(module->cableCount);
+  std::vector<int> census{editor.cables.cableList.size(), editor.cables.sumCableList.size(),
+                          editor.cables.visibleCableCount};
+  for (Module* module : editor.modules[0]) census.push_back(module->place.cableCount);
   for (const auto& row : editor.activeModules) census.push_back(static_cast<int>(row.size()));
   return census;
 }
@@ -56,23 +56,23 @@ TEST(Voices, RaisingAndLoweringLeavesThePatchAsItWas) {
   rack.editor.SetModuleClipLevel(&patch.vco, 2.0f);
   const std::vector<int> before = Census(rack);
   for (int count : {4, 16, 7}) {
-    rack.editor.ApplyVoiceCount(count);
+    rack.editor.voices.ApplyVoiceCount(count);
     // Poly pairs once per voice; a mono input holds one copy and the rest as sums.
-    EXPECT_EQ(rack.editor.sumCableList.size(), count - 1);
-    EXPECT_EQ(rack.editor.visibleCableCount, 12);
+    EXPECT_EQ(rack.editor.cables.sumCableList.size(), count - 1);
+    EXPECT_EQ(rack.editor.cables.visibleCableCount, 12);
     for (int voice = 0; voice < kMaxVoices; ++voice) {
       Module* clone = patch.vco.GetVoiceModule(voice);
       ASSERT_EQ(clone != nullptr, voice < count);
       if (!clone) continue;
       EXPECT_EQ(rack.SavedPreset(*clone), rack.SavedPreset(patch.vco)) << voice;
       EXPECT_EQ(clone->GetClipLevel(), 2.0f);
-      EXPECT_EQ(clone->cableCount, patch.mixer.GetVoiceModule(voice) ? 3 : 0);
+      EXPECT_EQ(clone->place.cableCount, patch.mixer.GetVoiceModule(voice) ? 3 : 0);
       const auto& active = rack.editor.activeModules[static_cast<std::size_t>(voice)];
       EXPECT_EQ(active.size(), voice == 0 ? 9u : 3u);
     }
     rack.Run(200);
   }
-  rack.editor.ApplyVoiceCount(1);
+  rack.editor.voices.ApplyVoiceCount(1);
   EXPECT_EQ(Census(rack), before);
   EXPECT_EQ(rack.Control(patch.vco, "Pulse width").nextVoice, nullptr);
   EXPECT_TRUE(rack.editor.modules[1].empty());
@@ -81,8 +81,8 @@ TEST(Voices, RaisingAndLoweringLeavesThePatchAsItWas) {
 TEST(Voices, AChangeCountsTheSameAsAFreshRack) {
   TestRack raised, fresh;
   VoicePatch a(raised);
-  raised.editor.ApplyVoiceCount(3);
-  raised.editor.ApplyVoiceCount(5);
+  raised.editor.voices.ApplyVoiceCount(3);
+  raised.editor.voices.ApplyVoiceCount(5);
   fresh.engine.voiceCount = 5;
   VoicePatch b(fresh);
   EXPECT_EQ(Census(raised), Census(fresh));
@@ -95,14 +95,14 @@ TEST(Voices, ChangeWhileAnotherThreadProcesses) {
     const AudioThread audio(rack.engine);
     for (int round = 0; round < 4; ++round) {
       for (int count : {16, 3, 8, 1}) {
-        rack.editor.ApplyVoiceCount(count);
-        rack.editor.SetModuleMono(&patch.mixer, true);
+        rack.editor.voices.ApplyVoiceCount(count);
+        rack.editor.voices.SetModuleMono(&patch.mixer, true);
         rack.engine.ApplyOversamplingFactor(round % 3);
-        rack.editor.SetModuleMono(&patch.mixer, false);
+        rack.editor.voices.SetModuleMono(&patch.mixer, false);
       }
     }
   }
-  EXPECT_EQ(rack.editor.visibleCableCount, 12);
+  EXPECT_EQ(rack.editor.cables.visibleCableCount, 12);
 }
 
 TEST(Voices, AMonoSwitchRebuildsTheCables) {
@@ -122,18 +122,18 @@ TEST(Voices, AMonoSwitchRebuildsTheCables) {
   };
   // The recorder is mono itself, so it sums what the voices give.
   EXPECT_EQ(settled(), 0.5f * kVoices);
-  ASSERT_TRUE(rack.editor.SetModuleMono(&switched, true));
+  ASSERT_TRUE(rack.editor.voices.SetModuleMono(&switched, true));
   EXPECT_EQ(switched.GetVoiceModule(1), nullptr);
   EXPECT_EQ(rack.Out(switched, "Out"), 0.5f);
   EXPECT_EQ(settled(), 0.5f * kVoices);
   EXPECT_EQ(rack.Out(switched, "Out"), 0.5f * kVoices);
-  ASSERT_TRUE(rack.editor.SetModuleMono(&voices, true));
+  ASSERT_TRUE(rack.editor.voices.SetModuleMono(&voices, true));
   EXPECT_EQ(settled(), 0.5f);
-  ASSERT_TRUE(rack.editor.SetModuleMono(&switched, false));
+  ASSERT_TRUE(rack.editor.voices.SetModuleMono(&switched, false));
   EXPECT_EQ(settled(), 0.5f * kVoices);
-  ASSERT_TRUE(rack.editor.SetModuleMono(&voices, false));
+  ASSERT_TRUE(rack.editor.voices.SetModuleMono(&voices, false));
   EXPECT_EQ(settled(), 0.5f * kVoices);
-  EXPECT_EQ(rack.editor.sumCableList.size(), kVoices - 1);
+  EXPECT_EQ(rack.editor.cables.sumCableList.size(), kVoices - 1);
 }
 
 TEST(Voices, WithoutAWayToReachThemTheRackFallsBackToOne) {
@@ -141,12 +141,12 @@ TEST(Voices, WithoutAWayToReachThemTheRackFallsBackToOne) {
   Module& chainer = rack.Add("SD05 MIDI Poly Chainer");
   Module& second = rack.Add("S120 Mono To Poly");
   rack.Add("S310 VCO");
-  rack.editor.ApplyVoiceCount(6);
+  rack.editor.voices.ApplyVoiceCount(6);
   rack.editor.RemoveModule(&chainer, true);
-  rack.editor.ResetPolyphonyIfUnused();
+  rack.editor.voices.ResetPolyphonyIfUnused();
   EXPECT_EQ(rack.engine.voiceCount, 6);
   rack.editor.RemoveModule(&second, true);
-  rack.editor.ResetPolyphonyIfUnused();
+  rack.editor.voices.ResetPolyphonyIfUnused();
   EXPECT_EQ(rack.engine.voiceCount, 1);
 }
 
@@ -175,18 +175,18 @@ TEST(VoiceBridges, CarryTheCabledRangeVoiceByVoice) {
   EXPECT_EQ(rack.Out(toMono, "Out 4"), 0.4f);
   EXPECT_EQ(rack.Out(toPoly, "Out 7"), 0.0f);
 
-  rack.editor.ApplyVoiceCount(2);
+  rack.editor.voices.ApplyVoiceCount(2);
   rack.Run(20);
   EXPECT_EQ(rack.Out(toPoly, "Out 4"), 0.0f);
   EXPECT_EQ(rack.Out(toMono, "Out 2"), 0.2f);
-  rack.editor.ApplyVoiceCount(8);
+  rack.editor.voices.ApplyVoiceCount(8);
   rack.Run(20);
   EXPECT_EQ(rack.In(*voices.GetVoiceModule(6), "In 1"), 0.7f);
   rack.Disconnect(toPoly, "In 7");
   rack.Run(20);
   EXPECT_EQ(rack.In(*voices.GetVoiceModule(6), "In 1"), 0.0f);
   rack.Disconnect(toMono, "In 1");
-  EXPECT_EQ(rack.editor.cableList.size(), 8 + 2 + 2);  // bridge to voices, players, sink
+  EXPECT_EQ(rack.editor.cables.cableList.size(), 8 + 2 + 2);  // bridge to voices, players, sink
 }
 
 }  // namespace

@@ -127,7 +127,7 @@ TEST_F(FrameTest, ATooltipShowsWhileTheMouseRests) {
   Release(frame, {145, 120});
   frame.advanceTime(1);
   EXPECT_EQ(frame.getShownTooltip(), "");
-  // What a modal view covers tells nothing.
+  // Views below a modal view show no tooltip.
   Move(frame, {115, 120});
   frame.pushModalView(dialog);
   frame.advanceTime(1);
@@ -304,7 +304,7 @@ TEST(Scrollbar, DragsPagesAndFollowsTheWheel) {
   EXPECT_NEAR(bar->getScrollPosition(), 560, 0.01);
   bar->scrollTo(5000);
   EXPECT_EQ(bar->getValue(), 1);
-  // Nothing to scroll: the wheel is somebody else's.
+  // Nothing to scroll: the wheel is not used.
   bar->setScrollSize(100, 200);
   EXPECT_FALSE(frame.onWheel({5, 5}, 1, {}));
 }

@@ -70,7 +70,7 @@ using Log = std::vector<std::string>;
 
 /// A frame of 100 by 100 with a container at 10, 20 of 50 by 50, which holds `low` at 5, 5 and
 /// `high` over a part of it.
-class ViewTree : public testing::Test {
+class ViewTree : public ::testing::Test {
  protected:
   ViewTree() {
     box->addView(low);
@@ -272,7 +272,7 @@ TEST_F(ViewTree, TheDirtyRegionStaysSmallAndCoversAll) {
   for (const CRect& rect : asked) frame.invalidRect(rect);
   frame.invalidRect({-50, 0, -1, 10});
   const std::vector<CRect> region = frame.takeDirtyRegion();
-  EXPECT_LE(region.size(), CFrame::kMaxDirtyRects);
+  EXPECT_LE(region.size(), DirtyRegion::kMaxRects);
   for (const CRect& rect : asked) {
     bool covered = false;
     for (const CRect& r : region) covered |= CRect(rect).bound(r) == rect;

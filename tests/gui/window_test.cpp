@@ -5,6 +5,7 @@
 
 #include "gui/draw_context.h"
 #include "gui/frame.h"
+#include "gui/knob.h"
 #include "gui/menu_popup.h"
 #include "gui/option_menu.h"
 #include "gui/text_edit.h"
@@ -84,7 +85,7 @@ class WindowTest : public ::testing::TestWithParam<bool> {
     std::string error;
     ASSERT_TRUE(frame->open(reinterpret_cast<void*>(parent), "A title", &error)) << error;
     ASSERT_TRUE(PumpUntil([this] { return field->draws > 0; }));
-    // Without a window manager a free window lies where it was asked to be, in the middle.
+    // Without a window manager a free window is where it was asked to be, in the middle.
     if (!GetParam()) display->GetGeometry(Id(), &origin.first, &origin.second);
   }
   void TearDown() override {
@@ -169,6 +170,30 @@ TEST_P(WindowTest, FollowsTheMouse) {
   display->Press(5), display->Release(5);
   display->Press(5), display->Release(5);
   EXPECT_TRUE(PumpUntil([&] { return field->wheel == -1; }));
+}
+
+TEST_P(WindowTest, AKnobTurnsOnBeyondTheEdgeOfTheScreen) {
+  auto* knob = new CKnob(CRect(200, 20, 240, 60), nullptr, 0, nullptr);
+  frame->addView(knob);
+  knob->setValue(0);
+  MoveTo(220, 40);
+  Settle();
+  display->Press();
+  Settle();
+  // More of the way up than the screen has, with Shift in steps that each end at the edge.
+  int pushes = 0;
+  for (; pushes < 40 && knob->getValue() < 1.0f; ++pushes) {
+    const float before = knob->getValue();
+    display->PressKey("Shift_L");
+    display->MoveMouse(origin.first + 220, 0);
+    Settle();
+    EXPECT_GE(knob->getValue(), before) << "the pointer jumps, the value does not";
+  }
+  EXPECT_EQ(knob->getValue(), 1.0f);
+  display->ReleaseKey("Shift_L");
+  display->Release();
+  Settle();
+  EXPECT_EQ(frame->getCurrentMouseLocation(), CPoint(220, 40)) << "back on the knob at the end";
 }
 
 TEST_P(WindowTest, TakesTheKeysOnlyWhileAViewWantsThem) {

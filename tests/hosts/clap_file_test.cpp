@@ -1,4 +1,4 @@
-// The CLAP file as a host meets it: what it says of itself, and what it makes of a block.
+// The CLAP file as a host uses it: its description, and what it does with a block.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -24,7 +24,7 @@ class ClapFileTest : public ::testing::Test {
 
 using Bytes = std::vector<int>;
 
-/// The messages among what a host got.
+/// The MIDI messages among the events that a host got.
 std::vector<Bytes> Messages(const std::vector<ClapEvent>& events) {
   std::vector<Bytes> messages;
   for (const ClapEvent& event : events) {
@@ -115,12 +115,14 @@ TEST_F(ClapFileTest, PortsAndVoicesAreThoseOfTheEngine) {
     EXPECT_FALSE(notes->get(plugin, 1, isInput, &port));
   }
   EXPECT_EQ(host.Ask<clap_plugin_latency_t>("clap.latency")->get(plugin), 0u);
-  clap_voice_info_t voices;
-  ASSERT_TRUE(host.Ask<clap_plugin_voice_info_t>("clap.voice-info.draft/0")->get(plugin, &voices));
-  EXPECT_EQ(voices.voice_count, 16u);
-  EXPECT_EQ(voices.voice_capacity, 16u);
-  EXPECT_EQ(voices.flags, 1u);
-  for (const char* id : {"clap.tail", "clap.render", "clap.voice-info", "clap.note-name", ""}) {
+  for (const char* id : {"clap.voice-info", "clap.voice-info.draft/0"}) {
+    clap_voice_info_t voices;
+    ASSERT_TRUE(host.Ask<clap_plugin_voice_info_t>(id)->get(plugin, &voices)) << id;
+    EXPECT_EQ(voices.voice_count, 16u);
+    EXPECT_EQ(voices.voice_capacity, 16u);
+    EXPECT_EQ(voices.flags, 1u);
+  }
+  for (const char* id : {"clap.tail", "clap.render", "clap.note-name", ""}) {
     EXPECT_EQ(plugin->get_extension(plugin, id), nullptr) << id;
   }
   EXPECT_EQ(plugin->get_extension(plugin, nullptr), nullptr);
@@ -149,7 +151,7 @@ TEST_F(ClapFileTest, ParametersAreAFlatBankOfPlainNumbers) {
   EXPECT_EQ(value, 0.0);
   EXPECT_FALSE(params->get_value(plugin, 1000, &value));
 
-  // A host may have chosen decimal commas.
+  // A host may have set a locale with decimal commas.
   const char* locale = std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
   char text[16];
   EXPECT_TRUE(params->value_to_text(plugin, 0, 0.12345, text, sizeof text));
@@ -158,11 +160,15 @@ TEST_F(ClapFileTest, ParametersAreAFlatBankOfPlainNumbers) {
   EXPECT_EQ(value, 0.25);
   std::setlocale(LC_NUMERIC, "C");
   EXPECT_FALSE(params->text_to_value(plugin, 0, "loud", &value));
+  EXPECT_FALSE(params->text_to_value(plugin, 0, "nan", &value));
+  EXPECT_FALSE(params->value_to_text(plugin, 0, NAN, text, sizeof text));
   EXPECT_EQ(value, 0.25);
+  EXPECT_TRUE(params->text_to_value(plugin, 0, "5", &value));
+  EXPECT_EQ(value, 1.0);
   EXPECT_FALSE(params->value_to_text(plugin, 0, 0.5, text, 3));
 }
 
-TEST_F(ClapFileTest, EventsBecomeMidiByTheTable) {
+TEST_F(ClapFileTest, EventsAreConvertedToMidi) {
   ClapHost host(file_.Factory());
   ASSERT_TRUE(host.Load(StateOf(kMidiEcho)));
   host.Activate(48000, 256);
@@ -181,12 +187,14 @@ TEST_F(ClapFileTest, EventsBecomeMidiByTheTable) {
   const Case cases[] = {
       {"note on", On(0, 60, 1, 3, 0.5), {{0x93, 60, 63}}},  // 63.5: not above a half
       {"soft note", On(0, 61, 1, 0, 0.504), {{0x90, 61, 64}}},
+      {"softest note", On(0, 61, 1, 0, 0.001), {{0x90, 61, 1}}},
+      {"note of velocity 0", On(0, 61, 1, 0, 0.0), {{0x90, 61, 1}}},
       {"note off", Off(0, 60, 1, 15, 1.0), {{0x8F, 60, 127}}},
       {"choke", ClapEvent::Note(CLAP_EVENT_NOTE_CHOKE, 0, 60), {}},
       {"note end", ClapEvent::Note(CLAP_EVENT_NOTE_END, 0, 60), {}},
       {"key beyond MIDI", On(0, 128, 1), {}},
       {"channel beyond MIDI", On(0, 60, 1, 16), {}},
-      {"velocity of no value", On(0, 60, 1, 0, NAN), {}},
+      {"velocity that is not a number", On(0, 60, 1, 0, NAN), {}},
       {"event of another space", otherSpace, {}},
       {"event cut short", tooSmall, {}},
       {"volume", expression(0, 2.0, 4), {{0xB4, 7, 127}}},
@@ -226,7 +234,7 @@ TEST_F(ClapFileTest, MessagesComeAtTheirSampleInOrderAndAreNeverLost) {
   EXPECT_EQ(host.taken[1].Header().time, 8u);
   EXPECT_EQ(host.taken[2].Header().time, 202u);
   EXPECT_EQ(host.taken[2].Header().size, 24u);
-  // One told for a time beyond its block comes first thing in the next, whatever length that has.
+  // One timed beyond its block comes at the start of the next non-empty one.
   host.taken.clear();
   EXPECT_EQ(host.Process(0), CLAP_PROCESS_CONTINUE);
   host.Process(64);
@@ -294,7 +302,7 @@ TEST_F(ClapFileTest, DumpsGoThroughWholeAndOutliveTheirBlock) {
   }
 }
 
-TEST_F(ClapFileTest, HostHearsWhenAVoiceLetsGoOfItsNote) {
+TEST_F(ClapFileTest, HostIsNotifiedWhenAVoiceEndsItsNote) {
   ClapHost host(file_.Factory());
   ASSERT_TRUE(host.Load(StateOf(kFourVoices)));
   host.Activate(48000, 256);
@@ -323,7 +331,7 @@ TEST_F(ClapFileTest, HostHearsWhenAVoiceLetsGoOfItsNote) {
   host.Process(64);
   EXPECT_TRUE(host.taken.empty());
 
-  // A rack that is replaced lets go of all notes.
+  // A rack that is replaced ends all notes.
   host.Process(64, {On(0, 60, 21), On(0, 61, 22)});
   host.taken.clear();
   ASSERT_TRUE(host.Load(StateOf(kFourVoices)));
@@ -425,7 +433,7 @@ TEST_F(ClapFileTest, StateGoesThroughStreamsOfAnyGrain) {
     EXPECT_EQ(host.Save(grain), state);
   }
   EXPECT_EQ(host.valueRescans, 3);
-  EXPECT_EQ(host.callbacks, 0);  // what the host loaded is not news to it
+  EXPECT_EQ(host.callbacks, 0);  // the host needs no notice of its own load
 
   std::vector<std::byte> cut(state.begin(), state.end() - 1);
   EXPECT_FALSE(host.Load(cut));
@@ -458,8 +466,10 @@ TEST_F(ClapFileTest, ParametersAreSetInAndOutsideOfBlocks) {
   host.Activate(48000, 64);
   host.Process(64, {ClapEvent::ParamValue(10, 100, 0.75)});
   EXPECT_EQ(valueOf(100), 0.75);
-  host.Process(64, {ClapEvent::ParamMod(0, 100, 0.125)});
-  EXPECT_EQ(valueOf(100), 0.875);
+  const std::vector<std::byte> state = host.Save();
+  host.Process(64, {ClapEvent::ParamMod(0, 100, 0.1)});
+  EXPECT_EQ(valueOf(100), 0.75);  // without the modulation
+  EXPECT_EQ(host.Save(), state);
   host.Process(64, {ClapEvent::ParamMod(0, 100, 0.0), ClapEvent::ParamMod(0, 100, 0.1, 55)});
   EXPECT_EQ(valueOf(100), 0.75);
 }

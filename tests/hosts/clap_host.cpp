@@ -39,6 +39,7 @@ struct EventList {
 
 bool Take(const clap_output_events_t* list, const clap_event_header_t* event) {
   auto& host = *static_cast<ClapHost*>(list->ctx);
+  if (event->type < host.pushed.size()) ++host.pushed[event->type];
   if (!host.keepsEvents) return true;
   host.taken.emplace_back(event);
   if (event->type == CLAP_EVENT_MIDI_SYSEX) {
@@ -201,7 +202,7 @@ clap_process_status ClapHost::Process(std::uint32_t frames, const std::vector<Cl
   block.audio_inputs_count = inputPorts;
   block.audio_outputs_count = outputPorts;
   block.in_events = &list.record;
-  block.out_events = &out;
+  block.out_events = offersOutEvents ? &out : nullptr;
   return plugin->process(plugin, &block);
 }
 

@@ -1,4 +1,4 @@
-// A small CLAP host: it does to a plug-in what music programs do, and writes down what comes back.
+// A small CLAP host that calls a plug-in as music programs do, and records the results.
 #pragma once
 
 #include <array>
@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "engine/clap_abi.h"
-#include "framework/signal.h"
+#include "framework/rack_limits.h"
 
 namespace halveron::testing {
 
-/// An event as its bytes, whatever its type.
+/// An event of any type, by its bytes.
 class ClapEvent {
  public:
   template <class Event>
@@ -44,7 +44,7 @@ class ClapEvent {
   static ClapEvent ParamMod(std::uint32_t time, clap_id id, double amount, int noteId = -1,
                             int port = -1, int channel = -1, int key = -1);
   static ClapEvent Midi(std::uint32_t time, int status, int data1, int data2);
-  /// The bytes stay the caller's.
+  /// The bytes are not copied.
   static ClapEvent SysEx(std::uint32_t time, const std::vector<std::uint8_t>& bytes);
 
  private:
@@ -53,7 +53,7 @@ class ClapEvent {
 
 class ClapHost {
  public:
-  /// Host extensions to keep to itself, by identifier; "*" for all of them.
+  /// Host extensions not to offer, by identifier; "*" for all of them.
   using Withheld = std::set<std::string>;
 
   explicit ClapHost(const void* factory, Withheld withheld = {});
@@ -85,15 +85,17 @@ class ClapHost {
   /// What the plug-in pushed since the last clear, SysEx dumps as they were when it was pushed.
   std::vector<ClapEvent> taken;
   std::vector<std::vector<std::uint8_t>> takenDumps;
-  bool keepsEvents = true;  ///< keeping takes memory, which the audio thread must not
+  std::array<int, 16> pushed{};  ///< how many of each type, kept or not
+  bool keepsEvents = true;       ///< keeping allocates, which the audio thread must not
 
   // How it processes.
   const clap_event_transport_t* transport = nullptr;
   bool inPlace = false;  ///< inputs and outputs share their buffers
+  bool offersOutEvents = true;
   std::uint32_t inputPorts = 5;
   std::uint32_t outputPorts = 6;
 
-  // What it was asked.
+  // Calls from the plug-in.
   std::atomic<int> callbacks = 0;
   std::atomic<int> flushRequests = 0;
   int dirtyMarks = 0;

@@ -1,4 +1,4 @@
-// A CLAP instance from the inside: where a host cannot look, or where it takes a window.
+// A CLAP instance, tested through its internals or with a window.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ class ClapInstanceTest : public ::testing::Test {
   ClapPluginInstance& Instance() { return ClapPluginInstance::Of(host_.plugin); }
   SynEditor& Rack() { return *Instance().Engine().Editor(); }
   ModuleKnob& Knob(int parameter, int voice = 0) {
-    CControl* control = Rack().parameterControls[static_cast<std::size_t>(parameter)];
+    CControl* control = Rack().parameters.parameterControls[static_cast<std::size_t>(parameter)];
     while (voice-- > 0) control = control->nextVoice;
     return dynamic_cast<ModuleKnob&>(*control);
   }
@@ -49,6 +49,182 @@ TEST_F(ClapInstanceTest, ModulationMeansAVoiceOrAll) {
   for (int voice = 0; voice < 4; ++voice) EXPECT_EQ(Knob(kGlide, voice).getValue(), 0.625f);
   Play({ClapEvent::ParamMod(0, kGlide, 0.5, -1, 0, 0, 65), ClapEvent::ParamMod(0, 1000, 1.0)});
   for (int voice = 0; voice < 4; ++voice) EXPECT_EQ(Knob(kGlide, voice).getValue(), 0.625f);
+}
+
+TEST_F(ClapInstanceTest, ANoteStartsWithItsOwnModulationOrNone) {
+  Load(kFourVoices);
+  host_.Activate(48000, 256);
+  constexpr int kGlide = 200;
+  const auto value = [&](int voice) { return Knob(kGlide, voice).getValue(); };
+  const auto mod = [](double amount, int id, std::uint32_t time = 0) {
+    return ClapEvent::ParamMod(time, kGlide, amount, id);
+  };
+  Play({ClapEvent::ParamValue(0, kGlide, 0.5)});
+  // With the note-on, after and before it in the list, and in the block before.
+  Play({On(60, 1), mod(0.25, 1), mod(0.125, 2), On(61, 2), mod(0.375, 3, 255)});
+  Play({On(62, 3)});
+  EXPECT_EQ(value(0), 0.75f);
+  EXPECT_EQ(value(1), 0.625f);
+  EXPECT_EQ(value(2), 0.875f);
+  EXPECT_EQ(value(3), 0.5f);
+  // A note inherits nothing from the voice's previous note; early modulation expires.
+  Play({mod(0.125, 5)});
+  Play({});
+  Play({On(63, 4), On(64, 5)});
+  EXPECT_EQ(value(0), 0.5f);
+  // Modulation of all voices stays.
+  Play({ClapEvent::ParamMod(0, kGlide, -0.25), mod(0.25, 4)});
+  EXPECT_EQ(value(3), 0.75f);
+  Play({On(65, 6), On(66, 7), On(67, 8)});
+  for (int voice = 0; voice < 4; ++voice) EXPECT_EQ(value(voice), 0.25f) << voice;
+
+  // Neither a save nor more voices end it.
+  const std::vector<std::byte> state = host_.Save();
+  Rack().voices.ApplyVoiceCount(5);
+  EXPECT_EQ(value(0), 0.25f);
+  ASSERT_TRUE(host_.Load(state));
+  EXPECT_EQ(Knob(kGlide).getValue(), 0.5f);
+}
+
+TEST_F(ClapInstanceTest, ExpressionsOfANoteComeWithItAndEndWithIt) {
+  Load(kMidiEcho);
+  host_.Activate(48000, 256);
+  const auto bytes = [&](const std::vector<ClapEvent>& events) {
+    host_.taken.clear();
+    Play(events);
+    std::vector<std::vector<int>> list;
+    for (const ClapEvent& event : host_.taken) {
+      if (event.Header().type != CLAP_EVENT_MIDI) continue;
+      const auto& midi = event.As<clap_event_midi_t>();
+      list.push_back({midi.data[0], midi.data[1], midi.data[2]});
+    }
+    return list;
+  };
+  using List = std::vector<std::vector<int>>;
+  EXPECT_EQ(bytes({ClapEvent::Expression(0, 2, 120.0, 9)}), List{});
+  EXPECT_EQ(bytes({On(60, 9), ClapEvent::Expression(5, 6, 1.0, 9)}),
+            (List{{0xE0, 127, 127}, {0x90, 60, 102}, {0xD0, 127, 0}}));
+  // A second note on the channel shares it.
+  EXPECT_EQ(bytes({On(62, 10)}), (List{{0x90, 62, 102}}));
+  const ClapEvent allOff = ClapEvent::Note(CLAP_EVENT_NOTE_OFF, 0, -1, -1, -1, 0.0);
+  EXPECT_EQ(bytes({allOff}), (List{{0x80, 60, 0}, {0x80, 62, 0}}));
+  EXPECT_EQ(bytes({allOff}), List{});
+  EXPECT_EQ(bytes({On(64, 11)}), (List{{0xE0, 0, 64}, {0xD0, 0, 0}, {0x90, 64, 102}}));
+}
+
+// Notes of one voice: those below the last wait in the module.
+TEST_F(ClapInstanceTest, ANoteOffWithWildcardsEndsNotesThatWaitInAModule) {
+  Load(R"({"halveron": 1, "modules": [
+    {"id": "in", "name": "SA03 MIDI/Sync From DAW", "controls": {"MIDI clock": 1}},
+    {"id": "note", "name": "SD02 MIDI-CV/Sync"}, {"id": "out", "name": "SA12 Audio/CV To DAW"}],
+    "cables": [{"from": "in.MIDI", "to": "note.MIDI in"}, {"from": "note.Gate", "to": "out.1"}]})");
+  host_.Activate(48000, 256);
+  Play({On(60, 1), On(62, 2), On(64, 3)});
+  Play({ClapEvent::Note(CLAP_EVENT_NOTE_OFF, 0, 64, 3)});
+  EXPECT_EQ(host_.Output(2)[255], 1.0f);
+  Play({ClapEvent::Note(CLAP_EVENT_NOTE_OFF, 0, -1, -1, -1)});
+  EXPECT_EQ(host_.Output(2)[255], 0.0f);
+}
+
+TEST_F(ClapInstanceTest, ANoteThatNoVoiceTakesEnds) {
+  Load(kMidiEcho);
+  host_.Activate(48000, 256);
+  Play({On(60, 7)});
+  Play({});
+  int ended = 0;
+  for (const ClapEvent& event : host_.taken) {
+    if (event.Header().type != CLAP_EVENT_NOTE_END) continue;
+    EXPECT_EQ(event.As<clap_event_note_t>().note_id, 7);
+    ++ended;
+  }
+  EXPECT_EQ(ended, 1);
+
+  // One that is on its way to a voice does not, however short the blocks are.
+  Load(kFourVoices);
+  host_.taken.clear();
+  host_.Process(1, {On(60, 8)});
+  for (int i = 0; i < 1000; ++i) host_.Process(1);
+  EXPECT_TRUE(host_.taken.empty());
+  Play({ClapEvent::ParamMod(0, 200, 0.5, 8)});
+  EXPECT_EQ(Knob(200, 0).getValue(), 0.5f);
+}
+
+TEST_F(ClapInstanceTest, EventsReachTheHostInOrderOfTimeAndOnlyWhereItTakesThem) {
+  Load(R"({"halveron": 1, "modules": [
+    {"id": "in", "name": "SA03 MIDI/Sync From DAW", "controls": {"MIDI clock": 1}},
+    {"id": "late", "name": "SD02Ex MCVS Programmer"},
+    {"id": "out", "name": "SA06 MIDI To DAW", "controls": {"SysEx limit": 1}},
+    {"id": "out2", "name": "SA06 MIDI To DAW", "controls": {"SysEx limit": 1}}],
+    "cables": [{"from": "in.MIDI", "to": "out.MIDI"}, {"from": "in.MIDI", "to": "out2.MIDI"}]})");
+  host_.Activate(48000, 256);
+  std::vector<std::uint8_t> dump(120, 5);
+  dump.front() = 0xF0;
+  dump.back() = 0xF7;
+  std::vector<ClapEvent> events;
+  for (std::uint32_t i = 0; i < 200; i += 20) events.push_back(ClapEvent::Midi(i, 0xB0, 1, 2));
+  events.push_back(ClapEvent::SysEx(230, dump));  // ends in the next block
+  host_.offersOutEvents = false;
+  for (int block = 0; block < 200; ++block) Play(events);
+  host_.offersOutEvents = true;
+  Play({});
+  Play({});
+  host_.taken.clear();
+  Play(events);
+  ASSERT_EQ(host_.taken.size(), 20u);
+  Play({});
+  ASSERT_EQ(host_.taken.size(), 22u);
+  for (std::size_t i = 1; i < 20; ++i) {
+    EXPECT_LE(host_.taken[i - 1].Header().time, host_.taken[i].Header().time);
+  }
+  for (std::size_t i = 20; i < 22; ++i) {
+    EXPECT_EQ(host_.taken[i].Header().type, CLAP_EVENT_MIDI_SYSEX);
+    EXPECT_LE(host_.taken[i].Header().time, 1u);
+  }
+}
+
+TEST_F(ClapInstanceTest, InPlaceBuffersKeepTheirFirstBlockWhereItIsCut) {
+  Load(kAudioThrough);
+  Rack().parameters.sampleAccurate = true;
+  host_.Activate(48000, 64);
+  host_.inPlace = true;
+  host_.Input(0).assign(64, 0.5f);
+  host_.Process(64, {ClapEvent::ParamValue(32, 999, 1.0)});
+  for (std::size_t i = 1; i < 64; ++i) ASSERT_EQ(host_.Output(0)[i], 0.5f) << i;
+}
+
+TEST_F(ClapInstanceTest, AHandOnAKnobIsAGesture) {
+  Load(kFourVoices);
+  ModuleKnob& knob = Knob(100);
+  using Types = std::vector<int>;
+  const auto told = [&] {
+    host_.taken.clear();
+    host_.Flush({});
+    Types types;
+    for (const ClapEvent& event : host_.taken) types.push_back(event.Header().type);
+    return types;
+  };
+  const int begin = CLAP_EVENT_PARAM_GESTURE_BEGIN, end = CLAP_EVENT_PARAM_GESTURE_END;
+  const int moved = CLAP_EVENT_PARAM_VALUE;
+  knob.beginEdit();
+  EXPECT_EQ(host_.flushRequests, 1);
+  EXPECT_EQ(told(), (Types{begin}));
+  Rack().valueChanged(&knob);
+  EXPECT_EQ(told(), (Types{moved}));
+  knob.endEdit();
+  knob.beginEdit();  // before the host got the end
+  EXPECT_EQ(told(), (Types{}));
+  knob.endEdit();
+  EXPECT_EQ(told(), (Types{end}));
+  knob.beginEdit();
+  Rack().valueChanged(&knob);
+  knob.endEdit();
+  EXPECT_EQ(told(), (Types{begin, moved, end}));
+  EXPECT_EQ(host_.taken[2].As<clap_event_param_gesture_t>().param_id, 100u);
+  // A knob that goes with its module is no longer held.
+  knob.beginEdit();
+  EXPECT_EQ(told(), (Types{begin}));
+  Rack().RemoveModule(static_cast<Module*>(knob.getParentView()), true);
+  EXPECT_EQ(told(), (Types{end}));
 }
 
 TEST_F(ClapInstanceTest, ExpressionsGoToTheChannelOfTheirNote) {
@@ -89,11 +265,11 @@ TEST_F(ClapInstanceTest, SampleAccurateAutomationTakesEffectAtItsSample) {
   EXPECT_GT(host_.Output(0)[64], 0.0f);  // a glide, and from the block's start
   Play({ClapEvent::ParamValue(0, kLevel, 0.0)});
 
-  Rack().sampleAccurate = true;
+  Rack().parameters.sampleAccurate = true;
   Play({ClapEvent::ParamValue(0, kLevel, 0.0)});
   Play({ClapEvent::ParamValue(100, kLevel, 0.5), On(60, 1, 120),
         ClapEvent::ParamValue(200, kLevel, 0.75), ClapEvent::ParamValue(200, kLevel, 1.0),
-        ClapEvent::ParamValue(150, kLevel, 0.0),  // comes too late for its place, not for its value
+        ClapEvent::ParamValue(150, kLevel, 0.0),  // too late for its place; the value counts
         ClapEvent::ParamValue(900, kLevel, 0.5)});
   const std::vector<float>& level = host_.Output(0);
   const std::vector<float>& gate = host_.Output(3);
@@ -111,7 +287,7 @@ TEST_F(ClapInstanceTest, SampleAccurateAutomationTakesEffectAtItsSample) {
   EXPECT_EQ(host_.Output(8), std::vector<float>(64, 0.0f));
 }
 
-TEST_F(ClapInstanceTest, HostHearsOfMovedControlsOnceABlock) {
+TEST_F(ClapInstanceTest, HostGetsMovedControlsOnceABlock) {
   Load(kFourVoices);
   Rack().valueChanged(&Knob(100));
   Knob(100).setValue(0.25f);
@@ -136,14 +312,14 @@ TEST_F(ClapInstanceTest, HostHearsOfMovedControlsOnceABlock) {
   EXPECT_EQ(host_.taken.size(), 2u);
 }
 
-TEST_F(ClapInstanceTest, EditsThatNoParameterTellsMarkTheStateDirty) {
+TEST_F(ClapInstanceTest, EditsOtherThanOfParametersMarkTheStateDirty) {
   Load(kMidiEcho);
   EXPECT_EQ(host_.callbacks, 0);
   const int rescans = host_.valueRescans;
   Module* module = Rack().AddModule("S102 Unity Mixer", "Calderine");
   ASSERT_NE(module, nullptr);
   Rack().RemoveModule(module, true);
-  EXPECT_EQ(host_.callbacks, 1);  // one for all, until the host has come
+  EXPECT_EQ(host_.callbacks, 1);  // one for all, until the host answers
   EXPECT_EQ(host_.dirtyMarks, 0);
   host_.plugin->on_main_thread(host_.plugin);
   host_.plugin->on_main_thread(host_.plugin);
@@ -153,7 +329,7 @@ TEST_F(ClapInstanceTest, EditsThatNoParameterTellsMarkTheStateDirty) {
     host_.callbacks = 0;
     host_.plugin->on_main_thread(host_.plugin);
   };
-  Rack().ApplyVoiceCount(2);
+  Rack().voices.ApplyVoiceCount(2);
   EXPECT_EQ(host_.callbacks, 2);
   answer();
   Rack().engine.ApplyOversamplingFilter(3);
@@ -166,7 +342,7 @@ TEST_F(ClapInstanceTest, EditsThatNoParameterTellsMarkTheStateDirty) {
 
 TEST_F(ClapInstanceTest, MoreEventsThanTheQueueHoldsReachTheHostInOrder) {
   host_.Activate(48000, 64);
-  // A module that says more in a block than anybody reckons with.
+  // A module that sends more in a block than the queue holds.
   class Talker final : public Module {
    public:
     explicit Talker(const HostTable& table)
@@ -203,7 +379,7 @@ class StubEditor final : public AEffGUIEditor {
   }
   bool open(void* window) override {
     log += "open " + std::to_string(reinterpret_cast<std::uintptr_t>(window)) + " ";
-    return true;
+    return hasDisplay;
   }
   void close() override { log += "close "; }
   void idle() override { ++idles; }
@@ -212,6 +388,7 @@ class StubEditor final : public AEffGUIEditor {
   ERect rect{10, 20, 310, 660};
   std::string log;
   int idles = 0;
+  bool hasDisplay = true;
 };
 
 TEST_F(ClapInstanceTest, WindowOpensInTheHostsAndIsWokenByIt) {
@@ -229,7 +406,9 @@ TEST_F(ClapInstanceTest, WindowOpensInTheHostsAndIsWokenByIt) {
   bool floating = true;
   EXPECT_FALSE(gui->get_preferred_api(plugin, &api, &floating));
   EXPECT_TRUE(gui->create(plugin, "x11", false));
-  EXPECT_TRUE(gui->set_scale(plugin, 2.0));
+  EXPECT_FALSE(gui->create(plugin, "wayland", false));
+  EXPECT_FALSE(gui->create(plugin, "x11", true));
+  EXPECT_FALSE(gui->set_scale(plugin, 2.0));  // the size is the skin's
   ASSERT_TRUE(gui->get_size(plugin, &width, &height));
   EXPECT_EQ(width, 640u);
   EXPECT_EQ(height, 300u);
@@ -265,6 +444,12 @@ TEST_F(ClapInstanceTest, WindowOpensInTheHostsAndIsWokenByIt) {
   EXPECT_TRUE(host_.descriptors.empty());
   host_.Ask<clap_plugin_posix_fd_support_t>("clap.posix-fd-support")->on_fd(plugin, 33, 1);
   EXPECT_EQ(editor.idles, 2);
+
+  editor.hasDisplay = false;
+  window.api = "x11";
+  EXPECT_FALSE(gui->set_parent(plugin, &window));
+  EXPECT_FALSE(gui->show(plugin));
+  EXPECT_TRUE(host_.timers.empty());
   Instance().Window().SetEditor(nullptr);
 }
 

@@ -1,4 +1,4 @@
-// The plug-in as a host finds it: a file.
+// The plug-in's files as a host loads them.
 #pragma once
 
 #include "engine/clap_abi.h"

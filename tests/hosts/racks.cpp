@@ -6,6 +6,7 @@
 #include "engine/halveron.h"
 #include "presets/text_patch.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/source_folder.h"
 
 namespace halveron::testing {
 
@@ -18,7 +19,7 @@ std::vector<std::byte> StateOf(const std::string& patch) {
 }
 
 std::vector<std::byte> StateOfDemo(const std::string& name) {
-  return StateOf(ReadFile(HALVERON_SOURCE_DIR "/patches/" + name));
+  return StateOf(ReadFile(SourceFolder() + "/patches/" + name));
 }
 
 }  // namespace halveron::testing

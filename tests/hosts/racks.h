@@ -1,4 +1,4 @@
-// Racks that the tests of hosts load, as the state that a host would have kept of them.
+// Racks that the tests of hosts load, as states that a host would have saved.
 #pragma once
 
 #include <cstddef>

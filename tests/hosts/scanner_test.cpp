@@ -1,4 +1,4 @@
-// The plug-in files as a program by others sees them: the scanner of Debian's qtractor, which reads
+// The plug-in files in a foreign program: the scanner of Debian's qtractor, which reads
 // "TYPE:FILE" and prints "TYPE|name|audio in:out|MIDI in:out|parameters:outputs|flags|file|...".
 #include <gtest/gtest.h>
 

@@ -8,11 +8,11 @@ namespace halveron::testing {
 
 namespace {
 
-/// Made before any test runs, gone with all in it after the last.
+/// Created before any test runs, deleted after the last.
 struct TestHome {
   TestHome() {
     const std::string home = folder.At("");
-    // A display may ask for what lies in the user's own.
+    // A display may need the user's own authority file.
     if (const char* own = std::getenv("HOME")) {
       setenv("XAUTHORITY", (std::string(own) + "/.Xauthority").c_str(), 0);
     }

@@ -1,4 +1,4 @@
-// What the plug-in keeps in the user's folders, here those of test_home.cpp.
+// The plug-in's files in the user's folders, here those of test_home.cpp.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -1,10 +1,11 @@
-// The VST2 file as a host meets it.
+// The VST2 file as a host uses it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <random>
 
+#include "engine/halveron.h"
 #include "tests/hosts/clap_host.h"
 #include "tests/hosts/plugin_file.h"
 #include "tests/hosts/racks.h"
@@ -28,7 +29,7 @@ TEST_F(Vst2FileTest, EntryIsThereUnderBothNamesAndWantsAHost) {
   EXPECT_EQ(entry_(tooOld), nullptr);
 }
 
-TEST_F(Vst2FileTest, IdentityReadsAsItStands) {
+TEST_F(Vst2FileTest, IdentityIsAsDocumented) {
   Vst2Host host(entry_);
   const AEffect& effect = *host.effect;
   EXPECT_EQ(effect.magic, 0x56737450);
@@ -86,7 +87,7 @@ TEST_F(Vst2FileTest, PinsAreNamedAsTheChannels) {
   EXPECT_EQ(label(effGetOutputProperties, 12), "none");
 }
 
-TEST_F(Vst2FileTest, WhatItHasNoAnswerForIsAnsweredAsHostsExpect) {
+TEST_F(Vst2FileTest, UnsupportedCallsReturnWhatHostsExpect) {
   Vst2Host host(entry_);
   alignas(16) char room[1024] = {};
   for (const int opcode : {effString2Parameter,
@@ -159,7 +160,7 @@ TEST_F(Vst2FileTest, MessagesOfABlockComeBackInOrder) {
   ASSERT_EQ(host.taken.size(), 2u);
   EXPECT_EQ(host.taken[0].frame, 2);
   EXPECT_EQ(host.taken[1].frame, 3);
-  // What stands behind an event of the block's end waits with it, in the order of sending.
+  // Events sent after one of the block's end wait with it, in the order of sending.
   host.Process(256);
   ASSERT_EQ(host.taken.size(), 5u);
   EXPECT_EQ(host.taken[2].bytes, (std::vector<unsigned char>{0xB0, 1, 5}));
@@ -206,6 +207,32 @@ TEST_F(Vst2FileTest, TransportIsAskedForByMaskAndMayBeMissing) {
   host.hasTransport = false;
   host.Process(64);
   EXPECT_EQ(host.Output(5)[63], 1.0f);
+}
+
+TEST(Vst2Instance, EditsLoadsAndGesturesReachTheHost) {
+  Vst2Host host([](audioMasterCallback callback) {
+    return (new Halveron(callback, HostKind::kVst2))->getAeffect();
+  });
+  EXPECT_EQ(host.displayUpdates, 0);
+  ASSERT_TRUE(host.Load(StateOf(kFourVoices)));
+  EXPECT_EQ(host.displayUpdates, 1);
+  SynEditor& rack =
+      *static_cast<Halveron*>(static_cast<AudioEffect*>(host.effect->object))->Editor();
+  Module* module = rack.AddModule("S310 VCO", "Calderine");
+  EXPECT_EQ(host.displayUpdates, 2);
+  rack.RemoveModule(module, true);
+  EXPECT_EQ(host.displayUpdates, 3);
+  EXPECT_FALSE(host.Load({std::byte{1}, std::byte{0}}));
+  host.Save();
+  EXPECT_EQ(host.displayUpdates, 3);
+
+  CControl* knob = rack.parameters.parameterControls[100];
+  knob->beginEdit();
+  rack.valueChanged(knob);
+  knob->endEdit();
+  EXPECT_EQ(host.gestures, (std::vector<std::pair<int, bool>>{{100, true}, {100, false}}));
+  EXPECT_EQ(host.automated.size(), 1u);
+  EXPECT_EQ(host.displayUpdates, 3);
 }
 
 TEST_F(Vst2FileTest, StatesMoveBetweenTheFormats) {

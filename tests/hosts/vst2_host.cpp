@@ -96,6 +96,13 @@ std::intptr_t Vst2Host::Answer(int opcode, int index, std::intptr_t value, void*
     case audioMasterAutomate:
       automated.emplace_back(index, opt);
       return 0;
+    case audioMasterBeginEdit:
+    case audioMasterEndEdit:
+      gestures.emplace_back(index, opcode == audioMasterBeginEdit);
+      return 1;
+    case audioMasterUpdateDisplay:
+      ++displayUpdates;
+      return 1;
     case audioMasterWantMidi:
       ++eventRequests;
       return 1;

@@ -1,14 +1,15 @@
-// A small VST2 host: it does to a plug-in what music programs do, and writes down what comes back.
+// A small VST2 host that calls a plug-in as music programs do, and records the results.
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "engine/vst2_abi.h"
-#include "framework/signal.h"
+#include "framework/rack_limits.h"
 
 namespace halveron::testing {
 
@@ -48,9 +49,11 @@ class Vst2Host {
   VstTimeInfo transport{};
 
   std::vector<Message> taken;                    ///< what the plug-in sent
-  std::vector<std::pair<int, float>> automated;  ///< what it told of its parameters
-  int timeMask = 0;                              ///< of its last question for the transport
+  std::vector<std::pair<int, float>> automated;  ///< parameter values that it reported
+  int timeMask = 0;                              ///< of its last query of the transport
+  std::vector<std::pair<int, bool>> gestures;    ///< parameters taken (true) and left
   int eventRequests = 0;
+  std::atomic<int> displayUpdates = 0;
 
  private:
   static std::intptr_t Callback(AEffect* effect, std::int32_t opcode, std::int32_t index,

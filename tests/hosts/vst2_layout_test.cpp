@@ -1,5 +1,5 @@
-// Our layout of the VST2 interface against one that others wrote, where that one is right: it lacks
-// about half of the opcodes, and its time info, pins and tails of MIDI events are guesses.
+// Our layout of the VST2 interface against that of an independent header, where that one is right:
+// it lacks about half of the opcodes, and its time info, pins and tails of MIDI events are guesses.
 #include <gtest/gtest.h>
 
 #include "engine/vst2_abi.h"
@@ -50,7 +50,7 @@ static_assert(sizeof(ours::ERect) == sizeof(::ERect));
 
 namespace {
 
-// One test, so that a run tells that the comparison was made; it is the compiler that makes it.
+// The compiler makes the comparison; one test makes it visible in a run.
 TEST(Vst2Layout, NumbersAgreeWithThoseOfOthers) {
   EXPECT_SAME_NUMBER(audioMasterAutomate);
   EXPECT_SAME_NUMBER(audioMasterVersion);

@@ -1,4 +1,4 @@
-// The plug-in's files in windows of hosts, opened and closed again and again.
+// The plug-in's files in windows of hosts, opened and closed repeatedly.
 #include <gtest/gtest.h>
 
 #include "tests/hosts/clap_host.h"

@@ -18,7 +18,7 @@ using halveron::testing::SongTrack;
 
 using Bytes = std::vector<std::uint8_t>;
 
-// Ticks: 480 a quarter. 120 to tick 240, 240 to tick 960, then 60, told by two different tracks.
+// Ticks: 480 a quarter. 120 to tick 240, 240 to tick 960, then 60, set by two different tracks.
 std::string TempoSong() {
   const SongTrack conductor = SongTrack()
                                   .Tempo(0, 500000)
@@ -50,7 +50,7 @@ TEST(MidiFile, TimesFollowTheTempoMapOfAllTracks) {
     EXPECT_EQ(midi.tempos[i].numerator, 3);
     EXPECT_EQ(midi.tempos[i].denominator, 4);
   }
-  // The second message has its status by the one before it.
+  // The second message has its status from the one before it.
   const Bytes messages[] = {{0x90, 64, 64}, {0x90, 64, 0}, {0x81, 64, 0}, {0xC0, 5}};
   const double times[] = {0.0, 0.25 + 0.5 * 0.25, 0.625, 1.625};
   ASSERT_EQ(midi.events.size(), 4u);
@@ -70,7 +70,7 @@ TEST(MidiFile, SystemMessagesComeWholeAndInTheOrderOfTracks) {
                               .Add(10, {0xF7, 1, 5})
                               .Add(10, {0xF7, 2, 6, 0xF7})
                               .Add(0, {0xF7, 1, 0xFA})  // a real-time message
-                              .Add(0, {0xF0, 1, 7});    // its end is not told
+                              .Add(0, {0xF0, 1, 7});    // without its end
   const SongTrack second = SongTrack().Add(0, {0x90, 60, 1}).Add(30, {0x80, 60, 1});
   const MidiFile midi = ReadMidiFile(
       folder.Write("song.mid", SongHeader(2, 96) + first.Chunk() + "XYZW" + BigEndian(3, 4) +
@@ -97,7 +97,7 @@ TEST(MidiFile, WhatIsBrokenIsRefusedWithItsPlace) {
       {"RIFF, or something else of that kind", "header: not a standard MIDI file"},
       {good.substr(0, 10), "header: not a standard MIDI file"},
       {good.substr(0, good.size() - 3), "track 3 reaches beyond the end of the file"},
-      {good.substr(0, good.find("MTrk", 20)), "header: 3 tracks told, 1 found"},
+      {good.substr(0, good.find("MTrk", 20)), "header: announces 3 tracks, but the file has 1"},
       {SongHeader(1, 0xE728) + SongTrack().Chunk(), "header: its time counts SMPTE frames"},
       {SongHeader(1, 0) + SongTrack().Chunk(), "header: a division of 0 ticks"},
       {SongHeader(1, 96, 2) + SongTrack().Chunk(), "header: format 2"},
@@ -107,7 +107,7 @@ TEST(MidiFile, WhatIsBrokenIsRefusedWithItsPlace) {
       {header + SongTrack().Add(0, {0x90, 60, 0x90}).Chunk(), "a status byte within a message"},
       {header + SongTrack().Add(0, {0xF8}).Chunk(), "a byte that begins no event"},
       {header + SongTrack().Add(0, {0xF0, 90, 1}).Chunk(), "an event reaches beyond the end"},
-      {header + SongTrack().Tempo(0, 0).Chunk(), "a tempo without end"},
+      {header + SongTrack().Tempo(0, 0).Chunk(), "a tempo of 0 microseconds"},
       {header + SongTrack().Raw(std::string(5, '\xFF')).Chunk(), "a length of more than four"},
   };
   for (const Case& broken : cases) {
@@ -142,7 +142,7 @@ TEST(MidiFile, DamagedBytesAreReadOrRefusedButNeverMore) {
     } catch (const platform::FileError&) {
     }
   }
-  EXPECT_GT(read, 50) << "the damage is too great to test what lies behind the door";
+  EXPECT_GT(read, 50) << "the damage is too great to test what comes after the first checks";
 }
 
 }  // namespace

@@ -189,10 +189,24 @@ TEST(PresetFormat, ReadsEveryVersion) {
     EXPECT_EQ(MustRead(WritePreset(crowded, PresetForm::kFile), PresetForm::kFile).modules.size(),
               100u);
   }
-  // Whatever a later version has behind its number, nobody looks at it.
-  const PresetError later = MustRefuse(ByteList().Int(2212).bytes);
-  EXPECT_EQ(later.fault, PresetFault::kLaterVersion);
-  EXPECT_EQ(later.message, "version 2212 is later than 2211 (byte 0)");
+}
+
+TEST(PresetFormat, TellsALaterVersionFromWhatIsNoPreset) {
+  Bytes later = SmallBytes();
+  PutInt(later, kVersionAt, 2212);
+  PutInt(later, kVoicesAt, -5);  // what follows the header may have changed its meaning
+  EXPECT_EQ(MustRefuse(later).fault, PresetFault::kLaterVersion);
+  EXPECT_NE(MustRefuse(later).message.find("version 2212 is later than 2211"), std::string::npos);
+  EXPECT_EQ(MustRefuse(ByteList().Int(2212).bytes).fault, PresetFault::kTruncated);
+  for (const std::size_t at : {kRowsAt, kLargestAt, kFactorAt, kModulesAt}) {
+    Bytes broken = later;
+    PutInt(broken, at, -1);
+    EXPECT_EQ(MustRefuse(broken).fault, PresetFault::kNotAPreset) << at;
+  }
+  constexpr const char kHello[] = "hello\n";
+  const auto text = std::as_bytes(std::span(kHello, sizeof kHello - 1));
+  const PresetError notAPreset = MustRefuse(Bytes(text.begin(), text.end()));
+  EXPECT_EQ(notAPreset.fault, PresetFault::kNotAPreset) << notAPreset.message;
 }
 
 TEST(PresetFormat, RefusesWhateverIsCutShort) {
@@ -219,7 +233,7 @@ TEST(PresetFormat, RefusesWhatDoesNotHoldTogether) {
     const char* told;
   };
   const Case cases[] = {
-      {kVersionAt, -1, kInconsistent, "version is -1"},
+      {kVersionAt, -1, PresetFault::kNotAPreset, "-1 is not a preset version"},
       {kRowsAt, 0, kInconsistent, "rows is 0, not 1 to 10000 (byte 8)"},
       {kRowsAt, 10001, kInconsistent, "rows is 10001"},
       {kLargestAt, -1, kInconsistent, "largest block is -1"},
@@ -254,7 +268,7 @@ TEST(PresetFormat, RefusesWhatDoesNotHoldTogether) {
       {kDataAt, -1, kInconsistent, "modules[0]: preset data is -1"},
       {kDataAt, 13, kInconsistent, "modules[0]: preset data of 13 bytes is above"},
       {kDataAt, kHuge, kTruncated, "modules[0]: preset data"},
-      {kIndicesAt, 10, kInconsistent, "modules[0]: index block is no row of whole numbers"},
+      {kIndicesAt, 10, kInconsistent, "modules[0]: index block is not a list of 32-bit numbers"},
       {kCablesAt + 4, -1, kInconsistent, "cable count is -1"},
       {kCablesAt + 4, 2, kTruncated, "cable count is 2"},
       {kCablesAt + 4, 0, kInconsistent, "12 bytes follow the last cable"},
@@ -315,9 +329,10 @@ TEST(PresetFormat, PutsThePathBeforeAChunkOnly) {
 
   const Bytes endless(600, std::byte{'p'});
   EXPECT_EQ(MustRefuse(endless, PresetForm::kChunk).fault, PresetFault::kInconsistent);
-  const PresetError later = MustRefuse(ByteList().Text("p").Int(9999).bytes, PresetForm::kChunk);
-  EXPECT_EQ(later.fault, PresetFault::kLaterVersion);
-  EXPECT_EQ(later.offset, 2u);
+  document.pathPrefix = "p";
+  Bytes later = WritePreset(document, PresetForm::kChunk);
+  PutInt(later, 2, 9999);
+  EXPECT_EQ(MustRefuse(later, PresetForm::kChunk).fault, PresetFault::kLaterVersion);
 }
 
 TEST(PresetFormat, WritesNothingThatCouldNotBeRead) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <thread>
 
 #include "platform/whole_file.h"
 #include "presets/preset_format.h"
@@ -15,7 +16,7 @@ namespace {
 
 /// A rack with settings of every kind.
 void BuildRichRack(TestRack& rack) {
-  rack.editor.ApplyVoiceCount(3);
+  rack.editor.voices.ApplyVoiceCount(3);
   Module& midi = rack.Add("SA03 MIDI/Sync From DAW");
   Module& chainer = rack.Add("SD05 MIDI Poly Chainer");
   Module& notes = rack.Add("SD02 MIDI-CV/Sync");
@@ -31,7 +32,7 @@ void BuildRichRack(TestRack& rack) {
   rack.Connect(vca, "Mix", out, "Left");
   rack.SetControl(vco, "Octave", 0.75f);
   rack.SetControl(vco, "Fine tune", 0.123f);
-  rack.editor.SetModuleMono(&lfo, true);
+  rack.editor.voices.SetModuleMono(&lfo, true);
   rack.editor.SetModuleOversampled(&lfo, false);
   rack.editor.SetModuleClipLevel(&vca, 0.5f);
   rack.editor.SetModuleBandlimitMode(&vco, 1);
@@ -69,20 +70,21 @@ TEST(PresetRack, AWholeRackComesBackTheSame) {
   EXPECT_EQ(other.engine.oversamplingSteps, 2);
   EXPECT_EQ(other.engine.filterMenuIndex, 4);
   EXPECT_EQ(other.editor.rows, 5);
-  EXPECT_EQ(other.editor.cableList.size(), rack.editor.cableList.size());
-  EXPECT_EQ(other.editor.sumCableList.size(), rack.editor.sumCableList.size());
+  EXPECT_EQ(other.editor.cables.cableList.size(), rack.editor.cables.cableList.size());
+  EXPECT_EQ(other.editor.cables.sumCableList.size(), rack.editor.cables.sumCableList.size());
   Module& vco = Named(other, "S310 VCO");
   EXPECT_EQ(vco.getViewSize().left, 36);
   EXPECT_EQ(vco.getViewSize().top, 582);
   EXPECT_EQ(vco.GetVoiceModule(2)->GetBandlimitMode(), 1);
-  EXPECT_EQ(vco.GetVoiceModule(2)->sampleRate, 96000.0f);
+  EXPECT_EQ(vco.GetVoiceModule(2)->GetSampleRate(), 96000.0f);
   Module& lfo = Named(other, "S515 VCLFO");
   EXPECT_TRUE(lfo.mono);
   EXPECT_EQ(lfo.GetVoiceModule(1), nullptr);
-  EXPECT_EQ(lfo.sampleRate, 48000.0f);
+  EXPECT_EQ(lfo.GetSampleRate(), 48000.0f);
   auto& fine = static_cast<ModuleKnob&>(other.Control(vco, "Fine tune"));
   EXPECT_EQ(fine.Cell().smoothed_value, 0.123f);
-  EXPECT_EQ(other.editor.parameterControls[static_cast<std::size_t>(fine.getTag())], &fine);
+  EXPECT_EQ(other.editor.parameters.parameterControls[static_cast<std::size_t>(fine.getTag())],
+            &fine);
 }
 
 TEST(PresetRack, FilesAndChunksHoldTheSameRack) {
@@ -136,14 +138,27 @@ TEST(PresetRack, TheAuthorIsTheDefaultOneWhereNoneIsTold) {
   EXPECT_EQ(rack.editor.author, "Grace");
 }
 
+bool CanLockFromElsewhere(platform::RecursiveLock& lock) {
+  bool locked = false;
+  std::thread([&] {
+    locked = lock.try_lock();
+    if (locked) lock.unlock();
+  }).join();
+  return locked;
+}
+
 TEST(PresetRack, FailuresLeaveWhatTheyMustAndTellIt) {
   TestRack source;
   BuildRichRack(source);
   PresetDocument document = CapturePreset(source.editor);
 
   TestRack rack;
+  rack.editor.presetsFolder = "/presets/";
   std::vector<DialogText> dialogs;
-  rack.editor.dialogs = [&](const DialogText& dialog) { dialogs.push_back(dialog); };
+  rack.editor.dialogs = [&](const DialogText& dialog) {
+    dialogs.push_back(dialog);
+    EXPECT_TRUE(CanLockFromElsewhere(rack.engine.processingLock)) << "audio waits for the dialog";
+  };
   const auto load = [&](std::vector<std::byte> bytes) {
     return rack.engine.setChunk(bytes.data(), static_cast<int>(bytes.size()), false);
   };
@@ -158,23 +173,32 @@ TEST(PresetRack, FailuresLeaveWhatTheyMustAndTellIt) {
     EXPECT_EQ(CapturePreset(rack.editor), before);
   }
   EXPECT_EQ(dialogs.size(), 3u);
-  EXPECT_NE(dialogs.back().text, "");
+  EXPECT_EQ(dialogs.front().text.find(
+                "The state from the host is damaged or cut short; your rack is unchanged\n"),
+            0u)
+      << dialogs.front().text;
+  EXPECT_EQ(rack.editor.presetPath, "") << "\"Save\" must ask for a name";
 
   // A module that nobody knows: those before it stay, without cables.
   PresetDocument unknown = document;
   unknown.modules[2].name = "S000 Nothing";
   EXPECT_EQ(load(WritePreset(unknown, PresetForm::kChunk)), 0);
   EXPECT_EQ(rack.editor.ModuleCount(), 2);
-  EXPECT_EQ(rack.editor.cableList.size(), 0);
+  EXPECT_EQ(rack.editor.cables.cableList.size(), 0);
   EXPECT_EQ(rack.engine.voiceCount, 3);
   EXPECT_EQ(dialogs.back().title, "Module failed");
   EXPECT_EQ(dialogs.back().text,
             "S000 Nothing Calderine failed to load properly or was not found!");
   EXPECT_EQ(dialogs.back().width, 600);
 
-  // A later version: nothing is left.
+  // No preset, though its number is high: the rack stays. A later version: nothing is left.
+  const PresetDocument partial = CapturePreset(rack.editor);
   std::vector<std::byte> later = good;
-  const std::int32_t version = kPresetVersion + 1;
+  std::int32_t version = 0x6C6C6568;
+  std::memcpy(later.data() + 6, &version, sizeof version);
+  EXPECT_EQ(load(later), 0);
+  EXPECT_EQ(CapturePreset(rack.editor), partial);
+  version = kPresetVersion + 1;
   std::memcpy(later.data() + 6, &version, sizeof version);
   EXPECT_EQ(load(later), 0);
   EXPECT_EQ(rack.editor.ModuleCount(), 0);
@@ -182,6 +206,94 @@ TEST(PresetRack, FailuresLeaveWhatTheyMustAndTellIt) {
   EXPECT_EQ(dialogs.back().text,
             "This preset was saved with a later version. Please download the\nlatest version of "
             "Halveron");
+}
+
+TEST(PresetRack, UnderClapAFailedLoadChangesNothing) {
+  TestRack rack;
+  BuildRichRack(rack);
+  rack.engine.hostKind = HostKind::kClap;
+  rack.editor.presetsFolder = "/presets/";
+  rack.editor.presetPath = "/presets/Bass/Deep.hvp";
+  int dialogs = 0;
+  rack.editor.dialogs = [&](const DialogText&) { ++dialogs; };
+  const auto saved = rack.editor.SaveChunk();
+  const std::vector<std::byte> before(saved.begin(), saved.end());
+  const std::vector<Module*> modules = rack.editor.modules[0];
+
+  PresetDocument unknown = CapturePreset(rack.editor);
+  unknown.pathPrefix = "x.hvp";
+  unknown.modules[2].name = "S000 Nothing";
+  const std::size_t prefix = sizeof "Bass/Deep.hvp";
+  std::vector<std::byte> later = before;
+  const std::int32_t version = kPresetVersion + 1;
+  std::memcpy(later.data() + prefix, &version, sizeof version);
+  const std::vector<std::byte> cut(before.begin(), before.end() - 9);
+  const std::vector<std::byte> fewBytes(5, std::byte{0x7F});
+  for (const auto& bad : {WritePreset(unknown, PresetForm::kChunk), later, cut, fewBytes}) {
+    EXPECT_FALSE(rack.editor.LoadChunk(bad));
+    EXPECT_EQ(rack.editor.modules[0], modules) << "the very modules go on playing";
+    const auto after = rack.editor.SaveChunk();
+    EXPECT_TRUE(std::equal(after.begin(), after.end(), before.begin(), before.end()));
+  }
+  EXPECT_EQ(dialogs, 4);
+}
+
+/// Counts the notices of its end, and asks for a host interface of its choice.
+class Observer final : public Module {
+ public:
+  Observer(const HostTable& hostTable, int& removals, int version)
+      : Module(CRect(0, 0, 10, 10), nullptr, nullptr, hostTable, 0),
+        removals_(removals),
+        version_(version) {}
+  const char* GetName() const override { return "Observer"; }
+  int GetHostVersion() const override { return version_; }
+  void ModuleRemoved() override {
+    ++removals_;
+    EXPECT_FALSE(CanLockFromElsewhere(engine->processingLock));
+  }
+
+ private:
+  int& removals_;
+  int version_;
+};
+
+TEST(PresetRack, AModuleHearsOnceThatItGoes) {
+  TestRack rack;
+  int removals = 0;
+  rack.editor.AdoptModule(new Observer(rack.editor.hostTable, removals, kHostInterfaceVersion));
+  ASSERT_TRUE(ApplyPreset(PresetDocument{}, rack.editor));
+  EXPECT_EQ(removals, 1);
+}
+
+TEST(PresetRack, AModuleThatNeedsALaterVersionIsNamed) {
+  TestRack rack;
+  int removals = 0;
+  int version = kHostInterfaceVersion;
+  RackModel model(rack.engine,
+                  [&](std::string_view, std::string_view, const HostTable& hostTable,
+                      int) -> Module* { return new Observer(hostTable, removals, version); });
+  PresetDocument document;
+  document.modules.resize(1);
+  document.modules[0].name = "M1 Later";
+  document.modules[0].vendor = "Somebody";
+  EXPECT_TRUE(ApplyPreset(document, model));
+  ++version;
+  EXPECT_EQ(ApplyPreset(document, model).failure,
+            "M1 Later Somebody requires a later version of Halveron!!");
+  EXPECT_EQ(model.ModuleCount(), 0);
+}
+
+TEST(PresetRack, WithoutItsMenuAFilterIsNotTakenFromAPreset) {
+  TestRack rack;
+  PresetDocument document = CapturePreset(rack.editor);
+  document.oversamplingFilter = 7;
+  document.pathPrefix = "x.hvp";
+  const auto chunk = WritePreset(document, PresetForm::kChunk);
+  ASSERT_TRUE(rack.editor.LoadChunk(chunk));
+  EXPECT_EQ(rack.engine.filterMenuIndex, 7);
+  rack.editor.options.advancedOversampling.Set(false);
+  ASSERT_TRUE(rack.editor.LoadChunk(chunk));
+  EXPECT_EQ(rack.engine.filterMenuIndex, kDefaultFilterRow);
 }
 
 TEST(PresetRack, OldVersionsLoadWithTheirDefaults) {
@@ -232,7 +344,7 @@ TEST(PresetRack, PositionsSurviveEverySkinSizeToAUnit) {
 
 TEST(PresetRack, VoicesWithoutAWayToThemFallBackToOne) {
   TestRack source;
-  source.editor.ApplyVoiceCount(4);
+  source.editor.voices.ApplyVoiceCount(4);
   source.Add("S310 VCO");
   const PresetDocument document = CapturePreset(source.editor);
   EXPECT_EQ(document.voices, 4);

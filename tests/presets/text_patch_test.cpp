@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cstring>
 #include <functional>
+#include <random>
 
 #include "editor/known_modules.h"
 #include "engine/halveron.h"
@@ -11,6 +14,8 @@
 #include "presets/base64.h"
 #include "presets/module_roles.h"
 #include "presets/nearest_name.h"
+#include "presets/preset_format.h"
+#include "presets/preset_rack.h"
 
 namespace halveron {
 namespace {
@@ -87,10 +92,10 @@ TEST(TextPatch, SetsTheRackUpAsALoadedPresetDoes) {
   EXPECT_EQ(rack.modules[1][0], nullptr) << "mono by its kind";
 
   // The three filters sum into the mono mixer: one copy, two sums.
-  EXPECT_EQ(rack.visibleCableCount, 7);
-  EXPECT_EQ(rack.sumCableList.size(), 2);
-  EXPECT_EQ(rack.cableList.head->colour, kMidiCableColour);
-  EXPECT_EQ(rack.cableList.tail->colour, 1);
+  EXPECT_EQ(rack.cables.visibleCableCount, 7);
+  EXPECT_EQ(rack.cables.sumCableList.size(), 2);
+  EXPECT_EQ(rack.cables.cableList.head->colour, kMidiCableColour);
+  EXPECT_EQ(rack.cables.cableList.tail->colour, 1);
 }
 
 TEST(TextPatch, ARackComesBackFromItsTextAsItWas) {
@@ -148,7 +153,7 @@ struct BadPatch {
 constexpr BadPatch kBadPatches[] = {
     {"", "line 1, column 1", "unexpected end"},
     {"{\"halveron\": 1,\n  \"rows\" 3}", "line 2, column 10", "expected ':'"},
-    {R"({"halveron": 1, "rows": 3, "rows": 3})", "\"rows\"", "take one of them out"},
+    {R"({"halveron": 1, "rows": 3, "rows": 3})", "\"rows\"", "remove one of them"},
     {R"([1])", "patch.json: must be an object", ""},
     {R"({"rows": 3})", "the key \"halveron\" is missing", ""},
     {R"({"halveron": 2})", "halveron: a patch of a later version", ""},
@@ -167,13 +172,13 @@ constexpr BadPatch kBadPatches[] = {
     {R"({"halveron": 1, "modules": [{"id": "a", "nmae": "S310 VCO"}]})", "modules[0]", "\"name\""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer"},
         {"id": "a", "name": "S101 Mixer"}]})",
-     "modules[1].id: the id \"a\" stands twice", ""},
+     "modules[1].id: the id \"a\" is used twice", ""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VOC"}]})", "modules[0].name",
      "\"S310 VCO\""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "s404 vca"}]})", "modules[0].name",
      "\"S404 VCA\""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "SE20 Global Morph"}]})",
-     "\"SE20 Global Morph\" is not there yet", ""},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S313 Internet Radio"}]})",
+     "\"S313 Internet Radio\" is not available yet", ""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "vendor": "Caldarine"}]})",
      "modules[0].vendor", "\"Calderine\""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO",
@@ -181,39 +186,22 @@ constexpr BadPatch kBadPatches[] = {
      "modules[0].controls[\"Fine tuen\"]", "\"Fine tune\""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "controls": {"Saw": 0}}]})",
      "has no control \"Saw\"", ""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "controls": {"Shape": 1.5}}]})",
-     "controls[\"Shape\"]: 1.5 is out of range", "0 to 1"},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO",
         "controls": {"Shape": 1e300}}]})",
      "controls[\"Shape\"]", "0 to 1"},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "row": 1}]})",
      "row and column go together", ""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "row": 3, "column": 0}]})",
-     "modules[0].row: row 3 of a rack with 3 rows", ""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "row": 0, "column": -1}]})",
-     "modules[0].column: -1", ""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "row": 0, "column": 5},
-        {"id": "b", "name": "S310 VCO", "row": 0, "column": 16}]})",
-     "modules[1].column: \"b\" lies over \"a\"", "column 17"},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "SA02 2 DAW", "mono": false}]})",
-     "modules[0].mono", ""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer", "bandlimit": 0}]})",
-     "modules[0].bandlimit", ""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "bandlimit": 2}]})",
-     "modules[0].bandlimit: 2", "0 to 1"},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S212 VCF", "clip_level": 1}]})",
-     "modules[0].clip_level", ""},
-    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S404 VCA", "clip_level": 0}]})",
-     "modules[0].clip_level: must be above 0", ""},
+     "modules[0].bandlimit: 2", "-1 to 1"},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "data": "AB"}]})",
-     "modules[0].data: is no base64", ""},
+     "modules[0].data: is not valid base64", ""},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S310 VCO", "data": "AAAA"}]})",
      "modules[0].data: 3 bytes", "takes 8"},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer", "data": "AAAA"}]})",
      "modules[0].data: 3 bytes", "takes 0"},
 };
 
-// Cables among: vco, midi (SD02), host (SA03), out.
+// Cables among: vco, midi (SD02), host (SA03), bridge (S121), out.
 constexpr BadPatch kBadCables[] = {
     {R"({"from": "vco", "to": "out.Left"})", "cables[0].from: \"vco\" names no patch point", ""},
     {R"({"from": "vc.Saw", "to": "out.Left"})", "cables[0].from: no module has the id \"vc\"",
@@ -222,13 +210,15 @@ constexpr BadPatch kBadCables[] = {
      "\"Left\""},
     {R"({"from": "vco.Swa", "to": "out.Left"})", "cables[0].from: \"S310 VCO\" has no output",
      "\"Saw\""},
-    {R"({"from": "vco.Sync", "to": "out.Left"})", "\"Sync\" of \"S310 VCO\" is no output", ""},
-    {R"({"from": "vco.Saw", "to": "vco.Saw"})", "cables[0].to: \"Saw\" of \"S310 VCO\" is no input",
-     ""},
+    {R"({"from": "vco.Sync", "to": "out.Left"})", "\"Sync\" of \"S310 VCO\" is not an output", ""},
+    {R"({"from": "vco.Saw", "to": "vco.Saw"})",
+     "cables[0].to: \"Saw\" of \"S310 VCO\" is not an input", ""},
     {R"({"from": "host.MIDI", "to": "vco.Pitch"})", "cables[0].to: a cable between MIDI", ""},
     {R"({"from": "vco.Saw", "to": "midi.MIDI in"})", "cables[0].to: a cable between MIDI", ""},
     {R"({"from": "vco.Saw", "to": "out.Left"}, {"from": "vco.Pulse", "to": "out.Left"})",
      "cables[1].to: a second cable into \"out.Left\"", "mix"},
+    {R"({"from": "vco.Saw", "to": "bridge.In 2"})",
+     "cables[0].to: \"S121 Poly To Mono\" has no input", "\"In 1\""},
     {R"({"from": "vco.Saw", "to": "out.Left", "colour": "Grey"})", "cables[0].colour", "\"Gray\""},
     {R"({"from": "vco.Saw"})", "cables[0]: the key \"to\" is missing", ""},
 };
@@ -257,9 +247,121 @@ TEST(TextPatch, WhatIsRefusedTellsItsPlaceAndLeavesTheRack) {
     ExpectRefused(bench,
                   std::string(R"({"halveron": 1, "modules": [{"id": "vco", "name": "S310 VCO"},
                      {"id": "midi", "name": "SD02 MIDI-CV/Sync"}, {"id": "out", "name": "SA02 2 DAW"},
+                     {"id": "bridge", "name": "S121 Poly To Mono"},
                      {"id": "host", "name": "SA03 MIDI/Sync From DAW"}], "cables": [)") +
                       bad.text + "]}",
                   bad);
+  }
+}
+
+TEST(TextPatch, WhatOnlyAPresetCanHoldIsTakenWithAWarning) {
+  Bench bench;
+  PatchWarnings warnings;
+  const TextPatch patch = ParseTextPatch(R"({"halveron": 1, "modules": [
+      {"id": "a", "name": "S310 VCO", "row": 0, "column": 5, "controls": {"Shape": 1.5}},
+      {"id": "b", "name": "S310 VCO", "row": 0, "column": 16},
+      {"id": "c", "name": "S101 Mixer", "row": 3, "column": -1, "bandlimit": 0},
+      {"id": "d", "name": "SA02 2 DAW", "mono": false, "clip_level": -2}]})",
+                                         "x");
+  const PresetDocument preset = ToPreset(patch, "x", bench.Rack(), KnownModules(), &warnings);
+  EXPECT_EQ(preset.modules[2].x, -12);
+  EXPECT_EQ(preset.modules[3].clipLevel, -2.0f);
+  const char* expected[] = {"x: modules[0].controls[\"Shape\"]: 1.5 is outside 0 to 1",
+                            "x: modules[2].bandlimit: \"S101 Mixer\" has no choice",
+                            "x: modules[3].mono: not selectable",
+                            "x: modules[3].clip_level: ",
+                            "x: modules[1].column: \"b\" overlaps \"a\"; the next column",
+                            "x: modules[2].row: \"c\" lies outside the rack of 3 rows"};
+  ASSERT_EQ(warnings.size(), std::size(expected));
+  for (std::size_t i = 0; i < warnings.size(); ++i) {
+    EXPECT_EQ(warnings[i].find(expected[i]), 0u) << warnings[i];
+  }
+}
+
+/// Presets that the binary reader accepts, as far from what a panel can set as that allows.
+class RandomPresets {
+ public:
+  explicit RandomPresets(unsigned seed) : random_(seed) {}
+
+  PresetDocument Make(RackModel& rack) {
+    rack.RemoveAllModules();
+    for (const KnownModule& known : KnownModules()) {
+      if (known.canBeMade && Chance(0.2)) rack.AddModule(known.name, known.vendor);
+    }
+    PresetDocument document = CapturePreset(rack);
+    document.rows = Pick(1, 40);
+    document.voices = Pick(1, 3);
+    document.oversamplingFilter = Pick(0, 19);
+    document.highestParameterIndex = Pick(-1, kParameterCount - 1);
+    for (int i = Pick(0, 9); i > 0; --i) document.author += static_cast<char>(Pick(1, 255));
+    std::vector<const PatchPoint*> points;
+    for (std::size_t i = 0; i < document.modules.size(); ++i) {
+      Module& module = *rack.modules[0][i];
+      Spoil(document.modules[i], module);
+      points.insert(points.end(), module.Points().begin(), module.Points().end());
+    }
+    for (int i = points.empty() ? 0 : Pick(0, 40); i > 0; --i) {
+      const int from = Pick(0, static_cast<int>(points.size()) - 1);
+      const int to = Pick(0, static_cast<int>(points.size()) - 1);
+      const bool isMidi = points[static_cast<std::size_t>(from)]->twoState;
+      document.cables.push_back({from, to, isMidi ? kMidiCableColour : Pick(1, 6)});
+    }
+    return document;
+  }
+
+ private:
+  int Pick(int least, int most) { return std::uniform_int_distribution(least, most)(random_); }
+  bool Chance(double share) { return std::bernoulli_distribution(share)(random_); }
+  float AnyFinite() {
+    for (;;) {
+      const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(random_()));
+      if (std::isfinite(value)) return value;
+    }
+  }
+
+  void Spoil(PresetModule& record, const Module& module) {
+    const int farthest = Chance(0.5) ? 4000 : kFarthestPresetPosition;
+    record.x = Pick(-farthest, farthest);
+    record.y = Pick(-farthest, farthest);
+    record.oversampled = Chance(0.5);
+    record.alwaysOn = Chance(0.5);
+    record.mono = Chance(0.5);
+    record.bandlimitMode = Pick(-1, 1);
+    record.clipLevel = AnyFinite();
+    for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
+      const float value = Chance(0.5) ? AnyFinite() : static_cast<float>(Pick(0, 100)) / 100;
+      std::memcpy(record.data.data() + savedIndex * sizeof value, &value, sizeof value);
+      if (!isLamp && Chance(0.5)) record.indices[savedIndex] = Pick(-5, kParameterCount + 5);
+    }
+  }
+
+  std::mt19937 random_;
+};
+
+TEST(TextPatch, TheTextOfAnyPresetMakesTheRackThatThePresetMakes) {
+  Bench bench;
+  for (unsigned seed = 0; seed < 40; ++seed) {
+    SCOPED_TRACE(seed);
+    const PresetDocument made = RandomPresets(seed).Make(bench.Rack());
+    const PresetReadResult read =
+        ReadPreset(WritePreset(made, PresetForm::kFile), PresetForm::kFile);
+    ASSERT_TRUE(read.document) << read.error.message;
+    const std::string text = FormatTextPatch(ToText(*read.document, bench.Rack()));
+    const PresetDocument again =
+        ToPreset(ParseTextPatch(text, "x"), "x", bench.Rack(), KnownModules());
+    EXPECT_EQ(FormatTextPatch(ToText(again, bench.Rack())), text);
+    ASSERT_TRUE(ApplyPreset(*read.document, bench.Rack()));
+    const PresetDocument expected = CapturePreset(bench.Rack());
+    ASSERT_TRUE(ApplyPreset(again, bench.Rack()));
+    const PresetDocument result = CapturePreset(bench.Rack());
+    EXPECT_EQ(result.cables, expected.cables);
+    ASSERT_EQ(result.modules.size(), expected.modules.size());
+    for (std::size_t i = 0; i < result.modules.size(); ++i) {
+      EXPECT_EQ(result.modules[i].data, expected.modules[i].data) << expected.modules[i].name;
+      EXPECT_EQ(result.modules[i].indices, expected.modules[i].indices) << expected.modules[i].name;
+      EXPECT_EQ(result.modules[i], expected.modules[i]) << expected.modules[i].name;
+    }
+    EXPECT_EQ(result, expected);
   }
 }
 

@@ -1,5 +1,5 @@
 // Every demo patch plays a minute of notes and automation in blocks of random length, under both
-// interfaces, on a thread that may take no memory, wait for nobody and call no system.
+// interfaces, on a thread that must not allocate, block or make system calls.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,7 +23,7 @@ constexpr int kRate = 48000;
 constexpr int kMostFrames = 1024;
 constexpr int kSeconds = 60;
 
-/// What a host does in one block.
+/// The events of one block.
 struct Block {
   int frames;
   std::vector<ClapEvent> clapEvents;
@@ -42,7 +42,7 @@ VstMidiEvent Message(int frame, int status, int data1, int data2) {
   return event;
 }
 
-/// A minute's blocks, all made beforehand.
+/// The blocks of a minute, prepared in advance.
 std::vector<Block> MakeBlocks(int parameters) {
   std::mt19937 random(7);
   const auto upTo = [&](int most) { return std::uniform_int_distribution(0, most)(random); };
@@ -51,7 +51,7 @@ std::vector<Block> MakeBlocks(int parameters) {
     Block block{upTo(kMostFrames), {}, {}, {}};
     const int events = upTo(12);
     for (int i = 0; i < events; ++i) {
-      // In order of time, and often at the same one.
+      // In order of time, often several at one time.
       const int time = block.frames * (i / 2) / 7;
       const auto at = static_cast<std::uint32_t>(time);
       const int key = 36 + upTo(48), id = upTo(30), parameter = upTo(parameters);
@@ -86,8 +86,7 @@ std::vector<Block> MakeBlocks(int parameters) {
   return blocks;
 }
 
-/// Runs `play` for each block where nothing but arithmetic is allowed; `left` is what it plays
-/// into.
+/// Runs `play` for each block under the realtime restrictions; `left` is the output buffer.
 template <class Play>
 void PlayUnderWatch(const std::vector<Block>& blocks, const std::vector<float>& left, Play&& play) {
   float peak = 0.0f;
@@ -136,7 +135,7 @@ TEST_P(RealtimeTest, PlaysUnderClap) {
 
 TEST_P(RealtimeTest, PlaysUnderClapWithCutBlocks) {
   ClapHost host(FindClapFactory(CLAP_PLUGIN_FACTORY_ID));
-  ClapPluginInstance::Of(host.plugin).Engine().Editor()->sampleAccurate = true;
+  ClapPluginInstance::Of(host.plugin).Engine().Editor()->parameters.sampleAccurate = true;
   PlayThroughClap(host);
 }
 
@@ -161,11 +160,50 @@ TEST_P(RealtimeTest, PlaysUnderVst2) {
 }
 
 INSTANTIATE_TEST_SUITE_P(DemoPatches, RealtimeTest,
-                         ::testing::Values("bass.json", "lead.json", "pad.json", "strings.json"),
+                         ::testing::Values("bass.json", "lead.json", "pad.json", "strings.json",
+                                           "pluck.json", "morph.json", "wander.json",
+                                           "clockwork.json", "ring.json", "arpeggio.json"),
                          [](const auto& patch) {
                            const std::string name = patch.param;
                            return name.substr(0, name.find('.'));
                          });
+
+// More messages than a block has samples, dumps over many blocks, and a module that sends a message
+// for each of many moves in one block.
+TEST(RealtimeFlood, TakesNoMemory) {
+  const std::vector<std::byte> rack = StateOf(R"({"halveron": 1, "modules": [
+    {"id": "in", "name": "SA03 MIDI/Sync From DAW", "controls": {"MIDI clock": 1}},
+    {"id": "out", "name": "SA06 MIDI To DAW", "controls": {"SysEx limit": 1}},
+    {"id": "options", "name": "SD02Ex MCVS Programmer", "parameters": {"Glide law": 7}},
+    {"id": "out2", "name": "SA06 MIDI To DAW"}],
+    "cables": [{"from": "in.MIDI", "to": "out.MIDI"}, {"from": "options.MIDI out", "to": "out2.MIDI"}]})");
+  constexpr int kFrames = 256, kBlocks = 1000, kFloodEvery = 250;
+  std::vector<std::uint8_t> dump(120000, 1);
+  dump.front() = 0xF0;
+  dump.back() = 0xF7;
+  std::vector<ClapEvent> events;
+  for (int i = 0; i < 1000; ++i) {
+    events.push_back(ClapEvent::Midi(0, 0xB0, 1, i % 128));
+    events.push_back(ClapEvent::ParamValue(0, 7, i % 2));
+  }
+  events.push_back(ClapEvent::SysEx(0, dump));
+
+  ClapHost host(FindClapFactory(CLAP_PLUGIN_FACTORY_ID));
+  ASSERT_TRUE(host.Load(rack));
+  host.Activate(kRate, kFrames);
+  host.keepsEvents = false;
+  RunWithoutSystemCalls([&] {
+    for (int block = 0; block < kBlocks; ++block) {
+      const RealtimeTrap trap;
+      static const std::vector<ClapEvent> kNone;
+      host.Process(kFrames, block % kFloodEvery == 0 ? events : kNone);
+    }
+  });
+  EXPECT_EQ(TakeOffences(), std::vector<std::string>{});
+  // Nothing was lost.
+  EXPECT_EQ(host.pushed[CLAP_EVENT_MIDI_SYSEX], kBlocks / kFloodEvery);
+  EXPECT_GE(host.pushed[CLAP_EVENT_MIDI], 1000 * kBlocks / kFloodEvery);
+}
 
 TEST(RealtimeTrap, CatchesWhatIsNotAllowed) {
   constexpr int kUnlink = 87;
@@ -191,12 +229,12 @@ TEST(RealtimeTrap, CatchesWhatIsNotAllowed) {
   EXPECT_EQ(noted("system call " + std::to_string(kUnlink)), refused ? 1 : 0);
   EXPECT_TRUE(TakeOffences().empty());
 
-  // The plug-in's own calls end in the same functions.
+  // Calls from the plug-in's files are caught, too.
   ClapFile file;
   ClapHost host(file.Factory());
   {
     const RealtimeTrap trap;
-    host.plugin->activate(host.plugin, kRate, 1, 16 * kMostFrames);  // which needs room
+    host.plugin->activate(host.plugin, kRate, 1, 16 * kMostFrames);  // which allocates
   }
   EXPECT_FALSE(TakeOffences().empty());
 }

@@ -19,7 +19,7 @@
 #include <cstddef>
 #include <thread>
 
-// The C library's own, under the names by which it offers them to stand-ins such as those below.
+// The C library's own functions, under the names that it provides for replacements such as these.
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
@@ -144,10 +144,10 @@ void OnRefusedCall(int, siginfo_t* info, void* context) {
   static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_RAX] = -EPERM;
 }
 
-/// For the rest of this thread's life.
+/// Until this thread ends.
 bool RefuseSystemCalls() {
-  // What a thread needs to end, and a signal handler to return; and what the memory functions need,
-  // which are watched themselves and know no way on without.
+  // What a thread needs to end, and a signal handler to return; and the calls of the memory
+  // functions, which are watched themselves and cannot do without.
   constexpr int kAllowed[] = {SYS_rt_sigreturn, SYS_rt_sigprocmask, SYS_exit,
                               SYS_exit_group,   SYS_mmap,           SYS_mprotect,
                               SYS_munmap,       SYS_madvise,        SYS_brk};
@@ -194,7 +194,7 @@ bool RunWithoutSystemCalls(const std::function<void()>& work) {
   sigaction(SIGSYS, &action, &before);
   bool refused = false;
   std::thread([&] {
-    // The first that a thread takes of the heap comes with questions to the system.
+    // The first allocation of a thread makes system calls.
     __libc_free(__libc_malloc(1));
     refused = RefuseSystemCalls();
     work();

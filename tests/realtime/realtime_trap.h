@@ -1,5 +1,4 @@
-// Catches what the audio thread must not do: take or give back memory, wait for another thread, or
-// call the system.
+// Detects what the audio thread must not do: allocate or free memory, block, or make system calls.
 #pragma once
 
 #include <functional>
@@ -9,9 +8,8 @@
 namespace halveron::testing {
 
 /// While alive, notes every call that this thread makes of the C library's memory functions, and of
-/// those of its locks other than the mutex that it locked first: the block's own. Functions of the
-/// executable that includes this stand in the place of the library's, also for what is loaded
-/// later.
+/// those of its locks other than the mutex that it locked first: the block's own. The functions are
+/// replaced in the executable that includes this, also for libraries that it loads later.
 class RealtimeTrap {
  public:
   RealtimeTrap();
@@ -20,12 +18,12 @@ class RealtimeTrap {
   RealtimeTrap& operator=(const RealtimeTrap&) = delete;
 };
 
-/// What was noted on any thread since the last call: names, the first few of them.
+/// The first few names that were noted on any thread since the last call.
 std::vector<std::string> TakeOffences();
 
-/// Runs `work` on a thread that the kernel lets make no system call but those that end a thread:
-/// each other is refused and noted. False if this kernel, or what runs us, does not offer that;
-/// `work` has run all the same.
+/// Runs `work` on a thread for which the kernel refuses all system calls except those that end a
+/// thread; each refused call is noted. False if the system does not offer that; `work` has run
+/// nevertheless.
 bool RunWithoutSystemCalls(const std::function<void()>& work);
 
 }  // namespace halveron::testing

@@ -1,12 +1,13 @@
-// Every panel of the catalogue, in every size: nothing lies on anything else, and nothing leaves
+// Every panel of the catalogue, in every size: nothing overlaps, and nothing leaves
 // the panel. Texts are measured here again, as they are drawn.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 #include "skins/skin_set.h"
 
 namespace halveron::skins {
@@ -135,6 +136,15 @@ TEST_P(PanelsTest, NothingLiesOnAnythingElse) {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, PanelsTest, ::testing::ValuesIn(kSizes),
                          [](const auto& each) { return std::string(each.param.name); });
+
+TEST(Panels, CaptionControlsThatPresetsDoNotStore) {
+  bool isFound = false;
+  ForEachPanel(291, [&](const CatalogueEntry& entry, const std::string&, const PanelPlan& plan) {
+    if (std::string(entry.name) != "SD05 MIDI Poly Chainer") return;
+    for (const Label& caption : plan.captions) isFound = isFound || caption.text == "0 = all";
+  });
+  EXPECT_TRUE(isFound) << "the channel display";
+}
 
 TEST(ShortForms, GetShorterAndKeepTheCase) {
   std::vector<std::string> texts;

@@ -9,7 +9,7 @@
 
 namespace halveron::testing {
 
-/// A directory of its own that is gone, with all in it, when the test ends.
+/// A new directory that is removed, with its contents, when the test ends.
 class ScratchFolder {
  public:
   ScratchFolder() {

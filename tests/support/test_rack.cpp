@@ -178,11 +178,12 @@ void TestRack::MoveControl(Module& module, const std::string& role, float value)
 
 void TestRack::Connect(Module& from, const std::string& output, Module& to,
                        const std::string& input) {
-  editor.ConnectCable(&Point(from, output, kOutputPoint), &Point(to, input, kInputPoint), 1, -1);
+  editor.cables.ConnectCable(&Point(from, output, kOutputPoint), &Point(to, input, kInputPoint), 1,
+                             -1);
 }
 
 void TestRack::Disconnect(Module& to, const std::string& input) {
-  editor.RemoveCable(Point(to, input, kInputPoint).firstCable, kAllVoices, false);
+  editor.cables.RemoveCable(Point(to, input, kInputPoint).firstCable, kAllVoices, false);
 }
 
 SignalPlayer& TestRack::AddPlayer(Module& module, const std::string& input, bool midi) {
@@ -190,7 +191,7 @@ SignalPlayer& TestRack::AddPlayer(Module& module, const std::string& input, bool
   if (point.source) Disconnect(module, input);
   auto* player = new SignalPlayer(editor.hostTable, midi);
   Adopt(player);
-  editor.ConnectCable(player->out, &point, 1, -1);
+  editor.cables.ConnectCable(player->out, &point, 1, -1);
   return *player;
 }
 
@@ -217,7 +218,7 @@ void TestRack::Tap(Module& module, const std::string& output) {
   PatchPoint& point = Point(module, output, kOutputPoint);
   auto* recorder = new SignalRecorder(editor.hostTable, point.twoState);
   Adopt(recorder);
-  editor.ConnectCable(&point, recorder->in, 1, -1);
+  editor.cables.ConnectCable(&point, recorder->in, 1, -1);
   recordings_.push_back({&point, recorder, {}});
 }
 
@@ -305,7 +306,7 @@ void TestRack::RunBlock(int frames) {
   engine.processReplacing(inPointers.data(), outPointers.data(), frames);
   position_ += static_cast<std::size_t>(frames);
   if (!host.playing) return;
-  // Sample by sample, as whoever follows the position within a block does: then the position at a
+  // Sample by sample, as code that follows the position within a block does: then the position at a
   // block's start does not depend on the length of the blocks before it.
   const double perSample = host.tempo / (engine.HostSampleRate() * 60.0f);
   for (int i = 0; i < frames; ++i) host.ppq += perSample;

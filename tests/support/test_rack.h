@@ -1,4 +1,4 @@
-// An engine with a rack of its own, a host that a test scripts, and modules that play and record.
+// An engine with its own rack, a host that a test scripts, and modules that play and record.
 #pragma once
 
 #include <array>
@@ -19,13 +19,13 @@ namespace halveron::testing {
 class SignalPlayer;
 class SignalRecorder;
 
-/// What the scripted host tells of itself. While playing, ppq advances with the blocks.
+/// What the scripted host reports. While playing, ppq advances with the blocks.
 struct HostScript {
   double tempo = 120.0;
   double ppq = 0.0;
   bool playing = false;
   bool answersTimeInfo = true;
-  bool echoesAutomation = false;  ///< as hosts do that set the parameter they were told of
+  bool echoesAutomation = false;  ///< as hosts do that write the parameter back
   std::string product{};          ///< what it calls itself
   bool keepsSentEvents = true;    ///< keeping takes memory, which the audio thread must not
 };
@@ -83,7 +83,7 @@ class TestRack {
 
   HostScript host;
   std::vector<SentEvent> sentEvents;             ///< what modules handed to the host
-  std::vector<std::pair<int, float>> automated;  ///< what the panel told the host
+  std::vector<std::pair<int, float>> automated;  ///< automation sent to the host
 
  private:
   static std::intptr_t HostCallback(AEffect* effect, std::int32_t opcode, std::int32_t index,
@@ -114,7 +114,7 @@ class TestRack {
   SynEditor& editor;
 };
 
-/// Runs blocks of an engine on a thread of its own for as long as it lives, at least kFewest.
+/// Runs blocks of an engine on its own thread for as long as it lives, at least kFewest.
 class AudioThread {
  public:
   explicit AudioThread(Halveron& engine);

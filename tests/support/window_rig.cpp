@@ -159,7 +159,10 @@ void WindowRig::DrawAll() {
 }
 
 void WindowRig::DrawDirty() {
-  for (const CRect& rect : frame.takeDirtyRegion()) {
+  for (const CRect& dirty : frame.takeDirtyRegion()) {
+    // Whole pixels, as a window draws them.
+    const CRect rect(std::floor(dirty.left), std::floor(dirty.top), std::ceil(dirty.right),
+                     std::ceil(dirty.bottom));
     const DrawStateScope scope(picture_);
     picture_.setClipRect(rect);
     frame.drawRect(&picture_, rect);

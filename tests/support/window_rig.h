@@ -10,7 +10,7 @@
 
 namespace halveron::testing {
 
-/// The window stands on nothing; points are the frame's.
+/// There is no real window; points are the frame's.
 class WindowRig {
  public:
   WindowRig();
@@ -19,7 +19,7 @@ class WindowRig {
   Module& Add(const std::string& name, int column, int row);
   void Place(Module& module, int column, int row);
   CPoint Cell(int column, int row) const;
-  /// The top left corner in grid cells, as far as it stands on the grid.
+  /// The top left corner in grid cells, if it is on the grid.
   CPoint CellOf(const Module& module) const;
 
   /// A point of a module's panel that is no control's, and the middle of a control.
@@ -32,7 +32,7 @@ class WindowRig {
   void Move(const CPoint& where, int buttons = 0);
   void Release(const CPoint& where, int buttons = kLButton);
   void Click(const CPoint& where, int buttons = kLButton);
-  /// Presses at one point, moves in small steps, and lets go at another.
+  /// Presses at one point, moves in small steps, and releases at another.
   void Drag(const CPoint& from, const CPoint& to, int modifiers = 0);
   void Key(CVirtualKey key, int modifiers = 0);
   void Type(const std::string& text);

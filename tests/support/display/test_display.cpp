@@ -338,7 +338,7 @@ std::string TestDisplay::ReadClipboard(const Pump& pump) {
 bool TestDisplay::DropFiles(WindowId window, int x, int y, const std::string& uriList,
                             const Pump& pump) {
   State& state = *state_;
-  // As any source does, by the window that stands in for the target.
+  // As any source does, by the window in place of the target.
   Atom type = None;
   int format = 0;
   unsigned long count = 0, rest = 0;

@@ -55,9 +55,10 @@ class TestDisplay {
 
   /// What other programs do, which takes turns with the program under test: `pump` runs that once.
   using Pump = std::function<void()>;
-  /// Puts text on the clipboard, and gives it to whoever asks while `pump` is called until `done`.
+  /// Puts text on the clipboard, and gives it to programs that ask for it while `pump` is called
+  /// until `done`.
   bool OfferClipboard(const std::string& text, const Pump& pump, const std::function<bool()>& done);
-  /// The clipboard's text, empty if nobody answers.
+  /// The clipboard's text, empty if there is no answer.
   std::string ReadClipboard(const Pump& pump);
   /// Drags files onto a point of a window and lets them go. True if they were taken.
   bool DropFiles(WindowId window, int x, int y, const std::string& uriList, const Pump& pump);
@@ -71,7 +72,7 @@ class TestDisplay {
   std::unique_ptr<State> state_;
 };
 
-/// Stands first in a test that needs a display: skips it with a message where there is none.
+/// Goes first in a test that needs a display: skips it with a message where there is none.
 #define HALVERON_NEEDS_DISPLAY(display)                        \
   std::string display##Why;                                    \
   TestDisplay* const display = TestDisplay::Get(display##Why); \
