@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 #include "skins/shared_images.h"
 
 namespace halveron::skins {
@@ -14,7 +14,7 @@ namespace {
 // Knobs turn from 7:30 to 4:30 o'clock.
 constexpr double kFirstAngle = std::numbers::pi * 0.75;
 constexpr double kTurn = std::numbers::pi * 1.5;
-constexpr int kScaleMarks = 11;  // of a knob that stands anywhere
+constexpr int kScaleMarks = 11;  // of a knob without steps
 
 class PanelPainter {
  public:
@@ -81,7 +81,7 @@ void PanelPainter::PaintHead() {
   for (std::size_t i = 0; i < plan_.heads.size(); ++i) {
     Write(plan_.heads[i], i == 0 ? theme_.headText.Faded(0.78) : theme_.headText);
   }
-  // The same colour once more at the foot, so that a panel is told by it when cables hide the head.
+  // The same colour once more at the foot, to recognise a panel by when cables hide the head.
   canvas_.Rect(CRect(18 * u_, plan_.height - 5 * u_, plan_.width - 18 * u_,
                      plan_.height - 5 * u_ + std::max(1.0, 1.6 * u_)));
   canvas_.Fill(accent_);

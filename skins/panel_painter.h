@@ -5,7 +5,7 @@
 
 namespace halveron::skins {
 
-/// The panel alone: controls, jacks and screws come on top of it from images of their own. Under
+/// The panel alone: controls, jacks and screws are drawn on top of it from their own images. Under
 /// the panel metrics for which it was planned.
 Canvas PaintPanel(const PanelPlan& plan, const Theme& theme);
 

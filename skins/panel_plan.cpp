@@ -6,7 +6,8 @@
 #include <set>
 
 #include "framework/module.h"
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
+#include "gui/slider.h"
 
 namespace halveron::skins {
 
@@ -16,10 +17,11 @@ namespace {
 constexpr double kHeadHeight = 29;
 constexpr double kBorder = 2;          // free of text along the edges
 constexpr double kScaleRing = 2.8;     // marks around a knob
+constexpr double kEitherRing = 2.0;    // around a point that goes either way
 constexpr double kCaptionGap = 2.2;    // between a part and its caption
 constexpr double kDescent = 0.5;       // by which a tail may reach into the part that is named
 constexpr double kBetweenTexts = 2.0;  // between two captions, and a caption and another part
-constexpr double kPlateMargin = 3.4;   // of a plate around what stands on it
+constexpr double kPlateMargin = 3.4;   // of a plate around its parts
 constexpr double kLampReach = 24;      // of a lamp to the output with which it shares a plate
 constexpr double kPlateReach = 26;     // plates nearer than this to each other become one
 constexpr double kCaptionSize = 9.4;
@@ -29,7 +31,7 @@ constexpr double kTwoLineSize = 8.2;  // of a name in two lines, at most
 constexpr double kSmallestNameSize = 6;
 constexpr double kRuleGap = 3.5;  // room that a rule needs
 
-// Pixels below which letters of the small size are no longer told apart.
+// Pixels below which letters of the small size can no longer be read.
 constexpr double kLeastCaptionPixels = 7.4;
 constexpr double kLeastHeadPixels = 6.8;
 
@@ -50,7 +52,9 @@ PartKind KindOf(const CView& view) {
     return knob->stepped ? PartKind::kSteppedKnob : PartKind::kKnob;
   }
   if (dynamic_cast<const CKnob*>(&view)) return PartKind::kKnob;
-  if (dynamic_cast<const CSwitchBase*>(&view)) return PartKind::kSwitch;
+  if (dynamic_cast<const CSwitchBase*>(&view) || dynamic_cast<const CSlider*>(&view)) {
+    return PartKind::kSwitch;
+  }
   if (dynamic_cast<const CKickButton*>(&view) || dynamic_cast<const COnOffButton*>(&view)) {
     return PartKind::kButton;
   }
@@ -80,18 +84,23 @@ std::string WithoutNumber(const std::string& role) {
   return last == std::string::npos ? role : role.substr(0, last + 1);
 }
 
+/// Of controls that are not saved, only screws are no part of what the panel explains.
+bool IsScrew(const CControl& control) {
+  return control.getTag() == TAG_NONE && *control.role == '\0';
+}
+
 struct Named {
   Part part;
   std::string caption;
 };
 
-/// The parts of a panel, those that lie in one place as one.
+/// The parts of a panel, those in the same place as one.
 std::vector<Part> PartsOf(const Module& module) {
   std::vector<Named> named;
   std::set<std::string> otherCaptions;
   for (CView* view : module.children()) {
     const auto* control = dynamic_cast<const CControl*>(view);
-    if (control && control->getTag() == TAG_NONE) continue;  // screws
+    if (control && IsScrew(*control)) continue;
     const auto twin = std::find_if(named.begin(), named.end(), [&](const Named& other) {
       return other.part.rect == view->getViewSize();
     });
@@ -115,7 +124,7 @@ std::vector<Part> PartsOf(const Module& module) {
   }
   std::vector<Part> parts;
   for (Named& entry : named) {
-    // A lamp beside a jack of the same name needs none of its own.
+    // A lamp beside a jack of the same name needs no caption.
     const bool told = entry.part.kind == PartKind::kLamp && otherCaptions.contains(entry.caption);
     if (!told) entry.part.texts = ShortForms(entry.caption);
     parts.push_back(std::move(entry.part));
@@ -262,7 +271,7 @@ bool CaptionLayout::Advance(std::size_t caption) {
   return false;
 }
 
-/// Mends one collision between captions; false if there is none.
+/// Resolves one collision between captions; false if there is none.
 bool CaptionLayout::ResolveConflict() {
   const double distance = kBetweenTexts * Unit() / 2;
   for (std::size_t a = 0; a < chosen_.size(); ++a) {
@@ -274,7 +283,7 @@ bool CaptionLayout::ResolveConflict() {
       const bool differ = first.label.onPlate != second.label.onPlate;
       const double clear = differ ? kPlateMargin * Unit() / 2 + distance : distance;
       if (!Grown(first.claim, clear).rectOverlap(Grown(second.claim, clear))) continue;
-      // The longer text gives way where both would pay the same.
+      // The longer text yields where both would cost the same.
       const double costA = NextCost(a);
       const double costB = NextCost(b);
       const bool longer = first.label.text.size() > second.label.text.size();
@@ -447,7 +456,7 @@ void PlacePlates(PanelPlan& plan) {
   }
 }
 
-/// A thin line between what is turned and what is plugged, where both fill rows of their own.
+/// A thin line between what is turned and what is plugged, where each fills its own rows.
 void PlaceRules(PanelPlan& plan) {
   struct Band {
     double top;
@@ -477,7 +486,7 @@ void PlaceRules(PanelPlan& plan) {
     merged.back().jacks |= band.jacks;
     merged.back().controls |= band.controls;
   }
-  // Lamps stand with either; the line goes into the widest gap between the two.
+  // Lamps count for neither; the line goes into the widest gap between the two.
   std::size_t last = 0;
   for (std::size_t i = 1; i < merged.size(); ++i) {
     if (!merged[i].jacks && !merged[i].controls) continue;
@@ -501,6 +510,7 @@ void PlaceRules(PanelPlan& plan) {
 }  // namespace
 
 CRect Part::Claim() const {
+  if (kind == PartKind::kEither) return Grown(rect, kEitherRing * Unit());
   if (kind != PartKind::kKnob && kind != PartKind::kSteppedKnob) return rect;
   const double ring = kScaleRing * Unit();
   return {rect.left - ring, rect.top - ring, rect.right + ring, rect.bottom};

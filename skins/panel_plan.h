@@ -1,5 +1,5 @@
 // Where everything on a module's panel goes: read from the module itself, so that a panel needs no
-// drawing of its own. Plain geometry, in pixels of the present panel metrics.
+// image drawn by hand. Plain geometry, in pixels of the present panel metrics.
 #pragma once
 
 #include <string>
@@ -25,7 +25,7 @@ enum class PartKind {
   kOutput,
   kEither,
   kWindow,  ///< a display, which the panel recedes behind
-  kText,    ///< a transparent view, which stands on the panel as it is
+  kText,    ///< a transparent view, drawn directly on the panel
 };
 
 inline bool IsJack(PartKind kind) {

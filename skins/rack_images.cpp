@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <sstream>
 
-#include "framework/signal.h"
+#include "framework/panel_metrics.h"
 
 namespace halveron::skins {
 
@@ -275,7 +275,7 @@ Canvas PaintPresetScreen(const Theme& theme) {
   canvas.FillVertical(
       rect.top, rect.bottom,
       {{0, theme.screen.Darker(0.45)}, {0.4, theme.screen}, {1, theme.screen.Lighter(0.08)}});
-  // A mark that tells of a list behind the screen.
+  // A mark that shows that the screen opens a list.
   const double x = kScreenSize.x - 13;
   const double y = kScreenSize.y / 2;
   canvas.Polygon({{x - 4, y - 2}, {x + 4, y - 2}, {x, y + 3}});

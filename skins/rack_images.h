@@ -1,4 +1,4 @@
-// Draws what stands around the modules: rows, bar, side strips, buttons, the preset screen.
+// Draws what surrounds the modules: rows, bar, side strips, buttons, the preset screen.
 #pragma once
 
 #include "skins/shared_images.h"

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "framework/panel_metrics.h"
 #include "framework/shared_bitmaps.h"
-#include "framework/signal.h"
 
 namespace halveron::skins {
 
@@ -363,7 +363,7 @@ void PaintSignButton(Frame& frame) {
   PaintSign(frame, SignOf(kBitmap), sink, record ? Color::Of(0xD0342A) : frame.theme.buttonSign);
 }
 
-/// A triangle crossed out: take away what lies on that side.
+/// A triangle crossed out: delete what is on that side.
 template <SharedBitmap kBitmap>
 void PaintDeleteButton(Frame& frame) {
   const double sink = PaintSquareButton(frame);
@@ -378,10 +378,9 @@ void PaintInfoButton(Frame& frame) { PaintText(frame, "i", 9.5, PaintSquareButto
 void PaintQuestionButton(Frame& frame) { PaintText(frame, "?", 9.5, PaintSquareButton(frame)); }
 
 /// Which of the seven segments are lit: bit 0 the top, then clockwise, bit 6 the middle.
+/// The panel's recess shows between them, and displays fill them with the skin's digit colour.
 void PaintSegments(Frame& frame, unsigned lit) {
   Canvas& canvas = frame.canvas;
-  canvas.Rect(CRect(0, 0, frame.width, frame.height));
-  canvas.Fill(frame.theme.window);
   const double left = 1.9;
   const double right = frame.width - 1.9;
   const double top = 2.2;

@@ -16,11 +16,11 @@ struct ImageJob {
 };
 
 /// One job for each image of framework/shared_bitmaps.h and each jack, in the frame sizes and
-/// counts told there at the present panel metrics, and the plugs of MIDI cables. The theme outlives
-/// them.
+/// counts given there at the present panel metrics, and the plugs of MIDI cables. The theme
+/// outlives them.
 std::vector<ImageJob> SharedImages(const Theme& theme);
 
-/// A lamp that is out, which shows no image of its own: the panel's part.
+/// A lamp that is off, which draws no image: the panel shows it.
 void PaintUnlitLamp(Canvas& canvas, const CRect& rect);
 
 }  // namespace halveron::skins
