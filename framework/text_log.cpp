@@ -58,7 +58,9 @@ void TextLog::NoteDropped() {
   const std::size_t count = dropped - std::exchange(reported_, dropped);
   if (count == 0) return;
   lineOpen_ = false;
-  Append("(" + std::to_string(count) + (count == 1 ? " entry" : " entries") + " dropped)\n");
+  std::string line = "(";
+  line.append(std::to_string(count)).append(count == 1 ? " entry" : " entries");
+  Append(line.append(" dropped)\n"));
 }
 
 void TextLog::Append(std::string_view text) {

@@ -7,7 +7,6 @@ namespace halveron {
 
 namespace {
 
-constexpr int kReleaseVelocity = 64;
 constexpr double kClocksPerSecondWithoutClock = 2.0;
 
 bool Earlier(const RecordedTake::Event& a, const RecordedTake::Event& b) { return a.time < b.time; }

@@ -25,6 +25,8 @@ TEST(SD06MIDIMerger, SpreadsWordsOfOneSampleInTheOrderOfInputs) {
   EXPECT_EQ(rack.Control(merger, "Sent").getValue(), 0.0f);
 }
 
+constexpr std::array<int, 16> kInputs{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
 TEST(SD06MIDIMergerKernel, AFullQueueLosesWholeSamples) {
   SD06MIDIMergerKernel kernel;
   std::vector<Word> taken;
@@ -32,12 +34,12 @@ TEST(SD06MIDIMergerKernel, AFullQueueLosesWholeSamples) {
   int lost = 0;
   for (int sample = 0; sample < 200; ++sample) {
     for (int i = 0; i < 16; ++i) words[static_cast<std::size_t>(i)] = On(i, 1 + sample % 127);
-    if (kernel.Take(words)) {
+    if (kernel.Take(words, kInputs)) {
       taken.insert(taken.end(), words.begin(), words.end());
     } else {
       ++lost;
     }
-    kernel.Take({});  // silence on a full queue loses nothing
+    kernel.Take({}, {});  // silence on a full queue loses nothing
   }
   EXPECT_GT(lost, 0);
   for (const Word word : taken) ASSERT_EQ(kernel.queue.Pop(), word);
@@ -52,7 +54,7 @@ TEST(SD06MIDIMergerKernel, NotesOfAllInputsEndAndDumpsStayWhole) {
   std::vector<std::size_t> origins;
   std::size_t next = 0;
   const auto run = [&](std::array<Word, 3> words) {
-    ASSERT_TRUE(kernel.Take(words));
+    ASSERT_TRUE(kernel.Take(words, kInputs));
     for (std::size_t i = 0; i < words.size(); ++i) {
       if (!words[i].IsNone()) origins.push_back(i);
     }
