@@ -432,7 +432,8 @@ void S315MiniSampler::MoveRoot(int semitones) {
 }
 
 double S315MiniSampler::PanelRoot() const {
-  return PitchOfNote(std::clamp(std::round(rootNote_->getValue()), 0.0f, 127.0f));
+  const float note = rootNote_->getValue();
+  return PitchOfNote(note >= 0.0f ? std::min(std::round(note), 127.0f) : 0.0);
 }
 
 void S315MiniSampler::ShowRoot() {
