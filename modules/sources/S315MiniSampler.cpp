@@ -275,6 +275,10 @@ void S315MiniSampler::FollowCables() {
 void S315MiniSampler::ModuleCreated(int) { JoinVoice0(); }
 void S315MiniSampler::VoiceCountChanged(int) { JoinVoice0(); }
 
+void S315MiniSampler::ModuleRemoved() {
+  if (IsOwner()) shared_->workshop.Stop();
+}
+
 void S315MiniSampler::JoinVoice0() {
   if (voice == 0) return;
   const auto* const first = dynamic_cast<S315MiniSampler*>(GetVoiceModule(0));
@@ -559,6 +563,7 @@ void S315MiniSampler::Poll() {
   if (auto message = workshop.TakeMessage()) Show(*message);
   if (const int loads = workshop.Loads(); loads != shownLoads_) {
     shownLoads_ = loads;
+    shownLength_ = -1;  // the line gives way to the sample's size
     TakeOver();
     ShowRoot();
     engine->PatchEdited();

@@ -41,6 +41,7 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
   void ModuleCreated(int voices) override;
+  void ModuleRemoved() override;
   void VoiceCountChanged(int voices) override;
   bool onDrop(std::span<const std::string> files, const CPoint& where) override;
 

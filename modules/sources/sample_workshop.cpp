@@ -256,7 +256,7 @@ void SampleWorkshop::Stop() {
 }
 
 void SampleWorkshop::Finish() {
-  while (IsBusy()) std::this_thread::sleep_for(std::chrono::microseconds(200));
+  while (worker_.IsBusy()) std::this_thread::sleep_for(std::chrono::microseconds(200));
 }
 
 void SampleWorkshop::SetRoot(double pitch, double tuning) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <numeric>
 #include <random>
+#include <thread>
 
 #include "editor/known_modules.h"
 #include "media/audio_decoder.h"
@@ -39,7 +40,7 @@ struct Rig {
     Wait();
   }
   void Wait() {
-    module.Workshop().Finish();
+    while (module.Workshop().IsBusy()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     module.Poll();
     rack.Run(64);
   }
