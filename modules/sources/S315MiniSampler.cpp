@@ -556,10 +556,7 @@ void S315MiniSampler::TakePatchKey(const PatchValue& value, const std::string& f
 
 void S315MiniSampler::Poll() {
   SampleWorkshop& workshop = shared_->workshop;
-  if (workshop.TakeFailure()) {
-    quality_.View().setValue(0.0f);
-    Show("There is no memory for this quality");
-  }
+  FollowFailure();
   if (auto message = workshop.TakeMessage()) Show(*message);
   if (const int loads = workshop.Loads(); loads != shownLoads_) {
     shownLoads_ = loads;
@@ -572,6 +569,12 @@ void S315MiniSampler::Poll() {
   lamp_.Set(isBlinking_ ? 1.0f : 0.0f);
   if (shared_->recording) ++screenVersion_;
   ShowNumbers();
+}
+
+void S315MiniSampler::FollowFailure() {
+  if (!shared_->workshop.TakeFailure()) return;
+  quality_.View().setValue(0.0f);
+  Show("There is no memory for this quality");
 }
 
 void S315MiniSampler::Show(const std::string& line) {
@@ -680,7 +683,10 @@ void S315MiniSampler::Drag(SampleScreen::Handle handle, double place) {
 // Presets.
 
 int S315MiniSampler::GetPresetSize() {
-  if (IsOwner()) EndRecording();
+  if (IsOwner()) {
+    EndRecording();
+    FollowFailure();
+  }
   const int length = shared_ ? shared_->workshop.Latest().buffer->Length() : 0;
   return PresetTail(*this).SizeWith(kBlockBytes + length * static_cast<int>(sizeof(float)));
 }

@@ -121,6 +121,8 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void AskForFile();
   void AskForTarget();
   double PanelRoot() const;
+  /// Puts the quality back where its tables do not fit into memory.
+  void FollowFailure();
   void Show(const std::string& line);
   void ShowNumbers();
   void ShowRoot();
