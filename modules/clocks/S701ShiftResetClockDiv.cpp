@@ -79,4 +79,10 @@ void S701ShiftResetClockDiv::SetShift(std::size_t output) {
   shiftKnobs_[output].View().setValue(static_cast<float>(std::min((shift - 1) * 0.1 + 0.01, 1.0)));
 }
 
+void S701ShiftResetClockDiv::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  outputs_.Show(bank_);
+}
+
 }  // namespace halveron

@@ -39,4 +39,10 @@ void S702ResetClockDiv::ProcessSample() {
   outputs_.Show(bank_);
 }
 
+void S702ResetClockDiv::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  outputs_.Show(bank_);
+}
+
 }  // namespace halveron

@@ -68,7 +68,7 @@ void S703ClockDiv::LoadPreset(const void* buffer, int size, int version) {
   isLoading_ = true;
   ByteReader reader = PresetTail(*this).Load(buffer, size);
   isLoading_ = false;
-  SetPeriods();
+  SetPeriods();  // which shows the outputs too, whatever lamps were saved
   if (version < 1001) return;
   for (dsp::ClockDivider& divider : bank_.dividers) {
     std::int32_t counter = divider.counter;
