@@ -10,13 +10,13 @@ namespace halveron {
 
 S703ClockDiv::S703ClockDiv(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kMiddle = 36, kLampX = 18, kOutX = 46, kFirstOut = 124, kRow = 27;
-  AddSteppedKnob(base_, "Base", kMiddle, 52, SharedBitmap::kGrayKnob5, 0.0f);
+  constexpr float kMiddle = 36, kLampX = 18, kOutX = 46, kFirstOut = 129, kRow = 26;
+  AddSteppedKnob(base_, "Base", kMiddle, 60, SharedBitmap::kGrayKnob5, 0.0f);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddLamp(outputs_.lamps[i], NumberedRole<"LED">(i), kLampX,
             kFirstOut + kRow * static_cast<float>(i), SharedBitmap::kRedLamp);
   }
-  AddPatchPoint(clock_, "Clock", kMiddle, 90);
+  AddPatchPoint(clock_, "Clock", kMiddle, 98);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddPatchPoint(outputs_.outs[i], NumberedRole<"Out">(i), kOutX,
                   kFirstOut + kRow * static_cast<float>(i));

@@ -7,7 +7,7 @@ namespace halveron {
 
 S806VCSeqSw::S806VCSeqSw(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kLeft = 26, kRight = 66, kTop = 52, kRow = 40, kFirstPort = 92;
+  constexpr float kLeft = 26, kRight = 66, kTop = 66, kRow = 46, kFirstPort = kTop + kRow;
   AddModuleKnob(position_, "Position", kLeft, kTop, SharedBitmap::kGrayKnob, 1.0f);
   for (int i = 0; i < kPorts; ++i) {
     AddLamp(lamps_[i], NumberedRole<"LED">(i), kRight + 20,
