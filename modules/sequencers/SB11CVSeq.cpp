@@ -26,6 +26,7 @@ SB11CVSeq::SB11CVSeq(CFrame* frame, const HostTable& table, int voiceIndex)
                     SharedBitmap::kGrayKnob, 0.0f);
   }
   AddModuleKnob(gateLength_, "Gate length", kControls, 58, SharedBitmap::kGrayKnob, 0.5f);
+  gateLength_.View().caption = "Gate len";
   AddModuleKnob(offset_, "Offset", kControls, 98, SharedBitmap::kGrayKnob, 0.5f);
   range_ = AddVerticalSwitch("Range", kSwitches, 138, SharedBitmap::kVerticalTripleSwitch, 0.0f);
   quantise_ = AddVerticalSwitch("Quantise", kSwitches, 176, SharedBitmap::kVerticalSwitch, 0.0f);
