@@ -3,8 +3,10 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "framework/byte_io.h"
 #include "framework/file_request.h"
@@ -114,10 +116,12 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void EndRecording();
   void Press(CControl* button);
   void Edit(CControl* button);
-  void Crop();
   void Tune();
   void MoveRoot(int semitones);
-  void Replace(const float* samples, int length, double rate);
+  /// Goes over to a part of the sample, changed.
+  void Replace(int first, int end, const std::function<void(std::span<float>)>& change = {});
+  /// The first sample of the window as the knobs stand, and the one after its last.
+  std::pair<int, int> Window(int length) const;
   void AskForFile();
   void AskForTarget();
   double PanelRoot() const;

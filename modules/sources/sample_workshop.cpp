@@ -278,6 +278,11 @@ void SampleWorkshop::SetRoot(double pitch) { SetRoot(pitch, pitch - PitchOf(Note
 
 int SampleWorkshop::RootNote() const { return NoteNearest(RootPitch() - Tuning()); }
 
+void SampleWorkshop::FreeOld() {
+  const std::lock_guard lock(mutex_);
+  handover_.Collect();
+}
+
 SampleSet SampleWorkshop::Latest() const {
   const std::lock_guard lock(mutex_);
   return latest_;
