@@ -98,6 +98,7 @@ class SamplePlan::Draft {
   std::vector<Condition> conditions;
   std::vector<Move> outs, readers, ins, eithers;
   std::vector<PatchPoint*> leaving;
+  std::vector<SignalStore::Place> newLines;  // taken for voices
 };
 
 void SamplePlan::DraftDeleter::operator()(Draft* draft) const { delete draft; }
@@ -426,7 +427,7 @@ class PlanBuilder {
       } else {
         const bool mayBeRead = draw_ != Draw::kAfresh && AnyVoice(row, place, &Point::wantsImage);
         SignalStore& store = isRead || mayBeRead ? layout_.imaged : layout_.plain;
-        where = store.Take(row.voices.size() > 1 ? kLine : 1);
+        where = row.voices.size() > 1 ? TakeLine(store) : store.Take(1);
       }
       for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
         SetPlace(At(row, voice, place), where.Next(voice));
@@ -441,7 +442,7 @@ class PlanBuilder {
       const Point* before = Before(first);
       const bool inLine = row.maker && first.point->type == kInputPoint;
       SignalStore::Place line;
-      if (inLine) line = before && before->where.block ? before->where : layout_.ins.TakeLine();
+      if (inLine) line = before && before->where.block ? before->where : TakeLine(layout_.ins);
       for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
         Point& point = At(row, voice, place);
         if (point.readsImage) continue;
@@ -457,6 +458,9 @@ class PlanBuilder {
     });
   }
 
+  SignalStore::Place TakeLine(SignalStore& store) {
+    return draft_.newLines.emplace_back(store.TakeLine());
+  }
   static std::size_t CellsOf(const Point& point) {
     return point.point->type == kEitherPoint ? 2 : 1;
   }
@@ -573,6 +577,12 @@ bool SamplePlan::Fits(const Draft& draft) {
 }
 
 void SamplePlan::Swap(Draft& draft) {
+  // Lanes without a voice are computed, too. Not before: the present plan's image is copied by
+  // whole blocks.
+  for (const SignalStore::Place& line : draft.newLines) {
+    std::fill_n(line.Cell(), kLine, 0.0f);
+    if (line.ImageCell()) std::fill_n(line.ImageCell(), kLine, 0.0f);
+  }
   for (const Draft::Move& move : draft.outs) {
     move.point->PlaceOut(move.cell);
     if (move.image) *move.image = move.point->out;

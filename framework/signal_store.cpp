@@ -48,9 +48,6 @@ SignalStore::Place SignalStore::Take(std::size_t cells) {
       if (!cell) continue;
       const Place place{share.block.get(), line * kLine + *cell};
       Mark(share, place, cells);
-      // Lanes without a voice are computed too.
-      std::fill_n(place.Cell(), cells, 0.0f);
-      if (place.ImageCell()) std::fill_n(place.ImageCell(), cells, 0.0f);
       return place;
     }
   }

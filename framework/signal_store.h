@@ -59,7 +59,8 @@ class SignalStore {
 
   /// Makes room for so many lines in one block, if there is none.
   void Reserve(std::size_t lines);
-  /// `cells` of 1 to kLine, cleared, that begin a line if they fill one. Allocates if none is free.
+  /// `cells` of 1 to kLine, of any contents, that begin a line if they fill one. Allocates if none
+  /// is free.
   Place Take(std::size_t cells);
   Place TakeLine() { return Take(kLine); }
 
