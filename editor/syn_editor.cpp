@@ -34,6 +34,7 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
       presets(folders.Presets()),
       presetsFolder(folders.Presets()) {
   InstallFactoryPresets(folders);
+  files.dataFolder = folders.data;
   if (!folders.data.empty()) {
     // Instances share the file, so that what was chosen in one is known to the others.
     constexpr const char* kFolders = "Folders";
