@@ -65,6 +65,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   separateInputs_.Prepare(blockSize);
   rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));
+  rack_->rendersOffline = [this] { return getCurrentProcessLevel() == kVstProcessLevelOffline; };
   windowEditor_ = std::make_unique<WindowEditor>(*rack_);
   setEditor(windowEditor_.get());
   programsAreChunks();
@@ -85,7 +86,10 @@ void Halveron::close() {
   isOpen_ = false;
   setEditor(nullptr);
   windowEditor_.reset();
+  // The code of the modules' libraries must be there until the last module has gone.
+  ExternalModules::Handles libraries = rack_->externalModules.LoadedHandles();
   rack_.reset();
+  for (auto& library : libraries) library.reset();
   if (instanceCount.fetch_sub(1) == 1) TearDownProcess();
 }
 
