@@ -53,6 +53,7 @@
 #include "modules/filters/S212VCF.h"
 #include "modules/filters/S213MorphingVCF.h"
 #include "modules/filters/S216MovingFixedFilterBank.h"
+#include "modules/filters/S218SpectralFilter.h"
 #include "modules/filters/S223DualTapCombFilter.h"
 #include "modules/filters/S224AllPassDiffusion.h"
 #include "modules/filters/S225AllPassPhaseShifter.h"
@@ -150,7 +151,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S210DualDCBlocker>(Category::kFilter, "S210DualDCBlocker"),
     Made<S213MorphingVCF>(Category::kFilter, "S213MorphingVCF"),
     Made<S216MovingFixedFilterBank>(Category::kFilter, "S216MovingFixedFilterBank"),
-    ToCome(Category::kFilter, "S218 Spectral Filter", "S218SpectralFilter"),
+    Made<S218SpectralFilter>(Category::kFilter, "S218SpectralFilter"),
     Made<S223DualTapCombFilter>(Category::kFilter, "S223DualTapCombFilter"),
     Made<S224AllPassDiffusion>(Category::kFilter, "S224AllPassDiffusion"),
     Made<S225AllPassPhaseShifter>(Category::kFilter, "S225AllPassPhaseShifter"),

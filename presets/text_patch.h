@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "framework/bar_frames.h"
 #include "framework/cable.h"
 #include "presets/preset_document.h"
 
@@ -42,6 +43,8 @@ struct TextPatch {
     std::optional<float> clipLevel;  ///< linear
     /// The module's preset data after its control values.
     std::optional<std::vector<std::byte>> data;
+    /// The same data as frames of bars; of modules that have them, and then without `data`.
+    std::optional<std::vector<BarFrame>> bars;
     /// Host parameter of each control that has one, by role; none: assigned in order.
     std::optional<std::vector<std::pair<std::string, int>>> parameters;
   };

@@ -55,9 +55,32 @@ void ParsePlace(const JsonPlace& place, ModuleEntry& entry) {
   entry.place = {GridNumber(*row, kReferencePanelHeight), GridNumber(*column, kReferenceUnitWidth)};
 }
 
+std::vector<float> ParseBars(const JsonPlace& frame, const std::string& key) {
+  std::vector<float> values;
+  const auto list = frame.Find(key);
+  if (!list) return values;
+  for (const JsonPlace& place : list->Elements()) {
+    const auto value = static_cast<float>(place.Number());
+    if (!(value >= 0.0f && value <= 1.0f)) {
+      place.Fail(place.Shown() + " is out of range", "give a number from 0 to 1");
+    }
+    values.push_back(value);
+  }
+  return values;
+}
+
+std::vector<BarFrame> ParseBarFrames(const JsonPlace& place) {
+  std::vector<BarFrame> frames;
+  for (const JsonPlace& frame : place.Elements()) {
+    frame.RequireObject({"gain", "phase"});
+    frames.push_back({ParseBars(frame, "gain"), ParseBars(frame, "phase")});
+  }
+  return frames;
+}
+
 ModuleEntry ParseModule(const JsonPlace& place) {
   place.RequireObject({"id", "name", "vendor", "row", "column", "controls", "mono", "always_on",
-                       "oversampled", "bandlimit", "clip_level", "data", "parameters"});
+                       "oversampled", "bandlimit", "clip_level", "data", "bars", "parameters"});
   ModuleEntry entry;
   const JsonPlace id = place.Require("id");
   entry.id = id.Text();
@@ -86,6 +109,10 @@ ModuleEntry ParseModule(const JsonPlace& place) {
   if (const auto data = place.Find("data")) {
     entry.data = DecodeBase64(data->Text());
     if (!entry.data) data->Fail("is not valid base64", "copy it completely, without blanks");
+  }
+  if (const auto bars = place.Find("bars")) {
+    if (entry.data) bars->Fail("data and bars are the same thing", "give one of them");
+    entry.bars = ParseBarFrames(*bars);
   }
   if (const auto parameters = place.Find("parameters")) {
     entry.parameters.emplace();

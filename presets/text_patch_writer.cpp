@@ -67,7 +67,7 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
                  static_cast<double>(record.x) / kReferenceUnitWidth};
   for (const auto& [control, savedIndex, isLamp] : SettableControls(usual)) {
     const float value = SavedValue(record, savedIndex);
-    const bool isDark = std::bit_cast<std::uint32_t>(value) == 0;
+    const bool isDark = std::bit_cast<std::uint32_t>(value) == 0 && control->getValue() == 0.0f;
     if (!std::isfinite(value) || (isLamp && isDark)) continue;
     entry.controls.emplace_back(control->role, Shortest(value));
   }
@@ -80,6 +80,11 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
   if (record.data.size() > controlBytes) {
     entry.data.emplace(record.data.begin() + static_cast<std::ptrdiff_t>(controlBytes),
                        record.data.end());
+  }
+  const auto* barsOwner = dynamic_cast<const BarFramesOwner*>(&usual);
+  if (barsOwner && entry.data) {
+    entry.bars = barsOwner->FramesOf(*entry.data);
+    if (entry.bars) entry.data.reset();
   }
   return entry;
 }
@@ -153,6 +158,16 @@ void FormatAnyText(Json& json, const std::string& key, const std::string& text) 
   }
 }
 
+Json FormatBarFrame(const BarFrame& frame) {
+  Json json = Json::object();
+  const auto add = [&](const char* key, const std::vector<float>& values) {
+    for (const float value : values) json[key].push_back(Shortest(value));
+  };
+  add("gain", frame.gain);
+  add("phase", frame.phase);
+  return json;
+}
+
 Json FormatModule(const TextPatch::ModuleEntry& entry) {
   Json json{{"id", entry.id}, {"name", entry.name}};
   if (entry.vendor != kBuiltInVendor) json["vendor"] = entry.vendor;
@@ -167,6 +182,10 @@ Json FormatModule(const TextPatch::ModuleEntry& entry) {
   if (entry.bandlimit) json["bandlimit"] = *entry.bandlimit;
   if (entry.clipLevel) json["clip_level"] = Shortest(*entry.clipLevel);
   if (entry.data) json["data"] = EncodeBase64(*entry.data);
+  if (entry.bars) {
+    json["bars"] = Json::array();
+    for (const BarFrame& frame : *entry.bars) json["bars"].push_back(FormatBarFrame(frame));
+  }
   if (entry.parameters) {
     json["parameters"] = Json::object();
     for (const auto& [role, index] : *entry.parameters) json["parameters"][role] = index;

@@ -122,6 +122,34 @@ TEST(TextPatch, ARackComesBackFromItsTextAsItWas) {
   EXPECT_EQ(second.Rack().rows, 3);
 }
 
+TEST(TextPatch, BarsAreFramesOfNumbers) {
+  std::string gains;
+  for (int bar = 0; bar < 64; ++bar) gains += (bar ? ", 0.1" : "0.7");
+  Bench bench;
+  bench.Load(R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+             "controls": {"Frame": 1}, "bars": [{}, {"gain": [)" +
+             gains + R"(]}, {}]}]})");
+  const auto& owner = dynamic_cast<const BarFramesOwner&>(bench.At(0));
+  const TextPatch patch = DescribeRack(bench.Rack());
+  ASSERT_TRUE(patch.modules[0].bars.has_value());
+  EXPECT_FALSE(patch.modules[0].data.has_value());
+  ASSERT_EQ(patch.modules[0].bars->size(), 3u);
+  EXPECT_EQ((*patch.modules[0].bars)[0], BarFrame{});
+  const BarFrame& drawn = (*patch.modules[0].bars)[1];
+  EXPECT_EQ(drawn.gain[0], 0.7f);
+  EXPECT_EQ(drawn.gain[63], 0.1f);
+  EXPECT_TRUE(drawn.phase.empty());
+  const std::string text = FormatTextPatch(patch);
+  bench.Load(text);
+  EXPECT_EQ(FormatTextPatch(DescribeRack(bench.Rack())), text);
+
+  // What frames cannot say is kept as bytes.
+  std::vector<std::byte> data = owner.DataOf(std::vector<BarFrame>(1));
+  const float beyond = 7.0f;
+  std::memcpy(data.data() + 4, &beyond, sizeof beyond);
+  EXPECT_FALSE(owner.FramesOf(data).has_value());
+}
+
 TEST(TextPatch, ModulesWithoutAPlaceFillRowsAndTheRackGrows) {
   std::string text = R"({"halveron": 1, "rows": 1, "modules": [)"
                      R"({"id": "m", "name": "S404 VCA", "row": 0, "column": 12})";
@@ -199,6 +227,19 @@ constexpr BadPatch kBadPatches[] = {
      "modules[0].data: 3 bytes", "takes 8"},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer", "data": "AAAA"}]})",
      "modules[0].data: 3 bytes", "takes 0"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer", "bars": [{}]}]})",
+     "modules[0].bars: \"S101 Mixer\" has no bars", "remove the key"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter", "bars": []}]})",
+     "modules[0].bars: 0 frames", "1 to 100"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+        "bars": [{}, {"gain": [0.5, 1.5]}]}]})",
+     "modules[0].bars[1].gain[1]: 1.5 is out of range", "0 to 1"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+        "bars": [{"phase": [0.5]}]}]})",
+     "modules[0].bars[0].phase: 1 values", "give 64"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+        "data": "AAAA", "bars": [{}]}]})",
+     "modules[0].bars: data and bars", "one of them"},
 };
 
 // Cables among: vco, midi (SD02), host (SA03), bridge (S121), out.
