@@ -24,6 +24,7 @@ class ModuleBlockBench {
     module_ = engine_.Editor()->AddModule(name, kBuiltInVendor);
     Claim(module_ != nullptr, "the module can be made");
     module_->alwaysOn = true;
+    engine_.Editor()->UpdateActiveState(module_, false);
     engine_.setSampleRate(48000.0f);
     engine_.setBlockSize(kFrames);
     engine_.resume();
