@@ -22,6 +22,7 @@ constexpr Column kColumns[] = {
     {"by hand", kHandNsPerSample, 2},   {"over hand", kRackOverHand, 2},
     {"at most", kMostOverHand, 2},      {"ns/voice, step", kNsPerVoiceAndStep, 2},
     {"x real time", kTimesRealTime, 1}, {"ms", kMilliseconds, 2},
+    {"us", kMicroseconds, 1},
 };
 constexpr int kColumnWidth = 15;
 

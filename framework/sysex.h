@@ -79,7 +79,7 @@ class SysExAssembler {
     if (payload.IsHead()) dump.clear();
     // A tail whose head never came, or that was given up, is no dump.
     if (dump.empty() && !payload.IsHead()) return nullptr;
-    dump.insert(dump.end(), payload.Bytes().begin(), payload.Bytes().end());
+    for (const std::uint8_t byte : payload.Bytes()) dump.push_back(byte);
     if (dump.size() > mostBytes_) {
       dump.clear();
     } else if (payload.ended) {

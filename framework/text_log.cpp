@@ -58,15 +58,19 @@ void TextLog::NoteDropped() {
   const std::size_t count = dropped - std::exchange(reported_, dropped);
   if (count == 0) return;
   lineOpen_ = false;
-  Append("(" + std::to_string(count) + (count == 1 ? " entry" : " entries") + " dropped)\n");
+  std::string line = "(";
+  line.append(std::to_string(count)).append(count == 1 ? " entry" : " entries");
+  Append(line.append(" dropped)\n"));
 }
 
 void TextLog::Append(std::string_view text) {
   while (!text.empty() && !full_) {
     const std::size_t end = text.find('\n');
-    AppendLine(text.substr(0, end));
-    lineOpen_ = end == std::string_view::npos;
-    text.remove_prefix(lineOpen_ ? text.size() : end + 1);
+    const bool isLast = end == std::string_view::npos;
+    const std::string_view line = text.substr(0, end);
+    AppendLine(line);
+    lineOpen_ = isLast && (lineOpen_ || line != "\r");
+    text.remove_prefix(isLast ? text.size() : end + 1);
     Forget();
   }
 }

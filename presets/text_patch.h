@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-#include "framework/bar_frames.h"
 #include "framework/cable.h"
+#include "framework/patch_key.h"
 #include "presets/preset_document.h"
 
 namespace halveron {
@@ -43,8 +43,8 @@ struct TextPatch {
     std::optional<float> clipLevel;  ///< linear
     /// The module's preset data after its control values.
     std::optional<std::vector<std::byte>> data;
-    /// The same data as frames of bars; of modules that have them, and then without `data`.
-    std::optional<std::vector<BarFrame>> bars;
+    /// One of kPatchKeys and its value, which the module takes after the data.
+    std::optional<std::pair<std::string, PatchValue>> ownKey;
     /// Host parameter of each control that has one, by role; none: assigned in order.
     std::optional<std::vector<std::pair<std::string, int>>> parameters;
   };

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <set>
 
@@ -130,36 +131,9 @@ class PatchCheck {
     modules_[entry.id] = &module;
     for (const auto& [role, value] : entry.controls) CheckControl(index, module, role, value);
     CheckOptions(index, module);
-    if (entry.bars) TakeBars(index, module);
     if (entry.data) CheckData(index, module);
+    if (entry.ownKey) TakeOwnKey(index, module);
     if (entry.parameters) CheckParameters(index, module);
-  }
-
-  /// Puts frames of bars in the place of the data that they stand for.
-  void TakeBars(std::size_t index, const Module& module) {
-    ModuleEntry& entry = patch_.modules[index];
-    const auto* owner = dynamic_cast<const BarFramesOwner*>(&module);
-    if (!owner) Fail(PlaceOf(index, "bars"), Quoted(entry.name) + " has no bars", "remove the key");
-    const auto most = static_cast<std::size_t>(owner->MostBarFrames());
-    if (entry.bars->empty() || entry.bars->size() > most) {
-      Fail(PlaceOf(index, "bars"), std::to_string(entry.bars->size()) + " frames",
-           "give 1 to " + std::to_string(most));
-    }
-    for (std::size_t i = 0; i < entry.bars->size(); ++i) {
-      CheckBars(PlaceOf(index, "bars[" + std::to_string(i) + "].gain"), (*entry.bars)[i].gain,
-                *owner);
-      CheckBars(PlaceOf(index, "bars[" + std::to_string(i) + "].phase"), (*entry.bars)[i].phase,
-                *owner);
-    }
-    entry.data = owner->DataOf(*entry.bars);
-  }
-
-  void CheckBars(const std::string& place, const std::vector<float>& values,
-                 const BarFramesOwner& owner) const {
-    const auto bars = static_cast<std::size_t>(owner.BarsOfFrame());
-    if (values.empty() || values.size() == bars) return;
-    Fail(place, std::to_string(values.size()) + " values",
-         "give " + std::to_string(bars) + ", or leave the key out for neutral bars");
   }
 
   /// Options that the module's menu does not offer; presets may hold them.
@@ -288,6 +262,27 @@ class PatchCheck {
                std::to_string(taken),
            taken > 0 ? "copy it completely" : "remove the key");
     }
+  }
+
+  /// Has the module take its own key, and goes on with the data that it makes of it.
+  void TakeOwnKey(std::size_t index, Module& module) {
+    ModuleEntry& entry = patch_.modules[index];
+    const auto& [key, value] = *entry.ownKey;
+    auto* const taker = dynamic_cast<PatchKeyTaker*>(&module);
+    if (!taker || key != taker->PatchKey()) {
+      Fail(PlaceOf(index, key), Quoted(entry.name) + " takes no " + Quoted(key),
+           taker ? "it takes " + Quoted(taker->PatchKey()) : "remove the key");
+    }
+    std::vector<std::byte> preset = PresetOf(module, entry);
+    module.LoadPreset(preset.data(), static_cast<int>(preset.size()), module.GetVersion());
+    try {
+      taker->TakePatchKey(value, std::filesystem::path(file_).parent_path().string());
+    } catch (const platform::UserError& error) {
+      Fail(PlaceOf(index, key), error.what());
+    }
+    preset.resize(static_cast<std::size_t>(module.GetPresetSize()));
+    module.SavePreset(preset.data(), static_cast<int>(preset.size()));
+    entry.data.emplace(preset.begin() + module.GetControlValuesSize(), preset.end());
   }
 
   struct Area {

@@ -55,32 +55,36 @@ void ParsePlace(const JsonPlace& place, ModuleEntry& entry) {
   entry.place = {GridNumber(*row, kReferencePanelHeight), GridNumber(*column, kReferenceUnitWidth)};
 }
 
-std::vector<float> ParseBars(const JsonPlace& frame, const std::string& key) {
-  std::vector<float> values;
-  const auto list = frame.Find(key);
-  if (!list) return values;
-  for (const JsonPlace& place : list->Elements()) {
-    const auto value = static_cast<float>(place.Number());
-    if (!(value >= 0.0f && value <= 1.0f)) {
-      place.Fail(place.Shown() + " is out of range", "give a number from 0 to 1");
-    }
-    values.push_back(value);
+PatchValue ParseValue(const JsonPlace& place) {
+  if (place.IsList()) {
+    PatchValue::List list;
+    for (const JsonPlace& element : place.Elements()) list.push_back(ParseValue(element));
+    return {list};
   }
-  return values;
+  if (place.IsObject()) {
+    PatchValue::Members members;
+    for (const auto& [key, member] : place.Members()) members.emplace_back(key, ParseValue(member));
+    return {members};
+  }
+  if (place.IsNumber()) return {place.Number()};
+  return {place.Text()};
 }
 
-std::vector<BarFrame> ParseBarFrames(const JsonPlace& place) {
-  std::vector<BarFrame> frames;
-  for (const JsonPlace& frame : place.Elements()) {
-    frame.RequireObject({"gain", "phase"});
-    frames.push_back({ParseBars(frame, "gain"), ParseBars(frame, "phase")});
+void ParseOwnKey(const JsonPlace& place, ModuleEntry& entry) {
+  for (const char* key : kPatchKeys) {
+    const auto value = place.Find(key);
+    if (!value) continue;
+    if (entry.ownKey) place.Fail(Quoted(entry.ownKey->first) + " and " + Quoted(key) + " together");
+    entry.ownKey.emplace(key, ParseValue(*value));
   }
-  return frames;
 }
 
 ModuleEntry ParseModule(const JsonPlace& place) {
-  place.RequireObject({"id", "name", "vendor", "row", "column", "controls", "mono", "always_on",
-                       "oversampled", "bandlimit", "clip_level", "data", "bars", "parameters"});
+  std::vector<std::string> keys{"id",         "name", "vendor",    "row",         "column",
+                                "controls",   "mono", "always_on", "oversampled", "bandlimit",
+                                "clip_level", "data", "parameters"};
+  keys.insert(keys.end(), kPatchKeys.begin(), kPatchKeys.end());
+  place.RequireObject(keys);
   ModuleEntry entry;
   const JsonPlace id = place.Require("id");
   entry.id = id.Text();
@@ -110,10 +114,7 @@ ModuleEntry ParseModule(const JsonPlace& place) {
     entry.data = DecodeBase64(data->Text());
     if (!entry.data) data->Fail("is not valid base64", "copy it completely, without blanks");
   }
-  if (const auto bars = place.Find("bars")) {
-    if (entry.data) bars->Fail("data and bars are the same thing", "give one of them");
-    entry.bars = ParseBarFrames(*bars);
-  }
+  ParseOwnKey(place, entry);
   if (const auto parameters = place.Find("parameters")) {
     entry.parameters.emplace();
     for (const auto& [role, index] : parameters->Members()) {

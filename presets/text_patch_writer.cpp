@@ -81,10 +81,10 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
     entry.data.emplace(record.data.begin() + static_cast<std::ptrdiff_t>(controlBytes),
                        record.data.end());
   }
-  const auto* barsOwner = dynamic_cast<const BarFramesOwner*>(&usual);
-  if (barsOwner && entry.data) {
-    entry.bars = barsOwner->FramesOf(*entry.data);
-    if (entry.bars) entry.data.reset();
+  const auto* taker = dynamic_cast<const PatchKeyTaker*>(&usual);
+  if (auto value = taker && entry.data ? taker->PatchValueOf(*entry.data) : std::nullopt) {
+    entry.ownKey.emplace(taker->PatchKey(), std::move(*value));
+    entry.data.reset();
   }
   return entry;
 }
@@ -158,13 +158,19 @@ void FormatAnyText(Json& json, const std::string& key, const std::string& text) 
   }
 }
 
-Json FormatBarFrame(const BarFrame& frame) {
+Json FormatValue(const PatchValue& value) {
+  if (const std::string* text = value.Text()) return *text;
+  if (const double* number = value.Number()) {
+    const auto rounded = static_cast<float>(*number);
+    return rounded == *number ? Shortest(rounded) : *number;
+  }
+  if (const PatchValue::List* items = value.Items()) {
+    Json json = Json::array();
+    for (const PatchValue& item : *items) json.push_back(FormatValue(item));
+    return json;
+  }
   Json json = Json::object();
-  const auto add = [&](const char* key, const std::vector<float>& values) {
-    for (const float value : values) json[key].push_back(Shortest(value));
-  };
-  add("gain", frame.gain);
-  add("phase", frame.phase);
+  for (const auto& [key, member] : *value.Object()) json[key] = FormatValue(member);
   return json;
 }
 
@@ -182,10 +188,7 @@ Json FormatModule(const TextPatch::ModuleEntry& entry) {
   if (entry.bandlimit) json["bandlimit"] = *entry.bandlimit;
   if (entry.clipLevel) json["clip_level"] = Shortest(*entry.clipLevel);
   if (entry.data) json["data"] = EncodeBase64(*entry.data);
-  if (entry.bars) {
-    json["bars"] = Json::array();
-    for (const BarFrame& frame : *entry.bars) json["bars"].push_back(FormatBarFrame(frame));
-  }
+  if (entry.ownKey) json[entry.ownKey->first] = FormatValue(entry.ownKey->second);
   if (entry.parameters) {
     json["parameters"] = Json::object();
     for (const auto& [role, index] : *entry.parameters) json["parameters"][role] = index;

@@ -51,10 +51,10 @@ S713SRClockDivMult::S713SRClockDivMult(CFrame* frame, const HostTable& table, in
 void S713SRClockDivMult::ProcessSample() {
   for (Knob& swing : swings_) swing->SmoothValue();
   rotate_->SmoothValue();
-  const bool resets = kernel_.Step(clock_->in, reset_->in);
+  kernel_.Step(clock_->in, reset_->in);
   const int rotation = Rotation();
   for (int channel = 0; channel < kChannels; ++channel) {
-    const bool high = !resets && kernel_.IsHigh(channel, swings_[channel]->smoothed_value);
+    const bool high = kernel_.IsHigh(channel, swings_[channel]->smoothed_value);
     const int output = (rotation + channel) % kChannels;
     outs_[output]->out = high ? 1.0f : 0.0f;
     lamps_[channel].Set(high ? 1.0f : 0.0f);

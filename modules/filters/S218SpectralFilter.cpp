@@ -412,44 +412,29 @@ void S218SpectralFilter::LoadPreset(const void* buffer, int size, int) {
   isLoading_ = false;
   Frames fresh = frames_.Clone();
   fresh.Load(reader);
+  SetFrames(std::move(fresh));
+}
+
+void S218SpectralFilter::SetFrames(Frames frames) {
   const ProcessingSection section(*this);
-  std::swap(frames_, fresh);
+  std::swap(frames_, frames);
   GoToFrame(dsp::TruncateWithin(frame_->getValue(), 0, frames_.Last()));
 }
 
-std::vector<std::byte> S218SpectralFilter::DataOf(std::span<const BarFrame> given) const {
-  Frames frames;
-  for (std::size_t i = 0; i < given.size(); ++i) {
-    std::unique_ptr<Frames::Frame> none;
-    if (i > 0) frames.Insert(static_cast<int>(i) - 1, none);
-    Frames::Frame bars;
-    std::copy_n(given[i].gain.begin(), std::min<std::size_t>(given[i].gain.size(), kBars),
-                bars.gain.begin());
-    std::copy_n(given[i].phase.begin(), std::min<std::size_t>(given[i].phase.size(), kBars),
-                bars.phase.begin());
-    auto spare = Frames::Make();
-    frames.Set(static_cast<int>(i), bars, spare);
-  }
-  std::vector<std::byte> data(static_cast<std::size_t>(frames.Bytes()));
-  ByteWriter writer(data.data(), data.size());
-  frames.Save(writer);
-  return data;
+void S218SpectralFilter::TakePatchKey(const PatchValue& value, const std::string&) {
+  SetFrames(Frames::FromPatch(value));
 }
 
-std::optional<std::vector<BarFrame>> S218SpectralFilter::FramesOf(
-    std::span<const std::byte> data) const {
+std::optional<PatchValue> S218SpectralFilter::PatchValueOf(std::span<const std::byte> data) const {
   Frames frames;
   ByteReader reader(data.data(), data.size());
   frames.Load(reader);
-  std::vector<BarFrame> result(static_cast<std::size_t>(frames.Count()));
-  const Frames::Frame neutral;
-  for (std::size_t i = 0; i < result.size(); ++i) {
-    const Frames::Frame bars = frames.Copy(static_cast<int>(i));
-    if (bars.gain != neutral.gain) result[i].gain.assign(bars.gain.begin(), bars.gain.end());
-    if (bars.phase != neutral.phase) result[i].phase.assign(bars.phase.begin(), bars.phase.end());
-  }
-  if (DataOf(result) != std::vector<std::byte>(data.begin(), data.end())) return std::nullopt;
-  return result;
+  std::vector<std::byte> whole(static_cast<std::size_t>(frames.Bytes()));
+  ByteWriter writer(whole.data(), whole.size());
+  frames.Save(writer);
+  // Values out of range are only in the data.
+  if (!std::equal(whole.begin(), whole.end(), data.begin(), data.end())) return std::nullopt;
+  return frames.ToPatch();
 }
 
 void S218SpectralFilter::PaintAxis(CDrawContext& context, const CRect& area) const {

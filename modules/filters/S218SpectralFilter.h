@@ -5,9 +5,9 @@
 #include <array>
 
 #include "dsp/edge.h"
-#include "framework/bar_frames.h"
 #include "framework/bar_view.h"
 #include "framework/module.h"
+#include "framework/patch_key.h"
 #include "gui/slider.h"
 #include "modules/filters/S218SpectralFilterDesign.h"
 #include "modules/filters/S218SpectralFilterFrames.h"
@@ -18,7 +18,7 @@ namespace halveron {
 /// The bars of the present frame become the taps of a filter on the audio thread, at each step of
 /// the frames and, at intervals, when a setting or a voltage has changed; the sound fades from one
 /// design to the next.
-class S218SpectralFilter final : public BuiltInModule<S218SpectralFilter>, public BarFramesOwner {
+class S218SpectralFilter final : public BuiltInModule<S218SpectralFilter>, public PatchKeyTaker {
  public:
   static constexpr char kName[] = "S218 Spectral Filter";
   static constexpr char kPanel[] = "S218SpectralFilter.png";
@@ -42,13 +42,14 @@ class S218SpectralFilter final : public BuiltInModule<S218SpectralFilter>, publi
   void SavePreset(void* buffer, int size) override;
   void LoadPreset(const void* buffer, int size, int version) override;
 
-  int BarsOfFrame() const override { return kBars; }
-  int MostBarFrames() const override { return S218SpectralFilterFrames::kMost; }
-  std::vector<std::byte> DataOf(std::span<const BarFrame> frames) const override;
-  std::optional<std::vector<BarFrame>> FramesOf(std::span<const std::byte> data) const override;
+  const char* PatchKey() const override { return "bars"; }
+  void TakePatchKey(const PatchValue& value, const std::string& folder) override;
+  std::optional<PatchValue> PatchValueOf(std::span<const std::byte> data) const override;
 
+  /// Replaces all frames and shows the one of the digits, or the nearest.
+  void SetFrames(S218SpectralFilterFrames frames);
+  const S218SpectralFilterFrames& GetFrames() const { return frames_; }
   BarView<float>& Bars() { return *bars_; }
-  int LastFrame() const { return frames_.Last(); }
   float FramePosition() const { return framePosition_; }
   int DesignCount() const { return designCount_; }
 

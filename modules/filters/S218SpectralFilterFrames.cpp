@@ -1,11 +1,43 @@
 #include "modules/filters/S218SpectralFilterFrames.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "dsp/shaping.h"
+#include "platform/user_error.h"
 
 namespace halveron {
+
+namespace {
+
+using platform::UserError;
+using Bars = std::array<float, S218SpectralFilterFrames::kBars>;
+
+PatchValue ListOf(const Bars& bars) {
+  PatchValue::List list;
+  for (const float bar : bars) list.push_back({static_cast<double>(bar)});
+  return {list};
+}
+
+void TakeList(const PatchValue& value, const std::string& place, Bars& bars) {
+  const PatchValue::List* list = value.Items();
+  if (!list || list->size() != bars.size()) {
+    throw UserError("", place, list ? std::to_string(list->size()) + " values" : "no list",
+                    "give a list of " + std::to_string(bars.size()) +
+                        " numbers, or leave the key out for neutral bars");
+  }
+  for (std::size_t i = 0; i < bars.size(); ++i) {
+    const double* number = (*list)[i].Number();
+    if (!number || !(*number >= 0.0 && *number <= 1.0)) {
+      throw UserError("", place + "[" + std::to_string(i) + "]", "out of range",
+                      "give a number from 0 to 1");
+    }
+    bars[i] = static_cast<float>(*number);
+  }
+}
+
+}  // namespace
 
 S218SpectralFilterFrames S218SpectralFilterFrames::Clone() const {
   S218SpectralFilterFrames clone;
@@ -71,6 +103,44 @@ void S218SpectralFilterFrames::Load(ByteReader& reader) {
     auto spare = Make();
     Set(i, bars, spare);
   }
+}
+
+PatchValue S218SpectralFilterFrames::ToPatch() const {
+  PatchValue::List frames;
+  const Frame neutral;
+  for (int i = 0; i < count_; ++i) {
+    const Frame bars = Copy(i);
+    PatchValue::Members members;
+    if (bars.gain != neutral.gain) members.emplace_back("gain", ListOf(bars.gain));
+    if (bars.phase != neutral.phase) members.emplace_back("phase", ListOf(bars.phase));
+    frames.push_back({members});
+  }
+  return {frames};
+}
+
+S218SpectralFilterFrames S218SpectralFilterFrames::FromPatch(const PatchValue& value) {
+  const PatchValue::List* list = value.Items();
+  if (!list || list->empty() || list->size() > kMost) {
+    throw UserError("", "", list ? std::to_string(list->size()) + " frames" : "no list",
+                    "give a list of 1 to " + std::to_string(kMost) + " frames");
+  }
+  S218SpectralFilterFrames frames;
+  frames.count_ = static_cast<int>(list->size());
+  for (std::size_t i = 0; i < list->size(); ++i) {
+    const std::string place = "[" + std::to_string(i) + "]";
+    const PatchValue::Members* members = (*list)[i].Object();
+    if (!members) throw UserError("", place, "no object", "give one with \"gain\" and \"phase\"");
+    Frame bars;
+    for (const auto& [key, member] : *members) {
+      if (key != "gain" && key != "phase") {
+        throw UserError("", place, "unknown key \"" + key + "\"", "use \"gain\" and \"phase\"");
+      }
+      TakeList(member, place + "." + key, key == "gain" ? bars.gain : bars.phase);
+    }
+    auto spare = Make();
+    frames.Set(static_cast<int>(i), bars, spare);
+  }
+  return frames;
 }
 
 bool S218SpectralFilterFrames::operator==(const S218SpectralFilterFrames& other) const {

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "framework/byte_io.h"
+#include "framework/patch_key.h"
 
 namespace halveron {
 
@@ -67,6 +68,12 @@ class S218SpectralFilterFrames {
   void Load(ByteReader& reader);
 
   bool operator==(const S218SpectralFilterFrames& other) const;
+
+  /// As a list of frames, each with lists of numbers "gain" and "phase" where those are not
+  /// neutral.
+  PatchValue ToPatch() const;
+  /// The frames of such a list. Throws platform::UserError.
+  static S218SpectralFilterFrames FromPatch(const PatchValue& value);
 
  private:
   static constexpr int kFrameBytes = 2 * kBars * static_cast<int>(sizeof(float));

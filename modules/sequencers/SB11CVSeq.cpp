@@ -102,7 +102,9 @@ float SB11CVSeq::VoltageOf(int step) const {
   if (!quantises_) {
     return static_cast<float>(rangeVoltage_ * knob.smoothed_value + offsetVoltage_);
   }
-  const int semitones = static_cast<int>(dsp::LimitUnit(knob.value) * rangeSemitones_);
+  // In single precision a knob at n / 12 of an octave gives n semitones, and never one less.
+  const float position = dsp::LimitUnit(knob.value);
+  const int semitones = static_cast<int>(position * static_cast<float>(rangeSemitones_));
   return static_cast<float>(semitones * kPitchPerSemitone + offsetVoltage_);
 }
 
@@ -191,7 +193,8 @@ void SB11CVSeq::LoadPreset(const void* buffer, int size, int version) {
   gateIncrement_ = 1.0;
   std::int32_t period = 0;
   if (version < kFirstVersionWithPeriod || !reader.Read(period)) return;
-  clockPeriod_ = std::clamp(period, 1, dsp::kIdleCounter);
+  // The first clock measures from here: its gate is as long as those before.
+  clockPeriod_ = samplesSinceClock_ = std::clamp(period, 1, dsp::kIdleCounter);
   gateIncrement_ = 1.0 / clockPeriod_;
 }
 

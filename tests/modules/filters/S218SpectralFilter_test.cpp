@@ -243,16 +243,24 @@ TEST(S218Kernel, LatticesFollowTheirSections) {
 
 class S218 : public ::testing::Test {
  protected:
-  static BarFrame Flat(float gain) {
-    return {std::vector<float>(kBars, gain), std::vector<float>(kBars, 0.0f)};
+  using Frame = S218SpectralFilterFrames::Frame;
+
+  static Frame Flat(float gain) {
+    Frame frame;
+    frame.gain.fill(gain);
+    return frame;
   }
-  void SetFrames(const std::vector<BarFrame>& frames) {
-    std::vector<std::byte> preset(static_cast<std::size_t>(filter.GetControlValuesSize()));
-    filter.SaveControlValues(reinterpret_cast<float*>(preset.data()));
-    const auto data = filter.DataOf(frames);
-    preset.insert(preset.end(), data.begin(), data.end());
-    filter.LoadPreset(preset.data(), static_cast<int>(preset.size()), filter.GetVersion());
+  void SetFrames(const std::vector<Frame>& given) {
+    S218SpectralFilterFrames frames;
+    for (std::size_t i = 0; i < given.size(); ++i) {
+      std::unique_ptr<Frame> none;
+      if (i > 0) frames.Insert(static_cast<int>(i) - 1, none);
+      auto spare = S218SpectralFilterFrames::Make();
+      frames.Set(static_cast<int>(i), given[i], spare);
+    }
+    filter.SetFrames(std::move(frames));
   }
+  int LastFrame() const { return filter.GetFrames().Last(); }
   static std::vector<float> Pulses(int count, std::initializer_list<int> at) {
     std::vector<float> samples(static_cast<std::size_t>(count), 0.0f);
     for (const int n : at) {
@@ -376,7 +384,7 @@ TEST_F(S218, ADesignFadesInWithoutAClick) {
 
 TEST_F(S218, CutAndResonanceShapeTheResponse) {
   // A step at 1.5 kHz or so: low bars above the middle, high ones below it.
-  BarFrame step = Flat(0.25f);
+  Frame step = Flat(0.25f);
   for (std::size_t bar = 0; bar < 38; ++bar) step.gain[bar] = 0.6f;
   SetFrames({step});
   const auto levelAt = [&](double hertz) {
@@ -472,11 +480,9 @@ TEST_F(S218, TheMouseDrawsBarsFreelyAndInLines) {
   CPoint reset = point(30, 0.3, gains);
   bars.onMouseDown(reset, kLButton | kControl);
   EXPECT_FLOAT_EQ(bars.ownGain[30], 0.5f);
-  const auto frames = filter.FramesOf(filter.DataOf({{BarFrame{bars.ownGain, bars.ownPhase}}}));
-  const auto saved = rack.SavedPreset(filter);
-  const auto kept = filter.FramesOf(
-      std::span(saved).subspan(static_cast<std::size_t>(filter.GetControlValuesSize())));
-  EXPECT_EQ(kept, frames);
+  const Frame kept = filter.GetFrames().Copy(0);
+  EXPECT_TRUE(std::equal(kept.gain.begin(), kept.gain.end(), bars.ownGain.begin()));
+  EXPECT_TRUE(std::equal(kept.phase.begin(), kept.phase.end(), bars.ownPhase.begin()));
 }
 
 TEST_F(S218, FramesAreInsertedDeletedAndKept) {
@@ -486,7 +492,7 @@ TEST_F(S218, FramesAreInsertedDeletedAndKept) {
     rack.MoveControl(filter, role, 0.0f);
   };
   press("Insert");
-  EXPECT_EQ(filter.LastFrame(), 2);
+  EXPECT_EQ(LastFrame(), 2);
   EXPECT_EQ(Digit(), 1.0f);
   EXPECT_FLOAT_EQ(filter.Bars().ownGain[3], 0.1f);
   press("Frame up");
@@ -500,9 +506,9 @@ TEST_F(S218, FramesAreInsertedDeletedAndKept) {
   EXPECT_FLOAT_EQ(filter.Bars().ownGain[3], 0.1f);
   press("Delete");
   press("Delete");
-  EXPECT_EQ(filter.LastFrame(), 0);
+  EXPECT_EQ(LastFrame(), 0);
   for (int i = 0; i < 120; ++i) press("Insert");
-  EXPECT_EQ(filter.LastFrame(), 99);
+  EXPECT_EQ(LastFrame(), 99);
   press("Taps down");
   EXPECT_EQ(rack.Control(filter, "Taps").getValue(), 15.0f);
 }
@@ -516,7 +522,7 @@ TEST_F(S218, APresetThatEndsEarlyLeavesTheRest) {
     const std::vector<std::byte> part(whole.begin(),
                                       whole.begin() + static_cast<std::ptrdiff_t>(size));
     filter.LoadPreset(part.data(), static_cast<int>(size), filter.GetVersion());
-    ASSERT_EQ(filter.LastFrame(), 1);
+    ASSERT_EQ(LastFrame(), 1);
     const std::size_t values = size > controls + 4 ? (size - controls - 4) / 4 : 0;
     ASSERT_FLOAT_EQ(filter.Bars().ownGain[7], values > 7 ? 0.1f : 0.3f) << size;
   }
