@@ -222,7 +222,7 @@ bool SD30MIDIRecorder::onDrop(std::span<const std::string> files, const CPoint& 
 void SD30MIDIRecorder::AskForImport() {
   FileQuestion question;
   question.title = "Import a MIDI file";
-  question.kinds = {{"MIDI file", "mid", ""}, {"MIDI file", "midi", ""}};
+  question.kinds = {{"MIDI file (.mid)", "mid", ""}, {"MIDI file (.midi)", "midi", ""}};
   question.purpose = "MIDI";
   fileRequest_.Ask(question, [this](const std::string& path) { Import(path); });
 }
