@@ -86,6 +86,8 @@
 #include "modules/modulators/S518MouseTheremin.h"
 #include "modules/modulators/S525VCEnvelopeGeneratorLFO.h"
 #include "modules/other/SE01SampleDelay.h"
+#include "modules/other/SE15SignalAnalyzer.h"
+#include "modules/other/SE16WideSignalAnalyzer.h"
 #include "modules/other/SE20GlobalMorph.h"
 #include "modules/sequencers/SB11CVSeq.h"
 #include "modules/sequencers/SB12RachetTrigSeq.h"
@@ -238,8 +240,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
     ToCome(Category::kOther, "SE06 Hardware Tuner", "SE06HardwareTuner"),
     ToCome(Category::kOther, "SE10 Dual Volt Meter", "SE10DualVoltMeter"),
-    ToCome(Category::kOther, "SE15 Signal Analyzer", "SE15SignalAnalyzer"),
-    ToCome(Category::kOther, "SE16 Wide Signal Analyzer", "SE16WideSignalAnalyzer"),
+    Made<SE15SignalAnalyzer>(Category::kOther, "SE15SignalAnalyzer"),
+    Made<SE16WideSignalAnalyzer>(Category::kOther, "SE16WideSignalAnalyzer"),
     Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),
 };
 

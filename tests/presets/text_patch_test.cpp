@@ -138,7 +138,7 @@ TEST(TextPatch, BarsAreFramesOfNumbers) {
   ASSERT_EQ(frames.size(), 3u);
   EXPECT_TRUE(frames[0].Object()->empty());
   ASSERT_EQ(frames[1].Object()->size(), 1u);
-  EXPECT_EQ(frames[1].Object()->front().second.Items()->size(), 64u);
+  EXPECT_EQ(frames[1].Object()->front().value.Items()->size(), 64u);
   bench.Load(text);
   EXPECT_EQ(FormatTextPatch(DescribeRack(bench.Rack())), text);
 
