@@ -111,8 +111,8 @@ PatchValue S218SpectralFilterFrames::ToPatch() const {
   for (int i = 0; i < count_; ++i) {
     const Frame bars = Copy(i);
     PatchValue::Members members;
-    if (bars.gain != neutral.gain) members.emplace_back("gain", ListOf(bars.gain));
-    if (bars.phase != neutral.phase) members.emplace_back("phase", ListOf(bars.phase));
+    if (bars.gain != neutral.gain) members.push_back({"gain", ListOf(bars.gain)});
+    if (bars.phase != neutral.phase) members.push_back({"phase", ListOf(bars.phase)});
     frames.push_back({members});
   }
   return {frames};

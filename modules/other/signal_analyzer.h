@@ -88,7 +88,7 @@ class SignalAnalyzer : public BuiltInModule<Derived> {
 
     column = 0;
     static constexpr std::array<const char*, 4> kSources{"In 1", "In 2", "In 3", "In 4"};
-    source_ = this->AddOptionMenu("Trigger source", next(kLower), kJacks, 36, 15,
+    source_ = this->AddOptionMenu("Trigger source", next(kLower), kJacks + 3, 36, 15,
                                   std::span(kSources).first(kInputs), 0);
     source_->caption = "Trigger";
     freeze_ = this->AddOnOffButton("Freeze", next(kLower), kJacks, SharedBitmap::kRedButton, 0.0f);
