@@ -17,7 +17,7 @@ namespace halveron {
 
 /// The bars of the present frame become the taps of a filter on the audio thread, at each step of
 /// the frames and, at intervals, when a setting or a voltage has changed; the sound fades from one
-/// design to the next.
+/// design to the next. In the lattice modes the second resonance's voltage also bends the warp.
 class S218SpectralFilter final : public BuiltInModule<S218SpectralFilter>, public PatchKeyTaker {
  public:
   static constexpr char kName[] = "S218 Spectral Filter";
