@@ -93,6 +93,7 @@
 #include "modules/sources/S303Noise.h"
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
+#include "modules/sources/S312PhaseLockedLoop.h"
 #include "modules/sources/S321FMPMVCO.h"
 #include "modules/switches/S806VCSeqSw.h"
 #include "modules/switches/S8104x4SequenceRouter.h"
@@ -159,7 +160,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S303Noise>(Category::kOscillatorSource, "S303Noise"),
     Made<S304VCO>(Category::kOscillatorSource, "S304VCO"),
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
-    ToCome(Category::kOscillatorSource, "S312 Phase Locked Loop", "S312PhaseLockedLoop"),
+    Made<S312PhaseLockedLoop>(Category::kOscillatorSource, "S312PhaseLockedLoop"),
     ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
     ToCome(Category::kOscillatorSource, "S315 Mini Sampler VCO", "S315MiniSampler"),
     ToCome(Category::kOscillatorSource, "S318 Tracker Mod Player", "S318TrackerModPlayer"),
