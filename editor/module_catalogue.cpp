@@ -85,6 +85,8 @@
 #include "modules/modulators/S518MouseTheremin.h"
 #include "modules/modulators/S525VCEnvelopeGeneratorLFO.h"
 #include "modules/other/SE01SampleDelay.h"
+#include "modules/other/SE06HardwareTuner.h"
+#include "modules/other/SE10DualVoltMeter.h"
 #include "modules/other/SE20GlobalMorph.h"
 #include "modules/sequencers/SB11CVSeq.h"
 #include "modules/sequencers/SB12RachetTrigSeq.h"
@@ -235,8 +237,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SD31MIDITranceGate>(Category::kMidi, "SD31MIDITranceGate"),
     Made<SD33MIDIArpeggiator>(Category::kMidi, "SD33MIDIArpeggiator"),
     Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
-    ToCome(Category::kOther, "SE06 Hardware Tuner", "SE06HardwareTuner"),
-    ToCome(Category::kOther, "SE10 Dual Volt Meter", "SE10DualVoltMeter"),
+    Made<SE06HardwareTuner>(Category::kOther, "SE06HardwareTuner"),
+    Made<SE10DualVoltMeter>(Category::kOther, "SE10DualVoltMeter"),
     ToCome(Category::kOther, "SE15 Signal Analyzer", "SE15SignalAnalyzer"),
     ToCome(Category::kOther, "SE16 Wide Signal Analyzer", "SE16WideSignalAnalyzer"),
     Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),

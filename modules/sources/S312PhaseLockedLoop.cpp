@@ -27,6 +27,8 @@ S312PhaseLockedLoop::S312PhaseLockedLoop(CFrame* frame, const HostTable& table, 
   AddModuleKnob(loopFilter_, "Loop filter", kMiddle, 113, SharedBitmap::kSmallKnob, 0.5f);
   AddFactor(divider_, "Divider", "Divider up", "Divider down", 26, 163);
   AddFactor(multiplier_, "Multiplier", "Multiplier up", "Multiplier down", 82, 163);
+  divider_.digits->caption = "Divide";
+  multiplier_.digits->caption = "Multiply";
   AddModuleKnob(cvAmount_, "CV amount", kLeft, 113, SharedBitmap::kSmallKnob, 0.0f);
   comparator_->caption = "Compare";
   loopFilter_.View().caption = "Filter";
