@@ -96,6 +96,7 @@
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
 #include "modules/sources/S312PhaseLockedLoop.h"
+#include "modules/sources/S315MiniSampler.h"
 #include "modules/sources/S321FMPMVCO.h"
 #include "modules/switches/S806VCSeqSw.h"
 #include "modules/switches/S8104x4SequenceRouter.h"
@@ -164,7 +165,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
     Made<S312PhaseLockedLoop>(Category::kOscillatorSource, "S312PhaseLockedLoop"),
     ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
-    ToCome(Category::kOscillatorSource, "S315 Mini Sampler VCO", "S315MiniSampler"),
+    Made<S315MiniSampler>(Category::kOscillatorSource, "S315MiniSampler"),
     ToCome(Category::kOscillatorSource, "S318 Tracker Mod Player", "S318TrackerModPlayer"),
     Made<S321FMPMVCO>(Category::kOscillatorSource, "S321FMPMVCO"),
     Made<S400DVCA>(Category::kAmplifier, "S400DVCA"),

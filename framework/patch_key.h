@@ -9,10 +9,12 @@
 
 namespace halveron {
 
+struct PatchMember;
+
 /// The value of such a key.
 struct PatchValue {
   using List = std::vector<PatchValue>;
-  using Members = std::vector<std::pair<std::string, PatchValue>>;
+  using Members = std::vector<PatchMember>;
 
   std::variant<std::string, double, List, Members> value;
 
@@ -20,6 +22,11 @@ struct PatchValue {
   const double* Number() const { return std::get_if<double>(&value); }
   const List* Items() const { return std::get_if<List>(&value); }
   const Members* Object() const { return std::get_if<Members>(&value); }
+};
+
+struct PatchMember {
+  std::string key;
+  PatchValue value;
 };
 
 /// All such keys. Each stands beside "data" in a module's entry.

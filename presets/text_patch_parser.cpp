@@ -63,7 +63,9 @@ PatchValue ParseValue(const JsonPlace& place) {
   }
   if (place.IsObject()) {
     PatchValue::Members members;
-    for (const auto& [key, member] : place.Members()) members.emplace_back(key, ParseValue(member));
+    for (const auto& [key, member] : place.Members()) {
+      members.push_back({key, ParseValue(member)});
+    }
     return {members};
   }
   if (place.IsNumber()) return {place.Number()};

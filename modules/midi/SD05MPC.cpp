@@ -99,6 +99,12 @@ void SD05MPC::ValueChanged(CControl* control) {
   channelDigits_->setValue(static_cast<float>(position));
 }
 
+void SD05MPC::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  for (HeldLamp& lamp : lamps_) lamp.Darken();
+}
+
 void SD05MPC::CableConnected(PatchPoint*) { FindOutputsInUse(); }
 
 void SD05MPC::CableDisconnected(PatchPoint* point) {

@@ -31,6 +31,7 @@ class SD05MPC final : public BuiltInModule<SD05MPC> {
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
+  void LoadPreset(const void* buffer, int size, int version) override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
 

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "framework/midi_queue.h"
+#include "modules/midi/dump_merger.h"
 #include "modules/midi/passing_notes.h"
 
 namespace halveron {
@@ -28,8 +29,9 @@ struct SD06MIDIMergerKernel {
       if (word.IsNone()) continue;
       isLost = isLost || isFull;
       if (isFull) continue;
-      queue.TryPush(word);
-      notes_[static_cast<std::size_t>(inputs[i])].Pass(word);
+      const auto input = static_cast<std::size_t>(inputs[i]);
+      queue.TryPush(word.IsPacket() ? dumps_.Pass(input, word) : word);
+      notes_[input].Pass(word);
     }
     return !isLost;
   }
@@ -37,6 +39,7 @@ struct SD06MIDIMergerKernel {
   /// Ends the notes of an input, when nothing more can come from it.
   void Release(int input) {
     notes_[static_cast<std::size_t>(input)].ReleaseAll();
+    dumps_.Forget(static_cast<std::size_t>(input));
     releasing_ |= 1u << input;
   }
 
@@ -56,6 +59,7 @@ struct SD06MIDIMergerKernel {
   }
 
   std::array<PassingNotes, kInputs> notes_;
+  DumpMerger<kInputs> dumps_;
   std::uint32_t releasing_ = 0;  // the inputs whose notes are to be ended, one bit each
 };
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
 #include "modules/midi/SD06MIDIMergerKernel.h"
@@ -44,6 +45,36 @@ TEST(SD06MIDIMergerKernel, AFullQueueLosesWholeSamples) {
   EXPECT_GT(lost, 0);
   for (const Word word : taken) ASSERT_EQ(kernel.queue.Pop(), word);
   EXPECT_TRUE(kernel.queue.IsEmpty());
+}
+
+TEST(SD06MIDIMergerKernel, DumpsOfSeveralInputsStayWholeOnOneOutput) {
+  // Every source numbers its dumps from 1.
+  std::array<SysExCutter, 3> cutters;
+  std::array<std::vector<Word>, 3> packets;
+  std::vector<SysExAssembler::Dump> sent;
+  for (std::uint8_t round = 0; round < 20; ++round) {
+    for (std::uint8_t i = 0; i < 3; ++i) {
+      SysExAssembler::Dump dump{0xF0, i, round};
+      dump.resize(dump.size() + round % 5u * (i + 1u), i);
+      dump.push_back(0xF7);
+      cutters[i].Cut(dump, [&](Word packet) { packets[i].push_back(packet); });
+      sent.push_back(dump);
+    }
+  }
+  SD06MIDIMergerKernel kernel;
+  Listener listener;
+  for (std::size_t sample = 0; sample < 400; ++sample) {
+    std::array<Word, 3> words;
+    for (std::size_t i = 0; i < 3; ++i) {
+      if (sample % 3 == 0 && sample / 3 < packets[i].size()) words[i] = packets[i][sample / 3];
+    }
+    ASSERT_TRUE(kernel.Take(words, kInputs));
+    const Word word = kernel.queue.Pop();
+    if (!word.IsNone()) listener.Hear(word);
+  }
+  std::sort(sent.begin(), sent.end());
+  std::sort(listener.dumps.begin(), listener.dumps.end());
+  EXPECT_EQ(listener.dumps, sent);
 }
 
 TEST(SD06MIDIMergerKernel, NotesOfAllInputsEndAndDumpsStayWhole) {
