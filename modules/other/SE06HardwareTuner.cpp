@@ -23,14 +23,13 @@ constexpr double kStepsPerHertz = 10.0;
 SE06HardwareTuner::SE06HardwareTuner(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
   constexpr float kLeft = 24, kMiddle = 60, kRight = 96, kControls = 154;
-  AddModuleKnob(reference_, "Reference", kLeft, kControls, SharedBitmap::kGrayKnob, 0.5f);
-  calibrate_ = AddKickButton("Calibrate", kMiddle, kControls, SharedBitmap::kRedButton);
+  AddModuleKnob(reference_, "Reference", 18, kControls, SharedBitmap::kGrayKnob, 0.5f);
+  calibrate_ = AddKickButton("Calibrate", 56, kControls, SharedBitmap::kRedButton);
   correction_ =
-      AddVerticalSwitch("Correction", kRight, kControls, SharedBitmap::kVerticalSwitch, 1.0f);
+      AddVerticalSwitch("Correction", 100, kControls, SharedBitmap::kVerticalSwitch, 1.0f);
   correction_->caption = "Correct";
-  calibrate_->caption = "Calibr";
   reference_.View().caption = "Ref";
-  AddLamp(running_, "Calibration lamp", kMiddle, 184, SharedBitmap::kRedLamp);
+  AddLamp(running_, "Calibration lamp", 56, 178, SharedBitmap::kRedLamp);
   running_.View().caption = "";
   AddPatchPoint(audio_, "Audio", kLeft, 206);
   AddPatchPoint(pitch_, "Pitch", kRight, 206);
@@ -68,7 +67,7 @@ void SE06HardwareTuner::ValueChanged(CControl* control) {
     const double hertz = kLowestReference +
                          kReferences * std::clamp(static_cast<double>(reference_->value), 0.0, 1.0);
     referenceHertz_ = std::round(hertz * kStepsPerHertz) / kStepsPerHertz;
-    display_->invalid();
+    display_->setDirty();
   } else if (control == correction_) {
     corrects_ = correction_->getValue() >= 0.5f;
   } else if (control == calibrate_ && calibrate_->getValue() >= 0.5f && !isLoading_) {

@@ -17,6 +17,21 @@ constexpr double kTimes = 1000.0;   // the longest in shortest ones
 constexpr double kShownPerSecond = 30.0;
 constexpr double kVolts = 10.0;  // of a signal of 1.0
 
+/// Seconds of the knob.
+double TimeOf(float knob) {
+  return kShortest * std::pow(kTimes, std::clamp(static_cast<double>(knob), 0.0, 1.0));
+}
+
+std::string TimeText(double seconds) {
+  char text[24];
+  if (seconds < 0.9995) {
+    std::snprintf(text, sizeof text, "%.0f ms", seconds * 1000.0);
+  } else {
+    std::snprintf(text, sizeof text, "%.1f s", seconds);
+  }
+  return text;
+}
+
 std::string VoltText(double signal) {
   const double volts = signal * kVolts;
   char text[32];
@@ -66,14 +81,13 @@ void SE10DualVoltMeter::SetSampleRate(float rate) {
 }
 
 void SE10DualVoltMeter::FollowTime() {
-  const double share = std::clamp(static_cast<double>(time_->value), 0.0, 1.0);
-  const double seconds = kShortest * std::pow(kTimes, share);
-  for (auto& kernel : kernels_) kernel.SetTime(seconds * static_cast<double>(sampleRate));
+  const double samples = TimeOf(time_->value) * static_cast<double>(sampleRate);
+  for (auto& kernel : kernels_) kernel.SetTime(samples);
 }
 
 void SE10DualVoltMeter::ValueChanged(CControl* control) {
   for (int i = 0; i < kMeters; ++i) {
-    if (control == units_[i]) displays_[i]->invalid();
+    if (control == units_[i] || control == time_) displays_[i]->setDirty();
   }
   const ProcessingSection section(*this);
   if (control == time_) FollowTime();
@@ -104,7 +118,12 @@ void SE10DualVoltMeter::Draw(int meter, CDrawContext& context, const CRect& area
   CRect line(area.left + margin, area.top + unit, area.right - margin, area.top + 21 * unit);
   context.setFont(SharedPointer<CFontDesc>::Adopt(new CFontDesc(nullptr, 14 * unit, kBoldFace)));
   context.drawString(lines[0], line, kRightText);
+  const CCoord taken = context.getStringWidth(lines[0]);
   context.setFont(SharedPointer<CFontDesc>::Adopt(new CFontDesc(nullptr, 10 * unit)));
+  const std::string time = TimeText(TimeOf(time_->value));
+  if (taken + context.getStringWidth(time) + margin <= line.getWidth()) {
+    context.drawString(time, line, kLeftText);
+  }
   for (std::size_t i = 1; i < lines.size(); ++i) {
     line.top = line.bottom;
     line.bottom = line.top + 13 * unit;

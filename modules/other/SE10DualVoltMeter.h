@@ -11,8 +11,8 @@
 namespace halveron {
 
 /// Each display shows the present value, and the greatest, mean and least one of the last 10 ms to
-/// 10 s: in volts, where 1.0 is 10 V, or with the unit switch over as note and cents, where 0 is
-/// C4.
+/// 10 s, which stands beside it where there is room: in volts, where 1.0 is 10 V, or with the unit
+/// switch over as note and cents, where 0 is C4.
 class SE10DualVoltMeter final : public BuiltInModule<SE10DualVoltMeter> {
  public:
   static constexpr char kName[] = "SE10 Dual Volt Meter";

@@ -71,7 +71,6 @@ bool S312PhaseLockedLoop::Factor::Follow(const CControl* control, bool isLoading
   const int next = Number() + (control == up ? 1 : -1);
   const int wrapped = next < 1 ? Kernel::kMostFactor : next > Kernel::kMostFactor ? 1 : next;
   digits->setValue(static_cast<float>(wrapped));
-  digits->invalid();
   return true;
 }
 
