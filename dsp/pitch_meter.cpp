@@ -181,7 +181,8 @@ bool PitchMeter::RefinePiece() {
   const int window = RefineWindow();
   const int stride = std::max(static_cast<int>(period_ / kLagsPerPeriod), 1);
   const int centre = static_cast<int>(std::lround(period_ * periods_));
-  const int radius = std::clamp(static_cast<int>(period_ / 2.0) - 1, 1, kRadius);
+  // A dip is as narrow as the strongest partials have it.
+  const int radius = std::clamp(static_cast<int>(period_ / 6.0), period_ < 8.0 ? 1 : 2, kRadius);
   std::array<double, 2 * kRadius + 1> values{};
   int best = 0;
   const auto valueAt = [&](int l) -> double& {
