@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "editor/external_host.h"
+#include "editor/external_panel.h"
 #include "framework/display_view.h"
 #include "framework/midi_message.h"
 #include "framework/rack_model.h"
@@ -490,7 +491,16 @@ void ExternalModule::LoadPreset(const void* buffer, int size, int version) {
 }
 
 void ExternalModule::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
-  Module::drawBackgroundRect(context, updateRect);
+  ExternalModuleType::Panel& panel = *type_->panel;
+  if (!panel.isMade) {
+    panel.isMade = true;
+    panel.picture = MakePanelPicture(*this, *type_);
+  }
+  if (panel.picture) {
+    panel.picture->draw(*context, CRect::FromSize({}, getWidth(), getHeight()));
+  } else {
+    Module::drawBackgroundRect(context, updateRect);
+  }
 }
 
 }  // namespace halveron

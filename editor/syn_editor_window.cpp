@@ -1,4 +1,6 @@
 // The rack's side of its window.
+#include <utility>
+
 #include "editor/context_menus.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
@@ -17,8 +19,7 @@ RackWindow& SynEditor::OpenViews() {
   window_ = std::make_unique<RackWindow>(*this);
   FillWindowWithRows();
   UpdatePresetDisplay(false);
-  if (pendingDialog_) ShowDialog(*pendingDialog_);
-  pendingDialog_.reset();
+  if (pendingDialog_) std::exchange(pendingDialog_, {})();
   return *window_;
 }
 
@@ -146,17 +147,28 @@ CPoint SynEditor::RestingCorner(const Module& module) const {
 
 CFrame* SynEditor::Frame() { return window_ ? &window_->Frame() : nullptr; }
 
-void SynEditor::ShowDialog(const DialogText& dialog) {
+void SynEditor::ShowDialog(const DialogText& dialog) { ShowDialog(dialog, "", {}); }
+
+void SynEditor::ShowDialog(const DialogText& dialog, const std::string& choice,
+                           std::function<void()> whenChosen) {
   if (dialogs) dialogs(dialog);
-  if (!window_) {
-    pendingDialog_ = dialog;
-    return;
-  }
   DialogRequest request;
   request.width = dialog.width;
   request.title = dialog.title;
   request.text = dialog.text;
-  window_->ShowDialog(std::move(request));
+  if (!choice.empty()) {
+    request.buttons.push_back(choice);
+    request.escapeButton = 0;
+    request.callback = [whenChosen = std::move(whenChosen)](DialogWindow& shown, int button) {
+      shown.CloseDialog();
+      if (button == 1) whenChosen();
+    };
+  }
+  if (window_) {
+    window_->ShowDialog(std::move(request));
+  } else {
+    pendingDialog_ = [this, request] { window_->ShowDialog(request); };
+  }
 }
 
 }  // namespace halveron
