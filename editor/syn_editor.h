@@ -88,7 +88,7 @@ class SynEditor : public RackModel {
   /// True where the window has the size now or the host has agreed to give it.
   bool ResizeHostWindow(int width, int height);
 
-  /// Tells the preset screen what plays. `add` puts a preset that its library lacks into it.
+  /// Shows the current preset on the preset screen; `add` adds it to a library that lacks it.
   void UpdatePresetDisplay(bool add);
   /// Shows the name and the author as they are.
   void ShowAuthor();

@@ -68,8 +68,8 @@ bool DescribeParameter(const clap_plugin_t* plugin, std::uint32_t index, clap_pa
   return true;
 }
 
-// The host process may have set a locale with decimal commas, and hosts store these texts: hence
-// neither printf nor strtod.
+// Neither printf nor strtod: the host process may have set a locale with decimal commas, and hosts
+// store these texts.
 
 bool ValueToText(double value, char* text, std::uint32_t size) {
   constexpr int kDecimals = 3;

@@ -76,7 +76,7 @@ class Module : public ModuleWrapper {
   virtual bool GetMonoDefault() const { return true; }
   virtual bool IsAudioToDAW() const { return false; }
   virtual bool UsesPolyphony() const { return false; }
-  /// Product page of the vendor's own modules; null for any other vendor.
+  /// The module's page in the installed manual; null for a module of another vendor.
   virtual const char* GetInfoURL();
 
   // Sound.

@@ -37,7 +37,7 @@ class CVSTGUITimer : public CBaseObject {
   HALVERON_TYPE_OF(CVSTGUITimer, CBaseObject)
 
  protected:
-  /// Tells the listener or calls the callback.
+  /// Notifies the listener or calls the callback.
   virtual void fire();
 
  private:

@@ -144,10 +144,10 @@ class CView : public CBaseObject {
   virtual bool onDragMove(const CPoint& where);
   /// Files, by their full paths, are dropped on the view. True if it took them.
   virtual bool onDrop(std::span<const std::string> files, const CPoint& where);
-  /// Told by the frame when the view becomes its focus view, and when it no longer is.
+  /// Called by the frame when the view becomes its focus view, and when it no longer is.
   virtual void takeFocus() {}
   virtual void looseFocus() {}
-  /// Told to a modal view whose frame closes its window: the view goes, and nothing was chosen.
+  /// Called on a modal view whose frame closes its window: the view is removed, nothing was chosen.
   virtual void cancelModal() {}
   /// True if an event at this point is the view's.
   virtual bool hitTest(const CPoint& where, const CButtonState& buttons = {});

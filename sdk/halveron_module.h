@@ -374,7 +374,8 @@ typedef struct HalveronModuleEntry {
 /* Called before anything else, once for each instance of the plug-in. */
 HALVERON_EXPORT void DllInitialize(const HalveronSkin* skin);
 
-/* Called next, once for each module of the library's .ini. 0 if the library does not know the name. */
+/* Called next, once for each module of the library's .ini. 0 if the library does not know the name.
+ */
 HALVERON_EXPORT int32_t GetDllModule(HalveronModuleEntry* entry, const char* vendor);
 
 #ifdef __cplusplus

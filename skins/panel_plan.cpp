@@ -125,8 +125,9 @@ std::vector<Part> PartsOf(const Module& module) {
   std::vector<Part> parts;
   for (Named& entry : named) {
     // A lamp beside a jack of the same name needs no caption.
-    const bool told = entry.part.kind == PartKind::kLamp && otherCaptions.contains(entry.caption);
-    if (!told) entry.part.texts = ShortForms(entry.caption);
+    const bool distinct =
+        entry.part.kind == PartKind::kLamp && otherCaptions.contains(entry.caption);
+    if (!distinct) entry.part.texts = ShortForms(entry.caption);
     parts.push_back(std::move(entry.part));
   }
   for (Part& part : parts) {

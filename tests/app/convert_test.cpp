@@ -115,7 +115,7 @@ TEST_F(ConvertTest, MisuseTellsFileAndCauseAndLeavesNothing) {
   platform::WriteWholeFile(Path("short.hvp"), std::vector<std::byte>(11));
   struct Case {
     std::vector<std::string> words;
-    const char* told;
+    const char* expected;
   };
   const Case cases[] = {
       {{"convert", Path("none.hvp"), Path("o.json")}, "none.hvp: cannot be opened"},
@@ -130,7 +130,7 @@ TEST_F(ConvertTest, MisuseTellsFileAndCauseAndLeavesNothing) {
   for (const Case& misuse : cases) {
     EXPECT_EQ(Run(misuse.words), 2);
     const std::string line = err_.str();
-    EXPECT_NE(line.find(misuse.told), std::string::npos) << line;
+    EXPECT_NE(line.find(misuse.expected), std::string::npos) << line;
     EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
     EXPECT_EQ(folder_.Names().size(), 1u) << line;
   }

@@ -42,10 +42,10 @@ Channels Render(const std::string& patch, const std::string& out,
   options.insert(options.begin(), {"halveron", "render", patch, "-o", out});
   std::vector<const char*> argv;
   for (const std::string& word : options) argv.push_back(word.c_str());
-  std::ostringstream told, err;
-  EXPECT_EQ(RunCommand(static_cast<int>(argv.size()), argv.data(), told, err), 0) << err.str();
+  std::ostringstream printed, err;
+  EXPECT_EQ(RunCommand(static_cast<int>(argv.size()), argv.data(), printed, err), 0) << err.str();
   EXPECT_EQ(err.str(), "");
-  EXPECT_EQ(told.str().rfind(out + ": ", 0), 0u) << told.str();
+  EXPECT_EQ(printed.str().rfind(out + ": ", 0), 0u) << printed.str();
   return ReadWave(out);
 }
 

@@ -75,7 +75,7 @@ TEST_F(ScreenshotTest, ShowsOnePanelOfAModule) {
 TEST_F(ScreenshotTest, MisuseIsToldInOneLineAndWritesNothing) {
   struct Case {
     std::vector<std::string> words;
-    const char* told;
+    const char* expected;
   };
   const std::string picture = Path("none.png");
   const Case cases[] = {
@@ -95,9 +95,9 @@ TEST_F(ScreenshotTest, MisuseIsToldInOneLineAndWritesNothing) {
   };
   for (const Case& each : cases) {
     EXPECT_EQ(Run(each.words), kExitMisuse);
-    const std::string told = err_.str();
-    EXPECT_NE(told.find(each.told), std::string::npos) << told;
-    EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), 1) << told;
+    const std::string printed = err_.str();
+    EXPECT_NE(printed.find(each.expected), std::string::npos) << printed;
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1) << printed;
     EXPECT_FALSE(fs::exists(picture));
   }
 }

@@ -269,7 +269,7 @@ TEST(Dialogs, ShowAllOfTheirText) {
 
 TEST(Dialogs, WaitForTheWindow) {
   testing::TestRack rack;
-  rack.editor.ShowDialog({"Later", "Told while closed", 300});
+  rack.editor.ShowDialog({"Later", "Shown after opening", 300});
   RackWindow& window = rack.editor.OpenViews();
   EXPECT_TRUE(window.Dialog().IsShown());
   EXPECT_EQ(window.Dialog().Request().title, "Later");

@@ -89,7 +89,7 @@ TEST(RackWindow, ANewModuleHangsOnTheMouseUntilItIsPutDown) {
   rig.Click(onIt);
   ASSERT_EQ(rig.editor.ModuleCount(), 2);
   Module& beside = *rig.editor.modules[0].back();
-  EXPECT_EQ(beside.getViewSize(), outline) << "the outline told where";
+  EXPECT_EQ(beside.getViewSize(), outline) << "the outline showed the place";
   EXPECT_TRUE(beside.getViewSize().right == module.getViewSize().left ||
               beside.getViewSize().left == module.getViewSize().right);
   rig.editor.commands.InsertModule(kMixer, kBuiltInVendor);

@@ -172,16 +172,16 @@ TEST_F(FrameTest, TimersFireInTheirPeriodAndStopWhenTold) {
 
   struct Listener : CBaseObject {
     int notify(CBaseObject* sender, const char* message) override {
-      told = std::string(message) == CVSTGUITimer::kMsgTimer;
+      notified = std::string(message) == CVSTGUITimer::kMsgTimer;
       static_cast<CVSTGUITimer*>(sender)->stop();
       return kMessageNotified;
     }
-    bool told = false;
+    bool notified = false;
   } listener;
   CVSTGUITimer once(&frame, &listener, 30);
   once.start();
   frame.advanceTime(0.2);
-  EXPECT_TRUE(listener.told);
+  EXPECT_TRUE(listener.notified);
   EXPECT_FALSE(once.isRunning());
 }
 

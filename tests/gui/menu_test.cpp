@@ -212,17 +212,17 @@ TEST_F(MenuTest, StaysInsideTheFrameAndScrollsWhatDoesNotFit) {
 }
 
 TEST_F(MenuTest, EndsWithItsFrameAndMayLoseItsEntriesWhileUp) {
-  bool told = false;
-  menu->popup(&frame, {10, 10}, [&](COptionMenu*, bool chosen) { told = !chosen; });
+  bool cancelled = false;
+  menu->popup(&frame, {10, 10}, [&](COptionMenu*, bool chosen) { cancelled = !chosen; });
   menu->removeAllEntry();
   Click(frame, CentreOf(0, 4));
   EXPECT_FALSE(menu->isPoppedUp());
   EXPECT_TRUE(choices.empty());
 
   menu->addEntry("Only");
-  menu->popup(&frame, {10, 10}, [&](COptionMenu*, bool chosen) { told = !chosen; });
+  menu->popup(&frame, {10, 10}, [&](COptionMenu*, bool chosen) { cancelled = !chosen; });
   frame.close();
-  EXPECT_TRUE(told);
+  EXPECT_TRUE(cancelled);
   EXPECT_FALSE(menu->isPoppedUp());
   {
     CFrame other(CRect(0, 0, 100, 100));

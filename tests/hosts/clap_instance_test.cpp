@@ -196,7 +196,7 @@ TEST_F(ClapInstanceTest, AHandOnAKnobIsAGesture) {
   Load(kFourVoices);
   ModuleKnob& knob = Knob(100);
   using Types = std::vector<int>;
-  const auto told = [&] {
+  const auto sent = [&] {
     host_.taken.clear();
     host_.Flush({});
     Types types;
@@ -207,24 +207,24 @@ TEST_F(ClapInstanceTest, AHandOnAKnobIsAGesture) {
   const int moved = CLAP_EVENT_PARAM_VALUE;
   knob.beginEdit();
   EXPECT_EQ(host_.flushRequests, 1);
-  EXPECT_EQ(told(), (Types{begin}));
+  EXPECT_EQ(sent(), (Types{begin}));
   Rack().valueChanged(&knob);
-  EXPECT_EQ(told(), (Types{moved}));
+  EXPECT_EQ(sent(), (Types{moved}));
   knob.endEdit();
   knob.beginEdit();  // before the host got the end
-  EXPECT_EQ(told(), (Types{}));
+  EXPECT_EQ(sent(), (Types{}));
   knob.endEdit();
-  EXPECT_EQ(told(), (Types{end}));
+  EXPECT_EQ(sent(), (Types{end}));
   knob.beginEdit();
   Rack().valueChanged(&knob);
   knob.endEdit();
-  EXPECT_EQ(told(), (Types{begin, moved, end}));
+  EXPECT_EQ(sent(), (Types{begin, moved, end}));
   EXPECT_EQ(host_.taken[2].As<clap_event_param_gesture_t>().param_id, 100u);
   // A knob that goes with its module is no longer held.
   knob.beginEdit();
-  EXPECT_EQ(told(), (Types{begin}));
+  EXPECT_EQ(sent(), (Types{begin}));
   Rack().RemoveModule(static_cast<Module*>(knob.getParentView()), true);
-  EXPECT_EQ(told(), (Types{end}));
+  EXPECT_EQ(sent(), (Types{end}));
 }
 
 TEST_F(ClapInstanceTest, ExpressionsGoToTheChannelOfTheirNote) {

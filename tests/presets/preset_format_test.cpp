@@ -230,7 +230,7 @@ TEST(PresetFormat, RefusesWhatDoesNotHoldTogether) {
     std::size_t at;
     std::int32_t value;
     PresetFault fault;
-    const char* told;
+    const char* expected;
   };
   const Case cases[] = {
       {kVersionAt, -1, PresetFault::kNotAPreset, "-1 is not a preset version"},
@@ -281,8 +281,8 @@ TEST(PresetFormat, RefusesWhatDoesNotHoldTogether) {
     Bytes bytes = SmallBytes();
     PutInt(bytes, wrong.at, wrong.value);
     const PresetError error = MustRefuse(bytes);
-    EXPECT_EQ(error.fault, wrong.fault) << wrong.told;
-    EXPECT_NE(error.message.find(wrong.told), std::string::npos) << error.message;
+    EXPECT_EQ(error.fault, wrong.fault) << wrong.expected;
+    EXPECT_NE(error.message.find(wrong.expected), std::string::npos) << error.message;
     EXPECT_NE(error.message.find("(byte " + std::to_string(error.offset) + ")"), std::string::npos);
   }
 }

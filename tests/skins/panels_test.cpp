@@ -26,7 +26,7 @@ CRect InkOf(const Label& label) {
 
 bool Holds(const CRect& outer, const CRect& inner) { return CRect(outer).unite(inner) == outer; }
 
-std::string Told(const CRect& r) {
+std::string Text(const CRect& r) {
   std::ostringstream text;
   text << "(" << r.left << ", " << r.top << ") to (" << r.right << ", " << r.bottom << ")";
   return text.str();
@@ -55,8 +55,8 @@ void ExpectNoneOverlaps(const std::vector<Mark>& marks) {
   for (std::size_t a = 0; a < marks.size(); ++a) {
     for (std::size_t b = a + 1; b < marks.size(); ++b) {
       EXPECT_FALSE(marks[a].rect.rectOverlap(marks[b].rect))
-          << marks[a].what << " " << Told(marks[a].rect) << " lies on " << marks[b].what << " "
-          << Told(marks[b].rect);
+          << marks[a].what << " " << Text(marks[a].rect) << " lies on " << marks[b].what << " "
+          << Text(marks[b].rect);
     }
   }
 }
@@ -70,7 +70,7 @@ void ExpectCaptionsClearOfParts(const PanelPlan& plan) {
       CRect rect = plan.parts[i].rect;
       if (caption.part == static_cast<int>(i)) rect.inset(shadow, shadow);
       EXPECT_FALSE(caption.rect.rectOverlap(rect))
-          << caption.what << " " << Told(caption.rect) << " lies on part " << Told(rect);
+          << caption.what << " " << Text(caption.rect) << " lies on part " << Text(rect);
     }
   }
 }
@@ -79,7 +79,7 @@ void ExpectOutputsApart(const PanelPlan& plan) {
   for (const Part& part : plan.parts) {
     bool touches = false;
     for (const CRect& plate : plan.plates) touches |= plate.rectOverlap(part.rect);
-    EXPECT_EQ(touches, part.onPlate) << "part at " << Told(part.rect);
+    EXPECT_EQ(touches, part.onPlate) << "part at " << Text(part.rect);
   }
   for (const Label& caption : plan.captions) {
     bool touches = false;
@@ -95,8 +95,8 @@ void ExpectOutputsApart(const PanelPlan& plan) {
 
 void ExpectWithin(const PanelPlan& plan, const CRect& bounds, const std::vector<Mark>& marks) {
   for (const Mark& mark : marks) {
-    EXPECT_TRUE(Holds(bounds, mark.rect)) << mark.what << " " << Told(mark.rect) << " leaves "
-                                          << Told(bounds) << " of " << plan.width << " pixels";
+    EXPECT_TRUE(Holds(bounds, mark.rect)) << mark.what << " " << Text(mark.rect) << " leaves "
+                                          << Text(bounds) << " of " << plan.width << " pixels";
   }
 }
 
