@@ -61,7 +61,8 @@ std::vector<bool> PointsAmong(const PresetModule& module, int firstNumber) {
 
 PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
                                   const std::set<ModuleIdentity>& missing,
-                                  const std::map<ModuleIdentity, int>& knownColumns) {
+                                  const std::map<ModuleIdentity, int>& knownColumns,
+                                  const std::vector<std::optional<bool>>& isMidi) {
   PlaceholderPlans plans;
   std::map<ModuleIdentity, int> rooms;
   int firstNumber = 0;
@@ -83,15 +84,16 @@ PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
     const auto count = static_cast<std::size_t>(module.patchPointCount);
     plan.points.resize(std::max(plan.points.size(), count));
     for (const PresetCable& cable : document.cables) {
-      const auto note = [&](int point, PatchPointType type) {
+      const auto note = [&](int point, int otherEnd, PatchPointType type) {
         if (point < number || point >= firstNumber) return;
         PlaceholderPlan::Point& seen = plan.points[static_cast<std::size_t>(point - number)];
         seen.type = seen.isCabled && seen.type != type ? kEitherPoint : type;
-        seen.isMidi = cable.colour == kMidiCableColour;
+        seen.isMidi =
+            isMidi[static_cast<std::size_t>(otherEnd)].value_or(cable.colour == kMidiCableColour);
         seen.isCabled = true;
       };
-      note(cable.from, kInputPoint);
-      note(cable.to, kOutputPoint);
+      note(cable.from, cable.to, kInputPoint);
+      note(cable.to, cable.from, kOutputPoint);
     }
   }
   for (auto& [identity, plan] : plans) {

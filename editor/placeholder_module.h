@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -36,11 +37,13 @@ struct PlaceholderPlan {
 using PlaceholderPlans = std::map<ModuleIdentity, PlaceholderPlan>;
 
 /// Plans placeholders for modules of a document. A preset does not tell a module's width: it is
-/// taken from `knownColumns`, or else from the room that the preset leaves it. Points without a
+/// taken from `knownColumns`, or else from the room that the preset leaves it. `isMidi` tells of
+/// the document's points which carry MIDI, as far as their modules are there. Points without a
 /// cable count as inputs; no cable can be put there.
 PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
                                   const std::set<ModuleIdentity>& missing,
-                                  const std::map<ModuleIdentity, int>& knownColumns);
+                                  const std::map<ModuleIdentity, int>& knownColumns,
+                                  const std::vector<std::optional<bool>>& isMidi);
 
 /// Shows the name of the missing module and its points, and does nothing. What was loaded is saved
 /// again unchanged: values, parameters, and data of the module's own. It holds the cables and the

@@ -1,5 +1,6 @@
 #include "editor/syn_editor.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -205,6 +206,25 @@ std::set<ModuleIdentity> SynEditor::FindMissing(const PresetDocument& document,
   return missing;
 }
 
+std::vector<std::optional<bool>> SynEditor::KindsOfPoints(const PresetDocument& document,
+                                                          const std::set<ModuleIdentity>& missing) {
+  std::vector<std::optional<bool>> kinds;
+  ScratchRack scratch(*this);
+  for (const PresetModule& record : document.modules) {
+    const auto count = static_cast<std::size_t>(record.patchPointCount);
+    const std::size_t first = kinds.size();
+    kinds.resize(first + count);
+    const bool isThere = !missing.contains({record.name, record.vendor});
+    const Module* module = isThere ? scratch.Add(record.name, record.vendor) : nullptr;
+    if (!module) continue;
+    const auto points = module->Points();
+    for (std::size_t i = 0; i < std::min(count, points.size()); ++i) {
+      kinds[first + i] = points[i]->twoState;
+    }
+  }
+  return kinds;
+}
+
 std::map<ModuleIdentity, int> SynEditor::KnownColumns(const std::set<ModuleIdentity>& modules) {
   std::map<ModuleIdentity, int> known;
   const platform::ProfileFile widths(folders.ModuleWidths());
@@ -248,7 +268,10 @@ bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::s
   std::string failures;
   if (missing == Missing::kReplace) {
     const std::set<ModuleIdentity> identities = FindMissing(document, failures);
-    placeholders_ = PlanPlaceholders(document, identities, KnownColumns(identities));
+    if (!identities.empty()) {
+      placeholders_ = PlanPlaceholders(document, identities, KnownColumns(identities),
+                                       KindsOfPoints(document, identities));
+    }
   }
   const PresetOutcome outcome = ApplyPreset(document, *this);
   if (!outcome && before) {

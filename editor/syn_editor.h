@@ -142,6 +142,9 @@ class SynEditor : public RackModel {
             const std::string& path = {});
   /// The modules of a document that cannot be made; a line about each in `failures`.
   std::set<ModuleIdentity> FindMissing(const PresetDocument& document, std::string& failures);
+  /// Of each of a document's points, whether it carries MIDI; none where its module is missing.
+  std::vector<std::optional<bool>> KindsOfPoints(const PresetDocument& document,
+                                                 const std::set<ModuleIdentity>& missing);
   /// Widths of modules that are missing now, from this time or an earlier one.
   std::map<ModuleIdentity, int> KnownColumns(const std::set<ModuleIdentity>& modules);
   void RememberColumns(const ModuleEntry& entry);
