@@ -41,6 +41,7 @@ int main(int argc, char** argv) {
   halveron::benchmarks::RegisterExternal();
   halveron::benchmarks::RegisterMorph();
   halveron::benchmarks::RegisterPresets();
+  halveron::benchmarks::RegisterEdits();
   halveron::benchmarks::RegisterWindow();
   halveron::benchmarks::TableReporter reporter;
   const std::size_t matched = benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -53,6 +53,7 @@
 #include "modules/filters/S212VCF.h"
 #include "modules/filters/S213MorphingVCF.h"
 #include "modules/filters/S216MovingFixedFilterBank.h"
+#include "modules/filters/S218SpectralFilter.h"
 #include "modules/filters/S223DualTapCombFilter.h"
 #include "modules/filters/S224AllPassDiffusion.h"
 #include "modules/filters/S225AllPassPhaseShifter.h"
@@ -85,6 +86,8 @@
 #include "modules/modulators/S518MouseTheremin.h"
 #include "modules/modulators/S525VCEnvelopeGeneratorLFO.h"
 #include "modules/other/SE01SampleDelay.h"
+#include "modules/other/SE15SignalAnalyzer.h"
+#include "modules/other/SE16WideSignalAnalyzer.h"
 #include "modules/other/SE20GlobalMorph.h"
 #include "modules/sequencers/SB11CVSeq.h"
 #include "modules/sequencers/SB12RachetTrigSeq.h"
@@ -93,7 +96,9 @@
 #include "modules/sources/S303Noise.h"
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
+#include "modules/sources/S313InternetRadio.h"
 #include "modules/sources/S315MiniSampler.h"
+#include "modules/sources/S318TrackerModPlayer.h"
 #include "modules/sources/S321FMPMVCO.h"
 #include "modules/switches/S806VCSeqSw.h"
 #include "modules/switches/S8104x4SequenceRouter.h"
@@ -152,7 +157,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S210DualDCBlocker>(Category::kFilter, "S210DualDCBlocker"),
     Made<S213MorphingVCF>(Category::kFilter, "S213MorphingVCF"),
     Made<S216MovingFixedFilterBank>(Category::kFilter, "S216MovingFixedFilterBank"),
-    ToCome(Category::kFilter, "S218 Spectral Filter", "S218SpectralFilter"),
+    Made<S218SpectralFilter>(Category::kFilter, "S218SpectralFilter"),
     Made<S223DualTapCombFilter>(Category::kFilter, "S223DualTapCombFilter"),
     Made<S224AllPassDiffusion>(Category::kFilter, "S224AllPassDiffusion"),
     Made<S225AllPassPhaseShifter>(Category::kFilter, "S225AllPassPhaseShifter"),
@@ -161,9 +166,9 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S304VCO>(Category::kOscillatorSource, "S304VCO"),
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
     ToCome(Category::kOscillatorSource, "S312 Phase Locked Loop", "S312PhaseLockedLoop"),
-    ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
+    Made<S313InternetRadio>(Category::kOscillatorSource, "S313InternetRadio"),
     Made<S315MiniSampler>(Category::kOscillatorSource, "S315MiniSampler"),
-    ToCome(Category::kOscillatorSource, "S318 Tracker Mod Player", "S318TrackerModPlayer"),
+    Made<S318TrackerModPlayer>(Category::kOscillatorSource, "S318TrackerModPlayer"),
     Made<S321FMPMVCO>(Category::kOscillatorSource, "S321FMPMVCO"),
     Made<S400DVCA>(Category::kAmplifier, "S400DVCA"),
     Made<S401VCAAtn>(Category::kAmplifier, "S401VCAAtn"),
@@ -237,8 +242,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
     ToCome(Category::kOther, "SE06 Hardware Tuner", "SE06HardwareTuner"),
     ToCome(Category::kOther, "SE10 Dual Volt Meter", "SE10DualVoltMeter"),
-    ToCome(Category::kOther, "SE15 Signal Analyzer", "SE15SignalAnalyzer"),
-    ToCome(Category::kOther, "SE16 Wide Signal Analyzer", "SE16WideSignalAnalyzer"),
+    Made<SE15SignalAnalyzer>(Category::kOther, "SE15SignalAnalyzer"),
+    Made<SE16WideSignalAnalyzer>(Category::kOther, "SE16WideSignalAnalyzer"),
     Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),
 };
 

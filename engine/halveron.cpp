@@ -65,6 +65,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   separateInputs_.Prepare(blockSize);
   rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));
+  rack_->rendersOffline = [this] { return getCurrentProcessLevel() == kVstProcessLevelOffline; };
   windowEditor_ = std::make_unique<WindowEditor>(*rack_);
   setEditor(windowEditor_.get());
   programsAreChunks();
@@ -105,6 +106,7 @@ void Halveron::ForEachInstance(F&& f) {
 }
 
 void Halveron::setSampleRate(float rate) {
+  const std::lock_guard edit(editLock);
   const std::lock_guard lock(processingLock);
   AudioEffectX::setSampleRate(rate);
   ForEachInstance([&](Module& module) {
@@ -114,6 +116,7 @@ void Halveron::setSampleRate(float rate) {
 }
 
 void Halveron::setBlockSize(int frames) {
+  const std::lock_guard edit(editLock);
   const std::lock_guard lock(processingLock);
   AudioEffectX::setBlockSize(frames);
   separateInputs_.Prepare(frames);
@@ -123,6 +126,7 @@ void Halveron::setBlockSize(int frames) {
 
 void Halveron::ApplyOversamplingFactor(int menuEntry) {
   {
+    const std::lock_guard edit(editLock);
     const std::lock_guard lock(processingLock);
     oversamplingFactor = oversamplingSteps = 1 << menuEntry;
     filter_.SetIirRate(sampleRate, oversamplingFactor);
@@ -200,9 +204,7 @@ void Halveron::processHostBlock(float** inputs, float** outputs, int sampleFrame
 
 void Halveron::StartBlock() {
   if (blockStartFrames == 0) return;
-  for (Module* module : rack_->blockStartModules) {
-    if (module->place.activeIndex != -1) module->BlockStart(blockStartFrames);
-  }
+  for (Module* module : rack_->plan.BlockStartModules()) module->BlockStart(blockStartFrames);
 }
 
 void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrames) {
@@ -271,9 +273,7 @@ int Halveron::processEvents(VstEvents* events) {
 
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
-  for (Module* module : rack_->eventModules) {
-    if (module->place.activeIndex != -1) module->ProcessEvents(events);
-  }
+  for (Module* module : rack_->plan.EventModules()) module->ProcessEvents(events);
 }
 
 const VstTimeInfo* Halveron::HostTimeInfo(int filter) {

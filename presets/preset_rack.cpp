@@ -142,6 +142,7 @@ class PresetLoader {
 }  // namespace
 
 PresetDocument CapturePreset(RackModel& rack) {
+  const std::lock_guard edit(rack.engine.editLock);
   PresetDocument document;
   document.rows = rack.rows;
   document.oversamplingFactor = rack.engine.oversamplingFactor;
