@@ -446,7 +446,10 @@ void ExternalModule::ModuleCreated(int voices) {
 }
 
 void ExternalModule::ModuleRemoved() {
-  if (type_->functions.module_removed) type_->functions.module_removed(instance_);
+  if (!type_->functions.module_removed) return;
+  // The old plan still plays the module.
+  const ProcessingSection section(*this);
+  type_->functions.module_removed(instance_);
 }
 
 int ExternalModule::OnMouseMoved(CPoint* where, int*) {
