@@ -63,6 +63,7 @@ bool SynEditor::SavePreset(const std::string& path) {
   }
   presetPath = path;
   presetFromChunk = false;
+  history.MarkSaved();
   return true;
 }
 
@@ -91,9 +92,11 @@ bool SynEditor::LoadPreset(const std::string& path) {
         {"Preset not loaded", name + " could not be opened" + kRackUnchanged + error.what(), 600},
         false);
   }
+  history.Settle();
   if (!Load(ReadPreset(bytes, PresetForm::kFile), PresetForm::kFile, name)) return false;
   presetPath = path;
   presetFromChunk = false;
+  history.PresetLoaded(PresetTitle(path));
   return true;
 }
 
@@ -103,6 +106,7 @@ bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {
   presetPath = presetsFolder + read.document->pathPrefix.value_or("");
   presetFromChunk = true;
   UpdatePresetDisplay(false);
+  history.Clear();
   return true;
 }
 
