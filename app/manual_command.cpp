@@ -159,9 +159,10 @@ int WriteManual(const std::string& folder, std::ostream& out) {
   Workshop workshop;
   std::vector<Json> modules;
   for (const CatalogueEntry& entry : ModuleCatalogue()) {
-    Module* module = workshop.Make(entry);
+    const ListedModule listed = ListedOf(entry);
+    Module* module = workshop.Make(listed);
     if (!module) continue;
-    modules.push_back(DescribeModule(entry, module));
+    modules.push_back(DescribeModule(listed, module));
     Write(std::filesystem::path(folder) / ManualPageName(entry.name), ModulePage(modules.back()));
   }
   Write(std::filesystem::path(folder) / kIndexPage, IndexPage(modules));

@@ -7,7 +7,9 @@
 #include "framework/module.h"
 #include "gui/option_menu.h"
 #include "gui/slider.h"
+#include "platform/user_error.h"
 #include "presets/module_roles.h"
+#include "presets/nearest_name.h"
 
 namespace halveron {
 
@@ -49,16 +51,49 @@ const char* GroupOf(const PatchPoint& point) {
 Workshop::Workshop() : engine_(nullptr, HostKind::kVst2) { engine_.open(); }
 Workshop::~Workshop() { engine_.close(); }
 
-Module* Workshop::Make(const CatalogueEntry& entry) {
-  return engine_.Editor()->AddModule(entry.name, kBuiltInVendor);
+Module* Workshop::Make(const ListedModule& listed) {
+  Rack().PrepareModule(listed.name, listed.vendor);
+  return Rack().AddModule(listed.name, listed.vendor);
 }
 
-Json DescribeModule(const CatalogueEntry& entry, Module* module) {
-  Json json{{"name", entry.name},
-            {"vendor", kBuiltInVendor},
-            {"category", NamesOf(entry.category).display},
-            {"class", entry.className},
-            {"available", module != nullptr}};
+ListedModule ListedOf(const CatalogueEntry& entry) {
+  return {entry.name, kBuiltInVendor, entry.category, entry.className, "", entry.make != nullptr};
+}
+
+std::vector<ListedModule> ListModulesOf(const SynEditor& editor) {
+  std::vector<ListedModule> all;
+  for (const CatalogueEntry& entry : ModuleCatalogue()) all.push_back(ListedOf(entry));
+  for (const ModuleLibrary& library : editor.externalModules.Libraries()) {
+    for (const ModuleEntry& entry : library.modules) {
+      all.push_back({entry.name, library.vendor, entry.category, "", library.dll_path});
+    }
+  }
+  return all;
+}
+
+ListedModule FindModule(const SynEditor& editor, const std::string& name, const char* place) {
+  std::vector<std::string> names;
+  const std::vector<ListedModule> all = ListModulesOf(editor);
+  for (const ListedModule& listed : all) {
+    if (name == listed.name) return listed;
+    names.push_back(listed.name);
+  }
+  for (const ListedModule& listed : all) {
+    if (name == listed.name.substr(0, listed.name.find(' '))) return listed;
+  }
+  throw platform::UserError(place, "", "no module " + Quoted(name), DidYouMean(name, names));
+}
+
+Json DescribeModule(const ListedModule& listed, Module* module) {
+  Json json{{"name", listed.name},
+            {"vendor", listed.vendor},
+            {"category", NamesOf(listed.category).display}};
+  if (listed.library.empty()) {
+    json["class"] = listed.className;
+  } else {
+    json["library"] = listed.library;
+  }
+  json["available"] = module != nullptr;
   if (!module) return json;
   json["version"] = module->GetVersion();
   json["mono"] = module->GetMonoDefault();

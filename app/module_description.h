@@ -2,12 +2,30 @@
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
 
+#include "editor/module_catalogue.h"
 #include "engine/halveron.h"
 
 namespace halveron {
 
-struct CatalogueEntry;
+/// A module that a rack can name: built in, or of a library.
+struct ListedModule {
+  std::string name;
+  std::string vendor;
+  Category category{};
+  std::string className;  ///< of a built-in one
+  std::string library;    ///< path of an external one's
+  bool isMade = true;     ///< false: a class to come
+};
+
+ListedModule ListedOf(const CatalogueEntry& entry);
+/// All of them, the built-in ones first, in the order of the menus.
+std::vector<ListedModule> ListModulesOf(const SynEditor& editor);
+/// The module of a name, or of the number that it begins with. Throws platform::UserError, with
+/// `place` in its message.
+ListedModule FindModule(const SynEditor& editor, const std::string& name, const char* place);
 
 /// An engine without a host, to make modules in.
 class Workshop {
@@ -17,8 +35,9 @@ class Workshop {
   Workshop(const Workshop&) = delete;
   Workshop& operator=(const Workshop&) = delete;
 
-  /// Null if the entry's class does not exist.
-  Module* Make(const CatalogueEntry& entry);
+  /// Null if it cannot be made.
+  Module* Make(const ListedModule& listed);
+  SynEditor& Rack() { return *engine_.Editor(); }
 
  private:
   Halveron engine_;
@@ -26,6 +45,6 @@ class Workshop {
 
 /// Name, category and format of a module and its controls and points, as `halveron modules --json`
 /// prints them. Without a module only what the catalogue knows.
-nlohmann::ordered_json DescribeModule(const CatalogueEntry& entry, Module* module);
+nlohmann::ordered_json DescribeModule(const ListedModule& listed, Module* module);
 
 }  // namespace halveron

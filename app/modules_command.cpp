@@ -41,7 +41,8 @@ void PrintControls(const Json& controls, std::ostream& out) {
 void PrintModule(const Json& module, std::ostream& out) {
   const auto text = [&](const char* key) { return module[key].get<std::string>(); };
   out << text("name") << "\n"
-      << text("category") << ", by " << text("vendor") << ", class " << text("class")
+      << text("category") << ", by " << text("vendor")
+      << (module.contains("class") ? ", class " + text("class") : ", in " + text("library"))
       << ", data version " << module["version"].dump() << ", " << module["columns"].dump()
       << " columns\n"
       << (module["mono"].get<bool>() ? "One instance for all voices" : "One instance per voice")
@@ -60,55 +61,56 @@ void PrintModule(const Json& module, std::ostream& out) {
   }
 }
 
-void PrintCatalogue(std::ostream& out) {
-  int made = 0;
-  int all = 0;
+void PrintCatalogue(const std::vector<ListedModule>& all, std::ostream& out) {
   for (int category = 0; category < kCategoryCount; ++category) {
     out << (category == 0 ? "" : "\n") << NamesOf(static_cast<Category>(category)).display << "\n";
-    for (const CatalogueEntry& entry : ModuleCatalogue()) {
-      if (entry.category != static_cast<Category>(category)) continue;
-      out << "  " << entry.name << (entry.make ? "\n" : "  (to come)\n");
-      ++all;
-      if (entry.make) ++made;
+    for (const ListedModule& listed : all) {
+      if (listed.category != static_cast<Category>(category)) continue;
+      out << "  " << listed.name;
+      if (!listed.library.empty()) out << "  (" << listed.vendor << ", " << listed.library << ")";
+      out << (listed.isMade ? "\n" : "  (to come)\n");
     }
   }
-  out << "\n" << made << " of " << all << " modules\n";
+  const auto made = std::count_if(all.begin(), all.end(),
+                                  [](const ListedModule& listed) { return listed.isMade; });
+  const auto external = std::count_if(
+      all.begin(), all.end(), [](const ListedModule& listed) { return !listed.library.empty(); });
+  out << "\n" << made << " of " << all.size() << " modules";
+  if (external > 0) out << ", " << external << " of them in libraries";
+  out << "\n";
+}
+
+/// Why a module of the list cannot be made.
+[[noreturn]] void Refuse(const ListedModule& listed) {
+  if (listed.library.empty()) {
+    throw UserError("modules", "", "the module " + Quoted(listed.name) + " is not there yet",
+                    "take another one");
+  }
+  throw UserError("modules", "", "the module " + Quoted(listed.name) + " cannot be made",
+                  "see halveron modules --check " + listed.library);
 }
 
 }  // namespace
 
-const CatalogueEntry& FindModule(const std::string& name, const char* place) {
-  std::vector<std::string> names;
-  for (const CatalogueEntry& entry : ModuleCatalogue()) {
-    const std::string known = entry.name;
-    if (name == known || name == known.substr(0, known.find(' '))) return entry;
-    names.push_back(known);
-  }
-  throw UserError(place, "", "no module " + Quoted(name), DidYouMean(name, names));
-}
-
 int ListModules(const std::string& name, bool asJson, std::ostream& out) {
-  if (name.empty() && !asJson) {
-    PrintCatalogue(out);
-    return kExitDone;
-  }
   Workshop workshop;
-  if (name.empty()) {
-    Json all = Json::array();
-    for (const CatalogueEntry& entry : ModuleCatalogue()) {
-      all.push_back(DescribeModule(entry, workshop.Make(entry)));
-    }
-    out << all.dump(2) << "\n";
+  const std::vector<ListedModule> all = ListModulesOf(workshop.Rack());
+  if (name.empty() && !asJson) {
+    PrintCatalogue(all, out);
     return kExitDone;
   }
-  const CatalogueEntry& entry = FindModule(name, "modules");
-  Module* module = workshop.Make(entry);
-  if (!module && !asJson) {
-    throw UserError("modules", "",
-                    "the module " + Quoted(std::string(entry.name)) + " is not there yet",
-                    "take another one");
+  if (name.empty()) {
+    Json list = Json::array();
+    for (const ListedModule& listed : all) {
+      list.push_back(DescribeModule(listed, workshop.Make(listed)));
+    }
+    out << list.dump(2) << "\n";
+    return kExitDone;
   }
-  const Json description = DescribeModule(entry, module);
+  const ListedModule listed = FindModule(workshop.Rack(), name, "modules");
+  Module* module = workshop.Make(listed);
+  if (!module && !asJson) Refuse(listed);
+  const Json description = DescribeModule(listed, module);
   if (asJson) {
     out << description.dump(2) << "\n";
   } else {

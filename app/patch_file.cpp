@@ -64,14 +64,15 @@ void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err
     return;
   }
   PatchWarnings warnings;
-  ApplyTextPatch(ReadTextPatch(path), path, editor, KnownModules(), &warnings);
+  ApplyTextPatch(ReadTextPatch(path), path, editor, KnownModules(editor), &warnings);
   Print(warnings, err);
 }
 
 PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err) {
   if (KindOf(path) == PatchKind::kText) {
     PatchWarnings warnings;
-    PresetDocument preset = ToPreset(ReadTextPatch(path), path, editor, KnownModules(), &warnings);
+    PresetDocument preset =
+        ToPreset(ReadTextPatch(path), path, editor, KnownModules(editor), &warnings);
     Print(warnings, err);
     return preset;
   }

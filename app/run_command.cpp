@@ -6,6 +6,7 @@
 #include <new>
 #include <ostream>
 
+#include "app/check_library.h"
 #include "app/convert_command.h"
 #include "app/manual_command.h"
 #include "app/modules_command.h"
@@ -42,6 +43,7 @@ int Misuse(std::ostream& err, const std::string& line) {
 
 struct ModulesOptions {
   std::string name;
+  std::string library;
   bool asJson = false;
 };
 
@@ -145,7 +147,11 @@ struct CommandLine {
     modulesCall = app.add_subcommand("modules", "List the modules, or what one of them has");
     modulesCall->allow_extras();
     modulesCall->add_option("NAME", modules.name, "A module's name, or its first word");
-    modulesCall->add_flag("--json", modules.asJson, "As JSON");
+    auto* json = modulesCall->add_flag("--json", modules.asJson, "As JSON");
+    modulesCall
+        ->add_option("--check", modules.library,
+                     "Load one library of modules and report everything that is wrong with it")
+        ->excludes(json);
   }
 
   void AddScreenshot() {
@@ -260,6 +266,9 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
   if (line.playCall->parsed()) return Play(line.play, out, err);
   if (line.renderCall->parsed()) return Render(line.render, out, err);
   if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out, err);
+  if (line.modulesCall->parsed() && !line.modules.library.empty()) {
+    return CheckLibrary(line.modules.library, out);
+  }
   if (line.modulesCall->parsed()) return ListModules(line.modules.name, line.modules.asJson, out);
   if (line.screenshotCall->parsed()) return Screenshot(line.screenshot, out, err);
   if (line.manualCall->parsed()) return WriteManual(line.manualFolder, out);

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <ostream>
 
-#include "app/modules_command.h"
+#include "app/module_description.h"
 #include "app/offline_host.h"
 #include "app/patch_file.h"
 #include "app/run_command.h"
@@ -63,15 +63,16 @@ void Write(const COffscreenContext& picture, const std::string& path, std::ostre
 }
 
 int ScreenshotModule(const ScreenshotOptions& options, std::ostream& out) {
-  const CatalogueEntry& entry = FindModule(options.module, "screenshot");
   WearSkin(options.skin, options.size);
   OfflineHost host({});
+  const ListedModule listed = FindModule(host.Rack(), options.module, "screenshot");
   dsp::SeedRandom(kSeed);
-  Module* module = host.Rack().AddModule(entry.name, kBuiltInVendor);
+  host.Rack().PrepareModule(listed.name, listed.vendor);
+  Module* module = host.Rack().AddModule(listed.name, listed.vendor);
   if (!module) {
-    throw FileError("screenshot", "",
-                    "the module " + Quoted(std::string(entry.name)) + " is not there yet",
-                    "take another one");
+    throw FileError("screenshot", "", "the module " + Quoted(listed.name) + " cannot be made",
+                    listed.library.empty() ? "take another one"
+                                           : "see halveron modules --check " + listed.library);
   }
   COffscreenContext picture(static_cast<int>(module->getWidth()),
                             static_cast<int>(module->getHeight()));

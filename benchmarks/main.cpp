@@ -33,6 +33,7 @@ int main(int argc, char** argv) {
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   halveron::benchmarks::RegisterModules();
   halveron::benchmarks::RegisterKernels();
+  halveron::benchmarks::RegisterSilence();
   halveron::benchmarks::RegisterMixerScene();
   halveron::benchmarks::RegisterScenes();
   halveron::benchmarks::RegisterVoices();

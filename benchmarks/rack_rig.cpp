@@ -39,8 +39,8 @@ NoiseModule::NoiseModule(const HostTable& table) : Module(AnyPanel(), nullptr, n
 }
 
 void NoiseModule::ProcessSample() {
-  noise->out = noiseSamples_[position_];
-  midi->out = midiSamples_[position_];
+  noise->out = isSilent ? 0.0f : noiseSamples_[position_];
+  midi->out = isSilent ? 0.0f : midiSamples_[position_];
   position_ = (position_ + 1) % kPeriod;
 }
 
@@ -83,7 +83,7 @@ Module& RackRig::Add(const char* name) {
   return *module;
 }
 
-void RackRig::Surround(Module& module) {
+NoiseModule& RackRig::Surround(Module& module) {
   std::vector<PatchPoint*> receivers;
   std::vector<PatchPoint*> senders;
   module.forEach([&](CView* view) {
@@ -98,6 +98,7 @@ void RackRig::Surround(Module& module) {
   for (std::size_t i = 0; i < senders.size(); ++i) {
     Rack().cables.ConnectCable(senders[i], sink.inputs[i], 1, -1);
   }
+  return source;
 }
 
 void RackRig::HoldNote(int note, int velocity) {

@@ -36,6 +36,7 @@ class NoiseModule final : public Module {
 
   Output noise;
   Output midi;
+  bool isSilent = false;  ///< 0 from both outputs
 
  private:
   static constexpr std::size_t kPeriod = 4096;
@@ -65,8 +66,8 @@ class RackRig {
     Rack().AdoptModule(module);
     return *module;
   }
-  /// All inputs of a module on a noise module, all its outputs on an idle one.
-  void Surround(Module& module);
+  /// All inputs of a module on a noise module, all its outputs on an idle one. Answers the former.
+  NoiseModule& Surround(Module& module);
 
   /// A note of the host on channel 1 that begins with the next block and does not end.
   void HoldNote(int note, int velocity);

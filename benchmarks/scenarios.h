@@ -4,6 +4,8 @@
 namespace halveron::benchmarks {
 
 /// Names of counters.
+inline constexpr const char* kLoudNsPerSample = "loud_ns_per_sample";  ///< in full sound
+inline constexpr const char* kSilentOverLoud = "silent_over_loud";
 inline constexpr const char* kNsPerSample = "ns_per_sample";
 inline constexpr const char* kNetNsPerSample = "net_ns_per_sample";  ///< less what surrounds it
 inline constexpr const char* kNsPerVoiceAndStep = "ns_per_voice_and_step";
@@ -23,6 +25,9 @@ inline constexpr double kMeasuringTime = 0.3;
 /// `module/<display name>`: each module that can be made, alone, and net of a module that does
 /// nothing at as many cables. `voices16/<display name>`: each polyphonic one in 16 voices.
 void RegisterModules();
+/// `silence/<display name>`: an effect or filter long after its sound has died away, when what is
+/// left in its loops would be denormal, against the same one in full sound.
+void RegisterSilence();
 /// `kernel/`: effects that run their banks in vectors, held against a plain loop of the same law.
 void RegisterKernels();
 /// `scene/`: patches of benchmarks/scenes, and what the rack costs over a loop of the same kernels

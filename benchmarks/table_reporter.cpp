@@ -18,10 +18,17 @@ struct Column {
 };
 
 constexpr Column kColumns[] = {
-    {"ns/sample", kNsPerSample, 2},     {"net ns/sample", kNetNsPerSample, 2},
-    {"by hand", kHandNsPerSample, 2},   {"over hand", kRackOverHand, 2},
-    {"at most", kMostOverHand, 2},      {"ns/voice, step", kNsPerVoiceAndStep, 2},
-    {"x real time", kTimesRealTime, 1}, {"ms", kMilliseconds, 2},
+    {"ns/sample", kNsPerSample, 2},
+    {"net ns/sample", kNetNsPerSample, 2},
+    {"by hand", kHandNsPerSample, 2},
+    {"over hand", kRackOverHand, 2},
+    {"at most", kMostOverHand, 2},
+    {"ns/voice, step", kNsPerVoiceAndStep, 2},
+    {"x real time", kTimesRealTime, 1},
+    {"ms", kMilliseconds, 2},
+    {"loud ns/sample", kLoudNsPerSample, 2},
+    {"over loud", kSilentOverLoud, 2},
+    {"us", kMicroseconds, 1},
 };
 constexpr int kColumnWidth = 15;
 

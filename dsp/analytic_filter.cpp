@@ -58,25 +58,4 @@ void AnalyticFilter::Clear() {
   lastRe_ = lastIm_ = 0.0;
 }
 
-AnalyticFilter::Complex AnalyticFilter::Step(const Complex& x) {
-  std::array<Lanes, kMostSections + 1>& history = history_[static_cast<std::size_t>(turn_)];
-  turn_ ^= 1;
-  Lanes v{x.re, x.im, x.re, x.im};
-  for (std::size_t i = 0; i < static_cast<std::size_t>(sections_); ++i) {
-    const Lanes& a = coefficients_[i];
-    Lanes next;
-    for (std::size_t lane = 0; lane < kLanes; ++lane) {
-      next[lane] = a[lane] * v[lane] + (a[lane] * history[i + 1][lane] - history[i][lane]);
-    }
-    history[i] = v;
-    v = next;
-  }
-  history[static_cast<std::size_t>(sections_)] = v;
-  // The second chain lags by a sample and a quarter of a turn.
-  const Complex y{0.5 * (v[0] - lastIm_), 0.5 * (v[1] + lastRe_)};
-  lastRe_ = v[2];
-  lastIm_ = v[3];
-  return y;
-}
-
 }  // namespace halveron::dsp

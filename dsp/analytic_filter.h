@@ -2,6 +2,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+
+#include "dsp/four_doubles.h"
 
 namespace halveron::dsp {
 
@@ -23,20 +26,44 @@ class AnalyticFilter {
   void Design(int sections, double transition);
   void Clear();
 
-  /// One sample. Gain 1 for positive frequencies.
-  Complex Step(const Complex& x);
+  /// One sample. Gain 1 for positive frequencies. `Four` is FourDoubles or FourLanes, which
+  /// give the same bits.
+  template <class Four = FourDoubles>
+  [[gnu::always_inline]] Complex Step(const Complex& x);
 
  private:
-  // Lanes: the first chain of the real and the imaginary part, then the second chain of both.
-  static constexpr int kLanes = 4;
-  using Lanes = std::array<double, kLanes>;
+  // The first chain of the real and the imaginary part, then the second chain of both.
+  using Lanes = std::array<double, 4>;
 
   int sections_ = 0;
-  std::array<Lanes, kMostSections> coefficients_{};
+  alignas(32) std::array<Lanes, kMostSections> coefficients_{};
   // What each section's input, and the last one's output, were two samples ago, by turns.
-  std::array<std::array<Lanes, kMostSections + 1>, 2> history_{};
+  alignas(32) std::array<std::array<Lanes, kMostSections + 1>, 2> history_{};
   int turn_ = 0;
   double lastRe_ = 0.0, lastIm_ = 0.0;  // of the second chain, one sample ago
 };
+
+template <class Four>
+inline AnalyticFilter::Complex AnalyticFilter::Step(const Complex& x) {
+  std::array<Lanes, kMostSections + 1>& history = history_[static_cast<std::size_t>(turn_)];
+  turn_ ^= 1;
+  Four v{x.re, x.im, x.re, x.im};
+  const auto sections = static_cast<std::size_t>(sections_);
+  auto before = LoadFour<Four>(history[0].data());
+  for (std::size_t i = 0; i < sections; ++i) {
+    const auto a = LoadFour<Four>(coefficients_[i].data());
+    const auto after = LoadFour<Four>(history[i + 1].data());
+    const Four next = a * v + (a * after - before);
+    StoreFour(v, history[i].data());
+    v = next;
+    before = after;
+  }
+  StoreFour(v, history[sections].data());
+  // The second chain lags by a sample and a quarter of a turn.
+  const Complex y{0.5 * (v[0] - lastIm_), 0.5 * (v[1] + lastRe_)};
+  lastRe_ = v[2];
+  lastIm_ = v[3];
+  return y;
+}
 
 }  // namespace halveron::dsp

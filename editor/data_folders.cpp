@@ -10,14 +10,15 @@ namespace halveron {
 
 DataFolders DataFolders::Find(const std::string& programFolder, UserFiles files) {
   DataFolders folders{programFolder, ""};
-  if (files == UserFiles::kLeaveAlone) return folders;
   const platform::ProfileFile paths(In(programFolder, "Paths.ini"));
-  folders.data = paths.GetText("Paths", "data_path", "");
-  if (folders.data.empty()) folders.data = platform::DocumentsFolder() + "/Halveron";
+  std::string data = paths.GetText("Paths", "data_path", "");
+  if (data.empty()) data = platform::DocumentsFolder() + "/Halveron";
+  folders.ownModules = data + "/Modules.x64/";
+  if (files == UserFiles::kLeaveAlone) return folders;
   // Where this fails, nothing can be kept, and each write says so for itself.
   std::error_code error;
-  std::filesystem::create_directories(folders.data, error);
-  folders.data += '/';
+  std::filesystem::create_directories(data, error);
+  folders.data = data + '/';
   return folders;
 }
 

@@ -13,9 +13,11 @@ enum class UserFiles { kLeaveAlone, kUse };
 struct DataFolders {
   std::string program;  ///< of the plug-in's file; holds "Paths.ini", "Skins" and "Modules.x64"
   std::string data;     ///< the user's: "Config.ini" and "Presets"
+  std::string ownModules = {};  ///< the user's external modules; need not exist
 
   /// The data folder is `data_path` of "Paths.ini" as written there, else "Halveron" in the
-  /// user's documents folder; it is made if it is missing. None for kLeaveAlone.
+  /// user's documents folder; it is made if it is missing. None for kLeaveAlone, but for the
+  /// modules in it: what needs them sounds only with them.
   static DataFolders Find(const std::string& programFolder, UserFiles files);
 
   std::string ConfigFile() const { return In(data, "Config.ini"); }

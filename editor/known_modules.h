@@ -7,6 +7,11 @@
 
 namespace halveron {
 
+class SynEditor;
+
+/// The built-in modules.
 std::vector<KnownModule> KnownModules();
+/// These and the ones of the libraries that the rack knows.
+std::vector<KnownModule> KnownModules(const SynEditor& editor);
 
 }  // namespace halveron

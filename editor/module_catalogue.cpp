@@ -93,6 +93,8 @@
 #include "modules/sources/S303Noise.h"
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
+#include "modules/sources/S315MiniSampler.h"
+#include "modules/sources/S321FMPMVCO.h"
 #include "modules/switches/S806VCSeqSw.h"
 #include "modules/switches/S8104x4SequenceRouter.h"
 #include "modules/switches/S815InOutConnector.h"
@@ -160,9 +162,9 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
     ToCome(Category::kOscillatorSource, "S312 Phase Locked Loop", "S312PhaseLockedLoop"),
     ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
-    ToCome(Category::kOscillatorSource, "S315 Mini Sampler VCO", "S315MiniSampler"),
+    Made<S315MiniSampler>(Category::kOscillatorSource, "S315MiniSampler"),
     ToCome(Category::kOscillatorSource, "S318 Tracker Mod Player", "S318TrackerModPlayer"),
-    ToCome(Category::kOscillatorSource, "S321 FM/PM VCO", "S321FMPMVCO"),
+    Made<S321FMPMVCO>(Category::kOscillatorSource, "S321FMPMVCO"),
     Made<S400DVCA>(Category::kAmplifier, "S400DVCA"),
     Made<S401VCAAtn>(Category::kAmplifier, "S401VCAAtn"),
     Made<S404VCA>(Category::kAmplifier, "S404VCA"),

@@ -22,6 +22,14 @@ SharedPointer<SynOptionMenu> MakeModulePicker(SynEditor& editor) {
               [&editor, name = entry.name] { editor.commands.InsertModule(name, kBuiltInVendor); })
         .setEnabled(entry.make != nullptr);
   }
+  for (const ModuleLibrary& library : editor.externalModules.Libraries()) {
+    for (const ModuleEntry& entry : library.modules) {
+      categories[static_cast<std::size_t>(entry.category)]->Add(
+          entry.name, [&editor, name = entry.name, vendor = library.vendor] {
+            editor.commands.InsertModule(name, vendor);
+          });
+    }
+  }
   return menu;
 }
 

@@ -31,6 +31,7 @@ void RackCommands::Insert(Module* module) {
 }
 
 void RackCommands::InsertModule(std::string_view name, std::string_view vendor) {
+  editor_.PrepareModule(name, vendor);
   Insert(editor_.AddModule(name, vendor));
 }
 

@@ -19,20 +19,31 @@ namespace {
 
 constexpr const char* kRackUnchanged = "; your rack is unchanged\n";
 
+/// Stands for a module of a library that needs a later host, which the rack asks for the version
+/// and then refuses.
+class LaterModule final : public Module {
+ public:
+  LaterModule(int version, const HostTable& table, int voiceIndex)
+      : Module(CRect(), nullptr, nullptr, table, voiceIndex), version_(version) {}
+  int GetHostVersion() const override { return version_; }
+
+ private:
+  int version_;
+};
+
 }  // namespace
 
 SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
     : RackModel(owner,
-                [](std::string_view name, std::string_view vendor, const HostTable& hostTable,
-                   int voice) -> Module* {
-                  const CatalogueEntry* entry = FindInCatalogue(name, vendor);
-                  return entry && entry->make ? entry->make(nullptr, hostTable, voice) : nullptr;
-                }),
+                [this](std::string_view name, std::string_view vendor, const HostTable& hostTable,
+                       int voice) { return MakeModule(name, vendor, hostTable, voice); }),
       folders(std::move(dataFolders)),
       options(folders.ConfigFile(), owner.hostKind),
       skin(folders, options),
       presets(folders.Presets()),
       presetsFolder(folders.Presets()) {
+  externalModules.ScanModuleLibraries(folders.ModuleLibraries());
+  externalModules.ScanModuleLibraries(folders.ownModules);
   InstallFactoryPresets(folders);
   if (!folders.data.empty()) {
     // Instances share the file, so that what was chosen in one is known to the others.
@@ -49,6 +60,24 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
 }
 
 SynEditor::~SynEditor() { CloseWindow(); }
+
+Module* SynEditor::MakeModule(std::string_view name, std::string_view vendor,
+                              const HostTable& hostTable, int voice) {
+  if (const CatalogueEntry* entry = FindInCatalogue(name, vendor)) {
+    return entry->make ? entry->make(nullptr, hostTable, voice) : nullptr;
+  }
+  ModuleEntry* entry = externalModules.Find(name, vendor);
+  if (!entry) return nullptr;
+  ModuleFailure failure = ModuleFailure::kNone;
+  Module* module = externalModules.LoadExternalModule(*entry, nullptr, hostTable, voice, failure);
+  if (failure != ModuleFailure::kNeedsLaterVersion) return module;
+  return new LaterModule(entry->required_host_version, hostTable, voice);
+}
+
+void SynEditor::PrepareModule(std::string_view name, std::string_view vendor) {
+  if (FindInCatalogue(name, vendor)) return;
+  if (ModuleEntry* entry = externalModules.Find(name, vendor)) externalModules.Prepare(*entry);
+}
 
 void SynEditor::SignPreset() {
   if (author.empty() || options.overwriteAuthor.Get()) author = options.defaultAuthor.Get();
@@ -150,6 +179,7 @@ bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::s
   // Without the menu of filters the user could not leave a preset's choice again.
   if (!options.advancedOversampling.Get()) document.oversamplingFilter = kDefaultFilterRow;
 
+  for (const PresetModule& record : document.modules) PrepareModule(record.name, record.vendor);
   const bool keepsRack = KeepsRackOnFailure(form);
   PresetOutcome outcome;
   if (keepsRack) outcome = TryModules(document, *this);

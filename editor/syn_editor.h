@@ -11,6 +11,7 @@
 
 #include "editor/data_folders.h"
 #include "editor/edit_history.h"
+#include "editor/external_modules.h"
 #include "editor/module_clipboard.h"
 #include "editor/options.h"
 #include "editor/preset_commands.h"
@@ -34,6 +35,9 @@ class SynEditor : public RackModel {
   const DataFolders folders;
   Options options;
   const SkinChoice skin;
+  ExternalModules externalModules;  ///< those in both module folders
+  /// Loads the library of an external module, if it is one; not within the processing lock.
+  void PrepareModule(std::string_view name, std::string_view vendor);
 
   // Presets. A preset is read and checked completely before the rack changes. What cannot be read,
   // is damaged, or is no preset is refused, and the rack stays. A preset of a later version leaves
@@ -120,6 +124,8 @@ class SynEditor : public RackModel {
   std::string presetsFolder;     ///< with a slash at its end
 
  private:
+  Module* MakeModule(std::string_view name, std::string_view vendor, const HostTable& hostTable,
+                     int voice);
   bool Load(const PresetReadResult& read, PresetForm form, const std::string& name);
   bool Refuse(const PresetError& error, PresetForm form, const std::string& name);
   bool FailLoad(const DialogText& dialog, bool rackChanged);

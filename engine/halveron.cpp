@@ -85,7 +85,10 @@ void Halveron::close() {
   isOpen_ = false;
   setEditor(nullptr);
   windowEditor_.reset();
+  // The code of the modules' libraries must be there until the last module has gone.
+  ExternalModules::Handles libraries = rack_->externalModules.LoadedHandles();
   rack_.reset();
+  for (auto& library : libraries) library.reset();
   if (instanceCount.fetch_sub(1) == 1) TearDownProcess();
 }
 

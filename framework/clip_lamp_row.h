@@ -35,22 +35,33 @@ class ClipLampRow {
     }
   }
 
-  /// The samples of a pack within the clip level; 0 where the mask does not hold.
+  /// The samples of a pack within the clip level.
+  Float Limit(int pack, const Float& x) {
+    const auto isOver = dsp::Or(x > level_, x < -level_);
+    if (!dsp::Any(isOver)) return x;
+    Light(pack, isOver);
+    return dsp::LimitSymmetric(x, level_);
+  }
+  /// The same; 0 where the mask does not hold.
   template <class Mask>
   Float Limit(int pack, Mask isOpen, const Float& x) {
-    const Float level = level_;
-    const auto isOver = dsp::And(isOpen, dsp::Or(x > level, x < -level));
+    const auto isOver = dsp::And(isOpen, dsp::Or(x > level_, x < -level_));
     if (!dsp::Any(isOver)) return dsp::Select(isOpen, x, 0.0f);
+    Light(pack, isOver);
+    return dsp::Select(isOpen, dsp::LimitSymmetric(x, level_), 0.0f);
+  }
+
+ private:
+  template <class Mask>
+  void Light(int pack, Mask isOver) {
     dsp::ForEachLane(isOver, [&](int lane) {
       const int voice = pack * dsp::kLanesOf<Unit> + lane;
       if (voice >= count_) return;
       lamps_[voice]->Light();
       isAnyLit_ = true;
     });
-    return dsp::Select(isOpen, dsp::LimitSymmetric(x, level), 0.0f);
   }
 
- private:
   std::array<ClipLamp*, kMaxVoices> lamps_{};
   int count_ = 0;
   float level_ = 0.0f;

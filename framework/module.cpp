@@ -192,7 +192,9 @@ void Module::LoadControlValues(const float* buffer, unsigned size) {
     float value = 0.0f;
     if (!reader.Read(value)) return;
     if (!std::isfinite(value)) continue;  // never saved by a control: keep the value
-    control->setValue(value);
+    // A push that was under way when the preset was saved is over.
+    const bool isMomentary = dynamic_cast<CKickButton*>(control) != nullptr;
+    control->setValue(isMomentary ? control->getMin() : value);
     if (auto* knob = dynamic_cast<ModuleKnob*>(control)) {
       knob->hostOffset = 0.0f;
       knob->SetAtOnce(knob->getValue());

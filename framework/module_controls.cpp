@@ -5,6 +5,7 @@
 #include "framework/knob_store.h"
 #include "framework/module.h"
 #include "gui/draw_context.h"
+#include "gui/frame.h"
 
 namespace halveron {
 
@@ -121,10 +122,13 @@ void ModuleKnobEx::invalid() {
 
 CMouseEventResult CKickButtonEx::onMouseDown(CPoint& where, const CButtonState& buttons) {
   if (!buttons.isLeftButton()) return kMouseEventNotHandled;
+  const CView* modalBefore = frame ? frame->getModalView() : nullptr;
   entryState_ = getValue();
   beginEdit();
   onMouseMoved(where, buttons);
   if (getValue() != 0.0f) valueChanged();
+  // A dialog that this press opened gets the release.
+  if (frame && frame->getModalView() != modalBefore) onMouseUp(where, buttons);
   return kMouseEventHandled;
 }
 

@@ -66,9 +66,11 @@ void TextLog::NoteDropped() {
 void TextLog::Append(std::string_view text) {
   while (!text.empty() && !full_) {
     const std::size_t end = text.find('\n');
-    AppendLine(text.substr(0, end));
-    lineOpen_ = end == std::string_view::npos;
-    text.remove_prefix(lineOpen_ ? text.size() : end + 1);
+    const bool isLast = end == std::string_view::npos;
+    const std::string_view line = text.substr(0, end);
+    AppendLine(line);
+    lineOpen_ = isLast && (lineOpen_ || line != "\r");
+    text.remove_prefix(isLast ? text.size() : end + 1);
     Forget();
   }
 }

@@ -3,13 +3,12 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-
-#include "platform/file_error.h"
 
 namespace halveron::media {
 
@@ -36,6 +35,62 @@ bool IsCutOff(SNDFILE* file) {
          log.substr(data, log.find('\n', data) - data).find("should be") != std::string::npos;
 }
 
+// The chunk that samplers share, as the RIFF specification of 1994 lays it out: nine words, and six
+// for each loop.
+constexpr char kSamplerChunk[] = "smpl";
+constexpr std::size_t kSamplerWords = 9, kLoopWords = 6;
+enum SamplerWord { kPeriod = 2, kUnityNote = 3, kPitchFraction = 4, kLoopCount = 7 };
+constexpr double kFractionsPerNote = 4294967296.0;  // a semitone in 2^32 parts
+constexpr int kHighestNote = 127;
+
+SF_CHUNK_INFO SamplerChunkInfo() {
+  SF_CHUNK_INFO info = {};
+  std::memcpy(info.id, kSamplerChunk, sizeof kSamplerChunk);
+  info.id_size = sizeof kSamplerChunk - 1;
+  return info;
+}
+
+/// From the chunk itself, since the library keeps only whole cents of it; else from what other
+/// formats say in their own way.
+std::optional<double> RootNoteOf(SNDFILE* file) {
+  SF_CHUNK_INFO info = SamplerChunkInfo();
+  if (SF_CHUNK_ITERATOR* const found = sf_get_chunk_iterator(file, &info)) {
+    std::array<std::uint32_t, kSamplerWords> words{};
+    info.data = words.data();
+    info.datalen = sizeof words;
+    const bool isRead = sf_get_chunk_data(found, &info) == SF_ERR_NO_ERROR;
+    if (isRead && words[kUnityNote] <= kHighestNote) {
+      return words[kUnityNote] + words[kPitchFraction] / kFractionsPerNote;
+    }
+    return std::nullopt;
+  }
+  SF_INSTRUMENT instrument = {};
+  if (sf_command(file, SFC_GET_INSTRUMENT, &instrument, sizeof instrument) == SF_FALSE ||
+      instrument.basenote < 0) {
+    return std::nullopt;
+  }
+  return instrument.basenote + instrument.detune / 100.0;
+}
+
+void SetKey(SNDFILE* file, const SampleKey& key, int sampleRate) {
+  std::array<std::uint32_t, kSamplerWords + kLoopWords> words{};
+  const double note = std::clamp(key.rootNote, 0.0, kHighestNote + 0.999999);
+  words[kPeriod] = static_cast<std::uint32_t>(std::lround(1e9 / sampleRate));
+  words[kUnityNote] = static_cast<std::uint32_t>(note);
+  words[kPitchFraction] = static_cast<std::uint32_t>((note - std::floor(note)) * kFractionsPerNote);
+  std::size_t count = kSamplerWords;
+  if (key.loop) {
+    words[kLoopCount] = 1;
+    words[kSamplerWords + 2] = static_cast<std::uint32_t>(key.loop->first);
+    words[kSamplerWords + 3] = static_cast<std::uint32_t>(key.loop->last);
+    count += kLoopWords;
+  }
+  SF_CHUNK_INFO info = SamplerChunkInfo();
+  info.data = words.data();
+  info.datalen = static_cast<unsigned>(count * sizeof words[0]);
+  sf_set_chunk(file, &info);
+}
+
 /// Creates an empty file that was not there before, beside the target.
 std::string MakeTemporary(const std::string& path, const std::string& target) {
   for (int attempt = 0; attempt < kTemporaryAttempts; ++attempt) {
@@ -46,7 +101,7 @@ std::string MakeTemporary(const std::string& path, const std::string& target) {
     }
     if (errno != EEXIST) {
       throw FileError(path, "", std::string("cannot be written: ") + std::strerror(errno),
-                      "choose a place that can be written with -o");
+                      "choose a place that can be written");
     }
   }
   throw FileError(path, "", "too many unfinished files beside it",
@@ -66,8 +121,8 @@ AudioFileReader::AudioFileReader(const std::string& path, int maxChannels)
   if (!file_->handle) {
     std::string cause = sf_strerror(nullptr);
     while (!cause.empty() && (cause.back() == '.' || cause.back() == '\n')) cause.pop_back();
-    throw FileError(path, "", "cannot be read as a sound file: " + cause,
-                    "give a WAV, AIFF or FLAC file");
+    throw UnknownSoundFormat(path, "", "cannot be read as a sound file: " + cause,
+                             "give a WAV, AIFF or FLAC file");
   }
   if (IsCutOff(file_->handle.get())) {
     throw FileError(path, "data", "the file ends before its samples do", "save it again");
@@ -81,6 +136,7 @@ AudioFileReader::AudioFileReader(const std::string& path, int maxChannels)
   channels_ = info.channels;
   sampleRate_ = info.samplerate;
   frames_ = info.frames;
+  rootNote_ = RootNoteOf(file_->handle.get());
 }
 
 AudioFileReader::~AudioFileReader() = default;
@@ -108,13 +164,14 @@ struct AudioFileWriter::File {
 };
 
 AudioFileWriter::AudioFileWriter(const std::string& path, int channels, int sampleRate,
-                                 std::int64_t frames)
+                                 std::int64_t frames, SampleFormat format,
+                                 const std::optional<SampleKey>& key)
     : path_(path), file_(std::make_unique<File>()) {
   std::error_code error;
   const fs::path resolved = fs::weakly_canonical(fs::absolute(path, error), error);
   target_ = error ? path : resolved.string();
   if (fs::exists(target_, error) && !fs::is_regular_file(target_, error)) {
-    throw FileError(path, "", "is no regular file", "name a WAV file with -o");
+    throw FileError(path, "", "is no regular file", "name a WAV file");
   }
   temporary_ = MakeTemporary(path, target_);
 
@@ -122,7 +179,8 @@ AudioFileWriter::AudioFileWriter(const std::string& path, int channels, int samp
   info.channels = channels;
   info.samplerate = sampleRate;
   const std::int64_t bytes = frames * channels * static_cast<std::int64_t>(sizeof(float));
-  info.format = (bytes > kLargestPlainWav ? SF_FORMAT_RF64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
+  info.format = (bytes > kLargestPlainWav ? SF_FORMAT_RF64 : SF_FORMAT_WAV) |
+                (format == SampleFormat::kFloat32 ? SF_FORMAT_FLOAT : SF_FORMAT_PCM_24);
   file_->handle.reset(sf_open(temporary_.c_str(), SFM_WRITE, &info));
   if (!file_->handle) {
     const std::string cause = sf_strerror(nullptr);
@@ -131,6 +189,8 @@ AudioFileWriter::AudioFileWriter(const std::string& path, int channels, int samp
   }
   // The peak chunk carries the time of day.
   sf_command(file_->handle.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  sf_command(file_->handle.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+  if (key) SetKey(file_->handle.get(), *key, sampleRate);
 }
 
 AudioFileWriter::~AudioFileWriter() {
@@ -143,21 +203,20 @@ void AudioFileWriter::Write(const float* interleaved, std::int64_t frames) {
   if (sf_writef_float(file_->handle.get(), interleaved, frames) != frames) {
     throw FileError(path_, "",
                     std::string("cannot be written: ") + sf_strerror(file_->handle.get()),
-                    "make room or choose another place with -o");
+                    "make room or choose another place");
   }
 }
 
 void AudioFileWriter::Commit() {
   sf_write_sync(file_->handle.get());
   if (sf_close(file_->handle.release()) != 0) {
-    throw FileError(path_, "", "cannot be written to its end",
-                    "make room or choose another place with -o");
+    throw FileError(path_, "", "cannot be written to its end", "make room or choose another place");
   }
   std::error_code error;
   fs::rename(temporary_, target_, error);
   if (error) {
     throw FileError(path_, "", "cannot be put in place: " + error.message(),
-                    "choose another place with -o");
+                    "choose another place");
   }
   temporary_.clear();
 }

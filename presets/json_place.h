@@ -27,6 +27,9 @@ class JsonPlace {
   std::vector<JsonPlace> Elements() const;
   std::vector<std::pair<std::string, JsonPlace>> Members() const;
 
+  bool IsList() const { return value_.is_array(); }
+  bool IsObject() const { return value_.is_object(); }
+  bool IsNumber() const { return value_.is_number(); }
   int Integer(int least, int most) const;
   double Number() const;
   bool Flag() const;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "framework/cable.h"
+#include "framework/patch_key.h"
 #include "presets/preset_document.h"
 
 namespace halveron {
@@ -42,6 +43,8 @@ struct TextPatch {
     std::optional<float> clipLevel;  ///< linear
     /// The module's preset data after its control values.
     std::optional<std::vector<std::byte>> data;
+    /// One of kPatchKeys and its value, which the module takes after the data.
+    std::optional<std::pair<std::string, PatchValue>> ownKey;
     /// Host parameter of each control that has one, by role; none: assigned in order.
     std::optional<std::vector<std::pair<std::string, int>>> parameters;
   };

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <set>
 
@@ -131,6 +132,7 @@ class PatchCheck {
     for (const auto& [role, value] : entry.controls) CheckControl(index, module, role, value);
     CheckOptions(index, module);
     if (entry.data) CheckData(index, module);
+    if (entry.ownKey) TakeOwnKey(index, module);
     if (entry.parameters) CheckParameters(index, module);
   }
 
@@ -260,6 +262,27 @@ class PatchCheck {
                std::to_string(taken),
            taken > 0 ? "copy it completely" : "remove the key");
     }
+  }
+
+  /// Has the module take its own key, and goes on with the data that it makes of it.
+  void TakeOwnKey(std::size_t index, Module& module) {
+    ModuleEntry& entry = patch_.modules[index];
+    const auto& [key, value] = *entry.ownKey;
+    auto* const taker = dynamic_cast<PatchKeyTaker*>(&module);
+    if (!taker || key != taker->PatchKey()) {
+      Fail(PlaceOf(index, key), Quoted(entry.name) + " takes no " + Quoted(key),
+           taker ? "it takes " + Quoted(taker->PatchKey()) : "remove the key");
+    }
+    std::vector<std::byte> preset = PresetOf(module, entry);
+    module.LoadPreset(preset.data(), static_cast<int>(preset.size()), module.GetVersion());
+    try {
+      taker->TakePatchKey(value, std::filesystem::path(file_).parent_path().string());
+    } catch (const platform::UserError& error) {
+      Fail(PlaceOf(index, key), error.what());
+    }
+    preset.resize(static_cast<std::size_t>(module.GetPresetSize()));
+    module.SavePreset(preset.data(), static_cast<int>(preset.size()));
+    entry.data.emplace(preset.begin() + module.GetControlValuesSize(), preset.end());
   }
 
   struct Area {

@@ -55,9 +55,38 @@ void ParsePlace(const JsonPlace& place, ModuleEntry& entry) {
   entry.place = {GridNumber(*row, kReferencePanelHeight), GridNumber(*column, kReferenceUnitWidth)};
 }
 
+PatchValue ParseValue(const JsonPlace& place) {
+  if (place.IsList()) {
+    PatchValue::List list;
+    for (const JsonPlace& element : place.Elements()) list.push_back(ParseValue(element));
+    return {list};
+  }
+  if (place.IsObject()) {
+    PatchValue::Members members;
+    for (const auto& [key, member] : place.Members()) {
+      members.push_back({key, ParseValue(member)});
+    }
+    return {members};
+  }
+  if (place.IsNumber()) return {place.Number()};
+  return {place.Text()};
+}
+
+void ParseOwnKey(const JsonPlace& place, ModuleEntry& entry) {
+  for (const char* key : kPatchKeys) {
+    const auto value = place.Find(key);
+    if (!value) continue;
+    if (entry.ownKey) place.Fail(Quoted(entry.ownKey->first) + " and " + Quoted(key) + " together");
+    entry.ownKey.emplace(key, ParseValue(*value));
+  }
+}
+
 ModuleEntry ParseModule(const JsonPlace& place) {
-  place.RequireObject({"id", "name", "vendor", "row", "column", "controls", "mono", "always_on",
-                       "oversampled", "bandlimit", "clip_level", "data", "parameters"});
+  std::vector<std::string> keys{"id",         "name", "vendor",    "row",         "column",
+                                "controls",   "mono", "always_on", "oversampled", "bandlimit",
+                                "clip_level", "data", "parameters"};
+  keys.insert(keys.end(), kPatchKeys.begin(), kPatchKeys.end());
+  place.RequireObject(keys);
   ModuleEntry entry;
   const JsonPlace id = place.Require("id");
   entry.id = id.Text();
@@ -87,6 +116,7 @@ ModuleEntry ParseModule(const JsonPlace& place) {
     entry.data = DecodeBase64(data->Text());
     if (!entry.data) data->Fail("is not valid base64", "copy it completely, without blanks");
   }
+  ParseOwnKey(place, entry);
   if (const auto parameters = place.Find("parameters")) {
     entry.parameters.emplace();
     for (const auto& [role, index] : parameters->Members()) {

@@ -67,8 +67,10 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
                  static_cast<double>(record.x) / kReferenceUnitWidth};
   for (const auto& [control, savedIndex, isLamp] : SettableControls(usual)) {
     const float value = SavedValue(record, savedIndex);
-    const bool isDark = std::bit_cast<std::uint32_t>(value) == 0;
-    if (!std::isfinite(value) || (isLamp && isDark)) continue;
+    const auto isDark = [](float level) { return std::bit_cast<std::uint32_t>(level) == 0; };
+    // Some lamps are lit in a new module.
+    const bool isUsual = isLamp && isDark(value) && isDark(control->getValue());
+    if (!std::isfinite(value) || isUsual) continue;
     entry.controls.emplace_back(control->role, Shortest(value));
   }
   if (record.mono) entry.mono = UnlessDefault(*record.mono, usual.mono);

@@ -9,7 +9,7 @@ namespace halveron {
 S701ShiftResetClockDiv::S701ShiftResetClockDiv(CFrame* frame, const HostTable& table,
                                                int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kKnobX = 22, kLampX = 45, kOutX = 72, kTop = 52, kFirstOut = 124, kRow = 27;
+  constexpr float kKnobX = 22, kLampX = 45, kOutX = 72, kTop = 60, kFirstOut = 129, kRow = 26;
   AddSteppedKnob(range_, "Range", kKnobX, kTop, SharedBitmap::kGrayKnob5, 0.0f);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddSteppedKnob(shiftKnobs_[i], NumberedRole<"Shift">(i), kKnobX,
@@ -21,7 +21,7 @@ S701ShiftResetClockDiv::S701ShiftResetClockDiv(CFrame* frame, const HostTable& t
             kFirstOut + kRow * static_cast<float>(i), SharedBitmap::kRedLamp);
   }
   AddPatchPoint(clock_, "Clock", kOutX, kTop);
-  AddPatchPoint(reset_, "Reset", kOutX, 90);
+  AddPatchPoint(reset_, "Reset", kOutX, 98);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddPatchPoint(outputs_.outs[i], NumberedRole<"Out">(i), kOutX,
                   kFirstOut + kRow * static_cast<float>(i));
@@ -77,6 +77,12 @@ void S701ShiftResetClockDiv::SetShift(std::size_t output) {
   divider.Shift(shift - shifts_[output]);
   shifts_[output] = shift;
   shiftKnobs_[output].View().setValue(static_cast<float>(std::min((shift - 1) * 0.1 + 0.01, 1.0)));
+}
+
+void S701ShiftResetClockDiv::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  outputs_.Show(bank_);
 }
 
 }  // namespace halveron

@@ -20,6 +20,7 @@ class S701ShiftResetClockDiv final : public BuiltInModule<S701ShiftResetClockDiv
   S701ShiftResetClockDiv(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
   void ValueChanged(CControl* control) override;
+  void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
   /// Sets the periods from Range and all shifts to 1, and resets.

@@ -6,14 +6,14 @@ namespace halveron {
 
 S702ResetClockDiv::S702ResetClockDiv(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kMiddle = 36, kLampX = 18, kOutX = 46, kFirstOut = 124, kRow = 27;
+  constexpr float kMiddle = 36, kLampX = 18, kOutX = 46, kFirstOut = 129, kRow = 26;
   constexpr int kFirstDivision = 2;
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddLamp(outputs_.lamps[i], NumberedRole<"LED">(i), kLampX,
             kFirstOut + kRow * static_cast<float>(i), SharedBitmap::kRedLamp);
   }
-  AddPatchPoint(clock_, "Clock", kMiddle, 48);
-  AddPatchPoint(reset_, "Reset", kMiddle, 88);
+  AddPatchPoint(clock_, "Clock", kMiddle, 60);
+  AddPatchPoint(reset_, "Reset", kMiddle, 98);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddPatchPoint(outputs_.outs[i], NumberedRole<"Out">(i), kOutX,
                   kFirstOut + kRow * static_cast<float>(i));
@@ -36,6 +36,12 @@ void S702ResetClockDiv::ProcessSample() {
       for (dsp::ClockDivider& divider : bank_.dividers) divider.Reset(divider.period);
       break;
   }
+  outputs_.Show(bank_);
+}
+
+void S702ResetClockDiv::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
   outputs_.Show(bank_);
 }
 

@@ -17,6 +17,7 @@ class S702ResetClockDiv final : public BuiltInModule<S702ResetClockDiv> {
 
   S702ResetClockDiv(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
   Input clock_, reset_;

@@ -10,13 +10,13 @@ namespace halveron {
 
 S703ClockDiv::S703ClockDiv(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kMiddle = 36, kLampX = 18, kOutX = 46, kFirstOut = 124, kRow = 27;
-  AddSteppedKnob(base_, "Base", kMiddle, 52, SharedBitmap::kGrayKnob5, 0.0f);
+  constexpr float kMiddle = 36, kLampX = 18, kOutX = 46, kFirstOut = 129, kRow = 26;
+  AddSteppedKnob(base_, "Base", kMiddle, 60, SharedBitmap::kGrayKnob5, 0.0f);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddLamp(outputs_.lamps[i], NumberedRole<"LED">(i), kLampX,
             kFirstOut + kRow * static_cast<float>(i), SharedBitmap::kRedLamp);
   }
-  AddPatchPoint(clock_, "Clock", kMiddle, 90);
+  AddPatchPoint(clock_, "Clock", kMiddle, 98);
   for (std::size_t i = 0; i < kDividers; ++i) {
     AddPatchPoint(outputs_.outs[i], NumberedRole<"Out">(i), kOutX,
                   kFirstOut + kRow * static_cast<float>(i));
@@ -68,7 +68,7 @@ void S703ClockDiv::LoadPreset(const void* buffer, int size, int version) {
   isLoading_ = true;
   ByteReader reader = PresetTail(*this).Load(buffer, size);
   isLoading_ = false;
-  SetPeriods();
+  SetPeriods();  // which shows the outputs too, whatever lamps were saved
   if (version < 1001) return;
   for (dsp::ClockDivider& divider : bank_.dividers) {
     std::int32_t counter = divider.counter;

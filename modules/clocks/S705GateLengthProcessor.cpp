@@ -6,13 +6,13 @@ S705GateLengthProcessor::S705GateLengthProcessor(CFrame* frame, const HostTable&
                                                  int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
   constexpr float kMiddle = 36;
-  AddModuleKnob(length_, "Length", kMiddle, 52, SharedBitmap::kSmallKnob, 0.5f);
-  AddModuleKnob(amount_, "CV amount", kMiddle, 92, SharedBitmap::kGrayKnob, 0.0f);
-  mode_ = AddVerticalSwitch("Mode", kMiddle, 130, SharedBitmap::kVerticalSwitch, 1.0f);
-  AddLamp(lamp_, "LED", 58, 236, SharedBitmap::kRedLamp);
-  AddPatchPoint(lengthCv_, "Length CV", kMiddle, 172);
-  AddPatchPoint(gateIn_, "Gate", kMiddle, 212);
-  AddPatchPoint(gateOut_, "Gate", kMiddle, 254);
+  AddModuleKnob(length_, "Length", kMiddle, 66, SharedBitmap::kSmallKnob, 0.5f);
+  AddModuleKnob(amount_, "CV amount", kMiddle, 108, SharedBitmap::kGrayKnob, 0.0f);
+  mode_ = AddVerticalSwitch("Mode", kMiddle, 148, SharedBitmap::kVerticalSwitch, 1.0f);
+  AddLamp(lamp_, "LED", 58, 244, SharedBitmap::kRedLamp);
+  AddPatchPoint(lengthCv_, "Length CV", kMiddle, 188);
+  AddPatchPoint(gateIn_, "Gate", kMiddle, 224);
+  AddPatchPoint(gateOut_, "Gate", kMiddle, 262);
 
   clipLevel = -1.0f;
   InitPatchPoints(0.0f);

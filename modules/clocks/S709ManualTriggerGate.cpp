@@ -38,4 +38,11 @@ void S709ManualTriggerGate::ValueChanged(CControl* control) {
   if (control == gateButton_) gateLamp_.Set(gateButton_->getValue() > 0.0f ? 1.0f : 0.0f);
 }
 
+void S709ManualTriggerGate::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  triggerLamp_.Darken();
+  gateLamp_.Set(gateButton_->getValue() > 0.0f ? 1.0f : 0.0f);
+}
+
 }  // namespace halveron

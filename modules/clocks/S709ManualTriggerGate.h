@@ -21,6 +21,7 @@ class S709ManualTriggerGate final : public BuiltInModule<S709ManualTriggerGate> 
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
+  void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
   CKickButtonEx* triggerButton_;

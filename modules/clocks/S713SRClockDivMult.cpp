@@ -7,8 +7,8 @@ namespace halveron {
 
 S713SRClockDivMult::S713SRClockDivMult(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kRatioX = 52, kSwingX = 82, kMultiplyX = 110, kLampX = 132, kOutX = 156;
-  constexpr float kFirstRow = 60, kRow = 38, kInX = 22;
+  constexpr float kRatioX = 50, kSwingX = 80, kMultiplyX = 113, kLampX = 132, kOutX = 156;
+  constexpr float kFirstRow = 62, kRow = 40, kInX = 22;
   const auto rowOf = [](int channel) { return kFirstRow + kRow * static_cast<float>(channel); };
   for (int i = 0; i < kChannels; ++i) {
     AddSteppedKnob(ratios_[i], NumberedRole<"Ratio">(i), kRatioX, rowOf(i),
@@ -21,6 +21,7 @@ S713SRClockDivMult::S713SRClockDivMult(CFrame* frame, const HostTable& table, in
   for (int i = 0; i < kChannels; ++i) {
     multiply_[i] = AddVerticalSwitch(NumberedRole<"Multiply">(i), kMultiplyX, rowOf(i),
                                      SharedBitmap::kVerticalSwitch, 0.0f);
+    multiply_[i]->caption = NumberedRole<"Mult">(i);
   }
   sync_ = AddVerticalSwitch("Sync", kInX, 60, SharedBitmap::kVerticalSwitch, 1.0f);
   AddModuleKnob(rotate_, "Rotate", kRatioX, 230, SharedBitmap::kGrayKnob, 0.0f);
@@ -51,10 +52,10 @@ S713SRClockDivMult::S713SRClockDivMult(CFrame* frame, const HostTable& table, in
 void S713SRClockDivMult::ProcessSample() {
   for (Knob& swing : swings_) swing->SmoothValue();
   rotate_->SmoothValue();
-  const bool resets = kernel_.Step(clock_->in, reset_->in);
+  kernel_.Step(clock_->in, reset_->in);
   const int rotation = Rotation();
   for (int channel = 0; channel < kChannels; ++channel) {
-    const bool high = !resets && kernel_.IsHigh(channel, swings_[channel]->smoothed_value);
+    const bool high = kernel_.IsHigh(channel, swings_[channel]->smoothed_value);
     const int output = (rotation + channel) % kChannels;
     outs_[output]->out = high ? 1.0f : 0.0f;
     lamps_[channel].Set(high ? 1.0f : 0.0f);

@@ -32,6 +32,7 @@ struct S713SRClockDivMultKernel {
   std::array<Channel, kChannels> channels;
   bool sync = true;  ///< a multiplied period begins with an even pulse
 
+  bool waits = true;                ///< for the first clock after the start: all is low until then
   int samples = dsp::kIdleCounter;  ///< since the last clock
   int period = dsp::kIdleCounter;
   dsp::EdgeDetector<> clockEdges, resetEdges;
@@ -41,43 +42,51 @@ struct S713SRClockDivMultKernel {
     channel.number = number;
     channel.multiplies = multiplies;
     channel.phase_step = channel.Ratio() / period;
+    if (waits) PutToStart(channel);
   }
 
-  /// One sample. True where the reset rises: all outputs are low for that sample.
-  bool Step(float clock, float reset) {
+  /// One sample. A reset that is not low keeps a clock from the channels, not from the measure of
+  /// the pace.
+  void Step(float clock, float reset) {
     const bool clocked = clockEdges.Step(clock);
-    const bool resets = resetEdges.Step(reset);
-    if (resets) {
-      GoToStart();
-    } else if (clocked && !(reset > dsp::kResetLow)) {
+    if (clocked) {
       period = samples;
       samples = 1;
-      for (Channel& channel : channels) TakeClock(channel);
-      return false;
     } else {
+      dsp::CountInterval(samples);
+    }
+    if (resetEdges.Step(reset)) {
+      GoToStart();
+    } else if (clocked && !(reset > dsp::kResetLow)) {
+      waits = false;
+      for (Channel& channel : channels) TakeClock(channel);
+    } else if (!waits) {
       for (Channel& channel : channels) Run(channel);
     }
-    dsp::CountInterval(samples);
-    return resets;
   }
 
   /// Whether a channel's output is high, for a swing of 0..1.
   bool IsHigh(int index, double swing) const {
+    if (waits) return false;
     const Channel& channel = channels[index];
     if (!channel.odd) return channel.phase < 0.5;
     const double end = swing >= kLatestSwing ? kLatestEnd : swing + 0.5;
     return channel.phase >= swing && channel.phase < end;
   }
 
+  /// All low, until the next clock begins every channel's period.
   void GoToStart() {
-    for (Channel& channel : channels) {
-      channel.phase = 0.0;
-      channel.counter = channel.multiplies ? 0 : channel.number;
-      channel.odd = !channel.multiplies;
-    }
+    waits = true;
+    for (Channel& channel : channels) PutToStart(channel);
   }
 
  private:
+  static void PutToStart(Channel& channel) {
+    channel.phase = 0.0;
+    channel.counter = channel.multiplies ? 0 : channel.number;
+    channel.odd = !channel.multiplies;
+  }
+
   void TakeClock(Channel& channel) const {
     channel.phase_step = channel.Ratio() / period;
     if (channel.multiplies) {

@@ -27,4 +27,8 @@ void S605RMAM::SetSampleRate(float rate) {
   clip_.SetSampleRate(rate);
 }
 
+VoiceGroupMaker S605RMAM::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S605RMAM>(unit);
+}
+
 }  // namespace halveron

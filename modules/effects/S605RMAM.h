@@ -17,8 +17,12 @@ class S605RMAM final : public BuiltInModule<S605RMAM> {
   S605RMAM(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
 
  private:
+  template <class Unit>
+  friend class S605RMAMVoices;
+
   ClipLamp clip_;
   Input x_, y_;
   Output ring_, amplitude_;

@@ -1,7 +1,5 @@
 #include "modules/effects/S606VCRingMod.h"
 
-#include <algorithm>
-
 namespace halveron {
 
 S606VCRingMod::S606VCRingMod(CFrame* frame, const HostTable& table, int voiceIndex)
@@ -34,13 +32,12 @@ S606VCRingMod::S606VCRingMod(CFrame* frame, const HostTable& table, int voiceInd
 void S606VCRingMod::ProcessSample() {
   for (Knob* knob : {&amountX_, &amountXCv_, &amountY_, &amountYCv_}) (*knob)->SmoothValue();
   clip_.Tick();
-  const float x = x_->in, y = y_->in;
+  const float x = x_->in;
   const auto a =
       static_cast<float>(xCv_->in * amountXCv_->smoothed_value + amountX_->smoothed_value);
   const auto b =
       static_cast<float>(yCv_->in * amountYCv_->smoothed_value + amountY_->smoothed_value);
-  const float p = (b * y + (1.0f - b)) * (a * x + (1.0f - a)) - 1.0f;
-  const float out = p + std::max(a, b);
+  const float out = Product(x, y_->in, a, b);
   product_->out = clip_.Limit(out, clipLevel);
   if (productAndX_.IsCabled()) productAndX_->out = clip_.Limit(out + x, clipLevel);
 }
@@ -48,6 +45,10 @@ void S606VCRingMod::ProcessSample() {
 void S606VCRingMod::SetSampleRate(float rate) {
   Module::SetSampleRate(rate);
   clip_.SetSampleRate(rate);
+}
+
+VoiceGroupMaker S606VCRingMod::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S606VCRingMod>(unit);
 }
 
 }  // namespace halveron

@@ -10,7 +10,9 @@ S607AliasingWaveshaper::S607AliasingWaveshaper(CFrame* frame, const HostTable& t
   AddModuleKnob(upper_, "Upper slope", kRight, 56, SharedBitmap::kSmallKnob, 1.0f);
   AddModuleKnob(lower_, "Lower slope", kRight, 104, SharedBitmap::kSmallKnob, 0.5f);
   AddModuleKnob(threshold_, "Threshold", kLeft, 104, SharedBitmap::kSmallKnob, 0.5f);
-  mode_ = AddVerticalSwitch("Mode", kLeft, 152, SharedBitmap::kVerticalSwitch, 0.0f);
+  mode_ = AddVerticalSwitch("Mode", kLeft - 14, 152, SharedBitmap::kVerticalSwitch, 0.0f);
+  slopeLink_ =
+      AddVerticalSwitch("Slope link", kLeft + 14, 152, SharedBitmap::kVerticalSwitch, 0.0f);
   AddLamp(clip_, "Clip LED", 60, 80, SharedBitmap::kRedLamp);
   AddPatchPoint(audio_, "Audio", kLeft, 250);
   AddPatchPoint(upperCv_, "Upper slope CV", kRight, 152);
@@ -22,11 +24,13 @@ S607AliasingWaveshaper::S607AliasingWaveshaper(CFrame* frame, const HostTable& t
   lower_.View().caption = "Lower";
   upperCv_.View().caption = "Upper CV";
   lowerCv_.View().caption = "Lower CV";
+  slopeLink_->caption = "Link";
   thresholdCv_.View().caption = "Thr CV";
 
   InitPatchPoints(0.0f);
   SetSampleRate(sampleRate);
   ValueChanged(mode_);
+  ValueChanged(slopeLink_);
 }
 
 double S607AliasingWaveshaper::Jumping(double y, double threshold, double u, double l) {
@@ -50,7 +54,7 @@ void S607AliasingWaveshaper::ProcessSample() {
   const double threshold = thresholdCv_.IsCabled() ? thresholdCv_->in * threshold_->smoothed_value
                                                    : threshold_->smoothed_value;
   const double u = slope(upperCv_, upper_);
-  const double l = slope(lowerCv_, lower_);
+  const double l = isLinked_ ? u : slope(lowerCv_, lower_);
   const double shaped = bends_ ? Bending(y, threshold, u, l) : Jumping(y, threshold, u, l);
   out_->out = clip_.Limit(static_cast<float>(shaped), clipLevel);
 }
@@ -62,6 +66,7 @@ void S607AliasingWaveshaper::SetSampleRate(float rate) {
 
 void S607AliasingWaveshaper::ValueChanged(CControl* control) {
   if (control == mode_) bends_ = mode_->getValue() >= 0.5f;
+  if (control == slopeLink_) isLinked_ = slopeLink_->getValue() >= 0.5f;
 }
 
 }  // namespace halveron

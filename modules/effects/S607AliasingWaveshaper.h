@@ -26,11 +26,12 @@ class S607AliasingWaveshaper final : public BuiltInModule<S607AliasingWaveshaper
 
  private:
   Knob gain_, upper_, lower_, threshold_;
-  CVerticalSwitch* mode_;
+  CVerticalSwitch *mode_, *slopeLink_;
   ClipLamp clip_;
   Input audio_, upperCv_, lowerCv_, thresholdCv_;
   Output out_;
   bool bends_ = false;
+  bool isLinked_ = false;  // the lower side has the upper one's slope
 };
 
 }  // namespace halveron

@@ -8,7 +8,7 @@ namespace {
 
 constexpr double kStale = -10000.0;
 constexpr double kFinestFrequency = 0.0001;  // distance at which the knob's smoothing ends
-constexpr float kFormerClipLevel = 4.0f;
+constexpr float kPlus3Decibels = 1.41253757f;
 
 }  // namespace
 
@@ -37,7 +37,7 @@ S620FrequencyShifter::S620FrequencyShifter(CFrame* frame, const HostTable& table
   mixCvAmount_.View().caption = "Mix amt";
   return_.View().caption = "Return";
 
-  clipLevel = 1.4125f;
+  clipLevel = kPlus3Decibels;
   InitPatchPoints(0.0f);
   SetSampleRate(sampleRate);
   ValueChanged(law_);
@@ -53,12 +53,13 @@ void S620FrequencyShifter::ProcessSample() {
   clip_.Tick();
   FollowFrequency();
 
-  double feedback = (hasReturn_ ? return_->in : send_->out) * feedback_->smoothed_value;
-  if (hasFeedbackCv_) feedback *= feedbackCv_->in;
   const float audio = audio_->in;
+  const double feedback = Feedback();
   double x = audio + feedback;
   if (hasQ_) x += feedback;
-  const Complex y = Shift(clip_.Limit(static_cast<float>(dsp::FiniteOrZero(x)), clipLevel));
+  const double real = clip_.Limit(static_cast<float>(dsp::FiniteOrZero(x)), clipLevel);
+  const Complex y =
+      step_(kernel_, {real, hasQ_ ? static_cast<double>(dsp::FiniteOrZero(audioQ_->in)) : 0.0});
 
   send_->out = static_cast<float>(y.re);
   const double k = mixCv_->in * mixCvAmount_->smoothed_value + mix_->smoothed_value;
@@ -76,15 +77,17 @@ void S620FrequencyShifter::FollowFrequency() {
   kernel_.SetShift(S620FrequencyShifterKernel::ShiftOf(f, isWide_));
 }
 
-S620FrequencyShifter::Complex S620FrequencyShifter::Shift(float x) {
-  Complex pair{x, 0.0};
-  if (hasQ_) {
-    pair.im = dsp::FiniteOrZero(audioQ_->in);
-  } else if (mode_ != Mode::kAfterOnly) {
-    pair = kernel_.Analyse(x);
-  }
-  const Complex turned = kernel_.Rotate(pair);
-  return mode_ == Mode::kBeforeOnly ? turned : kernel_.Clean(turned);
+// Without feedback, a sample need not wait for the one before it.
+double S620FrequencyShifter::Feedback() const {
+  const double amount = feedback_->smoothed_value;
+  if (amount == 0.0) return 0.0;
+  const double feedback = (hasReturn_ ? return_->in : send_->out) * amount;
+  return hasFeedbackCv_ ? feedback * feedbackCv_->in : feedback;
+}
+
+void S620FrequencyShifter::ChooseFilters() {
+  kernel_.hasBefore = !hasQ_ && mode_ != Mode::kAfterOnly;
+  kernel_.hasAfter = mode_ != Mode::kBeforeOnly;
 }
 
 void S620FrequencyShifter::SetSampleRate(float rate) {
@@ -103,6 +106,7 @@ void S620FrequencyShifter::ValueChanged(CControl* control) {
     mode_ = position >= 1.0f   ? Mode::kBeforeOnly
             : position >= 0.5f ? Mode::kAfterOnly
                                : Mode::kBoth;
+    ChooseFilters();
   }
 }
 
@@ -111,13 +115,14 @@ void S620FrequencyShifter::CableConnected(PatchPoint*) {
   hasFeedbackCv_ = feedbackCv_.IsCabled();
   hasReturn_ = return_.IsCabled();
   downWanted_ = down_.IsCabled();
+  ChooseFilters();
 }
 
 void S620FrequencyShifter::CableDisconnected(PatchPoint* point) { CableConnected(point); }
 
 void S620FrequencyShifter::LoadPreset(const void* buffer, int size, int version) {
   Module::LoadPreset(buffer, size, version);
-  if (version < kVersion) SetClipLevel(kFormerClipLevel);
+  if (version < kVersion) SetClipLevel(kDefaultClipLevel);
 }
 
 }  // namespace halveron

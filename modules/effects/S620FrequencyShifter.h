@@ -30,7 +30,9 @@ class S620FrequencyShifter final : public BuiltInModule<S620FrequencyShifter> {
   enum class Mode { kBoth, kAfterOnly, kBeforeOnly };
 
   void FollowFrequency();
-  Complex Shift(float x);
+  /// What is added to the input.
+  double Feedback() const;
+  void ChooseFilters();
 
   Knob frequency_, frequencyCvAmount_, feedback_, mix_, mixCvAmount_;
   CVerticalSwitch *law_, *modeSwitch_;
@@ -43,6 +45,8 @@ class S620FrequencyShifter final : public BuiltInModule<S620FrequencyShifter> {
   bool hasQ_ = false, hasFeedbackCv_ = false, hasReturn_ = false, downWanted_ = false;
   double frequencyCache_ = -10000.0;
   S620FrequencyShifterKernel kernel_;
+  S620FrequencyShifterKernel::StepFunction step_ =
+      S620FrequencyShifterKernel::StepOf(S620FrequencyShifterKernel::BestUnit());
 };
 
 }  // namespace halveron

@@ -13,6 +13,11 @@ constexpr float kFirstLimit = 88200.0f;
 // By doublings of the rate above it, for a rejection of some 68 dB at each.
 constexpr std::array<int, 10> kSections{6, 6, 7, 7, 8, 8, 9, 9, 10, 10};
 
+S620FrequencyShifterKernel::Complex StepPlain(S620FrequencyShifterKernel& kernel,
+                                              const S620FrequencyShifterKernel::Complex& x) {
+  return kernel.Step<dsp::FourDoubles>(x);
+}
+
 }  // namespace
 
 void S620FrequencyShifterKernel::Prepare(float rate) {
@@ -39,10 +44,18 @@ double S620FrequencyShifterKernel::ShiftOf(double f, bool wide) {
                  : (u * u - 1.0) * -0.5 * 32000.0 - 16000.0;
 }
 
-S620FrequencyShifterKernel::Complex S620FrequencyShifterKernel::Rotate(const Complex& x) {
-  rotor_ = {rotor_.re * rotorCos_ - rotor_.im * rotorSin_,
-            rotor_.re * rotorSin_ + rotor_.im * rotorCos_};
-  return {x.re * rotor_.re - x.im * rotor_.im, x.re * rotor_.im + x.im * rotor_.re};
+S620FrequencyShifterKernel::StepFunction S620FrequencyShifterKernel::StepOf(VectorUnit unit) {
+  switch (unit) {
+    case VectorUnit::kSse2:
+      return &S620FrequencyShifterVectors<dsp::Sse2>::Step;
+    case VectorUnit::kAvx2:
+      return &S620FrequencyShifterVectors<dsp::Avx2>::Step;
+    case VectorUnit::kAvx512:
+      return &S620FrequencyShifterVectors<dsp::Avx512>::Step;
+    case VectorUnit::kNone:
+      break;
+  }
+  return &StepPlain;
 }
 
 }  // namespace halveron

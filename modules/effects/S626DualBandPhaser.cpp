@@ -7,8 +7,6 @@ namespace halveron {
 namespace {
 
 constexpr double kStale = -1000.0;
-constexpr double kPerStageA = 0.6 * 0.09090909090909091;
-constexpr double kPerStageB = 0.05454545454545454;
 constexpr double kFarthestCentre = 16.0;  // keeps the gain finite, whatever is on the inputs
 
 }  // namespace
@@ -64,29 +62,35 @@ S626DualBandPhaser::S626DualBandPhaser(CFrame* frame, const HostTable& table, in
 void S626DualBandPhaser::ProcessSample() {
   moving_.Smooth();
   clip_.Tick();
-  limited_ = false;
   const double x1 = dsp::FiniteOrZero(in1_->in);
   const double x2 = hasIn2_ ? dsp::FiniteOrZero(in2_->in) : x1;
   FollowSpread();
-  const double R = Damping();
 
-  const double gainA = CentreGain(a_);
-  const double rateA = a_.rate->smoothed_value;
-  const double increment = rateA * rateA * rateA * lfoMax_;
-  a_.lfo.Advance(increment);
-  const double bandA = RunBand(a_, x1, gainA, R);
-
-  const double gainB = CentreGain(b_);
-  const double rateB = b_.rate->smoothed_value;
-  b_.lfo.Advance(lfoLinked_ ? increment * ratio_ : rateB * rateB * rateB * lfoMax_);
+  PhaserBank::Controls controls;
+  controls.R = Damping();
+  controls.gainA = CentreGain(a_);
+  controls.gainB = CentreGain(b_);
+  controls.hasBefore = preChain_;
+  controls.offset = BandOffset();
+  controls.limit = clipLevel;
   const double routing = routing_->smoothed_value;
   const double m = hasRoutingCv_ ? dsp::FiniteOrZero(routingCv_->in * routing) : routing;
-  const double bandB = RunBand(b_, (1.0 - m) * bandA + m * x2, gainB, R);
+  controls.routing = m;
+  AdvanceLfos();
 
+  bank_.limited = false;
+  const auto [bandA, bandB] = step_(bank_, {x1, x2}, controls);
   const double w = mix_->smoothed_value;
   out1_->out = static_cast<float>(((1.0 - m) * bandB + m * bandA) * w + (1.0 - w) * x1);
   out2_->out = static_cast<float>((1.0 - w) * x2 + w * bandB);
-  if (limited_) clip_.Light();
+  if (bank_.limited) clip_.Light();
+}
+
+void S626DualBandPhaser::AdvanceLfos() {
+  const double rateA = a_.rate->smoothed_value, rateB = b_.rate->smoothed_value;
+  const double increment = rateA * rateA * rateA * lfoMax_;
+  a_.lfo.Advance(increment);
+  b_.lfo.Advance(lfoLinked_ ? increment * ratio_ : rateB * rateB * rateB * lfoMax_);
 }
 
 void S626DualBandPhaser::FollowSpread() {
@@ -95,8 +99,8 @@ void S626DualBandPhaser::FollowSpread() {
   spreadCache_ = s;
   s = dsp::LimitUnit(s);
   resonanceFloor_ = 0.75 - s * 0.5;
-  a_.chain.SetSpread(s, kPerStageA);
-  b_.chain.SetSpread(s, kPerStageB);
+  a_.spacing.Set(s, a_.spacing.stages * 0.6 * 0.09090909090909091);
+  b_.spacing.Set(s, b_.spacing.stages * 0.05454545454545454);
 }
 
 double S626DualBandPhaser::Damping() const {
@@ -113,19 +117,9 @@ double S626DualBandPhaser::CentreGain(const Band& band) const {
   return c >= 0.0 ? c * c * c * c * gMax_ : 0.0;
 }
 
-double S626DualBandPhaser::RunBand(Band& band, double u, double g, double R) {
-  PhaserChain& chain = band.chain;
-  double factor = chain.PlainFactor();
-  if (preChain_) {
-    const double amount = offset_->smoothed_value;
-    const double offset =
-        hasOffsetCv_ ? dsp::FiniteOrZero(offsetCv_->in * amount) : amount * 2.0 - 1.0;
-    factor = chain.OffsetFactor(offset);
-    u = chain.RunBefore(u, g);
-  } else {
-    u *= chain.PlainGain();
-  }
-  return chain.Run(u, g, factor, R, clipLevel, limited_);
+double S626DualBandPhaser::BandOffset() const {
+  const double amount = offset_->smoothed_value;
+  return hasOffsetCv_ ? dsp::FiniteOrZero(offsetCv_->in * amount) : amount * 2.0 - 1.0;
 }
 
 void S626DualBandPhaser::SetSampleRate(float rate) {
@@ -137,9 +131,9 @@ void S626DualBandPhaser::SetSampleRate(float rate) {
 
 void S626DualBandPhaser::SetStages(Band& band) {
   const int stages = band.stages.View().SnapToStep();
-  if (stages == band.chain.Stages()) return;
+  if (stages == band.spacing.stages) return;
   const ProcessingSection section(*this);
-  band.chain.SetStages(stages);
+  band.spacing.SetStages(stages);
   spreadCache_ = kStale;
 }
 
@@ -165,6 +159,7 @@ void S626DualBandPhaser::ValueChanged(CControl* control) {
     if (lfoLinked_) {
       SetRatio();
     } else if (b_.rate->value == 0.0f) {
+      const ProcessingSection section(*this);
       b_.lfo.phase = 0.0;
     }
   } else if (control == invert_ && invert_->getValue() > 0.0f) {

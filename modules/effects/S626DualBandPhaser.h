@@ -30,22 +30,27 @@ class S626DualBandPhaser final : public BuiltInModule<S626DualBandPhaser> {
 
  private:
   struct Band {
+    explicit Band(PhaserSpacing& itsSpacing) : spacing(itsSpacing) {}
+
+    PhaserSpacing& spacing;
     Knob centre, depth, rate, stages;
     Input cv;
     PhaserLfo lfo;
-    PhaserChain chain;
   };
 
   void SetStages(Band& band);
   void SetRatio();
   void FollowSpread();
+  void AdvanceLfos();
   double Damping() const;
   /// The gain at a band's centre, swept by its LFO and voltage.
   double CentreGain(const Band& band) const;
-  /// One sample through a band's chain.
-  double RunBand(Band& band, double u, double g, double R);
+  /// What moves the main stages of both bands, -1..1.
+  double BandOffset() const;
 
-  Band a_, b_;
+  PhaserBank bank_;
+  PhaserStep step_ = PhaserStepOf(BestPhaserUnit());
+  Band a_{bank_.spacingA}, b_{bank_.spacingB};
   Knob spread_, spreadCvAmount_, resonance_, resonanceCvAmount_, offset_, routing_, mix_;
   MovingKnobs<13> moving_;
   CVerticalSwitch *link_, *preChainSwitch_;
@@ -60,7 +65,6 @@ class S626DualBandPhaser final : public BuiltInModule<S626DualBandPhaser> {
   double ratio_ = 1.0;  // of LFO B to LFO A
   double spreadCache_ = -1000.0;
   double resonanceFloor_ = 0.75;
-  bool limited_ = false;
 };
 
 }  // namespace halveron

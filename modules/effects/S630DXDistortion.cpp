@@ -11,6 +11,7 @@ namespace {
 
 constexpr double kLowestHertz = 100.0, kHertzRange = 7900.0;
 constexpr double kDecibelRange = 60.0;
+constexpr double kParameterInterval = 0.001;  // seconds from one setting to the next
 
 }  // namespace
 
@@ -54,11 +55,21 @@ float S630DXDistortion::Channel::Exchange(float in, int frame, float pole) {
 }
 
 void S630DXDistortion::ProcessSample() {
+  for (Knob* knob : {&gain_, &gainCvAmount_, &edge_, &centre_, &centreCvAmount_, &bandwidth_,
+                     &bandwidthCvAmount_, &lowPass_}) {
+    (*knob)->SmoothValue();
+  }
+  if (--holdoff_ <= 0) {
+    holdoff_ = blockInterval_;
+    const S630DXDistortionKernel::Parameters parameters = ParametersNow();
+    for (Channel* channel : {&left_, &right_}) {
+      channel->kernel.SetParameters(parameters, blockInterval_);
+    }
+  }
   if (++frame_ >= S630DXDistortionKernel::kBlock) {
     frame_ = 0;
-    const S630DXDistortionKernel::Parameters parameters = ParametersNow();
-    left_.kernel.Process(left_.buffer, parameters);
-    if (hasRight_) right_.kernel.Process(right_.buffer, parameters);
+    left_.kernel.Process(left_.buffer);
+    if (hasRight_) right_.kernel.Process(right_.buffer);
   }
   outLeft_->out = left_.Exchange(inLeft_->in, frame_, pole_);
   outRight_->out = hasRight_ ? right_.Exchange(inRight_->in, frame_, pole_) : outLeft_->out;
@@ -66,12 +77,12 @@ void S630DXDistortion::ProcessSample() {
 
 S630DXDistortionKernel::Parameters S630DXDistortion::ParametersNow() const {
   const auto modulated = [](const Input& cv, const Knob& amount, const Knob& knob) {
-    return dsp::FiniteOrZero(static_cast<double>(cv->in) * amount->value) + knob->value;
+    return dsp::FiniteOrZero(cv->in * amount->smoothed_value) + knob->smoothed_value;
   };
   const auto hertz = [](double share) {
     return std::clamp(share * kHertzRange + kLowestHertz, kLowestHertz, kHertzRange + kLowestHertz);
   };
-  const double edge = edge_->value, lowPass = lowPass_->value;
+  const double edge = edge_->smoothed_value, lowPass = lowPass_->smoothed_value;
   return {std::clamp(modulated(gainCv_, gainCvAmount_, gain_) * kDecibelRange - kDecibelRange,
                      -kDecibelRange, 0.0),
           edge * edge * 100.0, hertz(modulated(centreCv_, centreCvAmount_, centre_)),
@@ -82,6 +93,8 @@ S630DXDistortionKernel::Parameters S630DXDistortion::ParametersNow() const {
 void S630DXDistortion::SetSampleRate(float rate) {
   Module::SetSampleRate(rate);
   pole_ = static_cast<float>(dsp::DcBlockerPole(rate));
+  blockInterval_ = std::max(static_cast<int>(rate * kParameterInterval), 1);
+  holdoff_ = 0;
   left_.kernel.Prepare(rate);
   right_.kernel.Prepare(rate);
 }

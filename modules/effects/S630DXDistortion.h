@@ -41,6 +41,7 @@ class S630DXDistortion final : public BuiltInModule<S630DXDistortion> {
   Channel left_, right_;
   bool hasRight_ = false;
   int frame_ = 0;
+  int blockInterval_ = 48, holdoff_ = 0;  // samples between settings, and until the next
   float pole_ = 0.999f;
 };
 

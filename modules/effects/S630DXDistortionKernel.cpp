@@ -37,7 +37,8 @@ S630DXDistortionKernel::Settings S630DXDistortionKernel::SettingsFor(
   return settings;
 }
 
-float S630DXDistortionKernel::Step(float x, const Settings& now) {
+float S630DXDistortionKernel::Step(float x) {
+  const Settings& now = settings_;
   const auto run = [](Filter& filter, double input, double g, double R, double& band) {
     const double high = (input - (R + g) * filter.s1 - filter.s2) / (1.0 + (R + g) * g);
     band = g * high + filter.s1;
@@ -54,23 +55,30 @@ float S630DXDistortionKernel::Step(float x, const Settings& now) {
   return static_cast<float>(dsp::FiniteOrZero((band * now.bandR + shaped) * 0.5 * now.gain));
 }
 
-void S630DXDistortionKernel::Process(std::array<float, kBlock>& block,
-                                     const Parameters& parameters) {
-  const Settings next = SettingsFor(parameters);
-  if (isFirst_) settings_ = next;
+void S630DXDistortionKernel::SetParameters(const Parameters& parameters, int samples) {
+  target_ = SettingsFor(parameters);
+  if (isFirst_) settings_ = target_;
   isFirst_ = false;
-  const Settings start = settings_;
-  for (int i = 0; i < kBlock; ++i) {
-    const double share = (i + 1.0) / kBlock;
-    const auto glide = [&](double Settings::*part) {
-      return start.*part + (next.*part - start.*part) * share;
-    };
-    const Settings now{glide(&Settings::gain),  glide(&Settings::drive), glide(&Settings::level),
-                       glide(&Settings::bandG), glide(&Settings::bandR), glide(&Settings::lowG)};
-    float& sample = block[static_cast<std::size_t>(i)];
-    sample = Step(sample, now);
+  for (const auto part : kSettings) {
+    change_.*part = (target_.*part - settings_.*part) / samples;
   }
-  settings_ = next;
+  glide_ = samples;
+}
+
+void S630DXDistortionKernel::Glide() {
+  if (glide_ == 0) return;
+  if (--glide_ == 0) {
+    settings_ = target_;
+    return;
+  }
+  for (const auto part : kSettings) settings_.*part += change_.*part;
+}
+
+void S630DXDistortionKernel::Process(std::array<float, kBlock>& block) {
+  for (float& sample : block) {
+    Glide();
+    sample = Step(sample);
+  }
 }
 
 }  // namespace halveron

@@ -8,7 +8,7 @@ namespace halveron {
 /// A low-pass, a saturating curve, and a band-pass after it. The filters are trapezoidal
 /// state-variable filters (Zavalishin, "The Art of VA Filter Design"), the curve is
 /// y = 0.5 tanh(d x) / tanh(d / 2), with d from 0.1 to 30, so that a peak of 0.5 stays one. The
-/// parameters glide over a block.
+/// parameters glide to each new setting.
 class S630DXDistortionKernel {
  public:
   static constexpr int kBlock = 32;
@@ -22,8 +22,10 @@ class S630DXDistortionKernel {
   };
 
   void Prepare(float rate);
+  /// What the parameters reach after `samples`, 1 or more; at once when they are the first.
+  void SetParameters(const Parameters& parameters, int samples);
   /// Runs a block in place.
-  void Process(std::array<float, kBlock>& block, const Parameters& parameters);
+  void Process(std::array<float, kBlock>& block);
 
  private:
   struct Filter {
@@ -34,11 +36,15 @@ class S630DXDistortionKernel {
     double gain = 1.0, drive = 1.0, level = 1.0;
     double bandG = 0.1, bandR = 1.0, lowG = 0.1;
   };
+  static constexpr std::array kSettings{&Settings::gain,  &Settings::drive, &Settings::level,
+                                        &Settings::bandG, &Settings::bandR, &Settings::lowG};
   Settings SettingsFor(const Parameters& parameters) const;
-  float Step(float x, const Settings& now);
+  void Glide();
+  float Step(float x);
 
   double inverseRate_ = 1.0 / 48000.0;
-  Settings settings_;
+  Settings settings_, target_, change_;  // now, then, and what a sample adds
+  int glide_ = 0;                        // samples still to go
   bool isFirst_ = true;
   Filter low_, band_;
 };

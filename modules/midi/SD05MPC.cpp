@@ -45,12 +45,15 @@ SD05MPC::SD05MPC(CFrame* frame, const HostTable& table, int voiceIndex)
 void SD05MPC::ProcessSample() {
   const MidiCableWord word = MidiCableWord::FromCell(midiIn_->in);
   ClearWritten();
-  if (!word.IsNone()) {
+  if (word.IsNone()) {
+    if (releasing_ != 0) SendReleases();
+  } else {
     const SD05MPCKernel::Deal deal = kernel_.Step(word);
     written_ = deal.outputs;
     for (std::uint32_t rest = deal.outputs; rest != 0; rest &= rest - 1) {
       const int output = std::countr_zero(rest);
       midiOut_[output]->out = word.ToCell();
+      if (releasing_ != 0) ending_[output].Pass(word);
       if (deal.lit) lamps_[output].Light();
     }
   }
@@ -60,6 +63,26 @@ void SD05MPC::ProcessSample() {
 void SD05MPC::ClearWritten() {
   for (; written_ != 0; written_ &= written_ - 1) {
     midiOut_[std::countr_zero(written_)]->out = 0.0f;
+  }
+}
+
+void SD05MPC::ReleaseNotes() {
+  for (int i = 0; i < kOutputs; ++i) {
+    HeldNotes<SD05MPCKernel::Note>& notes = kernel_.heldNotes[i];
+    if (!notes.IsEmpty()) releasing_ |= 1u << i;
+    while (!notes.IsEmpty()) {
+      const auto [channel, key] = notes.Pop();
+      ending_[i].Release(channel, key);
+    }
+  }
+}
+
+void SD05MPC::SendReleases() {
+  for (std::uint32_t rest = releasing_; rest != 0; rest &= rest - 1) {
+    const int output = std::countr_zero(rest);
+    const MidiCableWord noteOff = ending_[output].NextRelease();
+    midiOut_[output]->out = noteOff.ToCell();
+    (noteOff.IsNone() ? releasing_ : written_) ^= 1u << output;
   }
 }
 
@@ -76,13 +99,19 @@ void SD05MPC::ValueChanged(CControl* control) {
   channelDigits_->setValue(static_cast<float>(position));
 }
 
+void SD05MPC::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  for (HeldLamp& lamp : lamps_) lamp.Darken();
+}
+
 void SD05MPC::CableConnected(PatchPoint*) { FindOutputsInUse(); }
 
 void SD05MPC::CableDisconnected(PatchPoint* point) {
   FindOutputsInUse();
   ClearWritten();
   // What was held can no longer end: at the input nothing comes, at an output nobody hears it.
-  if (!midiIn_.IsCabled()) kernel_.ForgetAllNotes();
+  if (!midiIn_.IsCabled()) ReleaseNotes();
   for (int i = 0; i < kOutputs; ++i) {
     if (point == midiOut_[i] && !midiOut_[i].IsCabled()) kernel_.ForgetNotes(i);
   }

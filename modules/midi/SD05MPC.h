@@ -5,6 +5,7 @@
 
 #include "framework/module.h"
 #include "modules/midi/SD05MPCKernel.h"
+#include "modules/midi/passing_notes.h"
 
 namespace halveron {
 
@@ -30,6 +31,7 @@ class SD05MPC final : public BuiltInModule<SD05MPC> {
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
+  void LoadPreset(const void* buffer, int size, int version) override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
 
@@ -38,9 +40,15 @@ class SD05MPC final : public BuiltInModule<SD05MPC> {
 
   void FindOutputsInUse();
   void ClearWritten();
+  /// Has the notes of all outputs end: nothing more comes in that could.
+  void ReleaseNotes();
+  /// One note-off on each output that has some to send.
+  void SendReleases();
 
   SD05MPCKernel kernel_;
   std::uint32_t written_ = 0;  ///< outputs that hold a word since the last sample, by bits
+  std::array<PassingNotes, kOutputs> ending_;
+  std::uint32_t releasing_ = 0;  ///< outputs that have notes to end, by bits
 
   Knob channel_;  ///< all channels, then 1 to 16
   CSpecialDigitEx* channelDigits_;

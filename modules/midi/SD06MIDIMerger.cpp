@@ -20,20 +20,23 @@ SD06MIDIMerger::SD06MIDIMerger(CFrame* frame, const HostTable& table, int voiceI
 }
 
 void SD06MIDIMerger::ProcessSample() {
-  if (inUseCount_ > 0) {
-    std::array<MidiCableWord, kInputs> words;
-    for (std::size_t i = 0; i < inUseCount_; ++i) {
-      words[i] = MidiCableWord::FromCell(ins_[inUse_[i]]->in);
-    }
-    if (!kernel_.Take({words.data(), inUseCount_})) overflow_.Light();
+  std::array<MidiCableWord, kInputs> words;
+  for (std::size_t i = 0; i < inUseCount_; ++i) {
+    words[i] = MidiCableWord::FromCell(ins_[inUse_[i]]->in);
   }
+  if (!kernel_.Take({words.data(), inUseCount_}, {inUse_.data(), inUseCount_})) overflow_.Light();
   out_.Step(kernel_.queue.Pop());
   overflow_.Tick();
 }
 
 void SD06MIDIMerger::CableConnected(PatchPoint*) { FindInputsInUse(); }
 
-void SD06MIDIMerger::CableDisconnected(PatchPoint*) { FindInputsInUse(); }
+void SD06MIDIMerger::CableDisconnected(PatchPoint* point) {
+  FindInputsInUse();
+  for (int i = 0; i < kInputs; ++i) {
+    if (point == ins_[i] && !ins_[i].IsCabled()) kernel_.Release(i);
+  }
+}
 
 void SD06MIDIMerger::FindInputsInUse() {
   inUseCount_ = 0;

@@ -51,9 +51,21 @@ SD07MIDIFilter::SD07MIDIFilter(CFrame* frame, const HostTable& table, int voiceI
 
 void SD07MIDIFilter::ProcessSample() {
   const auto word = MidiCableWord::FromCell(midiIn_->in);
-  const bool passes = !word.IsNone() && kernel_.Passes(word);
+  if (word.IsNone()) {
+    pass_.Step(passed_.NextRelease());
+    reject_.Step(rejected_.NextRelease());
+    return;
+  }
+  const bool passes = kernel_.Passes(word);
+  (passes ? passed_ : rejected_).Pass(word);
   pass_.Step(passes ? word : MidiCableWord{});
   reject_.Step(passes ? MidiCableWord{} : word);
+}
+
+void SD07MIDIFilter::CableDisconnected(PatchPoint* point) {
+  if (point != midiIn_ || midiIn_.IsCabled()) return;
+  passed_.ReleaseAll();
+  rejected_.ReleaseAll();
 }
 
 void SD07MIDIFilter::ValueChanged(CControl* control) {

@@ -5,6 +5,7 @@
 
 #include "modules/midi/SD07MIDIFilterKernel.h"
 #include "modules/midi/midi_module.h"
+#include "modules/midi/passing_notes.h"
 
 namespace halveron {
 
@@ -21,11 +22,13 @@ class SD07MIDIFilter final : public MidiModule<SD07MIDIFilter> {
 
   void ProcessSample() override;
   void ValueChanged(CControl* control) override;
+  void CableDisconnected(PatchPoint* point) override;
 
  private:
   static constexpr int kClasses = SD07MIDIFilterKernel::kClasses;
 
   SD07MIDIFilterKernel kernel_;
+  PassingNotes passed_, rejected_;
 
   std::array<CVerticalSwitch*, kClasses> switches_{};
   Knob channel_;  ///< every channel, then 1 to 16

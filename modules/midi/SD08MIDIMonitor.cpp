@@ -38,7 +38,7 @@ SD08MIDIMonitor::SD08MIDIMonitor(CFrame* frame, const HostTable& table, int voic
   AddMidiPatchPoint(midiIn_, "MIDI in", kControls, 246);
   AddTextLog(log_, 272, 154, 400, 220, "Courier New", 10.0f);
   FinishPanel();
-  log_.Add("Note: All SysEx IDs and data are in hexadecimal\r\n");
+  log_.Add("Note: All SysEx IDs and data are in hexadecimal\n\r");
   timer_.Start();
 }
 

@@ -34,18 +34,15 @@ SD09MCC::SD09MCC(CFrame* frame, const HostTable& table, int voiceIndex)
 
 void SD09MCC::ProcessSample() {
   const auto word = MidiCableWord::FromCell(midiIn_->in);
-  MidiCableWord sent;
-  if (!word.IsNone()) {
-    inLamp_.Light();
-    const int entry = kernel_.CommandedEntry(word);
-    if (entry >= 0) {
-      SetEntry(entry, word.Data2() % midi::kChannels);
-    } else {
-      sent = kernel_.Convert(word);
-    }
-  }
-  midiOut_.Step(sent);
+  if (!word.IsNone()) inLamp_.Light();
+  const int entry = kernel_.CommandedEntry(word);
+  if (entry >= 0) SetEntry(entry, word.Data2() % midi::kChannels);
+  midiOut_.Step(entry >= 0 ? MidiCableWord{} : kernel_.Convert(word));
   inLamp_.Tick();
+}
+
+void SD09MCC::CableDisconnected(PatchPoint* point) {
+  if (point == midiIn_ && !midiIn_.IsCabled()) kernel_.ReleaseAll();
 }
 
 void SD09MCC::SetEntry(int channel, int target) {

@@ -22,6 +22,7 @@ class SD09MCC final : public MidiModule<SD09MCC> {
 
   void ProcessSample() override;
   void ValueChanged(CControl* control) override;
+  void CableDisconnected(PatchPoint* point) override;
 
  private:
   void SetEntry(int channel, int target);

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "framework/midi_cable_word.h"
+#include "modules/midi/passing_notes.h"
 
 namespace halveron {
 
@@ -32,23 +32,45 @@ struct SD09MCCKernel {
     return entry >= 0 && entry < midi::kChannels ? entry : kNoChannel;
   }
 
+  /// The word to send for one that comes in, which may be none.
   MidiCableWord Convert(MidiCableWord word) {
+    if (word.IsNone()) return passed_.NextRelease();
     if (!word.IsChannelMessage()) return word;
     const std::uint8_t from = word.Channel();
-    std::uint8_t& held = sounding[from][word.Data1() & midi::kLargestData];
     std::uint8_t to = map[from];
-    if (word.IsNoteOn()) {
-      held = to;
-    } else if ((word.IsNoteOff() || word.Kind() == midi::kKeyPressure) && held != kSilent) {
-      to = held;
+    if (word.IsAllNotesOff()) {
+      SilenceElsewhere(from, to);
+    } else if (word.IsNoteOn() || word.IsNoteOff() || word.Kind() == midi::kKeyPressure) {
+      // A key that is struck again before its end stays where it sounds.
+      std::uint8_t& held = sounding[from][word.Data1() & midi::kLargestData];
+      if (held != kSilent) to = held;
+      if (word.IsNoteOn()) held = to;
       if (word.IsNoteOff()) held = kSilent;
     }
-    return word.WithStatus(word.Kind() | to);
+    const MidiCableWord sent = word.WithStatus(word.Kind() | to);
+    passed_.Pass(sent);
+    return sent;
+  }
+
+  /// Ends all notes, when nothing more can come in.
+  void ReleaseAll() {
+    for (auto& keys : sounding) keys.fill(kSilent);
+    passed_.ReleaseAll();
   }
 
  private:
   static constexpr std::uint8_t kSilent = 0xFF;
 
+  /// What silences a channel reaches the notes that began while the map was another.
+  void SilenceElsewhere(std::uint8_t from, std::uint8_t to) {
+    for (unsigned key = 0; key < midi::kKeys; ++key) {
+      std::uint8_t& held = sounding[from][key];
+      if (held != kSilent && held != to) passed_.Release(held, key);
+      held = kSilent;
+    }
+  }
+
+  PassingNotes passed_;
   /// The channel on which each note sounds.
   std::array<std::array<std::uint8_t, midi::kKeys>, midi::kChannels> sounding{};
 };

@@ -5,13 +5,12 @@
 #include <cmath>
 
 #include "dsp/edge.h"
-#include "framework/midi_cable_word.h"
+#include "modules/midi/note_output.h"
 
 namespace halveron {
 
 struct SD12CVToMIDIConverterKernel {
   static constexpr int kPlainVelocity = 100;  ///< where no velocity is given
-  static constexpr int kReleaseVelocity = 64;
 
   bool isOn = false;  ///< a note sounds
   int key = 0;

@@ -175,7 +175,7 @@ void SD30MIDIRecorder::SetSampleRate(float rate) {
 }
 
 void SD30MIDIRecorder::ValueChanged(CControl* control) {
-  const bool isPressed = control->getValue() >= 0.5f && !isLoading_;
+  const bool isPressed = control->getValue() >= 0.5f;
   if (control == import_) {
     if (isPressed) AskForImport();
     return;
@@ -222,7 +222,7 @@ bool SD30MIDIRecorder::onDrop(std::span<const std::string> files, const CPoint& 
 void SD30MIDIRecorder::AskForImport() {
   FileQuestion question;
   question.title = "Import a MIDI file";
-  question.kinds = {{"MIDI file", "mid", ""}, {"MIDI file", "midi", ""}};
+  question.kinds = {{"MIDI file (.mid)", "mid", ""}, {"MIDI file (.midi)", "midi", ""}};
   question.purpose = "MIDI";
   fileRequest_.Ask(question, [this](const std::string& path) { Import(path); });
 }
@@ -288,9 +288,7 @@ void SD30MIDIRecorder::SavePreset(void* buffer, int size) {
 }
 
 void SD30MIDIRecorder::LoadPreset(const void* buffer, int size, int) {
-  isLoading_ = true;  // a button that was down when the preset was saved is not pressed now
   ByteReader reader = PresetTail(*this).Load(buffer, size);
-  isLoading_ = false;
   DarkenLamps();
   RecordedTake take;
   std::int32_t base = 0;

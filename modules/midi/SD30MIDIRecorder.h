@@ -61,7 +61,6 @@ class SD30MIDIRecorder final : public MidiModule<SD30MIDIRecorder> {
   std::array<dsp::EdgeDetector<>, kCommands> gateEdges_;
   dsp::PulseCounter endPulse_;
   int endSamples_ = 1;
-  bool isLoading_ = false;
   std::size_t shownEvents_ = RecordedTake::kMostEvents + 1;  ///< in the message, none at first
   FileRequest fileRequest_;
   ModuleTimer timer_;

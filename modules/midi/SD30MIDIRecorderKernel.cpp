@@ -7,17 +7,11 @@ namespace halveron {
 
 namespace {
 
-constexpr int kReleaseVelocity = 64;
 constexpr double kClocksPerSecondWithoutClock = 2.0;
 
 bool Earlier(const RecordedTake::Event& a, const RecordedTake::Event& b) { return a.time < b.time; }
 
-/// A played dump goes under a number of its own, apart from one that comes in meanwhile.
-MidiCableWord OnOtherStream(MidiCableWord packet) {
-  constexpr int kOffset = kSysExStreams / 2;
-  return packet.WithStatus(
-      static_cast<unsigned>((packet.Status() - 1 + kOffset) % kSysExStreams + 1));
-}
+enum DumpSource : std::size_t { kLive, kPlayed };
 
 }  // namespace
 
@@ -234,7 +228,7 @@ void SD30MIDIRecorderKernel::Listen(MidiCableWord word) {
     EndKey(static_cast<int>(channel), static_cast<int>(key));
   } else {
     if (word.IsAllNotesOff()) ReleaseLive();
-    output_.Through(word);
+    output_.Through(word.IsPacket() ? sentDumps_.Pass(kLive, word) : word);
   }
 }
 
@@ -345,7 +339,7 @@ void SD30MIDIRecorderKernel::Schedule(const Event& event) {
 
 void SD30MIDIRecorderKernel::Emit(MidiCableWord word) {
   if (word.IsPacket()) {
-    output_.Send(OnOtherStream(word));
+    output_.Send(sentDumps_.Pass(kPlayed, word));
     return;
   }
   const int channel = word.Channel();

@@ -8,6 +8,7 @@
 #include "dsp/counters.h"
 #include "dsp/edge.h"
 #include "framework/sysex.h"
+#include "modules/midi/dump_merger.h"
 #include "modules/midi/note_output.h"
 
 namespace halveron {
@@ -155,6 +156,7 @@ class SD30MIDIRecorderKernel {
   PerKey<bool> recorded_{};  // a note-on was recorded, its note-off was not
   int recordedCount_ = 0;
   std::array<bool, kSysExStreams + 1> recordedDumps_{};
+  DumpMerger<2> sentDumps_;  // live and played ones
   NoteOutput output_;
 };
 

@@ -5,6 +5,9 @@
 
 namespace halveron {
 
+/// Of note-offs that no key gives.
+inline constexpr unsigned kReleaseVelocity = 64;
+
 /// A queue in which every note that begins has room to end, however full it is. What only passes
 /// through overtakes it: a dump stays whole whatever the notes do.
 class NoteOutput {

@@ -106,7 +106,7 @@ void S103MatrixMixerVCA::ValueChanged(CControl* control) {
   const ProcessingSection section(*this);
   if (control == polarity_) {
     SetPolarity();
-  } else if (control->getValue() >= 0.5f && !isLoading_) {
+  } else if (control->getValue() >= 0.5f) {
     PressButton(control);
   }
 }

@@ -21,7 +21,6 @@ SE01SampleDelay::SE01SampleDelay(CFrame* frame, const HostTable& table, int voic
 }
 
 void SE01SampleDelay::ValueChanged(CControl* control) {
-  if (isLoading_ && control != display_) return;
   const float value = display_->getValue();
   if (control == up_ && up_->getValue() == 1.0f) {
     Show(value >= kMost ? 1.0f : value + 1.0f);
@@ -30,12 +29,6 @@ void SE01SampleDelay::ValueChanged(CControl* control) {
   } else if (control == display_) {
     n_ = static_cast<int>(std::clamp(value, 1.0f, static_cast<float>(kMost)) - 1.0f);
   }
-}
-
-void SE01SampleDelay::LoadPreset(const void* buffer, int size, int version) {
-  isLoading_ = true;
-  Module::LoadPreset(buffer, size, version);
-  isLoading_ = false;
 }
 
 void SE01SampleDelay::Show(float value) {

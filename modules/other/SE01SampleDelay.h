@@ -18,8 +18,6 @@ class SE01SampleDelay final : public BuiltInModule<SE01SampleDelay> {
   SE01SampleDelay(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
   void ValueChanged(CControl* control) override;
-  /// A button that was down when the preset was saved has done its step already.
-  void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
   static constexpr int kMost = 99;  // on the display, one more than the delay
@@ -31,7 +29,6 @@ class SE01SampleDelay final : public BuiltInModule<SE01SampleDelay> {
   Input in_;
   Output out_;
 
-  bool isLoading_ = false;
   int n_ = 0;  // samples
   int index_ = 0;
   std::array<float, kMost> line_{};

@@ -19,12 +19,14 @@ constexpr int kFirstVersionWithPeriod = 1001;
 
 SB11CVSeq::SB11CVSeq(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kControls = 196, kJacks = 236, kOuts = 268, kSwitches = 196;
+  constexpr float kControls = 196, kJacks = 232, kOuts = 268, kSwitches = 196;
+  constexpr float kJackRow = 44;
   for (int i = 0; i < StepGrid::kSteps; ++i) {
     AddModuleKnobEx(panel_.knobs[i], NumberedRole<"Step">(i), StepPanel::X(i), StepPanel::Y(i),
                     SharedBitmap::kGrayKnob, 0.0f);
   }
   AddModuleKnob(gateLength_, "Gate length", kControls, 58, SharedBitmap::kGrayKnob, 0.5f);
+  gateLength_.View().caption = "Gate len";
   AddModuleKnob(offset_, "Offset", kControls, 98, SharedBitmap::kGrayKnob, 0.5f);
   range_ = AddVerticalSwitch("Range", kSwitches, 138, SharedBitmap::kVerticalTripleSwitch, 0.0f);
   quantise_ = AddVerticalSwitch("Quantise", kSwitches, 176, SharedBitmap::kVerticalSwitch, 0.0f);
@@ -41,9 +43,10 @@ SB11CVSeq::SB11CVSeq(CFrame* frame, const HostTable& table, int voiceIndex)
     AddPatchPoint(panel_.rows[i], NumberedRole<"Row">(i), kOuts, StepPanel::Y(i * 4));
   }
   AddPatchPoint(gate_, "Gate", kJacks, 62);
-  AddPatchPoint(clock_, "Clock", kJacks, 118);
-  AddPatchPoint(reset_, "Reset", kJacks, 174);
-  AddPatchPoint(gateLengthCv_, "Gate length", kJacks, 230);
+  AddPatchPoint(clock_, "Clock", kJacks, 62 + kJackRow);
+  AddPatchPoint(reset_, "Reset", kJacks, 62 + kJackRow * 2);
+  AddPatchPoint(gateLengthCv_, "Gate length", kJacks, 62 + kJackRow * 3);
+  gateLengthCv_.View().caption = "Gate len";
 
   clipLevel = -1.0f;
   InitPatchPoints(0.0f);
@@ -102,7 +105,9 @@ float SB11CVSeq::VoltageOf(int step) const {
   if (!quantises_) {
     return static_cast<float>(rangeVoltage_ * knob.smoothed_value + offsetVoltage_);
   }
-  const int semitones = static_cast<int>(dsp::LimitUnit(knob.value) * rangeSemitones_);
+  // In single precision a knob at n / 12 of an octave gives n semitones, and never one less.
+  const float position = dsp::LimitUnit(knob.value);
+  const int semitones = static_cast<int>(position * static_cast<float>(rangeSemitones_));
   return static_cast<float>(semitones * kPitchPerSemitone + offsetVoltage_);
 }
 
@@ -191,7 +196,8 @@ void SB11CVSeq::LoadPreset(const void* buffer, int size, int version) {
   gateIncrement_ = 1.0;
   std::int32_t period = 0;
   if (version < kFirstVersionWithPeriod || !reader.Read(period)) return;
-  clockPeriod_ = std::clamp(period, 1, dsp::kIdleCounter);
+  // The first clock measures from here: its gate is as long as those before.
+  clockPeriod_ = samplesSinceClock_ = std::clamp(period, 1, dsp::kIdleCounter);
   gateIncrement_ = 1.0 / clockPeriod_;
 }
 

@@ -49,7 +49,7 @@ class SB11CVSeq final : public BuiltInModule<SB11CVSeq> {
   Output gate_;
 
   bool quantises_ = true;
-  double rangeSemitones_ = 12.0;
+  int rangeSemitones_ = 12;
   double rangeVoltage_ = 0.1;
   double offsetVoltage_ = 0.0;
 

@@ -129,7 +129,7 @@ void SB12RachetTrigSeq::ValueChanged(CControl* control) {
 void SB12RachetTrigSeq::CableConnected(PatchPoint* point) {
   if (point != clock_) return;
   const double period = increment_ > 0.0 ? 1.0 / increment_ : dsp::kIdleCounter;
-  clockPeriod_ = static_cast<int>(std::min<double>(period, dsp::kIdleCounter));
+  clockPeriod_ = static_cast<int>(std::min<double>(period + 0.5, dsp::kIdleCounter));
   samplesSinceClock_ = clockPeriod_;
 }
 
@@ -157,8 +157,8 @@ void SB12RachetTrigSeq::LoadPreset(const void* buffer, int size, int version) {
   if (version >= 1001 && reader.Read(period)) {
     clockPeriod_ = std::clamp(period, 1, dsp::kIdleCounter);
   }
+  // The cable on Clock comes after this, and takes the period back from the increment.
   increment_ = 1.0 / clockPeriod_;
-  if (!clock_.IsCabled()) FollowRateKnob();
 }
 
 }  // namespace halveron

@@ -49,6 +49,7 @@ SB20ComplexShiftRegister::SB20ComplexShiftRegister(CFrame* frame, const HostTabl
   SetSampleRate(sampleRate);
   ValueChanged(source_);
   for (Knob& tap : taps_) tap.View().SnapToStep();
+  ShowTap();
 }
 
 void SB20ComplexShiftRegister::ProcessSample() {
@@ -94,9 +95,8 @@ void SB20ComplexShiftRegister::StepExternal() {
 
 void SB20ComplexShiftRegister::Shift() {
   clockOut_->out = 1.0f;
-  lamps_[activeTap_].Set(0.0f);
   activeTap_ = (activeTap_ + 1) % kTaps;
-  lamps_[activeTap_].Set(1.0f);
+  ShowTap();
 
   constexpr int kLastTap = 10;
   const int tap = static_cast<int>(taps_[activeTap_]->stepped_target * kLastTap + 0.5f);
@@ -107,6 +107,16 @@ void SB20ComplexShiftRegister::Shift() {
     values[i] = isInput_[point] ? points_[point]->in : points_[point]->out;
   }
   for (int i = 0; i < kPoints; ++i) points_[i]->out = values[i];
+}
+
+void SB20ComplexShiftRegister::ShowTap() {
+  for (int i = 0; i < kTaps; ++i) lamps_[i].Set(i == activeTap_ ? 1.0f : 0.0f);
+}
+
+void SB20ComplexShiftRegister::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  ShowTap();
 }
 
 void SB20ComplexShiftRegister::SetSampleRate(float rate) {

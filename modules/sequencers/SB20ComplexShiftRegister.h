@@ -21,6 +21,7 @@ class SB20ComplexShiftRegister final : public BuiltInModule<SB20ComplexShiftRegi
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
+  void LoadPreset(const void* buffer, int size, int version) override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
 
@@ -30,6 +31,8 @@ class SB20ComplexShiftRegister final : public BuiltInModule<SB20ComplexShiftRegi
 
   void FollowRateKnob();
   void NoteDirections();
+  /// Lights the lamp of the tap that turned the points last.
+  void ShowTap();
   /// The clock output rises, and all values move on by the next tap.
   void Shift();
   void StepInternal();

@@ -7,7 +7,7 @@ namespace halveron {
 
 S806VCSeqSw::S806VCSeqSw(CFrame* frame, const HostTable& table, int voiceIndex)
     : BuiltInModule(frame, table, voiceIndex) {
-  constexpr float kLeft = 26, kRight = 66, kTop = 52, kRow = 40, kFirstPort = 92;
+  constexpr float kLeft = 26, kRight = 66, kTop = 66, kRow = 46, kFirstPort = kTop + kRow;
   AddModuleKnob(position_, "Position", kLeft, kTop, SharedBitmap::kGrayKnob, 1.0f);
   for (int i = 0; i < kPorts; ++i) {
     AddLamp(lamps_[i], NumberedRole<"LED">(i), kRight + 20,
@@ -26,7 +26,7 @@ S806VCSeqSw::S806VCSeqSw(CFrame* frame, const HostTable& table, int voiceIndex)
   clipLevel = -1.0f;
   InitPatchPoints(0.0f);
   SetSampleRate(sampleRate);
-  lamps_[litPort_].Set(1.0f);
+  ShowPort(0);
 }
 
 void S806VCSeqSw::ProcessSample() {
@@ -42,10 +42,18 @@ void S806VCSeqSw::ProcessSample() {
   const int port = PortAt(positionCv_->in * position_->smoothed_value * kPorts);
   ports_[port]->out = common_->in;
   common_->out = ports_[port]->in;
-  if (port == litPort_) return;
-  lamps_[litPort_].Set(0.0f);
-  lamps_[port].Set(1.0f);
+  if (port != litPort_) ShowPort(port);
+}
+
+void S806VCSeqSw::ShowPort(int port) {
   litPort_ = port;
+  for (int i = 0; i < kPorts; ++i) lamps_[i].Set(i == port ? 1.0f : 0.0f);
+}
+
+void S806VCSeqSw::LoadPreset(const void* buffer, int size, int version) {
+  BuiltInModule::LoadPreset(buffer, size, version);
+  const ProcessingSection section(*this);
+  ShowPort(litPort_);
 }
 
 int S806VCSeqSw::PortAt(double shift) const {

@@ -18,12 +18,15 @@ class S806VCSeqSw final : public BuiltInModule<S806VCSeqSw> {
 
   S806VCSeqSw(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
   static constexpr int kPorts = 4;
 
   /// The port for the present step, shifted by the position voltage.
   int PortAt(double shift) const;
+  /// Lights the lamp of a port alone.
+  void ShowPort(int port);
 
   Knob position_;
   std::array<Lamp, kPorts> lamps_;

@@ -5,6 +5,9 @@
 #include <cmath>
 #include <filesystem>
 
+#include "media/midi_file_writer.h"
+#include "modules/midi/SD30MIDIRecorder.h"
+#include "tests/modules/midi/note_streams.h"
 #include "tests/support/display/test_display.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/window_rig.h"
@@ -159,6 +162,63 @@ TEST_F(WindowOnDisplay, ShowsWhatTheRackDoesWhileItIsOpen) {
   EXPECT_TRUE(Until([&] { return colour() != before; }));
   rack.editor.RemoveAllModules();
   EXPECT_TRUE(Until([&] { return colour() == before; }));
+}
+
+TEST_F(WindowOnDisplay, ARecorderTakesAndGivesMidiFilesByHand) {
+  media::MidiFile song;
+  song.tempos.push_back({0.0, 0.0, 120.0, 4, 4});
+  song.events = {{0.0, 0.0, {0x90, 60, 100}},
+                 {0.01, 0.02, {0x90, 72, 100}},
+                 {0.2, 0.4, {0x80, 60, 64}},
+                 {8.0, 16.0, {0x80, 72, 64}}};
+  song.seconds = 8.0;
+  song.quarters = 16.0;
+  media::WriteMidiFile(scratch.At("song.mid"), song);
+  AddModule("sd30", 10, 0);
+  Module& recorder = *rack.editor.modules[0][0];
+  const auto click = [&](const char* role) { Click(Middle(rack.Control(recorder, role))); };
+  const auto message = [&] {
+    return std::string(static_cast<SD30MIDIRecorder&>(recorder).Message());
+  };
+  const auto id = reinterpret_cast<TestDisplay::WindowId>(Window().Frame().getWindowHandle());
+  const CPoint panel = Cell(10, 0) + CPoint(60, 12);
+  const auto drop = [&](const std::string& name) {
+    return display->DropFiles(id, static_cast<int>(panel.x), static_cast<int>(panel.y),
+                              "file://" + scratch.At(name) + "\r\n", [this] { Call(effEditIdle); });
+  };
+  scratch.Write("notes.txt", "no song");
+  drop("notes.txt");
+  EXPECT_EQ(message(), "0 events");
+  EXPECT_TRUE(drop("song.mid"));
+  EXPECT_TRUE(Until([&] { return message() == "4 events"; }));
+
+  // A stop within a note ends it.
+  rack.Tap(recorder, "MIDI out");
+  rack.Run(64);
+  click("Play");
+  rack.Run(24000);
+  click("Stop");
+  rack.Run(256);
+  testing::Listener listener;
+  for (const MidiCableWord word : rack.RecordedWords(recorder, "MIDI out")) listener.Hear(word);
+  EXPECT_EQ(listener.began, 2);
+  EXPECT_EQ(listener.Sounding(), 0);
+
+  rack.editor.files.remember("MIDI", scratch.At(""));
+  click("Export");
+  display->TypeText("mine");
+  Settle();
+  display->TypeKey("Return");
+  ASSERT_TRUE(Until([&] { return fs::exists(scratch.At("mine.mid")); }));
+  EXPECT_EQ(rack.Control(recorder, "Export").getValue(), 0.0f) << "the dialog got the release";
+  EXPECT_EQ(media::ReadMidiFile(scratch.At("mine.mid")).events.size(), 4u);
+  click("Clear");
+  ASSERT_TRUE(Until([&] { return message() == "0 events"; }));
+  click("Import");
+  display->TypeText("mine");
+  Settle();
+  display->TypeKey("Return");
+  EXPECT_TRUE(Until([&] { return message() == "4 events"; }));
 }
 
 TEST_F(WindowOnDisplay, GrowsWithMoreRows) {

@@ -250,6 +250,19 @@ TEST_F(PanelViews, AFileIsAskedForInTheWindow) {
   EXPECT_EQ(rig_.frame.getModalView(), nullptr);
 }
 
+TEST_F(PanelViews, AButtonThatAsksForAFileIsUpAgainAndAsksWithEveryPress) {
+  Module& recorder = rig_.Add("SD30 MIDI Recorder", 40, 0);
+  CControl& button = rig_.rack.Control(recorder, "Import");
+  for (int press = 1; press <= 3; ++press) {
+    rig_.Click(rig_.Middle(button));
+    ASSERT_NE(rig_.frame.getModalView(), nullptr) << "press " << press;
+    EXPECT_EQ(button.getValue(), 0.0f);
+    EXPECT_FALSE(button.isEditing());
+    rig_.Key(kKeyEscape);
+    ASSERT_EQ(rig_.frame.getModalView(), nullptr);
+  }
+}
+
 std::string RowsOf(const TextLog& log) {
   std::string rows;
   for (std::size_t row = log.FirstRow(); row < log.EndRow(); ++row) rows += log.At(row).text + "|";
@@ -279,6 +292,11 @@ TEST(TextLog, TakesPiecesOfLinesAndWrapsThem) {
   log.Clear();
   EXPECT_EQ(log.Text(), "");
   EXPECT_EQ(log.FirstRow(), 8u) << "rows keep their numbers";
+  log.Add("head\n\r");
+  log.Collect();
+  log.Add("next\r\n");
+  log.Collect();
+  EXPECT_EQ(RowsOf(log), "head|next|");
 }
 
 TEST(TextLog, IsBoundedAndCountsWhatItDrops) {

@@ -276,5 +276,28 @@ std::vector<CatalogueEntry> MadeEntries() {
 INSTANTIATE_TEST_SUITE_P(Catalogue, ModuleSweep, ::testing::ValuesIn(MadeEntries()),
                          [](const auto& info) { return std::string(info.param.className); });
 
+TEST(Modules, AButtonThatWasDownWhenAPresetWasSavedIsNotPressedByLoadingIt) {
+  TestRack rack;
+  std::size_t buttons = 0;
+  for (const CatalogueEntry& entry : ModuleCatalogue()) {
+    if (!entry.make) continue;
+    Module& module = rack.Add(entry.name);
+    const auto reload = [&] {
+      const std::vector<std::byte> saved = rack.SavedPreset(module);
+      module.LoadPreset(saved.data(), static_cast<int>(saved.size()), module.GetVersion());
+      return rack.SavedPreset(module);
+    };
+    const std::vector<std::byte> released = reload();
+    std::vector<CControl*> pressed;
+    module.forEach([&](CView* view) {
+      if (auto* button = dynamic_cast<CKickButton*>(view)) pressed.push_back(button);
+    });
+    for (CControl* button : pressed) button->setValue(button->getMax());
+    EXPECT_EQ(reload(), released) << entry.name;
+    buttons += pressed.size();
+  }
+  EXPECT_GT(buttons, 20u);
+}
+
 }  // namespace
 }  // namespace halveron::testing

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <array>
+#include <random>
 #include <vector>
 
 #include "modules/clocks/S713SRClockDivMultKernel.h"
@@ -64,6 +66,66 @@ TEST(S713SRClockDivMult, SwingDelaysEverySecondPulseWithinItsCycle) {
     }
     EXPECT_EQ(pulses.rises[2] % kPeriod, 0) << swing;
   }
+}
+
+TEST(S713SRClockDivMult, StaysInStepWithAClockThatJitters) {
+  S713SRClockDivMultKernel kernel;
+  kernel.SetRatio(0, 3, true);
+  kernel.SetRatio(1, 4, false);
+  std::mt19937 random(5);
+  int period = 1000;
+  std::array<bool, 2> wasHigh{};
+  int rises = 0;
+  std::vector<int> divided;  // the clocks at which it rose
+  for (int clock = 0; clock < 40; ++clock) {
+    const int measured = period;
+    std::vector<int> tripled;  // samples since the clock
+    period = 950 + static_cast<int>(random() % 101);
+    for (int n = 0; n < period; ++n) {
+      kernel.Step(n == 0 ? 1.0f : 0.0f, 0.0f);
+      for (int channel : {0, 1}) {
+        const bool high = kernel.IsHigh(channel, 0.0);
+        bool& was = wasHigh[static_cast<std::size_t>(channel)];
+        if (high && !was && channel == 0) tripled.push_back(n);
+        if (high && !was && channel == 1) divided.push_back(clock);
+        was = high;
+      }
+    }
+    if (clock < 2) continue;  // the pace is not known yet
+    // The first of three rises with the clock, or at the end of the measured period if that comes
+    // before; the others by the pace of the last period.
+    rises += static_cast<int>(tripled.size());
+    std::erase_if(tripled, [&](int n) { return n == 0 || n >= measured - 2; });
+    ASSERT_EQ(tripled.size(), 2u) << clock;
+    for (int i = 0; i < 2; ++i) EXPECT_NEAR(tripled[i], (i + 1) * measured / 3, 2) << clock;
+  }
+  EXPECT_NEAR(rises, 38 * 3, 1);
+  EXPECT_EQ(divided, (std::vector<int>{0, 4, 8, 12, 16, 20, 24, 28, 32, 36}));
+}
+
+TEST(S713SRClockDivMult, WaitsForAClockAndKeepsThePaceThroughAReset) {
+  S713SRClockDivMultKernel kernel;
+  kernel.SetRatio(0, 2, true);
+  kernel.SetRatio(1, 2, false);
+  const auto run = [&](int samples, bool clocks, float reset) {
+    std::array<int, 2> high{};
+    for (int n = 0; n < samples; ++n) {
+      kernel.Step(clocks && n % 1000 == 0 ? 1.0f : 0.0f, n == 0 ? reset : 0.0f);
+      for (int channel : {0, 1}) high[channel] += kernel.IsHigh(channel, 0.0);
+    }
+    return high;
+  };
+  EXPECT_EQ(run(500, false, 0.0f), (std::array{0, 0}));
+  run(4000, true, 0.0f);
+  // A reset with a clock, which does not count: all is low until the next one.
+  EXPECT_EQ(run(1000, true, 1.0f), (std::array{0, 0}));
+  // Then both begin, at the pace of one period.
+  kernel.Step(1.0f, 0.0f);
+  EXPECT_TRUE(kernel.IsHigh(0, 0.3));
+  EXPECT_TRUE(kernel.IsHigh(1, 0.3));
+  const auto [multiplied, divided] = run(999, false, 0.0f);
+  EXPECT_NEAR(multiplied, 500, 3);
+  EXPECT_NEAR(divided, 999, 3);
 }
 
 TEST(S713SRClockDivMult, RotatesItsOutputsByKnobOrVoltage) {

@@ -1,6 +1,7 @@
 // S607, S609, S610, S630, S631, S634: the laws of the distortions, and their loudness.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "modules/effects/S607AliasingWaveshaper.h"
@@ -32,6 +33,12 @@ TEST(S607AliasingWaveshaper, JumpsOrBendsBeyondItsThresholds) {
   rack.Run(4);
   EXPECT_EQ(rack.Out(shaper, "Out"), 4.0f);
   EXPECT_EQ(rack.Control(shaper, "Clip LED").getValue(), 1.0f);
+  rack.FeedConstant(shaper, "Audio", -0.25f);
+  rack.Run(4);
+  EXPECT_EQ(rack.Out(shaper, "Out"), 0.0f) << "the lower slope";
+  rack.SetControl(shaper, "Slope link", 1.0f);
+  rack.Run(4);
+  EXPECT_NEAR(rack.Out(shaper, "Out"), -0.25f * 3.9999f, 1e-6f) << "the upper slope on both sides";
 }
 
 TEST(S609VCBitCrusher, StepsFollowTheEnvelopeAndSilencePasses) {
@@ -117,6 +124,41 @@ TEST(Distortions, KeepTheirLoudnessOverTheAmount) {
   ExpectEvenLoudness("S631 VC Distortion", "Shape", "In 1", "Out 1", 6.0);
   ExpectEvenLoudness("S610 Aliasing Triple Wave Folder", "Fold level 1", "In", "Out", 6.0);
   ExpectEvenLoudness("S630 DX Distortion", "Edge", "In L", "Out L", 6.0);
+}
+
+/// Largest step between two samples.
+double LargestStep(const std::vector<float>& samples, std::size_t from, std::size_t to) {
+  double most = 0.0;
+  for (std::size_t i = from + 1; i < to; ++i) {
+    most = std::max(most, std::abs(double{samples[i]} - double{samples[i - 1]}));
+  }
+  return most;
+}
+
+TEST(Distortions, KnobsDoNotClick) {
+  const struct {
+    const char *module, *in, *out, *knob;
+  } cases[] = {{"S630 DX Distortion", "In L", "Out L", "Gain"},
+               {"S630 DX Distortion", "In L", "Out L", "Edge"},
+               {"S630 DX Distortion", "In L", "Out L", "Post EQ centre"},
+               {"S631 VC Distortion", "In 1", "Out 1", "Shape"},
+               {"S631 VC Distortion", "In 1", "Out 1", "Speed"},
+               {"S610 Aliasing Triple Wave Folder", "In", "Out", "Speed"},
+               {"S634 Quick Distortion", "In", "Out", "Mix"}};
+  for (const auto& [name, in, out, knob] : cases) {
+    TestRack rack(48000);
+    Module& module = rack.Add(name);
+    rack.SetControl(module, knob, 0.0f);
+    rack.Feed(module, in, Sine(48000, 100.0, 48000.0, 0.5));
+    rack.Tap(module, out);
+    rack.Run(16040);
+    rack.MoveControl(module, knob, 1.0f);
+    rack.Run(31960);
+    const std::vector<float>& heard = rack.Recorded(module, out);
+    const double steady =
+        std::max(LargestStep(heard, 12000, 16000), LargestStep(heard, 40000, 47900));
+    EXPECT_LT(LargestStep(heard, 16000, 40000), 1.5 * steady) << name << ' ' << knob;
+  }
 }
 
 TEST(S630DXDistortion, IsThirtyTwoSamplesLateAndCarriesTheLeftOnBothSides) {

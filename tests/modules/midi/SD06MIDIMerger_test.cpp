@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 
 #include "modules/midi/SD06MIDIMergerKernel.h"
@@ -25,6 +26,8 @@ TEST(SD06MIDIMerger, SpreadsWordsOfOneSampleInTheOrderOfInputs) {
   EXPECT_EQ(rack.Control(merger, "Sent").getValue(), 0.0f);
 }
 
+constexpr std::array<int, 16> kInputs{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+
 TEST(SD06MIDIMergerKernel, AFullQueueLosesWholeSamples) {
   SD06MIDIMergerKernel kernel;
   std::vector<Word> taken;
@@ -32,16 +35,46 @@ TEST(SD06MIDIMergerKernel, AFullQueueLosesWholeSamples) {
   int lost = 0;
   for (int sample = 0; sample < 200; ++sample) {
     for (int i = 0; i < 16; ++i) words[static_cast<std::size_t>(i)] = On(i, 1 + sample % 127);
-    if (kernel.Take(words)) {
+    if (kernel.Take(words, kInputs)) {
       taken.insert(taken.end(), words.begin(), words.end());
     } else {
       ++lost;
     }
-    kernel.Take({});  // silence on a full queue loses nothing
+    kernel.Take({}, {});  // silence on a full queue loses nothing
   }
   EXPECT_GT(lost, 0);
   for (const Word word : taken) ASSERT_EQ(kernel.queue.Pop(), word);
   EXPECT_TRUE(kernel.queue.IsEmpty());
+}
+
+TEST(SD06MIDIMergerKernel, DumpsOfSeveralInputsStayWholeOnOneOutput) {
+  // Every source numbers its dumps from 1.
+  std::array<SysExCutter, 3> cutters;
+  std::array<std::vector<Word>, 3> packets;
+  std::vector<SysExAssembler::Dump> sent;
+  for (std::uint8_t round = 0; round < 20; ++round) {
+    for (std::uint8_t i = 0; i < 3; ++i) {
+      SysExAssembler::Dump dump{0xF0, i, round};
+      dump.resize(dump.size() + round % 5u * (i + 1u), i);
+      dump.push_back(0xF7);
+      cutters[i].Cut(dump, [&](Word packet) { packets[i].push_back(packet); });
+      sent.push_back(dump);
+    }
+  }
+  SD06MIDIMergerKernel kernel;
+  Listener listener;
+  for (std::size_t sample = 0; sample < 400; ++sample) {
+    std::array<Word, 3> words;
+    for (std::size_t i = 0; i < 3; ++i) {
+      if (sample % 3 == 0 && sample / 3 < packets[i].size()) words[i] = packets[i][sample / 3];
+    }
+    ASSERT_TRUE(kernel.Take(words, kInputs));
+    const Word word = kernel.queue.Pop();
+    if (!word.IsNone()) listener.Hear(word);
+  }
+  std::sort(sent.begin(), sent.end());
+  std::sort(listener.dumps.begin(), listener.dumps.end());
+  EXPECT_EQ(listener.dumps, sent);
 }
 
 TEST(SD06MIDIMergerKernel, NotesOfAllInputsEndAndDumpsStayWhole) {
@@ -52,7 +85,7 @@ TEST(SD06MIDIMergerKernel, NotesOfAllInputsEndAndDumpsStayWhole) {
   std::vector<std::size_t> origins;
   std::size_t next = 0;
   const auto run = [&](std::array<Word, 3> words) {
-    ASSERT_TRUE(kernel.Take(words));
+    ASSERT_TRUE(kernel.Take(words, kInputs));
     for (std::size_t i = 0; i < words.size(); ++i) {
       if (!words[i].IsNone()) origins.push_back(i);
     }

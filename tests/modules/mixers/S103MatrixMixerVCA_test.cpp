@@ -120,9 +120,9 @@ TEST_F(S103Test, RotatesAndRandomises) {
 TEST_F(S103Test, APresetKeepsCrosspointsOfItsPolarity) {
   rack.SetControl(mixer, "Polarity", 0.0f);
   SetCrosspoint(2, 3, 0.125f);
-  // A host may save while a button is down.
   for (int i = 1; i <= 4; ++i) SetCrosspoint(i, 4, 0.2f * static_cast<float>(i));
   rack.MoveControl(mixer, "Rotate up", 1.0f);
+  rack.MoveControl(mixer, "Rotate up", 0.0f);
   const std::vector<std::byte> saved = rack.SavedPreset(mixer);
   Module& twin = rack.Add("S103 Matrix Mixer/VCA");
   twin.LoadPreset(saved.data(), static_cast<int>(saved.size()), 1000);

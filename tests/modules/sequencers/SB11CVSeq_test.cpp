@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "framework/signal.h"
@@ -80,6 +82,21 @@ TEST_F(SB11, GatesLastTheirShareOfTheClockAndDropForASampleWhenStillHigh) {
   Module& twin = rack.Add("SB11 CV Sequencer");
   twin.LoadPreset(saved.data(), static_cast<int>(saved.size()), 1001);
   EXPECT_EQ(rack.SavedPreset(twin), saved);
+  rack.Feed(twin, "Clock", Clocks(1, 1000, 2));
+  rack.Tap(twin, "Gate");
+  rack.Run(1000);
+  const std::vector<float>& first = rack.Recorded(twin, "Gate");
+  EXPECT_NEAR(std::count(first.begin(), first.end(), 1.0f), 0.95 * 500, 5);
+}
+
+TEST_F(SB11, QuantisesEveryPositionToItsOwnSemitone) {
+  for (const auto& [range, semitones] : {std::pair{0.0f, 12}, {0.5f, 36}, {1.0f, 60}}) {
+    rack.MoveControl(sequencer, "Range", range);
+    for (int n = 0; n <= semitones; ++n) {
+      rack.MoveControl(sequencer, "Step 1", static_cast<float>(n) / static_cast<float>(semitones));
+      EXPECT_NEAR(rack.Out(sequencer, "Row 1"), n * kPitchPerSemitone, 1e-6) << n;
+    }
+  }
 }
 
 TEST_F(SB11, LengthSwitchPlaysRowsTogetherAndPresetsKeepTheirPlace) {

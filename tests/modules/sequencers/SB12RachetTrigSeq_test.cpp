@@ -52,6 +52,21 @@ TEST_F(SB12, DividesEachClockIntoTheCountOfItsStep) {
   EXPECT_TRUE(Rises(rack.Recorded(sequencer, "Row 3")).empty());
 }
 
+TEST_F(SB12, ALoadedPresetRatchetsRightlyFromTheFirstClockOn) {
+  rack.SetControl(sequencer, "Step 2", 0.4f);
+  rack.Feed(sequencer, "Clock", Clocks(16, 1200));
+  rack.Run(16 * 1200);
+  const std::vector<std::byte> saved = rack.SavedPreset(sequencer);
+  Module& twin = rack.Add("SB12 Ratcheting Trigger Sequencer");
+  twin.LoadPreset(saved.data(), static_cast<int>(saved.size()), 1001);
+  rack.Feed(twin, "Clock", Clocks(1, 1200, 3));
+  rack.Tap(twin, "Row 1");
+  rack.Run(1200);
+  const std::vector<int> rises = Rises(rack.Recorded(twin, "Row 1"));
+  ASSERT_EQ(rises.size(), 4u);
+  for (int i = 0; i < 4; ++i) EXPECT_NEAR(rises[i], 3 + i * 300, 8);
+}
+
 TEST_F(SB12, ShortensTheLastPulseOfAGroupAndRunsByItsOwnRate) {
   rack.MoveControl(sequencer, "Length", 1.0f);
   for (int i = 0; i < 4; ++i) {

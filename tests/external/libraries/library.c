@@ -1,0 +1,166 @@
+/* Libraries for the tests, in plain C. FAULT selects what is wrong with one; 0 for nothing. */
+#include <stdlib.h>
+#include <string.h>
+
+#include "halveron_module.h"
+
+#define IN_ORDER 0
+#define NO_INITIALIZE 1
+#define NO_GET_MODULE 2
+#define NULL_CREATE 3
+#define WILD_POINTERS 4
+#define ENDLESS_COUNTS 5
+
+#ifndef FAULT
+#define FAULT IN_ORDER
+#endif
+
+HALVERON_EXPORT int test_initialized = 0;
+HALVERON_EXPORT int test_asked = 0;
+HALVERON_EXPORT int test_instances = 0;
+HALVERON_EXPORT int test_row_height = 0;
+
+/* Probe: a gain that counts what it is called for. */
+typedef struct Probe {
+  const HalveronHost* host;
+  HalveronContext* context;
+  const HalveronPanel* panel;
+  float rate;
+  float mode;
+  int32_t counts[8]; /* its own data */
+} Probe;
+
+enum { BLOCKS, EVENTS, CONNECTED, DISCONNECTED, CREATED, REMOVED, VOICES, LAST_NOTE };
+
+static void* Create(const HalveronHost* host, HalveronContext* context, const HalveronPanel* panel,
+                    int32_t voice) {
+  Probe* probe = FAULT == NULL_CREATE ? NULL : calloc(1, sizeof(Probe));
+  (void)voice;
+  if (!probe) return NULL;
+  probe->host = host;
+  probe->context = context;
+  probe->panel = panel;
+  ++test_instances;
+  return probe;
+}
+
+static void Destroy(void* instance) {
+  --test_instances;
+  free(instance);
+}
+
+static void ProcessSample(void* instance) {
+  Probe* probe = instance;
+  HalveronKnob* level = probe->panel->knobs[0];
+  float in = *probe->panel->jacks[0].signal;
+  level->smoothed_value = level->value;
+  *probe->panel->jacks[1].signal = in * level->value * (probe->mode >= 0.5f ? -1.0f : 1.0f);
+  probe->panel->lamps[0] = in > 0 ? 1.0f : 0.0f;
+  if (*probe->panel->jacks[0].signal == 9.0f) probe->host->SendStereoToDAW(probe->context, 0.5f, -0.5f);
+}
+
+static void SetRate(void* instance, float rate, float host_rate) {
+  (void)host_rate;
+  ((Probe*)instance)->rate = rate;
+}
+static void ValueChanged(void* instance, uint32_t control, float value) {
+  if (control == 1) ((Probe*)instance)->mode = value;
+}
+static void Connected(void* instance, uint32_t point) {
+  ((Probe*)instance)->counts[CONNECTED] += 1 + (int32_t)point;
+}
+static void Disconnected(void* instance, uint32_t point) {
+  ((Probe*)instance)->counts[DISCONNECTED] += 1 + (int32_t)point;
+}
+static void BlockStart(void* instance, int32_t frames) {
+  ((Probe*)instance)->counts[BLOCKS] += frames;
+}
+static void MidiEvents(void* instance, const HalveronMidiEvent* events, uint32_t count) {
+  Probe* probe = instance;
+  probe->counts[EVENTS] += (int32_t)count;
+  probe->counts[LAST_NOTE] = events[count - 1].bytes[1] + 1000 * events[count - 1].frame;
+  probe->host->SendEventsToHost(probe->context, events, count);
+}
+static void Created(void* instance, int32_t voices) {
+  ((Probe*)instance)->counts[CREATED] += voices;
+}
+static void Removed(void* instance) { ((Probe*)instance)->counts[REMOVED]++; }
+static void VoiceCount(void* instance, int32_t voices) {
+  ((Probe*)instance)->counts[VOICES] = voices;
+}
+static uint32_t DataSize(void* instance) {
+  (void)instance;
+  return sizeof(((Probe*)0)->counts);
+}
+static void SaveData(void* instance, void* buffer, uint32_t size) {
+  memcpy(buffer, ((Probe*)instance)->counts, size);
+}
+static void LoadData(void* instance, const void* data, uint32_t size, int32_t version) {
+  Probe* probe = instance;
+  if (version >= 1000 && size == sizeof probe->counts) memcpy(probe->counts, data, size);
+}
+
+static const HalveronControl controls[] = {
+    {"Level", NULL, HALVERON_KNOB, HALVERON_SMALL, 0, 0, 0, 1, 0.5f, 24, 80, 0, 0, 0, NULL},
+    {"Invert", NULL, HALVERON_SWITCH, 0, 2, 0, 0, 1, 0, 24, 124, 0, 0, 0, NULL}};
+static const HalveronPoint points[] = {{"In", NULL, HALVERON_INPUT, 0, 24, 180},
+                                       {"Out", NULL, HALVERON_OUTPUT, 0, 24, 250}};
+static const HalveronLamp lamps[] = {{"On", NULL, HALVERON_RED_LAMP, 36, 215}};
+
+static HalveronModule table;
+
+static void FillTable(const char* name) {
+  memset(&table, 0, sizeof table);
+  table.size = sizeof table;
+  table.name = name;
+  table.vendor = "Test Vendor";
+  table.columns = 4;
+  table.version = 1000;
+  table.flags = HALVERON_POLYPHONIC;
+  table.control_size = sizeof controls[0];
+  table.control_count = FAULT == ENDLESS_COUNTS ? 900 : 2;
+  table.controls = controls;
+  table.point_size = sizeof points[0];
+  table.point_count = 2;
+  table.points = FAULT == WILD_POINTERS ? (const HalveronPoint*)16 : points;
+  table.lamp_size = sizeof lamps[0];
+  table.lamp_count = 1;
+  table.lamps = lamps;
+  table.create = Create;
+  table.destroy = Destroy;
+  table.process_sample = FAULT == WILD_POINTERS ? (void (*)(void*))32 : ProcessSample;
+  table.set_rate = SetRate;
+  table.value_changed = ValueChanged;
+  table.cable_connected = Connected;
+  table.cable_disconnected = Disconnected;
+  table.block_start = BlockStart;
+  table.midi_events = MidiEvents;
+  table.voice_count_changed = VoiceCount;
+  table.module_created = Created;
+  table.module_removed = Removed;
+  table.data_size = DataSize;
+  table.save_data = SaveData;
+  table.load_data = LoadData;
+}
+
+#if FAULT != NO_INITIALIZE
+void DllInitialize(const HalveronSkin* skin) {
+  ++test_initialized;
+  test_row_height = skin->panelHeight;
+}
+#endif
+
+#if FAULT != NO_GET_MODULE
+int32_t GetDllModule(HalveronModuleEntry* entry, const char* vendor) {
+  static char name[32];
+  ++test_asked;
+  if (strcmp(vendor, "Test Vendor") != 0 || strcmp(entry->name, "Unknown") == 0) return 0;
+  /* "Later" needs the next version of the interface. */
+  entry->required_host_version =
+      HALVERON_INTERFACE_VERSION + (strcmp(entry->name, "Later") == 0 ? 1 : 0);
+  strncpy(name, entry->name, sizeof name - 1);
+  FillTable(name);
+  entry->module = &table;
+  return 1;
+}
+#endif

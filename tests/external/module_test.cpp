@@ -1,0 +1,232 @@
+// Modules of libraries in a rack: they sound, save and follow the host as built-in ones do.
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+
+#include "framework/voice_group.h"
+#include "tests/external/libraries.h"
+#include "tests/support/allocation_trap.h"
+#include "tests/support/window_rig.h"
+
+namespace halveron::testing {
+namespace {
+
+constexpr const char* kProbe = "Probe";
+
+enum Count { kBlocks, kEvents, kConnected, kDisconnected, kCreated, kRemoved, kVoices, kLastNote };
+
+/// A rack that knows the suite's library and the examples.
+class ExternalRack : public TestRack {
+ public:
+  ExternalRack() {
+    folder_.Add("in_order", Ini("Amplifier", {kProbe}));
+    editor.externalModules.ScanModuleLibraries(folder_.Path());
+    for (const char* name : {"examples/mixer", "examples/filter", "examples/drawn_wave"}) {
+      editor.externalModules.AddLibrary(SdkLibrary(name));
+    }
+  }
+  Module& AddProbe() { return AddExternal(*this, kProbe, kTestVendor); }
+  /// One of the numbers that the probe keeps as its own data.
+  int CountOf(Module& module, Count count) {
+    const std::vector<std::byte> preset = SavedPreset(module);
+    std::int32_t counts[8];
+    std::memcpy(counts, preset.data() + preset.size() - sizeof counts, sizeof counts);
+    return counts[count];
+  }
+
+ private:
+  LibraryFolder folder_;
+};
+
+TEST(ExternalModules, ReadKnobsAndCablesAndLightLamps) {
+  ExternalRack rack;
+  Module& probe = rack.AddProbe();
+  EXPECT_EQ(probe.getWidth(), 4 * panelUnitWidth);
+  EXPECT_FALSE(probe.GetMonoDefault());
+  EXPECT_EQ(probe.GetClipLevel(), -1.0f);
+  rack.Feed(probe, "In", {1.0f, 0.5f, -1.0f});
+  rack.Tap(probe, "Out");
+  rack.SetControl(probe, "Level", 0.25f);
+  rack.MoveControl(probe, "Invert", 1.0f);
+  rack.Run(3);
+  EXPECT_EQ(rack.Recorded(probe, "Out"), (std::vector<float>{-0.25f, -0.125f, 0.25f}));
+  EXPECT_EQ(rack.Control(probe, "On").getValue(), 0.0f);
+  rack.Feed(probe, "In", {1.0f});
+  rack.RunBlock(2);
+  EXPECT_EQ(rack.Control(probe, "On").getValue(), 1.0f);
+}
+
+TEST(ExternalModules, GetBlocksEventsCablesAndVoices) {
+  ExternalRack rack;
+  Module& probe = rack.AddProbe();
+  Module& other = rack.AddProbe();
+  EXPECT_EQ(rack.CountOf(probe, kCreated), 1);
+  rack.Connect(other, "Out", probe, "In");
+  rack.SendEvent(3, {0x90, 61, 100});
+  rack.RunBlock(48);
+  rack.RunBlock(16);
+  EXPECT_EQ(rack.CountOf(probe, kBlocks), 64);
+  EXPECT_EQ(rack.CountOf(probe, kEvents), 1);
+  EXPECT_EQ(rack.CountOf(probe, kLastNote), 3061);
+  ASSERT_EQ(rack.sentEvents.size(), 2u) << "both send back what they get";
+  EXPECT_EQ(rack.sentEvents[0].bytes, (std::vector<unsigned char>{0x90, 61, 100, 0}));
+  EXPECT_EQ(rack.sentEvents[0].deltaFrames, 3);
+  rack.Disconnect(probe, "In");
+  EXPECT_EQ(rack.CountOf(probe, kConnected), 1) << "point 0, counted from 1";
+  EXPECT_EQ(rack.CountOf(other, kConnected), 2);
+  EXPECT_EQ(rack.CountOf(probe, kDisconnected), 1);
+  rack.editor.voices.ApplyVoiceCount(16);
+  EXPECT_EQ(rack.CountOf(probe, kVoices), 16);
+  EXPECT_NE(probe.GetVoiceModule(15), nullptr);
+  rack.RunBlock(16);
+  rack.editor.voices.ApplyVoiceCount(1);
+  EXPECT_EQ(rack.CountOf(probe, kVoices), 1);
+}
+
+TEST(ExternalModules, KeepTheirDataInPresetsAndOnTheClipboard) {
+  ExternalRack rack;
+  Module& probe = rack.AddProbe();
+  rack.SetControl(probe, "Level", 0.75f);
+  rack.RunBlock(40);
+  rack.editor.moduleClipboard.Copy(probe);
+  const std::vector<std::byte> saved = rack.SavedPreset(probe);
+  const auto chunk = rack.editor.SaveChunk();
+  const std::vector<std::byte> state(chunk.begin(), chunk.end());
+  rack.editor.RemoveAllModules();
+  ASSERT_TRUE(rack.editor.LoadChunk(state));
+  Module& loaded = *rack.editor.modules[0].front();
+  EXPECT_EQ(rack.CountOf(loaded, kBlocks), 40);
+  EXPECT_EQ(rack.Control(loaded, "Level").getValue(), 0.75f);
+  EXPECT_EQ(rack.SavedPreset(loaded), saved);
+  const auto again = rack.editor.SaveChunk();
+  EXPECT_EQ(std::vector<std::byte>(again.begin(), again.end()), state);
+  Module* pasted = rack.editor.moduleClipboard.PasteNew(rack.editor);
+  ASSERT_NE(pasted, nullptr);
+  EXPECT_EQ(rack.CountOf(*pasted, kBlocks), 40);
+  // Data of another length than the module's are its own affair; nothing else is lost.
+  loaded.LoadPreset(saved.data(), static_cast<int>(saved.size()) - 3, 1000);
+  EXPECT_EQ(rack.Control(loaded, "Level").getValue(), 0.75f);
+}
+
+TEST(ExternalModules, AreAutomatedByTheHost) {
+  ExternalRack rack;
+  Module& probe = rack.AddProbe();
+  const int parameter = rack.Control(probe, "Invert").getTag();
+  ASSERT_GE(parameter, 0);
+  ASSERT_LT(parameter, kParameterCount);
+  rack.engine.setParameter(parameter, 1.0f);
+  rack.Feed(probe, "In", {1.0f});
+  rack.Tap(probe, "Out");
+  rack.Run(1);
+  EXPECT_EQ(rack.Recorded(probe, "Out").front(), -0.5f);
+}
+
+TEST(ExternalModules, AddUpToWhatABuiltInModuleDoes) {
+  ExternalRack rack;
+  Module& external = AddExternal(rack, "Example Mixer", kExamplesVendor);
+  Module& builtIn = rack.Add("S102 Unity Mixer");
+  for (Module* mixer : {&external, &builtIn}) {
+    rack.Feed(*mixer, "In 1", {1e8f, 0.1f, 1.0f});
+    rack.Feed(*mixer, "In 2", {1.0f, 0.2f, 2.0f});
+    rack.Feed(*mixer, "In 3", {-1e8f, 0.3f, 3.0f});
+    rack.Feed(*mixer, "In 4", {3.0f, 0.4f, 4.0f});
+    rack.Tap(*mixer, "Out");
+  }
+  rack.Run(3);
+  EXPECT_EQ(rack.Recorded(external, "Out"), rack.Recorded(builtIn, "Out"));
+}
+
+/// The filter's output after a noise, in all voices, as bits.
+std::vector<std::uint32_t> FilterRun(int voices, VectorUnit unit, std::size_t& vectorRows) {
+  ExternalRack rack;
+  rack.editor.plan.AllowVectors(unit);
+  rack.editor.voices.ApplyVoiceCount(voices);
+  Module& filter = AddExternal(rack, "Example Filter", kExamplesVendor);
+  Module& source = rack.Add("S310 VCO");
+  rack.Connect(source, "Saw", filter, "In");
+  for (int voice = 0; voice < voices; ++voice) {
+    PatchPoint& pitch = rack.Point(*source.GetVoiceModule(voice), "Pitch", kInputPoint);
+    pitch.in = static_cast<float>(voice) * 0.01f;
+  }
+  rack.SetControl(filter, "Resonance", 0.8f);
+  std::vector<std::uint32_t> bits;
+  for (int block = 0; block < 20; ++block) {
+    if (block == 7) rack.MoveControl(filter, "Cutoff", 0.9f);
+    rack.RunBlock(block % 2 == 0 ? 64 : 23);
+    vectorRows = rack.editor.plan.VectorRows();
+    for (int voice = 0; voice < voices; ++voice) {
+      const PatchPoint& out = rack.Point(*filter.GetVoiceModule(voice), "Out", kOutputPoint);
+      bits.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(out.out)));
+      EXPECT_TRUE(std::isfinite(static_cast<float>(out.out)));
+    }
+  }
+  return bits;
+}
+
+TEST(ExternalModules, RunTheirVoicesInVectorsWithTheSameBits) {
+  for (const int voices : {3, 8, 16}) {
+    std::size_t without = 0, with = 0;
+    const auto single = FilterRun(voices, VectorUnit::kNone, without);
+    EXPECT_EQ(FilterRun(voices, WidestVectorUnit(), with), single) << voices << " voices";
+    EXPECT_EQ(without, 0u);
+    EXPECT_GE(with, 2u) << "the oscillator's row and the filter's";
+    EXPECT_NE(single.front(), single.back());
+  }
+}
+
+TEST(ExternalModules, PlayWithoutAllocation) {
+  ExternalRack rack;
+  rack.editor.voices.ApplyVoiceCount(16);
+  rack.host.keepsSentEvents = false;
+  rack.AddProbe();
+  AddExternal(rack, "Example Filter", kExamplesVendor);
+  AddExternal(rack, "Example Drawn Wave", kExamplesVendor);
+  rack.SendEvent(0, {0x90, 61, 100});
+  rack.RunBlock(64);
+  float left[64], right[64];
+  float* outputs[kDawOutputs] = {left, right};
+  VstMidiEvent note{kVstMidiType, sizeof note, 5, 0, 0, 0, {'\x90', 60, 100, 0}, 0, 0, 0, 0};
+  VstEventBlock<2> events;
+  events.numEvents = 1;
+  events.events[0] = reinterpret_cast<VstEvent*>(&note);
+  const AllocationTrap trap;
+  rack.engine.processEvents(events.Header());
+  rack.engine.processReplacing(nullptr, outputs, 64);
+  EXPECT_EQ(trap.Count(), 0);
+}
+
+TEST(ExternalModules, DrawOnTheirDisplaysAndTakeTheMouse) {
+  WindowRig rig;
+  rig.editor.externalModules.AddLibrary(SdkLibrary("examples/drawn_wave"));
+  Module* wave = rig.editor.AddModule("Example Drawn Wave", kExamplesVendor);
+  ASSERT_NE(wave, nullptr);
+  rig.Place(*wave, 0, 0);
+  const CView* display = nullptr;
+  for (const CView* view : wave->children()) {
+    const auto* control = dynamic_cast<const CControl*>(view);
+    if (control && std::string(control->role) == "Wave") display = view;
+  }
+  ASSERT_NE(display, nullptr);
+  rig.DrawAll();
+  const std::vector<std::byte> before = rig.rack.SavedPreset(*wave);
+  const CPoint middle = rig.Middle(*display);
+  const CPoint low(middle.x + 20, middle.y + 30);
+  const CColor dark = rig.Picture().getPixel(static_cast<int>(low.x), static_cast<int>(low.y));
+  rig.Drag(low, CPoint(low.x + 10, low.y));
+  rig.editor.Idle();
+  rig.DrawDirty();
+  EXPECT_NE(rig.rack.SavedPreset(*wave), before) << "the wave has changed";
+  const CPoint drawn(low.x + 5, low.y);
+  bool isLit = false;
+  for (int dy = -2; dy <= 2; ++dy) {
+    const CColor pixel =
+        rig.Picture().getPixel(static_cast<int>(drawn.x), static_cast<int>(drawn.y) + dy);
+    isLit |= pixel.red > dark.red + 60;
+  }
+  EXPECT_TRUE(isLit) << "the line is drawn where the mouse went";
+}
+
+}  // namespace
+}  // namespace halveron::testing

@@ -1,0 +1,422 @@
+#include "modules/sources/S315MiniSampler.h"
+
+#include <chrono>
+#include <cstring>
+#include <numeric>
+#include <random>
+
+#include "editor/known_modules.h"
+#include "media/audio_decoder.h"
+#include "platform/file_error.h"
+#include "presets/text_patch.h"
+#include "tests/gui/input.h"
+#include "tests/modules/sources/sampler_bench.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/test_rack.h"
+
+namespace halveron::testing {
+namespace {
+
+std::vector<float> Noise(std::size_t count, unsigned seed = 1) {
+  std::mt19937 random(seed);
+  std::vector<float> noise(count);
+  for (float& value : noise) value = static_cast<float>(random()) / 4294967296.0f - 0.5f;
+  return noise;
+}
+
+struct Rig {
+  Rig() : module(dynamic_cast<S315MiniSampler&>(rack.Add("S315 Mini Sampler VCO"))) {
+    rack.Run(64);  // the first run has steps of its own
+  }
+
+  void Press(const char* role) {
+    rack.MoveControl(module, role, 1.0f);
+    rack.MoveControl(module, role, 0.0f);
+  }
+  void Use(const std::vector<float>& samples, double rate = 48000.0) {
+    module.Workshop().Use(BufferOf(samples), rate);
+    module.Workshop().Resume();
+    Wait();
+  }
+  void Wait() {
+    module.Workshop().Finish();
+    module.Poll();
+    rack.Run(64);
+  }
+  std::vector<float> Sample() const {
+    const SampleSet set = module.Workshop().Latest();
+    return {set.buffer->Samples(), set.buffer->Samples() + set.buffer->Length()};
+  }
+  /// The preset data behind the control values.
+  std::vector<std::byte> Block() {
+    const auto preset = rack.SavedPreset(module);
+    return {preset.begin() + module.GetControlValuesSize(), preset.end()};
+  }
+  void LoadBlock(const std::vector<std::byte>& block) {
+    std::vector<std::byte> preset(static_cast<std::size_t>(module.GetControlValuesSize()));
+    module.SaveControlValues(reinterpret_cast<float*>(preset.data()));
+    preset.insert(preset.end(), block.begin(), block.end());
+    module.LoadPreset(preset.data(), static_cast<int>(preset.size()), 1000);
+  }
+  void Record(const std::vector<float>& samples) {
+    rack.MoveControl(module, "Record", 1.0f);
+    rack.Feed(module, "In", samples);
+    rack.Run(static_cast<int>(samples.size()));
+    rack.MoveControl(module, "Record", 0.0f);
+  }
+
+  TestRack rack;
+  S315MiniSampler& module;
+};
+
+template <class T>
+T FieldAt(const std::vector<std::byte>& block, std::size_t offset) {
+  T value;
+  std::memcpy(&value, block.data() + offset, sizeof value);
+  return value;
+}
+
+TEST(S315MiniSampler, WhatIsRecordedIsSavedAndLoadedAgain) {
+  const ScratchFolder folder;
+  const std::vector<float> noise = Noise(3000);
+  Rig rig;
+  rig.rack.Tap(rig.module, "Out");
+  rig.Record(noise);
+  std::vector<float> sample = rig.Sample();
+  EXPECT_EQ(sample.size(), noise.size());
+  // The feed takes a step to arrive, so the recording begins with silence.
+  const auto begin = std::search(sample.begin(), sample.end(), noise.begin(), noise.begin() + 100);
+  ASSERT_LT(begin - sample.begin(), 3);
+  EXPECT_TRUE(std::equal(begin, sample.end(), noise.begin()));
+  EXPECT_EQ(rig.rack.Control(rig.module, "Record").getValue(), 0.0f);
+
+  // Overdub adds to what is there and leaves the rest.
+  rig.rack.MoveControl(rig.module, "Overdub", 1.0f);
+  rig.Record(std::vector<float>(1000, 0.25f));
+  const std::vector<float> dubbed = rig.Sample();
+  ASSERT_EQ(dubbed.size(), sample.size());
+  EXPECT_EQ(dubbed[500], sample[500] + 0.25f);
+  EXPECT_EQ(dubbed[1500], sample[1500]);
+
+  rig.Press("Root up");
+  for (const float format : {1.0f, 0.0f}) {
+    rig.rack.MoveControl(rig.module, "Format", format);
+    rig.module.Save(folder.At("take.wav"));
+    rig.Wait();
+    EXPECT_STREQ(rig.module.Message(), "Saved take.wav");
+    Rig other;
+    other.module.Load(folder.At("take.wav"));
+    other.Wait();
+    const std::vector<float> loaded = other.Sample();
+    ASSERT_EQ(loaded.size(), dubbed.size());
+    const double tolerance = format == 1.0f ? 0.0 : std::ldexp(1.0, -23);
+    for (std::size_t i = 0; i < loaded.size(); ++i) ASSERT_NEAR(loaded[i], dubbed[i], tolerance);
+    EXPECT_NEAR(other.module.Workshop().RootPitch(), 1.0 / 120.0, 1e-9);
+    EXPECT_EQ(other.rack.Control(other.module, "Root note").getValue(), 61.0f);
+    EXPECT_EQ(other.module.Workshop().Latest().rate, 48000.0);
+  }
+}
+
+TEST(S315MiniSampler, RecordingGrowsWithoutAnEnd) {
+  Rig rig;
+  rig.rack.MoveControl(rig.module, "Record", 1.0f);
+  rig.rack.FeedConstant(rig.module, "In", 0.5f);
+  rig.rack.Run(600000);
+  const auto preset = rig.rack.SavedPreset(rig.module);
+  EXPECT_EQ(rig.rack.Control(rig.module, "Record").getValue(), 0.0f) << "saving ends it";
+  EXPECT_EQ(rig.Sample().size(), 600000u);
+  EXPECT_EQ(preset.size(),
+            static_cast<std::size_t>(rig.module.GetControlValuesSize()) + 42 + 4 * 600000u);
+  rig.rack.Run(100);
+  EXPECT_EQ(rig.Sample().size(), 600000u);
+}
+
+TEST(S315MiniSampler, AFileWithAKeyPlaysAtItsRateThere) {
+  const ScratchFolder folder;
+  std::vector<float> ramp(4000);
+  std::iota(ramp.begin(), ramp.end(), 1.0f);
+  for (const double note : {60.0, 72.5}) {
+    {
+      media::AudioFileWriter writer(folder.At("ramp.wav"), 2, 24000, 2000,
+                                    media::SampleFormat::kFloat32, media::SampleKey{note});
+      writer.Write(ramp.data(), 2000);
+      writer.Commit();
+    }
+    Rig rig;
+    rig.rack.MoveControl(rig.module, "De-click", 0.0f);
+    const std::string path = folder.At("ramp.wav");
+    EXPECT_TRUE(rig.module.onDrop(std::span(&path, 1), CPoint(1, 1)));
+    rig.Wait();
+    ASSERT_EQ(rig.Sample().size(), 2000u);
+    EXPECT_EQ(rig.Sample()[1], 3.5f) << "the mean of the channels";
+    rig.rack.FeedConstant(rig.module, "Pitch", static_cast<float>((note - 60.0) / 120.0));
+    rig.rack.Feed(rig.module, "Gate", std::vector<float>(300, 1.0f));
+    rig.rack.Tap(rig.module, "Out");
+    rig.rack.Run(300);
+    const std::vector<float>& y = rig.rack.Recorded(rig.module, "Out");
+    EXPECT_NEAR(y[250] - y[150], 100.0, 0.01) << "half a sample of 2 a step";
+  }
+}
+
+TEST(S315MiniSampler, AFileThatCannotBePlayedIsRefusedInOneLine) {
+  const ScratchFolder folder;
+  Rig rig;
+  const std::vector<float> noise = Noise(100);
+  rig.Use(noise);
+  {
+    media::AudioFileWriter writer(folder.At("none.wav"), 1, 44100, 0);
+    writer.Commit();
+    media::AudioFileWriter good(folder.At("good.wav"), 1, 44100, 100);
+    good.Write(noise.data(), 100);
+    good.Commit();
+  }
+  folder.Write("broken.wav", ReadFile(folder.At("good.wav")).substr(0, 200));
+  folder.Write("empty.wav", "");
+  folder.Write("words.mp3", "no sound at all");
+  // A header that promises more than the largest sample, over a hole in the file.
+  std::string header = ReadFile(folder.At("good.wav"));
+  const auto data = header.find("data");
+  const std::uint32_t bytes = 1000000004, riff = bytes + static_cast<std::uint32_t>(data);
+  std::memcpy(header.data() + data + 4, &bytes, 4);
+  std::memcpy(header.data() + 4, &riff, 4);
+  folder.Write("large.wav", header.substr(0, data + 8));
+  std::filesystem::resize_file(folder.At("large.wav"), data + 8 + bytes);
+  const std::pair<const char*, const char*> cases[] = {
+      {"none.wav", "no samples"}, {"broken.wav", "ends before"},
+      {"empty.wav", "is empty"},  {"words.mp3", "cannot be read as sound"},
+      {"large.wav", "too large"}, {"missing.wav", "is not there"}};
+  for (const auto& [name, cause] : cases) {
+    rig.module.Load(folder.At(name));
+    rig.Wait();
+    const std::string line = rig.module.Message();
+    EXPECT_NE(line.find(cause), std::string::npos) << name << ": " << line;
+    EXPECT_EQ(line.find('\n'), std::string::npos) << line;
+    EXPECT_EQ(rig.Sample(), noise) << name;
+  }
+  rig.module.Save(folder.At("nowhere/x.wav"));
+  rig.Wait();
+  EXPECT_NE(std::string(rig.module.Message()).find("nowhere"), std::string::npos);
+}
+
+TEST(S315MiniSampler, SelectorsOfferTheFileTypes) {
+  const ScratchFolder folder;
+  Rig rig;
+  rig.Use(Noise(50));
+  std::vector<std::string> kinds;
+  rig.rack.editor.files.answer = [&](const FileQuestion& question) {
+    kinds.clear();
+    for (const CFileExtension& kind : question.kinds) kinds.push_back(kind.description);
+    return folder.At("a.wav");
+  };
+  rig.Press("Save");
+  EXPECT_EQ(kinds, std::vector<std::string>{"Microsoft wave file"});
+  rig.Wait();
+  rig.Press("Clear");
+  EXPECT_TRUE(rig.Sample().empty());
+  rig.Press("Load");
+  ASSERT_GE(kinds.size(), 4u);
+  EXPECT_EQ(kinds[1], "MPEG 3 audio file");
+  EXPECT_EQ(kinds[2], "Ogg Vorbis audio file");
+  EXPECT_EQ(kinds[3], "Apple AIFF audio file");
+  rig.Wait();
+  EXPECT_EQ(rig.Sample(), Noise(50));
+}
+
+TEST(S315MiniSampler, ThePresetHoldsTheSample) {
+  Rig rig;
+  rig.Use(Noise(77), 32000.0);
+  rig.Press("Root down");
+  rig.rack.MoveControl(rig.module, "Quality", 3.0f / 12.0f);
+  rig.Wait();
+  const std::vector<std::byte> block = rig.Block();
+  ASSERT_EQ(block.size(), 42u + 4 * 77);
+  EXPECT_EQ(FieldAt<std::uint8_t>(block, 0), 1);
+  EXPECT_EQ(FieldAt<double>(block, 2), -1.0 / 120.0);
+  EXPECT_EQ(FieldAt<std::int32_t>(block, 10), 76);
+  EXPECT_EQ(FieldAt<double>(block, 14), 0.0);
+  EXPECT_EQ(FieldAt<double>(block, 22), 32000.0);
+  EXPECT_EQ(FieldAt<float>(block, 42 + 4 * 5), Noise(77)[5]);
+
+  const auto whole = rig.rack.SavedPreset(rig.module);
+  Rig other;
+  other.module.LoadPreset(whole.data(), static_cast<int>(whole.size()), 1000);
+  EXPECT_EQ(other.rack.SavedPreset(other.module), whole);
+  EXPECT_EQ(other.rack.Control(other.module, "Root note").getValue(), 59.0f);
+  EXPECT_NE(other.module.Workshop().Latest().tables, nullptr) << "ready at once";
+
+  // Cut at every byte: what is whole is taken, the rest stays.
+  for (std::size_t size = 0; size <= block.size(); ++size) {
+    Rig& cut = other;
+    cut.Use({1.0f, 2.0f});
+    cut.LoadBlock({block.begin(), block.begin() + static_cast<std::ptrdiff_t>(size)});
+    const std::size_t expected = size < 42 ? 2 : (size - 42) / 4;
+    ASSERT_EQ(cut.Sample().size(), expected) << size;
+    if (size > 46) {
+      ASSERT_EQ(cut.Sample()[0], Noise(77)[0]);
+    }
+  }
+  // Fields out of range: the sample stays.
+  const auto breakField = [&](std::size_t offset, auto value) {
+    std::vector<std::byte> broken = block;
+    std::memcpy(broken.data() + offset, &value, sizeof value);
+    other.Use({1.0f, 2.0f});
+    other.LoadBlock(broken);
+    EXPECT_EQ(other.Sample().size(), 2u) << offset;
+    other.rack.Run(64);
+  };
+  breakField(10, std::int32_t{-2});
+  breakField(10, std::int32_t{250000000});
+  breakField(22, std::nan(""));
+  breakField(22, 0.0);
+  breakField(2, 1e300);
+  breakField(14, std::nan(""));
+  std::vector<std::byte> broken = block;
+  const float infinite = INFINITY;
+  std::memcpy(broken.data() + 42, &infinite, 4);
+  other.LoadBlock(broken);
+  EXPECT_EQ(other.Sample()[0], 0.0f);
+}
+
+TEST(S315MiniSampler, VoicesShareOneSample) {
+  TestRack rack;
+  auto& module = dynamic_cast<S315MiniSampler&>(rack.Add("S315 Mini Sampler VCO"));
+  rack.Add("SD05 MIDI Poly Chainer");
+  rack.editor.voices.ApplyVoiceCount(4);
+  module.Workshop().Use(BufferOf(std::vector<float>(5000, 0.5f)), 48000.0);
+  rack.MoveControl(module, "Looping", 1.0f);
+  rack.Tap(module, "Out");
+  rack.Run(200);
+  for (int v = 1; v < 4; ++v) {
+    auto& clone = dynamic_cast<S315MiniSampler&>(*module.GetVoiceModule(v));
+    EXPECT_EQ(&clone.Workshop(), &module.Workshop());
+  }
+  EXPECT_NEAR(rack.Out(module, "Out"), 0.5f, 1e-6);
+  rack.editor.voices.ApplyVoiceCount(2);
+  rack.editor.voices.ApplyVoiceCount(16);
+  module.Workshop().Use(BufferOf(std::vector<float>(50, -0.5f)), 48000.0);
+  rack.Run(200);
+  auto* last = dynamic_cast<S315MiniSampler*>(module.GetVoiceModule(15));
+  ASSERT_NE(last, nullptr);
+  EXPECT_EQ(last->Workshop().Latest().buffer->Length(), 50);
+}
+
+TEST(S315MiniSampler, ButtonsEditTheSample) {
+  Rig rig;
+  std::vector<float> ramp(1000);
+  for (std::size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<float>(i) / 2000.0f;
+  rig.Use(ramp);
+  rig.Press("Reverse");
+  EXPECT_EQ(rig.Sample().front(), ramp.back());
+  rig.Press("Normalise");
+  EXPECT_EQ(rig.Sample().front(), 1.0f);
+  rig.rack.MoveControl(rig.module, "Start", 0.25f);
+  rig.rack.MoveControl(rig.module, "Length", std::cbrt(0.5f));
+  const std::vector<float> before = rig.Sample();
+  rig.Press("Crop");
+  ASSERT_EQ(rig.Sample().size(), 500u);
+  EXPECT_EQ(rig.Sample()[0], before[250]);
+  EXPECT_EQ(rig.rack.Control(rig.module, "Length").getValue(), 1.0f);
+
+  rig.Use(Tone(20000, 440.0 / 48000.0, 4));
+  rig.Press("Tune");
+  EXPECT_NEAR(rig.module.Workshop().RootPitch(), 0.075, 1e-4) << "the A, nine semitones up";
+  EXPECT_EQ(rig.rack.Control(rig.module, "Root note").getValue(), 69.0f);
+  rig.rack.MoveControl(rig.module, "Single cycle", 1.0f);
+  rig.Use(Tone(100, 0.01, 4));
+  rig.Press("Tune");
+  EXPECT_NEAR(rig.module.Workshop().RootPitch(), std::log2(480.0 / 261.62558) / 10.0, 1e-7);
+  rig.rack.FeedConstant(rig.module, "Pitch", 0.2f);
+  rig.rack.Run(10);
+  rig.Press("Root from pitch");
+  EXPECT_NEAR(rig.module.Workshop().RootPitch(), 0.2, 1e-7);
+}
+
+TEST(S315MiniSampler, HandlesMoveTheKnobs) {
+  Rig rig;
+  rig.Use(Noise(1000));
+  rig.rack.MoveControl(rig.module, "Looping", 1.0f);
+  SampleScreen& screen = rig.module.Screen();
+  const CRect area = screen.getViewSize();
+  const auto drag = [&](double from, double to, CCoord y) {
+    CPoint press(area.left + from * area.getWidth(), y);
+    CPoint move(area.left + to * area.getWidth(), y);
+    EXPECT_EQ(screen.onMouseDown(press, CButtonState(kLButton)), kMouseEventHandled);
+    screen.onMouseMoved(move, CButtonState(kLButton));
+    screen.onMouseUp(move, CButtonState(0));
+  };
+  const auto value = [&](const char* role) {
+    return rig.rack.Control(rig.module, role).getValue();
+  };
+  drag(1.0, 0.75, area.top + 5);
+  EXPECT_NEAR(value("Length"), std::cbrt(0.75), 1e-3);
+  drag(0.0, 0.25, area.top + 5);
+  EXPECT_NEAR(value("Start"), 0.25, 1e-3);
+  EXPECT_NEAR(value("Length"), std::cbrt(0.5), 1e-3) << "the end stays";
+  drag(0.25, 0.5, area.bottom - 5);
+  EXPECT_NEAR(value("Loop"), 0.5, 1e-3);
+  CPoint nowhere(area.left + area.getWidth() * 0.9, area.top + 5);
+  EXPECT_EQ(screen.onMouseDown(nowhere, CButtonState(kLButton)), kMouseEventNotHandled);
+  screen.onMouseDown(nowhere, CButtonState(kLButton | kDoubleClick));
+  EXPECT_TRUE(screen.IsZoomed());
+  EXPECT_EQ(FieldAt<std::uint8_t>(rig.Block(), 1), 1);
+}
+
+TEST(S315MiniSampler, ClosesAtOnceWhileAWorkerIsBusy) {
+  const ScratchFolder folder;
+  const std::vector<float> noise = Noise(1 << 22);
+  {
+    media::AudioFileWriter writer(folder.At("long.wav"), 1, 48000, 1 << 22);
+    writer.Write(noise.data(), 1 << 22);
+    writer.Commit();
+  }
+  for (const bool loads : {true, false}) {
+    auto rig = std::make_unique<Rig>();
+    if (loads) {
+      rig->module.Load(folder.At("long.wav"));
+    } else {
+      rig->module.Workshop().Use(BufferOf(noise), 48000.0);
+      rig->rack.MoveControl(rig->module, "Quality", 1.0f);
+    }
+    EXPECT_TRUE(rig->module.Workshop().IsBusy());
+    const auto begin = std::chrono::steady_clock::now();
+    rig->rack.editor.RemoveModule(&rig->module, true);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+  }
+}
+
+TEST(S315MiniSampler, ATextPatchNamesAFileBesideIt) {
+  const ScratchFolder folder;
+  const std::vector<float> noise = Noise(40);
+  {
+    media::AudioFileWriter writer(folder.At("a.wav"), 1, 44100, 40);
+    writer.Write(noise.data(), 40);
+    writer.Commit();
+  }
+  const auto patch = [](const std::string& entry) {
+    return R"({"halveron": 1, "modules": [{"id": "s", "name": "S315 Mini Sampler VCO", )" + entry +
+           "}]}";
+  };
+  const std::string file = folder.At("patch.json");
+  TestRack rack;
+  const auto apply = [&](const std::string& entry) {
+    ApplyTextPatch(ParseTextPatch(patch(entry), file), file, rack.editor, KnownModules());
+  };
+  apply(R"("sample": "a.wav", "controls": {"Root note": 48})");
+  auto& module = dynamic_cast<S315MiniSampler&>(*rack.editor.modules[0][0]);
+  const SampleSet set = module.Workshop().Latest();
+  EXPECT_EQ(std::vector<float>(set.buffer->Samples(), set.buffer->Samples() + set.buffer->Length()),
+            noise);
+  EXPECT_NEAR(module.Workshop().RootPitch(), -0.1, 1e-12) << "no key in the file";
+  for (const char* entry : {R"("sample": "none.wav")", R"("sample": 3)", R"("bars": [])"}) {
+    EXPECT_THROW(apply(entry), platform::FileError) << entry;
+  }
+  EXPECT_EQ(dynamic_cast<S315MiniSampler&>(*rack.editor.modules[0][0])
+                .Workshop()
+                .Latest()
+                .buffer->Length(),
+            40)
+      << "the rack stays";
+}
+
+}  // namespace
+}  // namespace halveron::testing
