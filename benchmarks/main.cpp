@@ -40,6 +40,7 @@ int main(int argc, char** argv) {
   halveron::benchmarks::RegisterPolyphony();
   halveron::benchmarks::RegisterMorph();
   halveron::benchmarks::RegisterPresets();
+  halveron::benchmarks::RegisterEdits();
   halveron::benchmarks::RegisterWindow();
   halveron::benchmarks::TableReporter reporter;
   const std::size_t matched = benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -11,6 +11,8 @@ inline constexpr const char* kNetNsPerSample = "net_ns_per_sample";  ///< less w
 inline constexpr const char* kNsPerVoiceAndStep = "ns_per_voice_and_step";
 inline constexpr const char* kMilliseconds = "ms";
 inline constexpr const char* kMicroseconds = "us";
+inline constexpr const char* kLockMicroseconds = "lock_us";
+inline constexpr const char* kLongestLockMicroseconds = "longest_lock_us";
 inline constexpr const char* kTimesRealTime = "x_realtime";
 inline constexpr const char* kHandNsPerSample = "hand_ns_per_sample";
 inline constexpr const char* kRackOverHand = "rack_over_hand";
@@ -45,6 +47,9 @@ void RegisterPolyphony();
 void RegisterWindow();
 /// `morph/`: a turn of the knob that moves every parameter of a full table.
 void RegisterMorph();
+/// `edit/`: how long an edit keeps the audio thread waiting, in a rack of 100 polyphonic modules of
+/// 16 voices, and itself. The first stays under 50 microseconds.
+void RegisterEdits();
 /// `preset/`: a rack of 100 modules saved and loaded as a host does.
 void RegisterPresets();
 

@@ -29,6 +29,8 @@ constexpr Column kColumns[] = {
     {"loud ns/sample", kLoudNsPerSample, 2},
     {"over loud", kSilentOverLoud, 2},
     {"us", kMicroseconds, 1},
+    {"lock us", kLockMicroseconds, 1},
+    {"longest us", kLongestLockMicroseconds, 1},
 };
 constexpr int kColumnWidth = 15;
 

@@ -105,6 +105,7 @@ void Halveron::ForEachInstance(F&& f) {
 }
 
 void Halveron::setSampleRate(float rate) {
+  const std::lock_guard edit(editLock);
   const std::lock_guard lock(processingLock);
   AudioEffectX::setSampleRate(rate);
   ForEachInstance([&](Module& module) {
@@ -114,6 +115,7 @@ void Halveron::setSampleRate(float rate) {
 }
 
 void Halveron::setBlockSize(int frames) {
+  const std::lock_guard edit(editLock);
   const std::lock_guard lock(processingLock);
   AudioEffectX::setBlockSize(frames);
   separateInputs_.Prepare(frames);
@@ -123,6 +125,7 @@ void Halveron::setBlockSize(int frames) {
 
 void Halveron::ApplyOversamplingFactor(int menuEntry) {
   {
+    const std::lock_guard edit(editLock);
     const std::lock_guard lock(processingLock);
     oversamplingFactor = oversamplingSteps = 1 << menuEntry;
     filter_.SetIirRate(sampleRate, oversamplingFactor);
@@ -200,9 +203,7 @@ void Halveron::processHostBlock(float** inputs, float** outputs, int sampleFrame
 
 void Halveron::StartBlock() {
   if (blockStartFrames == 0) return;
-  for (Module* module : rack_->blockStartModules) {
-    if (module->place.activeIndex != -1) module->BlockStart(blockStartFrames);
-  }
+  for (Module* module : rack_->plan.BlockStartModules()) module->BlockStart(blockStartFrames);
 }
 
 void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrames) {
@@ -271,9 +272,7 @@ int Halveron::processEvents(VstEvents* events) {
 
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
-  for (Module* module : rack_->eventModules) {
-    if (module->place.activeIndex != -1) module->ProcessEvents(events);
-  }
+  for (Module* module : rack_->plan.EventModules()) module->ProcessEvents(events);
 }
 
 const VstTimeInfo* Halveron::HostTimeInfo(int filter) {

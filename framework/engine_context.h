@@ -14,12 +14,17 @@ enum class HostKind : short { kVst2 = 0, kClap = 2 };
 
 /// The state that the engine shares with the rack's model, and the host services behind it. Plain
 /// members: they are stable while `processingLock` is held, and change only under it.
+///
+/// Two locks, both of which one thread may take again. Where both are held, `editLock` comes first.
 class EngineContext {
  public:
   virtual ~EngineContext() = default;
 
-  /// Held for the whole of each block and for every patch change.
+  /// Held for the whole of each block, and for what a patch change alters of what blocks read.
   platform::RecursiveLock processingLock;
+  /// Held by whoever changes or walks the rack, so that edits from several threads follow one
+  /// another. Never taken by the audio thread, nor by one that holds `processingLock` alone.
+  platform::RecursiveLock editLock;
 
   int voiceCount = 1;          ///< 1 to kMaxVoices
   int oversamplingFactor = 1;  ///< 1, 2, 4 ... 256

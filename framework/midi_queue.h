@@ -8,7 +8,7 @@
 namespace halveron {
 
 /// First in, first out, with a bound: for what one thread both fills and empties, such as a burst
-/// that leaves one word a sample. Where another thread fills it, MidiRing.
+/// that leaves one word a sample.
 template <int kWords>
 class MidiQueue {
  public:

@@ -166,16 +166,6 @@ int Module::GetControlValuesSize() {
   return nbControls_ * static_cast<int>(sizeof(float));
 }
 
-void Module::ApplyKnobModulation() {
-  if (hostTable.GetHostKind(editor) != static_cast<int>(HostKind::kClap)) return;
-  forEach([&](CView* view) {
-    auto* knob = dynamic_cast<ModuleKnob*>(view);
-    if (!knob || knob->hostOffset == 0.0f) return;
-    knob->SetModulated(knob->BaseValue(), 0.0f);
-    ValueChanged(knob);
-  });
-}
-
 void Module::SaveControlValues(float* buffer) {
   forEach([&](CView* view) {
     if (const CControl* control = AsTaggedControl(view)) *buffer++ = BaseValueOf(*control);

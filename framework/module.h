@@ -191,7 +191,6 @@ class Module : public ModuleWrapper {
   virtual void ResetControlCounts() { nbControls_ = nbPatchPoints_ = -1; }
   virtual void NumberPatchPoints(int* next);
   virtual void CollectPatchPoints(PatchPoint** points, int* index, int limit);
-  virtual void ApplyKnobModulation();
   virtual int GetPatchPointIndicesSize() { return GetControlValuesSize(); }
   virtual void SavePatchPointIndices(int* buffer);
   virtual void LoadPatchPointIndices(const int* buffer, unsigned size);

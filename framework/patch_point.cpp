@@ -19,30 +19,33 @@ PatchPoint::PatchPoint(const CRect& rect, CControlListener* listener, RackModel*
 
 void PatchPoint::AttachHandle(PointLink* handle) {
   handle_ = handle;
-  UpdateHandle();
+  MoveHandle();
+  ShowCabled(IsCabled());
 }
 
 void PatchPoint::CountCable(int change) {
   cableCount += change;
-  UpdateHandle();
+  ShowCabled(IsCabled());
 }
 
-void PatchPoint::UpdateHandle() const {
-  if (!handle_) return;
-  handle_->cell = type == kOutputPoint ? out.cell_ : in.cell_;
-  handle_->isCabled = IsCabled();
+void PatchPoint::ShowCabled(bool isCabled) {
+  if (handle_) handle_->isCabled = isCabled;
+}
+
+void PatchPoint::MoveHandle() const {
+  if (handle_) handle_->cell = type == kOutputPoint ? out.cell_ : in.cell_;
 }
 
 void PatchPoint::PlaceIn(float* cell) {
   *cell = in;
   own_ = in.cell_ = cell;
-  UpdateHandle();
+  MoveHandle();
 }
 
 void PatchPoint::PlaceOut(float* cell) {
   *cell = out;
   out.cell_ = cell;
-  UpdateHandle();
+  MoveHandle();
 }
 
 void PatchPoint::PlaceBoth(float* pair) {
@@ -52,14 +55,14 @@ void PatchPoint::PlaceBoth(float* pair) {
 
 void PatchPoint::ReadAt(float* cell) {
   in.cell_ = cell;
-  UpdateHandle();
+  MoveHandle();
 }
 
 void PatchPoint::ReadOwn() {
   if (in.cell_ == own_) return;
   *own_ = in;
   in.cell_ = own_;
-  UpdateHandle();
+  MoveHandle();
 }
 
 Module* PatchPoint::Owner() const { return static_cast<Module*>(getParentView()); }

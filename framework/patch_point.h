@@ -82,8 +82,10 @@ class PatchPoint : public CMovieBitmap {
   /// Whether voices of this point do not run along nextVoice: its module is mono, or it is poly.
   bool IsOnMonoSide() const;
   bool IsCabled() const { return cableCount > 0; }
-  /// A cable came (1) or went (-1).
+  /// A cable came (1) or went (-1), and the module's handle shows it at once.
   void CountCable(int change);
+  /// What the module's handle answers to IsCabled. Inside the processing lock.
+  void ShowCabled(bool isCabled);
   PatchPoint* NextVoice() const { return static_cast<PatchPoint*>(nextVoice); }
 
   int type;
@@ -117,9 +119,11 @@ class PatchPoint : public CMovieBitmap {
   /// Reads the own cell again, which takes over the value that was read.
   void ReadOwn();
   int planIndex = 0;  ///< the sample plan's numbering, meaningful only while it is made
+  /// Where the handle's cell lies in the newest sample plan, which may not be in use yet.
+  float* plannedCell = nullptr;
 
  private:
-  void UpdateHandle() const;
+  void MoveHandle() const;
 
   std::array<float, 2> resting_{};
   float* own_ = nullptr;  // `in` where cables are carried into this point
@@ -138,7 +142,8 @@ class PointHandle {
   Cell* operator->() const { return reinterpret_cast<Cell*>(link_.cell); }
   operator PatchPoint*() const { return view_; }
   PatchPoint& View() const { return *view_; }
-  float* Address() const { return link_.cell; }
+  /// Where the signal lies in the sample plan that is being made, for what will run in it.
+  float* PlannedAddress() const { return view_->plannedCell; }
   /// Cheap enough for every sample.
   bool IsCabled() const { return link_.isCabled; }
   void Bind(PatchPoint* view) {

@@ -53,7 +53,7 @@ std::optional<RackCables::VoiceEnds> RackCables::NextVoice(const VoiceEnds& ends
 }
 
 void RackCables::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voiceBackSteps) {
-  PatchEdit edit(rack_);
+  PatchEdit edit(rack_, PatchEdit::Hold::kAtTheEnd);
   const auto skipVoices = [&](PatchPoint* point, const PatchPoint* other) {
     if (point->voiceLink == point || other->Owner()->mono || !point->IsOnMonoSide()) return point;
     for (int step = 0; step < voiceBackSteps; ++step) point = point->voiceLink;
@@ -64,7 +64,8 @@ void RackCables::ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voic
 }
 
 bool RackCables::ConnectVoice(const VoiceEnds& ends, int colour, PatchEdit& edit) {
-  const auto [a, b] = ends;
+  PatchPoint* const a = ends.a;
+  PatchPoint* const b = ends.b;
   Module* moduleA = a->Owner();
   Module* moduleB = b->Owner();
   const int voice = std::max(moduleA->voice, moduleB->voice);
@@ -96,15 +97,19 @@ bool RackCables::ConnectVoice(const VoiceEnds& ends, int colour, PatchEdit& edit
   }
   edit.OutdatePlan();
 
-  a->CountCable(1);
-  b->CountCable(1);
+  ++a->cableCount;
+  ++b->cableCount;
   ++moduleA->place.cableCount;
   ++moduleB->place.cableCount;
   if (voice == 0) ++visibleCableCount;
   rack_.UpdateActiveState(moduleA, false);
   if (moduleB != moduleA) rack_.UpdateActiveState(moduleB, false);
-  moduleA->CableConnected(a);
-  moduleB->CableConnected(b);
+  rack_.InLock([=] {
+    a->ShowCabled(true);
+    b->ShowCabled(true);
+    moduleA->CableConnected(a);
+    moduleB->CableConnected(b);
+  });
   if (a->twoState) {
     for (PatchPoint* point : {b, a}) {
       point->setValue(1.0f);
@@ -136,29 +141,36 @@ Cable* RackCables::NextRecord(const VoiceEnds& removed, bool* inSumList) const {
 }
 
 void RackCables::RemoveCable(Cable* cable, int voices, bool inSumList) {
-  PatchEdit edit(rack_);
+  PatchEdit edit(rack_, PatchEdit::Hold::kAtTheEnd);
   while (cable && voices-- > 0) {
     PatchPoint* a = cable->destination;
     PatchPoint* b = cable->origin;
     Module* moduleA = a->Owner();
     Module* moduleB = b->Owner();
     for (PatchPoint* point : {a, b}) {
-      point->CountCable(-1);
+      --point->cableCount;
       if (!point->IsCabled()) point->direction = kUnconnected;
     }
-    a->ReadOwn();
     b->firstCable = nullptr;
     b->source = nullptr;
-    b->in = 0.0f;
-    if (inSumList) {
-      // The share of this voice leaves the sum now, not with the next copy; where no copy
-      // follows, the input has been cleared already.
-      if (a->source) a->in -= b->out;
-    } else {
+    if (!inSumList) {
       a->firstCable = nullptr;
       a->source = nullptr;
-      a->in = 0.0f;
     }
+    rack_.InLock([=, stillSums = a->source != nullptr, aIsCabled = a->IsCabled(),
+                  bIsCabled = b->IsCabled()] {
+      a->ShowCabled(aIsCabled);
+      b->ShowCabled(bIsCabled);
+      a->ReadOwn();
+      b->in = 0.0f;
+      if (!inSumList) {
+        a->in = 0.0f;
+      } else if (stillSums) {
+        // The share of this voice leaves the sum now, not with the next copy; where no copy
+        // follows, the input has been cleared already.
+        a->in -= b->out;
+      }
+    });
     --moduleA->place.cableCount;
     --moduleB->place.cableCount;
     if (moduleA->voice == 0 && moduleB->voice == 0) {
@@ -171,8 +183,10 @@ void RackCables::RemoveCable(Cable* cable, int voices, bool inSumList) {
 
     rack_.UpdateActiveState(moduleA, false);
     if (moduleB != moduleA) rack_.UpdateActiveState(moduleB, false);
-    moduleA->CableDisconnected(a);
-    moduleB->CableDisconnected(b);
+    rack_.InLock([=] {
+      moduleA->CableDisconnected(a);
+      moduleB->CableDisconnected(b);
+    });
     UnplugIfBare(a);
     UnplugIfBare(b);
     cable = NextRecord({a, b}, &inSumList);
@@ -256,7 +270,7 @@ int RackCables::PickCableColour() const {
 }
 
 void RackCables::BeginCableDrag(PatchPoint* point) {
-  PatchEdit edit(rack_);
+  PatchEdit edit(rack_, PatchEdit::Hold::kAtTheEnd);
   if (!point->source) {
     dragOrigin = point;
     dragColour = point->twoState ? kMidiCableColour : PickCableColour();
@@ -283,7 +297,7 @@ bool RackCables::CanConnect(PatchPoint* target) const {
 }
 
 void RackCables::DropCable(PatchPoint* target) {
-  PatchEdit edit(rack_);
+  PatchEdit edit(rack_, PatchEdit::Hold::kAtTheEnd);
   if (target->source) {
     PatchPoint* other = OtherEnd(*target->firstCable, target);
     RemoveCable(target->firstCable, kAllVoices, false);

@@ -7,16 +7,22 @@
 
 namespace halveron {
 
-PatchEdit::PatchEdit(RackModel& rack) : rack_(rack), lock_(rack.engine.processingLock) {
+PatchEdit::PatchEdit(RackModel& rack, Hold hold) : rack_(rack) {
+  rack_.engine.editLock.lock();
   ++rack_.editDepth_;
+  if (hold == Hold::kThroughout) rack_.HoldProcessingLock();
 }
 
 PatchEdit::~PatchEdit() {
-  if (--rack_.editDepth_ > 0) return;
-  if (rack_.planOutdated_) rack_.RebuildPlan();
-  rack_.parameters.RefreshMirror();
-  rack_.parameters.TakePosted();
-  lock_.unlock();
+  if (rack_.editDepth_ > 1) {
+    --rack_.editDepth_;
+    rack_.engine.editLock.unlock();
+    return;
+  }
+  rack_.holdsProcessingLock_ ? rack_.CommitHeld() : rack_.CommitBeside();
+  --rack_.editDepth_;
+  for (Module* module : std::exchange(rack_.discarded_, {})) module->forget();
+  rack_.engine.editLock.unlock();
   rack_.parameters.TakePosted();  // what came while the lock was still held
   rack_.engine.PatchEdited();
 }
@@ -31,15 +37,68 @@ RackModel::~RackModel() {
   for (Module* module : trashList) module->forget();
 }
 
-void RackModel::RebuildPlan() {
-  for (const std::vector<Module*>& row : modules) {
-    for (Module* module : row) {
-      if (!module || module->place.activeIndex != -1) continue;
-      for (PatchPoint* point : module->Points()) point->Withdraw();
-    }
+SamplePlan::Patch RackModel::PatchToPlay() const {
+  return {activeModules, cables.cableList, cables.sumCableList, blockStartModules, eventModules};
+}
+
+void RackModel::HoldProcessingLock() {
+  if (holdsProcessingLock_) return;
+  engine.processingLock.lock();
+  holdsProcessingLock_ = true;
+  RunWaitingChanges();
+}
+
+bool RackModel::InLock(std::function<void()> change) {
+  const std::lock_guard edit(engine.editLock);
+  if (editDepth_ > 0 && !holdsProcessingLock_) {
+    waitingChanges_.push_back(std::move(change));
+    return false;
   }
-  plan.Build(activeModules, cables.cableList, cables.sumCableList);
-  planOutdated_ = false;
+  const std::lock_guard processing(engine.processingLock);
+  change();
+  return true;
+}
+
+void RackModel::RunWaitingChanges() {
+  for (const std::function<void()>& change : waitingChanges_) change();
+  parameters.WaitingTagsSettled();
+}
+
+void RackModel::CommitHeld() {
+  SamplePlan::OwnDraft draft;
+  if (std::exchange(planOutdated_, false)) {
+    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kAfresh);
+    plan.Swap(*draft);
+  }
+  parameters.RefreshMirror();
+  parameters.TakePosted();
+  holdsProcessingLock_ = false;
+  engine.processingLock.unlock();
+  waitingChanges_.clear();
+}
+
+void RackModel::CommitBeside() {
+  if (!planOutdated_ && waitingChanges_.empty()) return;
+  SamplePlan::OwnDraft draft;
+  if (std::exchange(planOutdated_, false)) {
+    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kNearby);
+  }
+  engine.processingLock.lock();
+  if (draft && !SamplePlan::Fits(*draft)) {
+    engine.processingLock.unlock();
+    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kStill);
+    engine.processingLock.lock();
+  }
+  holdsProcessingLock_ = true;
+  RunWaitingChanges();
+  if (draft) plan.Swap(*draft);
+  if (planOutdated_ || parameters.IsMirrorOutdated()) {
+    CommitHeld();  // a module's answer to a notice has changed more
+    return;
+  }
+  holdsProcessingLock_ = false;
+  engine.processingLock.unlock();
+  waitingChanges_.clear();
 }
 
 Module* RackModel::GetVoiceModule(Module* module, int voice) const {
@@ -68,7 +127,7 @@ const char* RackModel::ModuleFailureText() const {
 
 bool RackModel::CreateModule(std::string_view name, std::string_view vendor, int index,
                              int firstVoice, int lastVoice) {
-  PatchEdit edit(*this);
+  PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
   const auto place = static_cast<std::size_t>(index);
   moduleFailure_ = ModuleFailure::kNone;
   for (int voice = firstVoice; voice <= lastVoice; ++voice) {
@@ -86,18 +145,29 @@ bool RackModel::CreateModule(std::string_view name, std::string_view vendor, int
   return true;
 }
 
-Module* RackModel::AddModule(std::string_view name, std::string_view vendor) {
-  PatchEdit edit(*this);
-  const int index = ModuleCount();
+void RackModel::ResizeTable(int count) {
+  std::array<std::vector<Module*>, kMaxVoices> resized;
   const auto voices = static_cast<std::size_t>(engine.voiceCount);
-  for (std::size_t voice = 0; voice < voices; ++voice) modules[voice].push_back(nullptr);
+  for (std::size_t voice = 0; voice < voices; ++voice) {
+    resized[voice] = modules[voice];
+    resized[voice].resize(static_cast<std::size_t>(count));
+  }
+  // Modules look up their voices in here while they play.
+  const std::lock_guard lock(engine.processingLock);
+  for (std::size_t voice = 0; voice < voices; ++voice) modules[voice].swap(resized[voice]);
+}
+
+Module* RackModel::AddModule(std::string_view name, std::string_view vendor) {
+  PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
+  const int index = ModuleCount();
+  ResizeTable(index + 1);
   bool made = CreateModule(name, vendor, index, 0, 0);
   if (made && !modules[0].back()->GetMonoDefault()) {
     made = CreateModule(name, vendor, index, 1, engine.voiceCount - 1);
     if (!made) Discard(modules[0].back());
   }
   if (!made) {
-    for (std::size_t voice = 0; voice < voices; ++voice) modules[voice].pop_back();
+    ResizeTable(index);
     return nullptr;
   }
   SetUpNewModule(index);
@@ -105,11 +175,11 @@ Module* RackModel::AddModule(std::string_view name, std::string_view vendor) {
 }
 
 Module* RackModel::AdoptModule(Module* module) {
-  PatchEdit edit(*this);
-  for (int voice = 0; voice < engine.voiceCount; ++voice) {
-    modules[static_cast<std::size_t>(voice)].push_back(voice == 0 ? module : nullptr);
-  }
-  SetUpNewModule(ModuleCount() - 1);
+  PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
+  const int index = ModuleCount();
+  ResizeTable(index + 1);
+  modules[0].back() = module;
+  SetUpNewModule(index);
   return module;
 }
 
@@ -151,19 +221,31 @@ void RackModel::Discard(Module* instance) {
   UnregisterFrom(eventModules, &RackPlace::eventIndex, instance);
   UnregisterFrom(blockStartModules, &RackPlace::blockStartIndex, instance);
   UnregisterFrom(mouseModules, &RackPlace::mouseIndex, instance);
-  for (PatchPoint* point : instance->Points()) point->Withdraw();
-  const bool isHeldElsewhere = instance->getNbReference() > 1;
-  instance->place.moduleIndex = -1;
-  if (isHeldElsewhere) {
+  InLock([instance] { instance->place.moduleIndex = -1; });
+  if (instance->getNbReference() > 1) {  // held elsewhere
     instance->place.trashIndex = static_cast<int>(trashList.size());
     trashList.push_back(instance);
     return;
   }
-  instance->forget();
+  discarded_.push_back(instance);
+}
+
+void RackModel::RemoveFromTable(int index, int firstVoice) {
+  const auto place = static_cast<std::size_t>(index);
+  for (int voice = firstVoice; voice < engine.voiceCount; ++voice) {
+    std::vector<Module*>& row = modules[static_cast<std::size_t>(voice)];
+    if (firstVoice > 0) {
+      row[place] = nullptr;
+      continue;
+    }
+    row[place] = row.back();
+    if (row[place]) row[place]->place.moduleIndex = index;
+    row.pop_back();
+  }
 }
 
 void RackModel::RemoveModule(Module* module, bool deleteInstances) {
-  PatchEdit edit(*this);
+  PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
   const int index = module->place.moduleIndex;
   if (index < 0) return;
   const int firstVoice = module->voice;
@@ -177,19 +259,12 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
   if (cables.isDraggingCable && cables.dragOrigin->Owner() == module) cables.AbortCableDrag();
   for (Module* instance : instances) cables.RemoveCablesOf(instance);
   if (deleteInstances) {
-    for (Module* instance : instances) instance->ModuleRemoved();
+    for (Module* instance : instances) {
+      InLock([instance] { instance->ModuleRemoved(); });
+    }
   }
   for (Module* instance : instances) UpdateActiveState(instance, true);
-  for (int voice = firstVoice; voice < engine.voiceCount; ++voice) {
-    std::vector<Module*>& row = modules[static_cast<std::size_t>(voice)];
-    if (firstVoice > 0) {
-      row[place] = nullptr;
-      continue;
-    }
-    row[place] = row.back();
-    if (row[place]) row[place]->place.moduleIndex = index;
-    row.pop_back();
-  }
+  InLock([=, this] { RemoveFromTable(index, firstVoice); });
   if (firstVoice == 0) ModuleLeaves(module);
   for (Module* instance : instances) Discard(instance);
   RequestRedraw();
@@ -224,14 +299,14 @@ void RackModel::SortModules(const std::vector<Module*>& named) {
 }
 
 void RackModel::UpdateActiveState(Module* module, bool force) {
-  PatchEdit edit(*this);
+  PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
   std::vector<Module*>& active = activeModules[static_cast<std::size_t>(module->voice)];
-  edit.OutdatePlan();
   if (module->place.activeIndex != -1) {
     if (!force && (module->place.cableCount != 0 || module->alwaysOn)) return;
+    edit.OutdatePlan();
     if (module->IsAudioToDAW()) {
       --engine.dawOutputModuleCount;
-      engine.clearOutputsPending = true;
+      InLock([this] { engine.clearOutputsPending = true; });
     }
     Module* last = active.back();
     active[static_cast<std::size_t>(module->place.activeIndex)] = last;
@@ -241,6 +316,7 @@ void RackModel::UpdateActiveState(Module* module, bool force) {
     return;
   }
   if (force || (module->place.cableCount <= 0 && !module->alwaysOn)) return;
+  edit.OutdatePlan();
   if (module->IsAudioToDAW()) ++engine.dawOutputModuleCount;
   module->place.activeIndex = static_cast<int>(active.size());
   active.push_back(module);
@@ -248,7 +324,8 @@ void RackModel::UpdateActiveState(Module* module, bool force) {
 
 bool RackModel::RegisterIn(std::vector<Module*>& list, int RackPlace::*index, Module* module) {
   if (module->place.*index != -1) return false;
-  PatchEdit edit(*this);
+  PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
+  if (module->place.activeIndex != -1) edit.OutdatePlan();
   module->place.*index = static_cast<int>(list.size());
   list.push_back(module);
   module->remember();

@@ -42,9 +42,10 @@ struct DialogText {
   int width = 400;
 };
 
-/// What the sample loop reads is changed only inside the engine's processing lock, which every
-/// operation here takes by itself and which may be held already. Operations belong to the window
-/// thread unless they say otherwise.
+/// The rack has two sides. Lists, cables and views belong to whoever edits, under the engine's
+/// `editLock`. What the sample loop and the modules' arithmetic read is changed only inside its
+/// `processingLock`. Every operation here takes both by itself; they may be held already.
+/// Operations belong to the window thread unless they say otherwise.
 class RackModel : public CControlListener {
  public:
   RackModel(EngineContext& owner, ModuleMaker maker);
@@ -143,6 +144,11 @@ class RackModel : public CControlListener {
     return module.getViewSize().getTopLeft();
   }
 
+  /// What the audio thread sees of a change: called inside the processing lock, at once if the edit
+  /// holds it or none is under way, else when the outermost edit ends, in the order of the calls
+  /// and together with the new plan. True if it was called at once.
+  bool InLock(std::function<void()> change);
+
   EngineContext& engine;
   HostTable hostTable;
   SharedPointer<KnobStore> knobs = SharedPointer<KnobStore>::Adopt(new KnobStore);
@@ -177,7 +183,14 @@ class RackModel : public CControlListener {
 
   void FillHostTable();
   Module* MakeInstance(std::string_view name, std::string_view vendor, int voice);
-  void RebuildPlan();
+  /// Empty entries up to `count` in the table of modules, or none from there on.
+  void ResizeTable(int count);
+  void RemoveFromTable(int index, int firstVoice);
+  SamplePlan::Patch PatchToPlay() const;
+  void HoldProcessingLock();
+  void RunWaitingChanges();
+  void CommitHeld();
+  void CommitBeside();
   bool RegisterIn(std::vector<Module*>& list, int RackPlace::*index, Module* module);
   void UnregisterFrom(std::vector<Module*>& list, int RackPlace::*index, Module* module);
   void Discard(Module* instance);
@@ -186,15 +199,25 @@ class RackModel : public CControlListener {
   ModuleMaker maker_;
   ModuleFailure moduleFailure_ = ModuleFailure::kNone;
   int editDepth_ = 0;
+  bool holdsProcessingLock_ = false;
   bool planOutdated_ = false;
+  std::vector<std::function<void()>> waitingChanges_;
+  std::vector<Module*> discarded_;  // destroyed when the edit has ended
 };
 
-/// Holds the processing lock for a change of the patch. When the outermost one ends, what the
-/// sample loop walks is brought up to date, values that the host posted meanwhile take effect, and
-/// the host learns that its state is outdated.
+/// A change of the patch. When the outermost one ends, what the sample loop walks is brought up to
+/// date, values that the host posted meanwhile take effect, and the host learns that its state is
+/// outdated.
 class PatchEdit {
  public:
-  explicit PatchEdit(RackModel& rack);
+  /// How long blocks wait.
+  enum class Hold {
+    kThroughout,  ///< for the whole edit, which may change everything directly
+    kAtTheEnd,    ///< for what the edit has handed to RackModel::InLock, and the new plan's start
+  };
+
+  /// Within an edit that holds the processing lock, or as soon as one part does, all of it does.
+  explicit PatchEdit(RackModel& rack, Hold hold = Hold::kThroughout);
   ~PatchEdit();
   PatchEdit(const PatchEdit&) = delete;
   PatchEdit& operator=(const PatchEdit&) = delete;
@@ -204,7 +227,6 @@ class PatchEdit {
 
  private:
   RackModel& rack_;
-  std::unique_lock<platform::RecursiveLock> lock_;
 };
 
 }  // namespace halveron

@@ -8,21 +8,33 @@
 
 namespace halveron {
 
+CControl* RackParameters::ControlOf(int tag) const {
+  const auto waiting = std::find_if(waitingTags_.rbegin(), waitingTags_.rend(),
+                                    [&](const auto& entry) { return entry.first == tag; });
+  return waiting != waitingTags_.rend() ? waiting->second
+                                        : parameterControls[static_cast<std::size_t>(tag)];
+}
+
+void RackParameters::Assign(int tag, CControl* control) {
+  const bool isDone =
+      rack_.InLock([=, this] { parameterControls[static_cast<std::size_t>(tag)] = control; });
+  if (!isDone) waitingTags_.emplace_back(tag, control);
+}
+
 int RackParameters::GetFreeTag(const Module* module) const {
   if (module->voice > 0) return TAG_UNASSIGNED;
   const int start = (highestParameterIndex + 1) % kParameterCount;
   for (int step = 0; step < kParameterCount; ++step) {
     const int tag = (start + step) % kParameterCount;
-    if (!parameterControls[static_cast<std::size_t>(tag)]) return tag;
+    if (!ControlOf(tag)) return tag;
   }
   return TAG_UNASSIGNED;
 }
 
 bool RackParameters::RegisterTag(CControl* control, int tag) {
   if (tag < 0 || tag >= kParameterCount) return false;
-  CControl*& slot = parameterControls[static_cast<std::size_t>(tag)];
-  if (slot) return false;
-  slot = control;
+  if (ControlOf(tag)) return false;
+  Assign(tag, control);
   highestParameterIndex = std::max(highestParameterIndex, tag);
   control->setTag(tag);
   hostParameters_.Mirror(tag, BaseValueOf(*control));
@@ -31,8 +43,7 @@ bool RackParameters::RegisterTag(CControl* control, int tag) {
 
 bool RackParameters::OwnsParameter(const CControl* control) const {
   const int tag = control->getTag();
-  return tag >= 0 && tag < kParameterCount &&
-         parameterControls[static_cast<std::size_t>(tag)] == control;
+  return tag >= 0 && tag < kParameterCount && ControlOf(tag) == control;
 }
 
 bool RackParameters::UnregisterTag(CControl* control) {
@@ -40,7 +51,7 @@ bool RackParameters::UnregisterTag(CControl* control) {
   if (!OwnsParameter(control)) return false;
   const int tag = control->getTag();
   if (control->isEditing()) rack_.engine.ParameterGesture(tag, false);
-  parameterControls[static_cast<std::size_t>(tag)] = nullptr;
+  Assign(tag, nullptr);
   hostParameters_.Mirror(tag, 0.0f);
   control->setTag(TAG_UNASSIGNED);
   return true;
@@ -48,9 +59,8 @@ bool RackParameters::UnregisterTag(CControl* control) {
 
 void RackParameters::ChangeTag(CControl* control, int oldTag, int newTag) {
   if (oldTag == newTag || oldTag < 0 || oldTag >= kParameterCount) return;
-  CControl*& slot = parameterControls[static_cast<std::size_t>(oldTag)];
-  if (slot != control) return;
-  slot = nullptr;
+  if (ControlOf(oldTag) != control) return;
+  Assign(oldTag, nullptr);
   hostParameters_.Mirror(oldTag, 0.0f);
 }
 

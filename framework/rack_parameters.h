@@ -3,6 +3,8 @@
 
 #include <array>
 #include <atomic>
+#include <utility>
+#include <vector>
 
 #include "framework/host_parameters.h"
 #include "framework/rack_limits.h"
@@ -34,9 +36,12 @@ class RackParameters {
   void TakePosted();
   /// The value of a parameter without the host's modulation, 0 if no control has it. Any thread.
   float Value(int index) const { return hostParameters_.Get(index); }
+  /// The numbers that an edit gave and took are those that the audio thread sees.
+  void WaitingTagsSettled() { waitingTags_.clear(); }
   /// Controls take values in another way than by the operations here: what Value returns is
   /// refreshed at the end of the edit.
   void MarkMirrorOutdated() { mirrorOutdated_ = true; }
+  bool IsMirrorOutdated() const { return mirrorOutdated_; }
   /// A module has set the control of a parameter itself. Any thread inside the processing lock.
   void ValueSet(int index);
   void RefreshMirror();
@@ -51,18 +56,24 @@ class RackParameters {
   void ControlTaken(CControl* control);
   void ControlLeft(CControl* control);
 
+  /// Changed inside the processing lock.
   std::array<CControl*, kParameterCount> parameterControls{};
   int highestParameterIndex = -1;
   std::atomic<bool> inValueChanged = false;
   bool sampleAccurate = false;
 
  private:
+  /// The control that has a number, or will have it when the edit ends.
+  CControl* ControlOf(int tag) const;
+  void Assign(int tag, CControl* control);
   void SetControls(int index, float value);
   void SetKnobAtHost(ModuleKnob& knob, float base, float offset);
   bool OwnsParameter(const CControl* control) const;
 
   RackModel& rack_;
   HostParameters hostParameters_;
+  /// What parameterControls takes over when the edit ends, the newest last.
+  std::vector<std::pair<int, CControl*>> waitingTags_;
   bool mirrorOutdated_ = false;
 };
 

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
-#include <cstring>
-#include <span>
+#include <unordered_map>
 #include <utility>
 
 #include "dsp/pack.h"
@@ -17,8 +16,11 @@ namespace {
 constexpr std::size_t kFewestVoices = 3;
 /// In shorter blocks it does not pay to take up state and put it back.
 constexpr int kFewestSteps = 8;
+/// Inputs that one edit may turn to the image beside what it changes; the others follow with later
+/// edits. Each costs time in the lock.
+constexpr std::size_t kMostNewReaders = 64;
 
-constexpr std::size_t kLine = kMaxVoices;
+constexpr std::size_t kLine = SignalStore::kLine;
 
 /// The narrowest unit that has a lane for each voice: idle lanes cost as much as others.
 VectorUnit UnitFor(std::size_t voices, VectorUnit widest) {
@@ -32,39 +34,104 @@ bool HaveSameBits(float a, float b) {
   return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
 }
 
-/// Assigns offsets to cells; the memory is allocated when all are known.
-class CellAllotment {
- public:
-  std::size_t Take(std::size_t cells) { return std::exchange(used_, used_ + cells); }
-  std::size_t TakeLine() {
-    used_ = (used_ + kLine - 1) / kLine * kLine;
-    return Take(kLine);
-  }
-  std::size_t Lines() const { return (used_ + kLine - 1) / kLine; }
-
- private:
-  std::size_t used_ = 0;
-};
-
-float* CellsOf(std::vector<SignalLine>& lines) {
-  return lines.empty() ? nullptr : lines.front().cells.data();
+std::vector<Module*> ActiveOf(std::span<Module* const> modules) {
+  std::vector<Module*> active;
+  std::copy_if(modules.begin(), modules.end(), std::back_inserter(active),
+               [](const Module* module) { return module->place.activeIndex != -1; });
+  return active;
 }
 
 }  // namespace
 
-/// Builds a plan once.
-class PlanBuilder {
+/// Where everything lies, for those who edit.
+class SamplePlan::Layout {
  public:
-  PlanBuilder(SamplePlan& plan, const SamplePlan::ActiveModules& active) : plan_(plan) {
-    CollectRows(active);
+  /// A module with its voices; one voice if it is mono.
+  struct Row {
+    std::vector<Module*> voices;
+    VoiceGroupMaker maker = nullptr;
+    std::shared_ptr<VoiceGroup> group;
+    std::size_t firstPoint = 0;  // the points of voice 0 come first, in their order
+
+    std::size_t PlaceCount() const { return voices.front()->Points().size(); }
+    std::pair<bool, std::uintptr_t> Key() const {
+      return {voices.front()->oversampled,
+              reinterpret_cast<std::uintptr_t>(voices.front()->GetRunFunction())};
+    }
+  };
+  struct Point {
+    PatchPoint* point = nullptr;
+    std::size_t row = 0;
+    std::size_t place = 0;  // among the points of its module
+    std::vector<PatchPoint*> feeds;
+    bool copied = false;                         // the first of the feeds is a copy, not a sum
+    bool readsImage = false;                     // and has no cell of its own
+    bool hasImage = false;                       // somebody reads it
+    bool wantsImage = false;                     // a single cable's input may read it soon
+    SignalStore::Place where;                    // its own cells
+    float* cell = nullptr;                       // what its module reads or writes
+    const PatchPoint* firstNewReader = nullptr;  // of its image
+  };
+
+  std::vector<Row> rows;
+  std::vector<Point> points;
+  SignalStore imaged{true}, plain{false};  // outputs with and without an image
+  SignalStore ins{false};                  // inputs that are carried into, and either-way points
+};
+
+class SamplePlan::Draft {
+ public:
+  struct Move {
+    PatchPoint* point;
+    float* cell;
+    float* image;  // of an output that has one
+  };
+  /// An input that would begin to read an image holds what it will find there.
+  struct Condition {
+    const PatchPoint* reader;
+    const PatchPoint* sameAs;  // another reader, or if null
+    const float* image;
+  };
+
+  Layout layout;
+  Program program;
+  std::vector<Condition> conditions;
+  std::vector<Move> outs, readers, ins, eithers;
+  std::vector<PatchPoint*> leaving;
+  std::vector<SignalStore::Place> newLines;  // taken for voices
+};
+
+void SamplePlan::DraftDeleter::operator()(Draft* draft) const { delete draft; }
+
+/// Prepares a draft once.
+class PlanBuilder {
+  using Layout = SamplePlan::Layout;
+  using Row = Layout::Row;
+  using Point = Layout::Point;
+  using Draw = SamplePlan::Draw;
+
+ public:
+  PlanBuilder(const SamplePlan& plan, SamplePlan::Draft& draft, Draw draw)
+      : old_(*plan.layout_),
+        draft_(draft),
+        layout_(draft.layout),
+        program_(draft.program),
+        unit_(plan.unit_),
+        draw_(draw) {}
+
+  void CollectModules(const SamplePlan::Patch& patch) {
+    CollectRows(patch.active);
+    MatchRows();
     NumberPoints();
+    program_.blockStart = ActiveOf(patch.blockStart);
+    program_.events = ActiveOf(patch.events);
   }
 
   void CollectFeeds(const CableList& copying, const CableList& summing) {
     for (const bool sums : {false, true}) {
       for (const Cable* cable = (sums ? summing : copying).head; cable; cable = cable->next) {
         if (!IsPlanned(cable->destination) || !IsPlanned(cable->origin)) continue;
-        State& to = StateOf(cable->destination);
+        Point& to = PlannedOf(cable->destination);
         // A sum whose copying cable has gone would add to its own last value; it is copied.
         if (!sums || to.feeds.empty()) to.copied = true;
         to.feeds.push_back(cable->origin);
@@ -74,93 +141,115 @@ class PlanBuilder {
 
   /// An input may read the image if a single cable of fixed ends reaches it and it holds its
   /// origin's value at this moment; otherwise it would see a new cable's signal one sample early.
+  /// Beside a running plan that is so of cables which that plan copies already.
   void ChooseReaders() {
-    for (State& state : points_) {
-      state.readsImage = state.point->type == kInputPoint && state.copied &&
-                         state.feeds.size() == 1 && state.feeds[0]->type == kOutputPoint &&
-                         HaveSameBits(state.point->in, state.feeds[0]->out);
+    for (Point& point : layout_.points) {
+      if (!HasSingleCable(point)) continue;
+      PlannedOf(point.feeds[0]).wantsImage = true;
+      point.readsImage =
+          draw_ == Draw::kAfresh
+              ? HaveSameBits(point.point->in, point.feeds[0]->out)
+              : KeepsItsCable(point) && (Before(point)->readsImage || draw_ == Draw::kNearby);
     }
-    for (const Row& row : rows_) {
-      if (!row.maker) continue;
-      ForEachPointRow(row, [&](std::size_t place) {
-        if (ReadsWholeRow(row, place)) return;
-        for (Module* voice : row.voices) StateOf(voice->Points()[place]).readsImage = false;
+    std::size_t newReaders = 0;
+    for (const Row& row : layout_.rows) {
+      ForEachPlace(row, [&](std::size_t place) {
+        if (row.maker && !ReadsWholeRow(row, place)) {
+          ForEachVoice(row, place, [](Point& point) { point.readsImage = false; });
+        }
+        if (draw_ == Draw::kAfresh) return;
+        // The voices of a row begin together or not at all.
+        const bool mayBegin = newReaders < kMostNewReaders;
+        ForEachVoice(row, place, [&](Point& point) {
+          if (!IsNewReader(point)) return;
+          point.readsImage = mayBegin;
+          ++newReaders;
+        });
       });
     }
-    for (const State& state : points_) {
-      if (state.readsImage) StateOf(state.feeds[0]).hasImage = true;
+    for (const Point& point : layout_.points) {
+      if (point.readsImage) PlannedOf(point.feeds[0]).hasImage = true;
     }
   }
 
   void LaySignals() {
-    CellAllotment outs, ins;
-    LayOutputs(outs, true);
-    const std::size_t imageLines = outs.Lines();
-    outs.TakeLine();  // outputs without an image begin in a line of their own
-    LayOutputs(outs, false);
-    LayInputs(ins);
-
-    std::vector<SignalLine> newOuts(outs.Lines()), newPast(imageLines), newIns(ins.Lines());
-    for (State& state : points_) {
-      PatchPoint& point = *state.point;
-      if (point.type == kEitherPoint) {
-        point.PlaceBoth(CellsOf(newIns) + state.offset);
-      } else if (point.type == kOutputPoint) {
-        point.PlaceOut(CellsOf(newOuts) + state.offset);
-      } else if (state.readsImage) {
-        point.Withdraw();
-      } else {
-        point.PlaceIn(CellsOf(newIns) + state.offset);
+    if (draw_ != Draw::kAfresh) {
+      layout_.imaged = old_.imaged;
+      layout_.plain = old_.plain;
+      layout_.ins = old_.ins;
+    }
+    ReserveStores();
+    for (const bool inLines : {true, false}) {
+      for (const Row& row : layout_.rows) {
+        if ((row.voices.size() > 1) == inLines) LayOutputs(row);
       }
     }
-    std::copy_n(newOuts.begin(), imageLines, newPast.begin());
-    for (State& state : points_) {
-      if (state.readsImage) state.point->ReadAt(CellsOf(newPast) + StateOf(state.feeds[0]).offset);
+    for (const Row& row : layout_.rows) LayInputs(row);
+    for (Point& point : layout_.points) {
+      if (point.readsImage) point.cell = PlannedOf(point.feeds[0]).where.ImageCell();
+      point.point->plannedCell = point.cell;
     }
-    plan_.outs_ = std::move(newOuts);
-    plan_.past_ = std::move(newPast);
-    plan_.ins_ = std::move(newIns);
+    CountTakenCells();
+    for (const SignalStore::Share& share : layout_.imaged.Shares()) {
+      program_.images.push_back(
+          {share.block->image.get(), share.block->lines.get(), share.UsedLines()});
+    }
+  }
+
+  void ListMoves() {
+    for (Point& point : layout_.points) {
+      const Point* before = Before(point);
+      if (before && before->cell == point.cell) continue;
+      const SamplePlan::Draft::Move move{point.point, point.cell,
+                                         point.readsImage ? point.cell : ImageOf(point)};
+      if (point.point->type == kEitherPoint) {
+        draft_.eithers.push_back(move);
+      } else if (point.point->type == kOutputPoint) {
+        draft_.outs.push_back(move);
+      } else if (point.readsImage) {
+        draft_.readers.push_back(move);
+        if (draw_ != Draw::kAfresh) AddCondition(point);
+      } else {
+        draft_.ins.push_back(move);
+      }
+    }
+    for (const Point& point : old_.points) {
+      if (!IsPlanned(point.point)) draft_.leaving.push_back(point.point);
+    }
   }
 
   void PlanCables() {
-    plan_.fills_.clear();
-    plan_.copies_.clear();
-    plan_.rowSums_.clear();
-    plan_.sums_.clear();
-    for (const Row& row : rows_) {
-      ForEachPointRow(row, [&](std::size_t place) {
+    for (const Row& row : layout_.rows) {
+      ForEachPlace(row, [&](std::size_t place) {
         if (row.maker && IsFedByOne(row, place)) {
-          PatchPoint* first = row.voices.front()->Points()[place];
-          plan_.fills_.push_back({first->in.Address(), StateOf(first).feeds[0]->out.Address()});
+          const Point& first = At(row, 0, place);
+          program_.fills.push_back({first.cell, CellOf(first.feeds[0])});
           return;
         }
-        for (Module* voice : row.voices) PlanInput(StateOf(voice->Points()[place]));
+        ForEachVoice(row, place, [&](const Point& point) { PlanInput(point); });
       });
     }
   }
 
   void PlanModules() {
-    std::vector<const Row*> ordered;
-    for (const Row& row : rows_) ordered.push_back(&row);
+    std::vector<Row*> ordered;
+    for (Row& row : layout_.rows) ordered.push_back(&row);
     // Ordered by the functions' addresses: any order sounds the same.
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const Row* a, const Row* b) { return a->Key() < b->Key(); });
-    plan_.modules_.clear();
     for (const Row* row : ordered) {
-      plan_.modules_.insert(plan_.modules_.end(), row->voices.begin(), row->voices.end());
+      program_.modules.insert(program_.modules.end(), row->voices.begin(), row->voices.end());
     }
-    plan_.voiceRows_.clear();
-    SamplePlan::Stage& every = plan_.everyStep_ = {};
-    SamplePlan::Stage& first = plan_.firstStep_ = {};
-    Module* const* next = plan_.modules_.data();
+    Module* const* next = program_.modules.data();
     const Row* last = nullptr;
-    for (const Row* row : ordered) {
+    for (Row* row : ordered) {
       const Module& module = *row->voices.front();
       const SamplePlan::ModuleRun run{module.GetRunFunction(), next, row->voices.size()};
       next += row->voices.size();
-      SamplePlan::Stage& stage = module.oversampled ? every : first;
+      SamplePlan::Stage& stage = module.oversampled ? program_.everyStep : program_.firstStep;
       if (row->maker) {
-        plan_.voiceRows_.push_back({row->maker(row->voices), run, module.oversampled});
+        TakeGroup(*row);
+        program_.voiceRows.push_back({row->group.get(), run, module.oversampled});
       } else if (last && last->Key() == row->Key()) {
         stage.runs.back().count += run.count;
       } else {
@@ -168,95 +257,130 @@ class PlanBuilder {
       }
       last = row->maker ? nullptr : row;
     }
-    for (SamplePlan::Stage* stage : {&every, &first}) {
+    for (SamplePlan::Stage* stage : {&program_.everyStep, &program_.firstStep}) {
       stage->fixedRuns = stage->runs.size();
-      stage->runs.reserve(stage->fixedRuns + plan_.voiceRows_.size());
-      stage->groups.reserve(plan_.voiceRows_.size());
+      stage->runs.reserve(stage->fixedRuns + program_.voiceRows.size());
+      stage->groups.reserve(program_.voiceRows.size());
     }
   }
 
  private:
-  /// A module with its voices; one voice if it is mono.
-  struct Row {
-    std::vector<Module*> voices;
-    VoiceGroupMaker maker = nullptr;
-
-    std::pair<bool, std::uintptr_t> Key() const {
-      return {voices.front()->oversampled,
-              reinterpret_cast<std::uintptr_t>(voices.front()->GetRunFunction())};
-    }
-  };
-  struct State {
-    PatchPoint* point = nullptr;
-    std::size_t row = 0;
-    std::size_t place = 0;  // among the points of its module
-    std::vector<PatchPoint*> feeds;
-    bool copied = false;  // the first of the feeds is a copy, not a sum
-    bool readsImage = false;
-    bool hasImage = false;
-    std::size_t offset = 0;
-  };
-
-  State& StateOf(const PatchPoint* point) {
-    return points_[static_cast<std::size_t>(point->planIndex)];
+  Point& PlannedOf(const PatchPoint* point) {
+    return layout_.points[static_cast<std::size_t>(point->planIndex)];
+  }
+  Point& At(const Row& row, std::size_t voice, std::size_t place) {
+    return layout_.points[row.firstPoint + voice * row.PlaceCount() + place];
+  }
+  float* CellOf(const PatchPoint* output) {
+    const Point& point = PlannedOf(output);
+    return point.point->type == kEitherPoint ? point.cell + 1 : point.cell;
+  }
+  static float* ImageOf(const Point& point) {
+    return point.where.block ? point.where.ImageCell() : nullptr;
   }
 
   /// A module with a cable is active, so this holds for both ends of each.
   bool IsPlanned(const PatchPoint* point) const {
     const auto index = static_cast<std::size_t>(point->planIndex);
-    return index < points_.size() && points_[index].point == point;
+    return index < layout_.points.size() && layout_.points[index].point == point;
   }
 
   template <class F>
-  static void ForEachPointRow(const Row& row, F&& f) {
-    for (std::size_t place = 0; place < row.voices.front()->Points().size(); ++place) f(place);
+  static void ForEachPlace(const Row& row, F&& f) {
+    for (std::size_t place = 0; place < row.PlaceCount(); ++place) f(place);
+  }
+
+  template <class F>
+  void ForEachVoice(const Row& row, std::size_t place, F&& f) {
+    for (std::size_t voice = 0; voice < row.voices.size(); ++voice) f(At(row, voice, place));
   }
 
   void CollectRows(const SamplePlan::ActiveModules& active) {
+    std::vector<Row>& rows = layout_.rows;
     std::vector<std::size_t> rowOf;  // by module index
     for (const std::vector<Module*>& ofVoice : active) {
       for (Module* module : ofVoice) {
         const auto index = static_cast<std::size_t>(module->place.moduleIndex);
         if (rowOf.size() <= index) rowOf.resize(index + 1, SIZE_MAX);
         // A voice joins its row if all voices below it have, and runs at the same rate.
-        Row* row = rowOf[index] == SIZE_MAX ? nullptr : &rows_[rowOf[index]];
+        Row* row = rowOf[index] == SIZE_MAX ? nullptr : &rows[rowOf[index]];
         if (!row || row->voices.size() != static_cast<std::size_t>(module->voice) ||
             row->voices.front()->oversampled != module->oversampled) {
-          if (!row) rowOf[index] = rows_.size();
-          row = &rows_.emplace_back();
+          if (!row) rowOf[index] = rows.size();
+          row = &rows.emplace_back();
         }
         row->voices.push_back(module);
       }
     }
-    for (Row& row : rows_) {
+    for (Row& row : rows) {
       if (row.voices.size() < kFewestVoices) continue;
-      row.maker = row.voices.front()->GetVoiceGroupMaker(UnitFor(row.voices.size(), plan_.unit_));
+      row.maker = row.voices.front()->GetVoiceGroupMaker(UnitFor(row.voices.size(), unit_));
+    }
+  }
+
+  /// Finds the rows that the present plan has in the same form.
+  void MatchRows() {
+    rowsBefore_.assign(layout_.rows.size(), nullptr);
+    if (draw_ == Draw::kAfresh) return;
+    std::unordered_map<const Module*, const Row*> standing;
+    for (const Row& row : old_.rows) standing.emplace(row.voices.front(), &row);
+    for (std::size_t i = 0; i < layout_.rows.size(); ++i) {
+      const Row& row = layout_.rows[i];
+      const auto found = standing.find(row.voices.front());
+      if (found == standing.end()) continue;
+      const Row& before = *found->second;
+      if (before.voices == row.voices && before.maker == row.maker) rowsBefore_[i] = &before;
     }
   }
 
   void NumberPoints() {
-    for (std::size_t row = 0; row < rows_.size(); ++row) {
-      for (const Module* voice : rows_[row].voices) {
+    for (std::size_t row = 0; row < layout_.rows.size(); ++row) {
+      layout_.rows[row].firstPoint = layout_.points.size();
+      for (const Module* voice : layout_.rows[row].voices) {
         for (std::size_t place = 0; place < voice->Points().size(); ++place) {
           PatchPoint* point = voice->Points()[place];
-          point->planIndex = static_cast<int>(points_.size());
-          points_.push_back({.point = point, .row = row, .place = place, .feeds = {}});
+          point->planIndex = static_cast<int>(layout_.points.size());
+          Point& planned = layout_.points.emplace_back();
+          planned.point = point;
+          planned.row = row;
+          planned.place = place;
         }
       }
     }
   }
 
+  /// The same point in the present plan; null for one of a row that has changed.
+  const Point* Before(const Point& point) const {
+    const Row* before = rowsBefore_[point.row];
+    if (!before) return nullptr;
+    const auto index = static_cast<std::size_t>(&point - layout_.points.data());
+    return &old_.points[before->firstPoint + index - layout_.rows[point.row].firstPoint];
+  }
+
+  static bool HasSingleCable(const Point& point) {
+    return point.point->type == kInputPoint && point.copied && point.feeds.size() == 1 &&
+           point.feeds[0]->type == kOutputPoint;
+  }
+  bool KeepsItsCable(const Point& point) const {
+    const Point* before = Before(point);
+    return before && HasSingleCable(*before) && before->feeds[0] == point.feeds[0];
+  }
+  bool IsNewReader(const Point& point) const {
+    const Point* before = Before(point);
+    return point.readsImage && !(before && before->readsImage);
+  }
+
   /// Whether each voice of an input reads the same voice of one output.
   bool ReadsWholeRow(const Row& row, std::size_t place) {
-    const State* firstFeed = nullptr;
+    const Point* firstFeed = nullptr;
     for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
-      const State& state = StateOf(row.voices[voice]->Points()[place]);
-      if (!state.readsImage) return false;
-      const State& feed = StateOf(state.feeds[0]);
+      const Point& point = At(row, voice, place);
+      if (!point.readsImage) return false;
+      const Point& feed = PlannedOf(point.feeds[0]);
       if (voice == 0) firstFeed = &feed;
-      const std::vector<Module*>& origins = rows_[feed.row].voices;
+      const std::vector<Module*>& origins = layout_.rows[feed.row].voices;
       if (feed.row != firstFeed->row || feed.place != firstFeed->place || voice >= origins.size() ||
-          origins[voice]->Points()[feed.place] != state.feeds[0]) {
+          origins[voice]->Points()[feed.place] != point.feeds[0]) {
         return false;
       }
     }
@@ -265,98 +389,227 @@ class PlanBuilder {
 
   /// Whether one output alone is copied into all voices of an input.
   bool IsFedByOne(const Row& row, std::size_t place) {
-    const State& first = StateOf(row.voices.front()->Points()[place]);
-    return std::all_of(row.voices.begin(), row.voices.end(), [&](const Module* voice) {
-      const State& state = StateOf(voice->Points()[place]);
-      return state.copied && !state.readsImage && state.point->type == kInputPoint &&
-             state.feeds.size() == 1 && state.feeds[0] == first.feeds[0];
-    });
-  }
-
-  /// Rows of several voices in lines, then single points side by side.
-  void LayOutputs(CellAllotment& cells, bool withImage) {
-    for (const bool inLines : {true, false}) {
-      for (const Row& row : rows_) {
-        if ((row.voices.size() > 1) != inLines) continue;
-        ForEachPointRow(row, [&](std::size_t place) {
-          const PatchPoint* first = row.voices.front()->Points()[place];
-          if (first->type != kOutputPoint || HasImage(row, place) != withImage) return;
-          const std::size_t offset = inLines ? cells.TakeLine() : cells.Take(1);
-          SetOffsets(row, place, offset);
-        });
+    const Point& first = At(row, 0, place);
+    for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
+      const Point& point = At(row, voice, place);
+      if (!point.copied || point.readsImage || point.point->type != kInputPoint ||
+          point.feeds.size() != 1 || point.feeds[0] != first.feeds[0]) {
+        return false;
       }
-    }
-  }
-
-  void LayInputs(CellAllotment& cells) {
-    for (const Row& row : rows_) {
-      ForEachPointRow(row, [&](std::size_t place) {
-        const PatchPoint* first = row.voices.front()->Points()[place];
-        if (first->type == kEitherPoint) {
-          for (const Module* voice : row.voices) {
-            StateOf(voice->Points()[place]).offset = cells.Take(2);
-          }
-        } else if (first->type == kInputPoint) {
-          SetOffsets(row, place, row.maker ? cells.TakeLine() : cells.Take(row.voices.size()));
-        }
-      });
-    }
-  }
-
-  bool HasImage(const Row& row, std::size_t place) {
-    return std::any_of(row.voices.begin(), row.voices.end(), [&](const Module* voice) {
-      return StateOf(voice->Points()[place]).hasImage;
-    });
-  }
-
-  void SetOffsets(const Row& row, std::size_t place, std::size_t offset) {
-    for (const Module* voice : row.voices) StateOf(voice->Points()[place]).offset = offset++;
-  }
-
-  void PlanInput(const State& state) {
-    if (state.readsImage || state.feeds.empty()) return;
-    float* to = state.point->in.Address();
-    if (state.copied && state.feeds.size() > 1 && LieSideBySide(state.feeds)) {
-      plan_.rowSums_.push_back({to, state.feeds[0]->out.Address(), state.feeds.size()});
-      return;
-    }
-    for (std::size_t i = 0; i < state.feeds.size(); ++i) {
-      const bool copies = i == 0 && state.copied;
-      (copies ? plan_.copies_ : plan_.sums_).push_back({to, state.feeds[i]->out.Address()});
-    }
-  }
-
-  static bool LieSideBySide(const std::vector<PatchPoint*>& points) {
-    for (std::size_t i = 0; i < points.size(); ++i) {
-      if (points[i]->out.Address() != points[0]->out.Address() + i) return false;
     }
     return true;
   }
 
-  SamplePlan& plan_;
-  std::vector<Row> rows_;
-  std::vector<State> points_;
+  /// In a first layout each kind of signals lies in one block, with some room for more.
+  void ReserveStores() {
+    std::size_t outs = 0, ins = 0;
+    for (const Point& point : layout_.points) ++(point.point->type == kOutputPoint ? outs : ins);
+    for (SignalStore* store : {&layout_.imaged, &layout_.plain}) store->Reserve(outs / 4);
+    layout_.ins.Reserve(ins / 4);
+  }
+
+  bool AnyVoice(const Row& row, std::size_t place, bool Point::*flag) {
+    bool any = false;
+    ForEachVoice(row, place, [&](const Point& point) { any |= point.*flag; });
+    return any;
+  }
+
+  /// Rows of several voices take lines, single points lie side by side.
+  void LayOutputs(const Row& row) {
+    ForEachPlace(row, [&](std::size_t place) {
+      Point& first = At(row, 0, place);
+      if (first.point->type != kOutputPoint) return;
+      const Point* before = Before(first);
+      const bool isRead = AnyVoice(row, place, &Point::hasImage);
+      SignalStore::Place where;
+      if (before && (!isRead || ImageOf(*before))) {
+        where = before->where;
+      } else {
+        const bool mayBeRead = draw_ != Draw::kAfresh && AnyVoice(row, place, &Point::wantsImage);
+        SignalStore& store = isRead || mayBeRead ? layout_.imaged : layout_.plain;
+        where = row.voices.size() > 1 ? TakeLine(store) : store.Take(1);
+      }
+      for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
+        SetPlace(At(row, voice, place), where.Next(voice));
+      }
+    });
+  }
+
+  void LayInputs(const Row& row) {
+    ForEachPlace(row, [&](std::size_t place) {
+      const Point& first = At(row, 0, place);
+      if (first.point->type == kOutputPoint || (row.maker && first.readsImage)) return;
+      const Point* before = Before(first);
+      const bool inLine = row.maker && first.point->type == kInputPoint;
+      SignalStore::Place line;
+      if (inLine) line = before && before->where.block ? before->where : TakeLine(layout_.ins);
+      for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
+        Point& point = At(row, voice, place);
+        if (point.readsImage) continue;
+        const Point* own = Before(point);
+        if (inLine) {
+          SetPlace(point, line.Next(voice));
+        } else if (own && own->where.block) {
+          SetPlace(point, own->where);
+        } else {
+          SetPlace(point, layout_.ins.Take(CellsOf(point)));
+        }
+      }
+    });
+  }
+
+  SignalStore::Place TakeLine(SignalStore& store) {
+    return draft_.newLines.emplace_back(store.TakeLine());
+  }
+  static std::size_t CellsOf(const Point& point) {
+    return point.point->type == kEitherPoint ? 2 : 1;
+  }
+  static void SetPlace(Point& point, const SignalStore::Place& where) {
+    point.where = where;
+    point.cell = where.Cell();
+  }
+
+  /// What only the present plan uses is free for the next one but this.
+  void CountTakenCells() {
+    for (SignalStore* store : {&layout_.imaged, &layout_.plain, &layout_.ins}) {
+      store->ForgetTaken();
+    }
+    for (const Row& row : layout_.rows) {
+      ForEachPlace(row, [&](std::size_t place) {
+        for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
+          const Point& point = At(row, voice, place);
+          if (!point.where.block) continue;
+          const bool isOutput = point.point->type == kOutputPoint;
+          SignalStore& store = !isOutput        ? layout_.ins
+                               : ImageOf(point) ? layout_.imaged
+                                                : layout_.plain;
+          // A line of voices belongs to its row as a whole.
+          const bool isLine =
+              isOutput ? row.voices.size() > 1 : row.maker && point.point->type == kInputPoint;
+          if (!isLine) {
+            store.Keep(point.where, CellsOf(point));
+          } else if (voice == 0) {
+            store.Keep(point.where, kLine);
+          }
+        }
+      });
+    }
+    for (SignalStore* store : {&layout_.imaged, &layout_.plain, &layout_.ins}) {
+      store->DropEmptyBlocks();
+    }
+  }
+
+  void AddCondition(const Point& reader) {
+    Point& origin = PlannedOf(reader.feeds[0]);
+    const Point* before = Before(origin);
+    if (before && before->cell == origin.cell && before->hasImage) {
+      draft_.conditions.push_back({reader.point, nullptr, reader.cell});
+    } else if (origin.firstNewReader) {
+      draft_.conditions.push_back({reader.point, origin.firstNewReader, nullptr});
+    } else {
+      origin.firstNewReader = reader.point;
+    }
+  }
+
+  void PlanInput(const Point& point) {
+    if (point.readsImage || point.feeds.empty()) return;
+    if (point.copied && point.feeds.size() > 1 && LieSideBySide(point.feeds)) {
+      program_.rowSums.push_back({point.cell, CellOf(point.feeds[0]), point.feeds.size()});
+      return;
+    }
+    for (std::size_t i = 0; i < point.feeds.size(); ++i) {
+      const bool copies = i == 0 && point.copied;
+      (copies ? program_.copies : program_.sums).push_back({point.cell, CellOf(point.feeds[i])});
+    }
+  }
+
+  bool LieSideBySide(const std::vector<PatchPoint*>& points) {
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      if (CellOf(points[i]) != CellOf(points[0]) + i) return false;
+    }
+    return true;
+  }
+
+  /// A group knows where its signals lie: it serves as long as none of them moves.
+  void TakeGroup(Row& row) {
+    const Row* before = rowsBefore_[static_cast<std::size_t>(&row - layout_.rows.data())];
+    bool stays = before != nullptr;
+    for (std::size_t i = 0; stays && i < row.voices.size() * row.PlaceCount(); ++i) {
+      stays = layout_.points[row.firstPoint + i].cell == old_.points[before->firstPoint + i].cell;
+    }
+    row.group = stays ? before->group
+                      : std::shared_ptr<VoiceGroup>(
+                            static_cast<std::unique_ptr<VoiceGroup>&&>(row.maker(row.voices)));
+  }
+
+  const Layout& old_;
+  SamplePlan::Draft& draft_;
+  Layout& layout_;
+  SamplePlan::Program& program_;
+  VectorUnit unit_;
+  Draw draw_;
+  std::vector<const Row*> rowsBefore_;  // by row: its like in the present plan
 };
 
-void SamplePlan::Build(const ActiveModules& active, const CableList& copying,
-                       const CableList& summing) {
-  PlanBuilder builder(*this, active);
-  builder.CollectFeeds(copying, summing);
+SamplePlan::SamplePlan() : layout_(std::make_unique<Layout>()) {}
+
+SamplePlan::~SamplePlan() = default;
+
+SamplePlan::OwnDraft SamplePlan::Prepare(const Patch& patch, Draw draw) const {
+  OwnDraft draft(new Draft);
+  PlanBuilder builder(*this, *draft, draw);
+  builder.CollectModules(patch);
+  builder.CollectFeeds(patch.copying, patch.summing);
   builder.ChooseReaders();
   builder.LaySignals();
+  builder.ListMoves();
   builder.PlanCables();
   builder.PlanModules();
+  return draft;
+}
+
+bool SamplePlan::Fits(const Draft& draft) {
+  return std::all_of(draft.conditions.begin(), draft.conditions.end(),
+                     [](const Draft::Condition& each) {
+                       const float expected = each.sameAs ? float{each.sameAs->in} : *each.image;
+                       return HaveSameBits(each.reader->in, expected);
+                     });
+}
+
+void SamplePlan::Swap(Draft& draft) {
+  // Lanes without a voice are computed, too. Not before: the present plan's image is copied by
+  // whole blocks.
+  for (const SignalStore::Place& line : draft.newLines) {
+    std::fill_n(line.Cell(), kLine, 0.0f);
+    if (line.ImageCell()) std::fill_n(line.ImageCell(), kLine, 0.0f);
+  }
+  for (const Draft::Move& move : draft.outs) {
+    move.point->PlaceOut(move.cell);
+    if (move.image) *move.image = move.point->out;
+  }
+  for (const Draft::Move& move : draft.readers) {
+    // Goes on with what the input holds, whatever its origin has written since.
+    const float held = move.point->in;
+    move.point->Withdraw();
+    *move.image = held;
+    move.point->ReadAt(move.cell);
+  }
+  for (const Draft::Move& move : draft.ins) move.point->PlaceIn(move.cell);
+  for (const Draft::Move& move : draft.eithers) move.point->PlaceBoth(move.cell);
+  for (PatchPoint* point : draft.leaving) point->Withdraw();
+  std::swap(program_, draft.program);
+  std::swap(*layout_, draft.layout);
 }
 
 void SamplePlan::BeginBlock(int steps) {
-  for (Stage* stage : {&everyStep_, &firstStep_}) {
+  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     stage->runs.resize(stage->fixedRuns);
     stage->groups.clear();
   }
-  for (const VoiceRow& row : voiceRows_) {
-    Stage& stage = row.everyStep ? everyStep_ : firstStep_;
+  for (const VoiceRow& row : program_.voiceRows) {
+    Stage& stage = row.everyStep ? program_.everyStep : program_.firstStep;
     if (steps >= kFewestSteps && row.group->Load()) {
-      stage.groups.push_back(row.group.get());
+      stage.groups.push_back(row.group);
     } else {
       stage.runs.push_back(row.single);
     }
@@ -364,21 +617,21 @@ void SamplePlan::BeginBlock(int steps) {
 }
 
 void SamplePlan::EndBlock() {
-  for (Stage* stage : {&everyStep_, &firstStep_}) {
+  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (VoiceGroup* group : stage->groups) group->Store();
   }
 }
 
 void SamplePlan::CarryCables() {
-  std::copy_n(outs_.data(), past_.size(), past_.data());
-  for (const SignalMove& fill : fills_) std::fill_n(fill.to, kLine, *fill.from);
-  for (const SignalMove& copy : copies_) *copy.to = *copy.from;
-  for (const RowSum& row : rowSums_) {
+  for (const ImageSpan& span : program_.images) std::copy_n(span.outs, span.lines, span.image);
+  for (const SignalMove& fill : program_.fills) std::fill_n(fill.to, kLine, *fill.from);
+  for (const SignalMove& copy : program_.copies) *copy.to = *copy.from;
+  for (const RowSum& row : program_.rowSums) {
     float sum = row.from[0];
     for (std::size_t i = 1; i < row.count; ++i) sum += row.from[i];
     *row.to = sum;
   }
-  for (const SignalMove& sum : sums_) *sum.to += *sum.from;
+  for (const SignalMove& sum : program_.sums) *sum.to += *sum.from;
 }
 
 }  // namespace halveron

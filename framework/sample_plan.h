@@ -4,22 +4,19 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "framework/cable.h"
 #include "framework/module.h"
 #include "framework/rack_limits.h"
+#include "framework/signal_store.h"
 #include "framework/voice_group.h"
 
 namespace halveron {
 
-/// Signals side by side: the voices of one point, or sixteen points of mono modules.
-struct alignas(64) SignalLine {
-  std::array<float, kMaxVoices> cells{};
-};
-
-/// Rebuilt when an edit of the patch ends, inside the processing lock; walked by the audio
-/// thread.
+/// Walked by the audio thread inside the processing lock. When an edit of the patch ends, the next
+/// one is prepared beside it and takes its place.
 ///
 /// Each sample all modules run, then the cables carry. An input that one cable alone reaches costs
 /// nothing of its own: it reads its origin's cell in the image of all such outputs that is taken
@@ -32,29 +29,70 @@ class SamplePlan {
  public:
   using ActiveModules = std::array<std::vector<Module*>, kMaxVoices>;
 
-  /// Lays out all signals, which keep their values, and the calls. Allocates.
-  void Build(const ActiveModules& active, const CableList& copying, const CableList& summing);
+  /// The rack as the next plan is to play it.
+  struct Patch {
+    const ActiveModules& active;
+    const CableList& copying;
+    const CableList& summing;
+    std::span<Module* const> blockStart;  ///< those of them that are active get BlockStart
+    std::span<Module* const> events;
+  };
+  enum class Draw {
+    kAfresh,  ///< lays out all signals anew; reads them, so inside the processing lock
+    kNearby,  ///< moves only what the edit touches, and inputs that can begin to read the image
+    kStill,   ///< moves only what the edit touches
+  };
+  /// The next plan while the present one plays.
+  class Draft;
+  struct DraftDeleter {
+    void operator()(Draft* draft) const;
+  };
+  using OwnDraft = std::unique_ptr<Draft, DraftDeleter>;
+
+  SamplePlan();
+  ~SamplePlan();
+  SamplePlan(const SamplePlan&) = delete;
+  SamplePlan& operator=(const SamplePlan&) = delete;
+
+  /// Allocates. Any thread that edits the rack, one at a time.
+  OwnDraft Prepare(const Patch& patch, Draw draw) const;
+  /// Whether the inputs that would begin to read the image hold what they would find there; true of
+  /// any draft but kNearby. Inside the processing lock.
+  static bool Fits(const Draft& draft);
+  /// Moves the signals that the draft places elsewhere, with their values, and puts the draft in
+  /// use; it keeps what it replaces. Inside the processing lock. Its cost grows with what the edit
+  /// touches, not with the rack, unless drawn afresh.
+  void Swap(Draft& draft);
 
   /// The widest vectors that groups may use, by default the machine's; kNone runs every voice by
-  /// itself. The next Build follows.
+  /// itself. The next draft follows.
   void AllowVectors(VectorUnit unit) { unit_ = unit; }
+
+  /// Active modules that want the start of each block, or the host's events.
+  std::span<Module* const> BlockStartModules() const { return program_.blockStart; }
+  std::span<Module* const> EventModules() const { return program_.events; }
 
   /// Around the samples of a block, `steps` of them with oversampling counted.
   void BeginBlock(int steps);
   void EndBlock();
 
   /// The modules that follow the oversampling, and those at the host's rate.
-  void RunEveryStep() const { everyStep_.Run(); }
-  void RunFirstStep() const { firstStep_.Run(); }
+  void RunEveryStep() const { program_.everyStep.Run(); }
+  void RunFirstStep() const { program_.firstStep.Run(); }
   void CarryCables();
 
   /// Inputs that are copied or summed into, of those with cables.
-  std::size_t CarriedInputs() const { return fills_.size() + copies_.size() + rowSums_.size(); }
+  std::size_t CarriedInputs() const {
+    return program_.fills.size() + program_.copies.size() + program_.rowSums.size();
+  }
   /// Module rows that the present block runs in vectors.
-  std::size_t VectorRows() const { return everyStep_.groups.size() + firstStep_.groups.size(); }
+  std::size_t VectorRows() const {
+    return program_.everyStep.groups.size() + program_.firstStep.groups.size();
+  }
 
  private:
   friend class PlanBuilder;
+  class Layout;
 
   /// Modules of a class that run in one call.
   struct ModuleRun {
@@ -74,9 +112,14 @@ class SamplePlan {
   };
   /// A module of several voices that can run in vectors, and how it runs without.
   struct VoiceRow {
-    std::unique_ptr<VoiceGroup> group;
+    VoiceGroup* group;
     ModuleRun single;
     bool everyStep;
+  };
+  struct ImageSpan {
+    SignalLine* image;
+    const SignalLine* outs;
+    std::size_t lines;
   };
   struct SignalMove {
     float* to;
@@ -87,19 +130,21 @@ class SamplePlan {
     const float* from;
     std::size_t count;
   };
+  /// All that the audio thread walks.
+  struct Program {
+    Stage everyStep, firstStep;
+    std::vector<VoiceRow> voiceRows;
+    std::vector<Module*> modules;  // what the runs point into
+    std::vector<Module*> blockStart, events;
+    std::vector<ImageSpan> images;
+    std::vector<SignalMove> fills;   // one output into all voices of an input
+    std::vector<SignalMove> copies;  // one cell into another
+    std::vector<RowSum> rowSums;     // the voices of an output into one input
+    std::vector<SignalMove> sums;    // what is added to a copied cell, in order
+  };
 
-  Stage everyStep_, firstStep_;
-  std::vector<VoiceRow> voiceRows_;
-  std::vector<Module*> modules_;  // what the runs point into
-
-  std::vector<SignalLine> outs_;    // first those whose image is read
-  std::vector<SignalLine> past_;    // their image
-  std::vector<SignalLine> ins_;     // inputs that are carried into, and either-way points
-  std::vector<SignalMove> fills_;   // one output into all voices of an input
-  std::vector<SignalMove> copies_;  // one cell into another
-  std::vector<RowSum> rowSums_;     // the voices of an output into one input
-  std::vector<SignalMove> sums_;    // what is added to a copied cell, in order
-
+  Program program_;
+  std::unique_ptr<Layout> layout_;
   VectorUnit unit_ = WidestVectorUnit();
 };
 

@@ -64,8 +64,8 @@ class VoiceLanes : public VoiceGroup {
   bool HasVoice(int pack, int lane) const { return pack * kLanes + lane < count_; }
 
   /// Where the signals of a point lie, those of voice 0 first.
-  float* RowOf(const Input& ofFirstVoice) const { return ofFirstVoice.Address(); }
-  float* RowOf(const Output& ofFirstVoice) const { return ofFirstVoice.Address(); }
+  float* RowOf(const Input& ofFirstVoice) const { return ofFirstVoice.PlannedAddress(); }
+  float* RowOf(const Output& ofFirstVoice) const { return ofFirstVoice.PlannedAddress(); }
   static Float Read(const float* row, int pack) { return Float::Load(row + pack * kLanes); }
   static void Write(float* row, int pack, const Float& value) { value.Store(row + pack * kLanes); }
 

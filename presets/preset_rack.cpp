@@ -174,6 +174,7 @@ PresetDocument CaptureRackSettings(const RackModel& rack) {
 }
 
 PresetDocument CapturePreset(RackModel& rack) {
+  const std::lock_guard edit(rack.engine.editLock);
   PresetDocument document = CaptureRackSettings(rack);
   const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
 
 #include "tests/support/test_rack.h"
 
@@ -58,6 +59,40 @@ TEST(RackModel, RemovalTakesCablesVoicesAndRegistrationsAlong) {
   EXPECT_EQ(editor.activeModules[1].size(), 0u);
   editor.RemoveModule(&midi, true);
   EXPECT_TRUE(editor.eventModules.empty() && editor.blockStartModules.empty());
+}
+
+TEST(RackModel, BlocksGoOnWhileModulesAreMade) {
+  TestRack rack;
+  rack.engine.voiceCount = 3;
+  int made = 0;
+  const ModuleMaker maker = [&](std::string_view name, std::string_view vendor,
+                                const HostTable& table, int voice) {
+    bool isFree = false;
+    std::thread([&] {
+      isFree = rack.engine.processingLock.try_lock();
+      if (isFree) rack.engine.processingLock.unlock();
+    }).join();
+    EXPECT_TRUE(isFree);
+    ++made;
+    return rack.editor.Maker()(name, vendor, table, voice);
+  };
+  RackModel model(rack.engine, maker);
+  Module* vco = model.AddModule(kVco, kBuiltInVendor);
+  ASSERT_EQ(made, 3);
+  // What the audio thread finds by the table of parameters is whole.
+  Module* first = nullptr;
+  for (CControl* control : model.parameters.parameterControls) {
+    if (control && !first) first = static_cast<Module*>(control->getParentView());
+  }
+  EXPECT_EQ(first, vco);
+  {
+    const PatchEdit edit(model, PatchEdit::Hold::kAtTheEnd);
+    model.RemoveModule(vco, true);
+    const int tag = model.parameters.GetFreeTag(model.AddModule(kRelay, kBuiltInVendor));
+    EXPECT_NE(model.parameters.parameterControls[0], nullptr) << "still played";
+    EXPECT_NE(tag, TAG_UNASSIGNED);
+  }
+  EXPECT_EQ(model.parameters.parameterControls[0], nullptr);
 }
 
 TEST(RackModel, AHeldModuleWaitsOnTheTrashList) {

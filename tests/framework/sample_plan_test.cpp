@@ -42,9 +42,9 @@ class ChangingRack {
     }
   }
 
-  /// True if one cable came or went; else the voices have changed, which rebuilds the cables.
+  /// True if one cable came or went; else cables have been rebuilt or went with a module.
   bool Change() {
-    switch (random_() % 8) {
+    switch (random_() % 9) {
       case 0:
         rack.editor.voices.ApplyVoiceCount(static_cast<int>(1 + random_() % 6));
         return false;
@@ -52,7 +52,10 @@ class ChangingRack {
         rack.editor.voices.SetModuleMono(modules_[4], !modules_[4]->mono);
         return false;
       case 2:
+        ReplaceOne();
+        return false;
       case 3:
+      case 4:
         RemoveFirstVisible();
         break;
       default:
@@ -103,6 +106,15 @@ class ChangingRack {
     if (!to->firstCable) rack.editor.cables.ConnectCable(AnyPoint(kOutputPoint), to, 1, -1);
   }
 
+  /// A module goes with its cables, and one of the same class comes.
+  void ReplaceOne() {
+    Module*& module = modules_[5 + random_() % (modules_.size() - 5)];
+    const std::string name = module->GetName();
+    rack.editor.RemoveModule(module, true);
+    if (random_() % 2 == 0) rack.RunBlock(1);
+    module = &rack.Add(name);
+  }
+
   void RemoveFirstVisible() {
     for (Cable* cable = rack.editor.cables.cableList.head; cable; cable = cable->next) {
       if (cable->voiceTag != 0) continue;
@@ -149,6 +161,121 @@ TEST(SamplePlan, CopiesNoSingleCableOnceItsSignalHasPassed) {
   rack.RunBlock(1);
   rack.editor.cables.ConnectCable(counter.outs[1], mixer.Points()[1], 1, -1);
   EXPECT_EQ(rack.editor.plan.CarriedInputs(), 1u) << "only the new one is copied";
+}
+
+class Sum final : public Module {
+ public:
+  explicit Sum(const HostTable& hostTable)
+      : Module(CRect(0, 0, 10, 10), nullptr, nullptr, hostTable, 0) {
+    for (Input& in : ins) AddPatchPoint(in, "In", 5, 5);
+  }
+  void ProcessSample() override { ++samples; }
+  void CableConnected(PatchPoint*) override { ++notices; }
+  void CableDisconnected(PatchPoint*) override { ++notices; }
+
+  std::array<Input, 3> ins;
+  int samples = 0;
+  int notices = 0;
+};
+
+/// A module that plays and one that hears.
+class EditedRack {
+  TestRack rack_;
+
+ public:
+  Counter& counter = static_cast<Counter&>(rack_.Adopt(new Counter(rack_.editor.hostTable)));
+  Sum& sum = static_cast<Sum&>(rack_.Adopt(new Sum(rack_.editor.hostTable)));
+
+  void Connect(int out, int in) {
+    rack_.editor.cables.ConnectCable(counter.outs[static_cast<std::size_t>(out)],
+                                     sum.ins[static_cast<std::size_t>(in)], 1, -1);
+  }
+  void Remove(int in) {
+    rack_.editor.cables.RemoveCable(sum.ins[static_cast<std::size_t>(in)].View().firstCable,
+                                    kAllVoices, false);
+  }
+  void Run(int samples) { rack_.RunBlock(samples); }
+  float In(int in) { return sum.ins[static_cast<std::size_t>(in)]->in; }
+  float Out(int out) { return counter.outs[static_cast<std::size_t>(out)]->out; }
+  SynEditor& Rack() { return rack_.editor; }
+  TestRack& Host() { return rack_; }
+};
+
+TEST(SamplePlan, PlaysTheOldPatchUntilTheEditEnds) {
+  EditedRack patch;
+  patch.Connect(0, 0);
+  patch.Run(5);
+  const int notices = patch.sum.notices;
+  {
+    const PatchEdit edit(patch.Rack(), PatchEdit::Hold::kAtTheEnd);
+    patch.Remove(0);
+    patch.Connect(1, 1);
+    patch.Run(3);
+    EXPECT_EQ(patch.In(0), patch.Out(0)) << "the removed cable still carries";
+    EXPECT_EQ(patch.In(1), 0.0f);
+    EXPECT_TRUE(patch.sum.ins[0].IsCabled() && !patch.sum.ins[1].IsCabled());
+    EXPECT_EQ(patch.sum.notices, notices);
+  }
+  EXPECT_EQ(patch.In(0), 0.0f);
+  EXPECT_TRUE(!patch.sum.ins[0].IsCabled() && patch.sum.ins[1].IsCabled());
+  EXPECT_EQ(patch.sum.notices, notices + 2);
+  patch.Run(1);
+  EXPECT_EQ(patch.In(1), patch.Out(1));
+
+  // A part that needs the lock throughout takes what is waiting along.
+  const int samples = patch.sum.samples;
+  {
+    const PatchEdit edit(patch.Rack(), PatchEdit::Hold::kAtTheEnd);
+    patch.Rack().RemoveModule(&patch.counter, true);
+    patch.Run(1);
+    EXPECT_EQ(patch.sum.samples, samples + 1);
+    EXPECT_EQ(patch.Rack().ModuleCount(), 2);
+    const PatchEdit whole(patch.Rack());
+    EXPECT_EQ(patch.Rack().ModuleCount(), 1);
+    EXPECT_FALSE(patch.sum.ins[1].IsCabled());
+  }
+  patch.Run(1);
+  EXPECT_EQ(patch.sum.samples, samples + 2);
+}
+
+TEST(SamplePlan, MovesNoSignalThatAnEditDoesNotTouch) {
+  EditedRack patch;
+  Module& vco = patch.Host().Add("S310 VCO");
+  Module& mixer = patch.Host().Add("S102 Unity Mixer");
+  patch.Rack().voices.ApplyVoiceCount(4);
+  patch.Host().Connect(vco, "Saw", mixer, "In 1");
+  patch.Connect(0, 0);
+  patch.Run(8);
+  patch.Connect(1, 1);  // the cables so far are read directly from now on
+  const auto cells = [&] {
+    std::vector<const float*> places{patch.sum.ins[0].View().in.Address()};
+    for (const PatchPoint* point : vco.Points()) places.push_back(point->out.Address());
+    for (const PatchPoint* point : mixer.Points()) places.push_back(point->in.Address());
+    return places;
+  };
+  const auto before = cells();
+  patch.Run(8);
+  patch.Connect(2, 2);
+  patch.Run(8);
+  Module& added = patch.Host().Add("S310 VCO");
+  patch.Rack().RemoveModule(&added, true);
+  patch.Remove(2);
+  EXPECT_EQ(cells(), before);
+  EXPECT_EQ(patch.Rack().plan.CarriedInputs(), 0u);
+}
+
+TEST(SamplePlan, AnInputThatHoldsAnotherValueGoesOnBeingCopied) {
+  EditedRack patch;
+  patch.Connect(0, 0);
+  patch.Run(4);
+  const float sounding = patch.Out(0);
+  patch.Connect(0, 1);  // the first is read directly from here on, the second has heard nothing
+  patch.Connect(1, 2);
+  EXPECT_EQ(patch.Rack().plan.CarriedInputs(), 2u);
+  EXPECT_EQ(patch.In(0), sounding);
+  EXPECT_EQ(patch.In(1), 0.0f);
+  patch.Run(1);
+  EXPECT_EQ(patch.In(1), patch.Out(0));
 }
 
 }  // namespace
