@@ -85,6 +85,8 @@
 #include "modules/modulators/S518MouseTheremin.h"
 #include "modules/modulators/S525VCEnvelopeGeneratorLFO.h"
 #include "modules/other/SE01SampleDelay.h"
+#include "modules/other/SE06HardwareTuner.h"
+#include "modules/other/SE10DualVoltMeter.h"
 #include "modules/other/SE20GlobalMorph.h"
 #include "modules/sequencers/SB11CVSeq.h"
 #include "modules/sequencers/SB12RachetTrigSeq.h"
@@ -93,6 +95,7 @@
 #include "modules/sources/S303Noise.h"
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
+#include "modules/sources/S312PhaseLockedLoop.h"
 #include "modules/sources/S315MiniSampler.h"
 #include "modules/sources/S321FMPMVCO.h"
 #include "modules/switches/S806VCSeqSw.h"
@@ -160,7 +163,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S303Noise>(Category::kOscillatorSource, "S303Noise"),
     Made<S304VCO>(Category::kOscillatorSource, "S304VCO"),
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
-    ToCome(Category::kOscillatorSource, "S312 Phase Locked Loop", "S312PhaseLockedLoop"),
+    Made<S312PhaseLockedLoop>(Category::kOscillatorSource, "S312PhaseLockedLoop"),
     ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
     Made<S315MiniSampler>(Category::kOscillatorSource, "S315MiniSampler"),
     ToCome(Category::kOscillatorSource, "S318 Tracker Mod Player", "S318TrackerModPlayer"),
@@ -235,8 +238,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SD31MIDITranceGate>(Category::kMidi, "SD31MIDITranceGate"),
     Made<SD33MIDIArpeggiator>(Category::kMidi, "SD33MIDIArpeggiator"),
     Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
-    ToCome(Category::kOther, "SE06 Hardware Tuner", "SE06HardwareTuner"),
-    ToCome(Category::kOther, "SE10 Dual Volt Meter", "SE10DualVoltMeter"),
+    Made<SE06HardwareTuner>(Category::kOther, "SE06HardwareTuner"),
+    Made<SE10DualVoltMeter>(Category::kOther, "SE10DualVoltMeter"),
     ToCome(Category::kOther, "SE15 Signal Analyzer", "SE15SignalAnalyzer"),
     ToCome(Category::kOther, "SE16 Wide Signal Analyzer", "SE16WideSignalAnalyzer"),
     Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),
