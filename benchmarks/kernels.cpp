@@ -12,6 +12,7 @@
 #include "modules/effects/S616StereoReverbKernel.h"
 #include "modules/effects/S620FrequencyShifterKernel.h"
 #include "modules/effects/S626DualBandPhaserKernel.h"
+#include "modules/filters/S218SpectralFilterKernel.h"
 #include "platform/denormals.h"
 
 namespace halveron::benchmarks {
@@ -109,6 +110,58 @@ class Shifter {
   Kernel::StepFunction step_;
 };
 
+/// 512 taps at work in one FIR filter.
+class SpectralFilter {
+ public:
+  static VectorUnit BestUnit() { return S218Loops::BestUnit(); }
+
+  explicit SpectralFilter(VectorUnit unit) : kernel_(unit) {
+    kernel_.Prepare(kRate);
+    kernel_.main.nextCount = 512;
+    for (int i = 0; i < 512; ++i) kernel_.main.next[static_cast<std::size_t>(i)] = 0.001f * (i % 7);
+    kernel_.Jump();
+  }
+
+  void RunBlock() {
+    const platform::DenormalsOff denormalsOff;
+    for (int n = 0; n < kBlock; ++n) {
+      const auto x = static_cast<float>((n * 37 % 101 - 50) * 0.01);
+      last_ = kernel_.Step(x, {});
+    }
+    benchmark::DoNotOptimize(last_);
+  }
+  float Last() const { return last_; }
+
+ private:
+  S218SpectralFilterKernel kernel_;
+  float last_ = 0.0f;
+};
+
+/// The longest that a design takes: every bar a band of its own, the most taps, a kernel length for
+/// each band, two stages and their minimum phase.
+void MeasureDesign(benchmark::State& state, bool equalLength) {
+  constexpr int kBars = S218SpectralFilterDesign::kBars;
+  S218SpectralFilterDesign design;
+  design.SetUp(S218SpectralFilterDesign::kMostTaps, true);
+  S218SpectralFilterDesign::Settings settings;
+  settings.equalLength = equalLength;
+  settings.minPhase = true;
+  std::vector<float> gains, phases, taps(S218SpectralFilterDesign::kMostTaps);
+  for (int bar = 0; bar < kBars; ++bar) {
+    gains.push_back(0.2f + 0.01f * static_cast<float>(bar * 29 % 64));
+    phases.push_back(0.01f * static_cast<float>(bar * 13 % 64));
+  }
+  std::vector<double> times;
+  for ([[maybe_unused]] auto _ : state) {
+    const platform::DenormalsOff denormalsOff;
+    times.push_back(SecondsOf([&] {
+      for (int stage = 0; stage < 2; ++stage) design.Design(gains, phases, settings, taps.data());
+    }));
+    state.SetIterationTime(times.back());
+  }
+  state.counters[kMilliseconds] = Median(times) * 1e3;
+}
+
 /// Vectors and the plain loop take turns, so that both meet the same disturbances.
 template <class Effect>
 void MeasureVectors(benchmark::State& state) {
@@ -139,6 +192,18 @@ void RegisterKernels() {
   add("kernel/S616 Stereo Reverb", MeasureVectors<Reverb>);
   add("kernel/S620 Frequency Shifter", MeasureVectors<Shifter>);
   add("kernel/S626 Dual Band Phaser", MeasureVectors<Phaser>);
+  benchmark::RegisterBenchmark("kernel/S218 Spectral Filter 512 taps",
+                               MeasureVectors<SpectralFilter>)
+      ->UseManualTime()
+      ->MinTime(kMeasuringTime);
+  benchmark::RegisterBenchmark("kernel/S218 Spectral Filter design, own lengths", MeasureDesign,
+                               false)
+      ->UseManualTime()
+      ->MinTime(kMeasuringTime);
+  benchmark::RegisterBenchmark("kernel/S218 Spectral Filter design, equal lengths", MeasureDesign,
+                               true)
+      ->UseManualTime()
+      ->MinTime(kMeasuringTime);
 }
 
 }  // namespace halveron::benchmarks

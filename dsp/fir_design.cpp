@@ -5,9 +5,7 @@
 
 namespace halveron::dsp {
 
-namespace {
-
-double WindowValue(FirWindow window, int i, int taps) {
+double FirWindowValue(FirWindow window, int i, int taps) {
   const double angle = 2.0 * std::numbers::pi * i / (taps - 1);
   switch (window) {
     case FirWindow::kBlackman:
@@ -20,8 +18,6 @@ double WindowValue(FirWindow window, int i, int taps) {
   return 0.0;
 }
 
-}  // namespace
-
 void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff) {
   const float middle = static_cast<float>(taps - 1) * 0.5f;
   for (int i = 0; i < taps; ++i) {
@@ -30,7 +26,7 @@ void DesignFirFilter(float* out, int taps, FirWindow window, float cutoff) {
       const float d = static_cast<float>(i) - middle;
       ideal = static_cast<float>(std::sin(cutoff * d * 6.2831854820251465) / (d * 3.1415927f));
     }
-    out[i] = static_cast<float>(ideal * WindowValue(window, i, taps));
+    out[i] = static_cast<float>(ideal * FirWindowValue(window, i, taps));
   }
 }
 

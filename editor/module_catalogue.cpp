@@ -53,6 +53,7 @@
 #include "modules/filters/S212VCF.h"
 #include "modules/filters/S213MorphingVCF.h"
 #include "modules/filters/S216MovingFixedFilterBank.h"
+#include "modules/filters/S218SpectralFilter.h"
 #include "modules/filters/S223DualTapCombFilter.h"
 #include "modules/filters/S224AllPassDiffusion.h"
 #include "modules/filters/S225AllPassPhaseShifter.h"
@@ -87,6 +88,8 @@
 #include "modules/other/SE01SampleDelay.h"
 #include "modules/other/SE06HardwareTuner.h"
 #include "modules/other/SE10DualVoltMeter.h"
+#include "modules/other/SE15SignalAnalyzer.h"
+#include "modules/other/SE16WideSignalAnalyzer.h"
 #include "modules/other/SE20GlobalMorph.h"
 #include "modules/sequencers/SB11CVSeq.h"
 #include "modules/sequencers/SB12RachetTrigSeq.h"
@@ -155,7 +158,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S210DualDCBlocker>(Category::kFilter, "S210DualDCBlocker"),
     Made<S213MorphingVCF>(Category::kFilter, "S213MorphingVCF"),
     Made<S216MovingFixedFilterBank>(Category::kFilter, "S216MovingFixedFilterBank"),
-    ToCome(Category::kFilter, "S218 Spectral Filter", "S218SpectralFilter"),
+    Made<S218SpectralFilter>(Category::kFilter, "S218SpectralFilter"),
     Made<S223DualTapCombFilter>(Category::kFilter, "S223DualTapCombFilter"),
     Made<S224AllPassDiffusion>(Category::kFilter, "S224AllPassDiffusion"),
     Made<S225AllPassPhaseShifter>(Category::kFilter, "S225AllPassPhaseShifter"),
@@ -240,8 +243,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
     Made<SE06HardwareTuner>(Category::kOther, "SE06HardwareTuner"),
     Made<SE10DualVoltMeter>(Category::kOther, "SE10DualVoltMeter"),
-    ToCome(Category::kOther, "SE15 Signal Analyzer", "SE15SignalAnalyzer"),
-    ToCome(Category::kOther, "SE16 Wide Signal Analyzer", "SE16WideSignalAnalyzer"),
+    Made<SE15SignalAnalyzer>(Category::kOther, "SE15SignalAnalyzer"),
+    Made<SE16WideSignalAnalyzer>(Category::kOther, "SE16WideSignalAnalyzer"),
     Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),
 };
 

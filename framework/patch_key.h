@@ -2,6 +2,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <variant>
@@ -32,7 +35,7 @@ struct PatchMember {
 /// All such keys. Each stands beside "data" in a module's entry.
 inline constexpr std::array<const char*, 3> kPatchKeys{"sample", "file", "bars"};
 
-/// Base, beside Module, of a class that takes one. A patch that a rack is written to has "data".
+/// Base, beside Module, of a class that takes one.
 class PatchKeyTaker {
  public:
   /// One of kPatchKeys.
@@ -41,6 +44,12 @@ class PatchKeyTaker {
   /// that are not absolute begin at `folder`, that of the patch; files are read at once. Throws
   /// platform::UserError, of which `what()` names cause and remedy.
   virtual void TakePatchKey(const PatchValue& value, const std::string& folder) = 0;
+  /// What a patch that a rack is written to has in place of "data", which are the module's preset
+  /// data behind its control values; none for the data themselves.
+  virtual std::optional<PatchValue> PatchValueOf(std::span<const std::byte> data) const {
+    (void)data;
+    return std::nullopt;
+  }
 
  protected:
   ~PatchKeyTaker() = default;

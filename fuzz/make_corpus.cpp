@@ -2,13 +2,14 @@
 //
 // Fills DIRECTORY/preset_fuzzer and DIRECTORY/text_patch_fuzzer with inputs to begin from: an empty
 // rack, every module alone, and the patches given with one voice and with two, as this system
-// writes them.
+// writes them. The fuzzers of single modules get the data of those in all these racks.
 
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "editor/known_modules.h"
@@ -25,12 +26,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Modules whose data have a fuzzer of their own.
+constexpr std::pair<const char*, const char*> kModuleFuzzers[] = {
+    {"S218 Spectral Filter", "s218_fuzzer"},
+    {"SD30 MIDI Recorder", "sd30_fuzzer"},
+};
+
 class Corpus {
  public:
   explicit Corpus(const fs::path& folder)
-      : presets_(folder / "preset_fuzzer"), texts_(folder / "text_patch_fuzzer") {
+      : folder_(folder), presets_(folder / "preset_fuzzer"), texts_(folder / "text_patch_fuzzer") {
     fs::create_directories(presets_);
     fs::create_directories(texts_);
+    for (const auto& [module, fuzzer] : kModuleFuzzers) fs::create_directories(folder / fuzzer);
   }
 
   /// The rack as text, and as a file and a chunk of every layout that there has been.
@@ -38,6 +46,12 @@ class Corpus {
     const std::string text = FormatTextPatch(DescribeRack(rack));
     Write(texts_ / (name + ".json"), std::as_bytes(std::span(text)));
     PresetDocument document = CapturePreset(rack);
+    for (std::size_t i = 0; i < document.modules.size(); ++i) {
+      for (const auto& [module, fuzzer] : kModuleFuzzers) {
+        if (document.modules[i].name != module) continue;
+        Write(folder_ / fuzzer / (name + "-" + std::to_string(i)), document.modules[i].data);
+      }
+    }
     document.pathPrefix = name + ".hvp";
     for (const int version :
          {kClipLevelVersion - 1, kVoicesVersion - 1, kVoicesVersion, kPresetVersion}) {
@@ -53,6 +67,7 @@ class Corpus {
     platform::WriteWholeFile(path.string(), bytes);
   }
 
+  fs::path folder_;
   fs::path presets_;
   fs::path texts_;
 };

@@ -83,6 +83,11 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
     entry.data.emplace(record.data.begin() + static_cast<std::ptrdiff_t>(controlBytes),
                        record.data.end());
   }
+  const auto* taker = dynamic_cast<const PatchKeyTaker*>(&usual);
+  if (auto value = taker && entry.data ? taker->PatchValueOf(*entry.data) : std::nullopt) {
+    entry.ownKey.emplace(taker->PatchKey(), std::move(*value));
+    entry.data.reset();
+  }
   return entry;
 }
 
@@ -155,6 +160,22 @@ void FormatAnyText(Json& json, const std::string& key, const std::string& text) 
   }
 }
 
+Json FormatValue(const PatchValue& value) {
+  if (const std::string* text = value.Text()) return *text;
+  if (const double* number = value.Number()) {
+    const auto rounded = static_cast<float>(*number);
+    return rounded == *number ? Shortest(rounded) : *number;
+  }
+  if (const PatchValue::List* items = value.Items()) {
+    Json json = Json::array();
+    for (const PatchValue& item : *items) json.push_back(FormatValue(item));
+    return json;
+  }
+  Json json = Json::object();
+  for (const auto& [key, member] : *value.Object()) json[key] = FormatValue(member);
+  return json;
+}
+
 Json FormatModule(const TextPatch::ModuleEntry& entry) {
   Json json{{"id", entry.id}, {"name", entry.name}};
   if (entry.vendor != kBuiltInVendor) json["vendor"] = entry.vendor;
@@ -169,6 +190,7 @@ Json FormatModule(const TextPatch::ModuleEntry& entry) {
   if (entry.bandlimit) json["bandlimit"] = *entry.bandlimit;
   if (entry.clipLevel) json["clip_level"] = Shortest(*entry.clipLevel);
   if (entry.data) json["data"] = EncodeBase64(*entry.data);
+  if (entry.ownKey) json[entry.ownKey->first] = FormatValue(entry.ownKey->second);
   if (entry.parameters) {
     json["parameters"] = Json::object();
     for (const auto& [role, index] : *entry.parameters) json["parameters"][role] = index;

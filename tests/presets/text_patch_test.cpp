@@ -122,6 +122,34 @@ TEST(TextPatch, ARackComesBackFromItsTextAsItWas) {
   EXPECT_EQ(second.Rack().rows, 3);
 }
 
+TEST(TextPatch, BarsAreFramesOfNumbers) {
+  std::string gains;
+  for (int bar = 0; bar < 64; ++bar) gains += bar > 0 ? ", 0.1" : "0.7";
+  Bench bench;
+  bench.Load(R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+             "controls": {"Frame": 1}, "bars": [{}, {"gain": [)" +
+             gains + R"(]}, {}]}]})");
+  const std::string text = FormatTextPatch(DescribeRack(bench.Rack()));
+  EXPECT_EQ(text.find("\"data\""), std::string::npos);
+  EXPECT_NE(text.find("0.7,"), std::string::npos) << "no digits of the float's rounding";
+  const TextPatch patch = ParseTextPatch(text, "x");
+  ASSERT_TRUE(patch.modules[0].ownKey.has_value());
+  const auto& frames = *patch.modules[0].ownKey->second.Items();
+  ASSERT_EQ(frames.size(), 3u);
+  EXPECT_TRUE(frames[0].Object()->empty());
+  ASSERT_EQ(frames[1].Object()->size(), 1u);
+  EXPECT_EQ(frames[1].Object()->front().value.Items()->size(), 64u);
+  bench.Load(text);
+  EXPECT_EQ(FormatTextPatch(DescribeRack(bench.Rack())), text);
+
+  // What frames cannot say is kept as bytes.
+  PresetDocument preset = CapturePreset(bench.Rack());
+  const float beyond = 7.0f;
+  std::memcpy(preset.modules[0].data.data() + preset.modules[0].data.size() - sizeof beyond,
+              &beyond, sizeof beyond);
+  EXPECT_TRUE(ToText(preset, bench.Rack()).modules[0].data.has_value());
+}
+
 TEST(TextPatch, ModulesWithoutAPlaceFillRowsAndTheRackGrows) {
   std::string text = R"({"halveron": 1, "rows": 1, "modules": [)"
                      R"({"id": "m", "name": "S404 VCA", "row": 0, "column": 12})";
@@ -199,6 +227,19 @@ constexpr BadPatch kBadPatches[] = {
      "modules[0].data: 3 bytes", "takes 8"},
     {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer", "data": "AAAA"}]})",
      "modules[0].data: 3 bytes", "takes 0"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S101 Mixer", "bars": [{}]}]})",
+     "modules[0].bars: \"S101 Mixer\" takes no \"bars\"", "remove the key"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter", "bars": []}]})",
+     "modules[0].bars: 0 frames", "1 to 100"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+        "bars": [{}, {"gain": [0.5, 1.5]}]}]})",
+     "modules[0].bars: [1].gain: 2 values", "64 numbers"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+        "bars": [{"phase": [0.5]}]}]})",
+     "modules[0].bars: [0].phase: 1 values", "64 numbers"},
+    {R"({"halveron": 1, "modules": [{"id": "a", "name": "S218 Spectral Filter",
+        "bars": [{"gains": []}]}]})",
+     "modules[0].bars: [0]: unknown key \"gains\"", "\"gain\" and \"phase\""},
 };
 
 // Cables among: vco, midi (SD02), host (SA03), bridge (S121), out.
