@@ -194,8 +194,7 @@ void EditHistory::Settle() {
 bool EditHistory::JoinsLast(const RackSnapshot& before, const RackSnapshot& now) const {
   if (done_.empty() || !undone_.empty() || !loadedTitle_.empty()) return false;
   const Step& last = done_.back();
-  if (last.loads || !IsChanged() || Now() - last.time > kJoinSeconds)
-    return false;
+  if (last.loads || !IsChanged() || Now() - last.time > kJoinSeconds) return false;
   const Difference first = Compare(last.before, last.after);
   const Difference second = Compare(before, now);
   std::size_t firstControl = 0, secondControl = 0;

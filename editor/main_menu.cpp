@@ -40,7 +40,7 @@ void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
 }  // namespace
 
 struct MainMenu::Entry {
-  const char* text;  // null for a separator
+  const char* text;                             // null for a separator
   std::string (*detail)(SynEditor&) = nullptr;  // follows the text
   void (*act)(SynEditor&, RackWindow&) = nullptr;
   Menu (MainMenu::*submenu)() const = nullptr;
@@ -122,8 +122,8 @@ SharedPointer<SynOptionMenu> MainMenu::Make() const {
       continue;
     }
     const std::string text = entry.text + (entry.detail ? entry.detail(editor_) : "");
-    SynMenuItem& item = menu->Add(text, [act = entry.act, &editor = editor_,
-                                               &window = window_] { act(editor, window); });
+    SynMenuItem& item = menu->Add(
+        text, [act = entry.act, &editor = editor_, &window = window_] { act(editor, window); });
     item.setChecked(entry.isChecked && entry.isChecked(editor_));
     item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
   }

@@ -99,7 +99,9 @@
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
 #include "modules/sources/S312PhaseLockedLoop.h"
+#include "modules/sources/S313InternetRadio.h"
 #include "modules/sources/S315MiniSampler.h"
+#include "modules/sources/S318TrackerModPlayer.h"
 #include "modules/sources/S321FMPMVCO.h"
 #include "modules/switches/S806VCSeqSw.h"
 #include "modules/switches/S8104x4SequenceRouter.h"
@@ -167,9 +169,9 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S304VCO>(Category::kOscillatorSource, "S304VCO"),
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
     Made<S312PhaseLockedLoop>(Category::kOscillatorSource, "S312PhaseLockedLoop"),
-    ToCome(Category::kOscillatorSource, "S313 Internet Radio", "S313InternetRadio"),
+    Made<S313InternetRadio>(Category::kOscillatorSource, "S313InternetRadio"),
     Made<S315MiniSampler>(Category::kOscillatorSource, "S315MiniSampler"),
-    ToCome(Category::kOscillatorSource, "S318 Tracker Mod Player", "S318TrackerModPlayer"),
+    Made<S318TrackerModPlayer>(Category::kOscillatorSource, "S318TrackerModPlayer"),
     Made<S321FMPMVCO>(Category::kOscillatorSource, "S321FMPMVCO"),
     Made<S400DVCA>(Category::kAmplifier, "S400DVCA"),
     Made<S401VCAAtn>(Category::kAmplifier, "S401VCAAtn"),

@@ -45,6 +45,7 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
   externalModules.ScanModuleLibraries(folders.ModuleLibraries());
   externalModules.ScanModuleLibraries(folders.ownModules);
   InstallFactoryPresets(folders);
+  files.dataFolder = folders.data;
   if (!folders.data.empty()) {
     // Instances share the file, so that what was chosen in one is known to the others.
     constexpr const char* kFolders = "Folders";

@@ -65,6 +65,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   separateInputs_.Prepare(blockSize);
   rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));
+  rack_->rendersOffline = [this] { return getCurrentProcessLevel() == kVstProcessLevelOffline; };
   windowEditor_ = std::make_unique<WindowEditor>(*rack_);
   setEditor(windowEditor_.get());
   programsAreChunks();

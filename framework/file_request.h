@@ -34,6 +34,13 @@ class FileMemory {
   /// The folder used last for a purpose, empty for none.
   std::function<std::string(const std::string& purpose)> folder;
   std::function<void(const std::string& purpose, const std::string& folder)> remember;
+  /// The user's data folder with a slash at its end; empty where nothing of the user's is touched.
+  std::string dataFolder;
+
+  /// The user's options file.
+  std::string OptionsFile() const {
+    return dataFolder.empty() ? std::string() : dataFolder + "Config.ini";
+  }
 
  private:
   std::map<std::string, std::string> folders_;

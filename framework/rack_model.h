@@ -153,6 +153,9 @@ class RackModel : public CControlListener {
   HostTable hostTable;
   SharedPointer<KnobStore> knobs = SharedPointer<KnobStore>::Adopt(new KnobStore);
   FileMemory files;  ///< what modules that ask for files are answered
+  /// Whether the host renders without a clock, so that a module may make it wait for a worker.
+  /// Audio thread.
+  std::function<bool()> rendersOffline = [] { return false; };
 
   /// modules[voice][index]: voice 0 holds every module, the others clones or null. All rows up to
   /// voiceCount are of equal length.

@@ -179,7 +179,8 @@ PresetDocument CapturePreset(RackModel& rack) {
   const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {
-    document.modules.push_back(CapturePresetModule(*module, rack.RestingCorner(*module), &nextPoint));
+    document.modules.push_back(
+        CapturePresetModule(*module, rack.RestingCorner(*module), &nextPoint));
   }
   document.patchPointCount = nextPoint;
   for (const Cable* cable = rack.cables.cableList.head; cable; cable = cable->next) {

@@ -13,8 +13,8 @@ class RackModel;
 
 /// The settings of the rack itself, without modules and cables.
 PresetDocument CaptureRackSettings(const RackModel& rack);
-/// A module as a preset keeps it, its corner in pixels. Numbers its patch points on from `nextPoint`.
-/// To be called inside the processing lock.
+/// A module as a preset keeps it, its corner in pixels. Numbers its patch points on from
+/// `nextPoint`. To be called inside the processing lock.
 PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint);
 /// Adds a module with all that its record keeps; null if it cannot be made.
 Module* LoadPresetModule(const PresetModule& record, RackModel& rack);
