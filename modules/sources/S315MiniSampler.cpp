@@ -299,10 +299,9 @@ void S315MiniSampler::LoadBlock(ByteReader& reader) {
   double root = workshop.RootPitch(), tuning = workshop.Tuning();
   double rate = 0.0, tableBase = 0.0;
   std::int32_t last = -1, tableMode = 0;
-  if (reader.Read(format)) {
-    format_->setValue(format != 0 ? 1.0f : 0.0f);
-    ValueChanged(format_);
-  }
+  reader.Read(format);
+  format_->setValue(format != 0 ? 1.0f : 0.0f);
+  ValueChanged(format_);
   if (reader.Read(status)) screen_->SetZoomed(status != 0);
   reader.Read(root);
   reader.Read(last);
@@ -324,8 +323,10 @@ void S315MiniSampler::LoadBlock(ByteReader& reader) {
       }
       buffer->SetLength(stored);
       workshop.Use(std::move(buffer), rate);
-      // Without a sample the root is the note that the panel shows.
-      if (stored > 0) workshop.SetRoot(root, tuning);
+      const int panelNote = workshop.RootNote();
+      workshop.SetRoot(root, tuning);
+      // Without a sample it is the panel that counts.
+      if (stored == 0 && workshop.RootNote() != panelNote) workshop.SetRoot(PanelRoot());
     }
   }
   ShowRoot();
