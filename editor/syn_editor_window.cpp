@@ -1,4 +1,6 @@
 // The rack's side of its window.
+#include <utility>
+
 #include "editor/context_menus.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
@@ -18,8 +20,7 @@ RackWindow& SynEditor::OpenViews() {
   FillWindowWithRows();
   history.Follow();
   UpdatePresetDisplay(false);
-  if (pendingDialog_) ShowDialog(*pendingDialog_);
-  pendingDialog_.reset();
+  if (pendingDialog_) std::exchange(pendingDialog_, {})();
   return *window_;
 }
 
@@ -166,17 +167,28 @@ void SynEditor::controlEndEdit(CControl* control) {
 
 CFrame* SynEditor::Frame() { return window_ ? &window_->Frame() : nullptr; }
 
-void SynEditor::ShowDialog(const DialogText& dialog) {
+void SynEditor::ShowDialog(const DialogText& dialog) { ShowDialog(dialog, "", {}); }
+
+void SynEditor::ShowDialog(const DialogText& dialog, const std::string& choice,
+                           std::function<void()> whenChosen) {
   if (dialogs) dialogs(dialog);
-  if (!window_) {
-    pendingDialog_ = dialog;
-    return;
-  }
   DialogRequest request;
   request.width = dialog.width;
   request.title = dialog.title;
   request.text = dialog.text;
-  window_->ShowDialog(std::move(request));
+  if (!choice.empty()) {
+    request.buttons.push_back(choice);
+    request.escapeButton = 0;
+    request.callback = [whenChosen = std::move(whenChosen)](DialogWindow& shown, int button) {
+      shown.CloseDialog();
+      if (button == 1) whenChosen();
+    };
+  }
+  if (window_) {
+    window_->ShowDialog(std::move(request));
+  } else {
+    pendingDialog_ = [this, request] { window_->ShowDialog(request); };
+  }
 }
 
 }  // namespace halveron

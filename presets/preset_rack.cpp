@@ -2,14 +2,12 @@
 
 #include <bit>
 #include <mutex>
-#include <set>
 #include <utility>
 
 #include "dsp/shaping.h"
 #include "framework/module.h"
 #include "framework/rack_model.h"
 #include "presets/module_roles.h"
-#include "presets/scratch_rack.h"
 
 namespace halveron {
 
@@ -193,16 +191,6 @@ PresetDocument CapturePreset(RackModel& rack) {
 
 PresetOutcome ApplyPreset(const PresetDocument& document, RackModel& rack) {
   return PresetLoader(document, rack).Run();
-}
-
-PresetOutcome TryModules(const PresetDocument& document, RackModel& rack) {
-  ScratchRack scratch(rack);
-  std::set<std::pair<std::string, std::string>> tried;
-  for (const PresetModule& record : document.modules) {
-    if (!tried.emplace(record.name, record.vendor).second) continue;
-    if (!scratch.Add(record.name, record.vendor)) return {FailureOf(record, scratch.Rack())};
-  }
-  return {};
 }
 
 }  // namespace halveron

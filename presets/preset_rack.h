@@ -39,7 +39,4 @@ struct PresetOutcome {
 /// that cannot be connected are left out.
 PresetOutcome ApplyPreset(const PresetDocument& document, RackModel& rack);
 
-/// Whether the modules of a preset can be made, tried in a rack of its own. `rack` does not change.
-PresetOutcome TryModules(const PresetDocument& document, RackModel& rack);
-
 }  // namespace halveron
