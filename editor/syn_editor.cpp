@@ -107,6 +107,7 @@ bool SynEditor::SavePreset(const std::string& path) {
   }
   presetPath = path;
   presetFromChunk = false;
+  history.MarkSaved();
   return true;
 }
 
@@ -141,10 +142,12 @@ bool SynEditor::LoadFile(const std::string& path, Missing missing) {
         {"Preset not loaded", name + " could not be opened" + kRackUnchanged + error.what(), 600},
         false);
   }
+  history.Settle();
   const PresetReadResult read = ReadPreset(bytes, PresetForm::kFile);
   if (!Load(read, PresetForm::kFile, name, missing, path)) return false;
   presetPath = path;
   presetFromChunk = false;
+  history.PresetLoaded(PresetTitle(path));
   return true;
 }
 
@@ -154,6 +157,7 @@ bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {
   presetPath = presetsFolder + read.document->pathPrefix.value_or("");
   presetFromChunk = true;
   UpdatePresetDisplay(false);
+  history.Clear();
   return !HasPlaceholders();
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "editor/data_folders.h"
+#include "editor/edit_history.h"
 #include "editor/external_modules.h"
 #include "editor/module_clipboard.h"
 #include "editor/options.h"
@@ -96,6 +97,10 @@ class SynEditor : public RackModel {
 
   // What modules and the model ask of a window.
 
+  void valueChanged(CControl* control) override;
+  void controlBeginEdit(CControl* control) override;
+  void controlEndEdit(CControl* control) override;
+
   void RequestRedraw() override;
   void CableChanged(const Cable* cable) override;
   void ModuleJoined(Module* module) override;
@@ -121,6 +126,7 @@ class SynEditor : public RackModel {
   /// Gets the messages to the user, in addition to the window.
   std::function<void(const DialogText&)> dialogs;
 
+  EditHistory history{*this};
   RackCommands commands{*this};
   PresetCommands presetCommands{*this};
   PresetLibrary presets;

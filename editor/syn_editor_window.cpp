@@ -18,6 +18,7 @@ RackWindow& SynEditor::OpenViews() {
   if (window_) return *window_;
   window_ = std::make_unique<RackWindow>(*this);
   FillWindowWithRows();
+  history.Follow();
   UpdatePresetDisplay(false);
   if (pendingDialog_) std::exchange(pendingDialog_, {})();
   return *window_;
@@ -60,7 +61,10 @@ void SynEditor::Idle() {
   if (idling_) return;
   idling_ = true;
   EmptyTrash();
-  if (window_) window_->Frame().idle();
+  if (window_) {
+    window_->Frame().idle();
+    history.Settle();
+  }
   idling_ = false;
   closedWindow_.reset();
 }
@@ -101,6 +105,7 @@ void SynEditor::ModuleJoined(Module* module) {
 }
 
 void SynEditor::ModuleLeaves(Module* module) {
+  history.ModuleLeft(*module);
   if (window_) window_->RemoveModuleView(*module);
 }
 
@@ -143,6 +148,21 @@ CMouseEventResult SynEditor::ModuleMouseMoved(Module* /*module*/, CPoint& where,
 
 CPoint SynEditor::RestingCorner(const Module& module) const {
   return window_ ? window_->RestingCorner(module) : RackModel::RestingCorner(module);
+}
+
+void SynEditor::valueChanged(CControl* control) {
+  history.ControlMoved(*control);
+  RackModel::valueChanged(control);
+}
+
+void SynEditor::controlBeginEdit(CControl* control) {
+  history.GestureBegan();
+  RackModel::controlBeginEdit(control);
+}
+
+void SynEditor::controlEndEdit(CControl* control) {
+  RackModel::controlEndEdit(control);
+  history.GestureEnded();
 }
 
 CFrame* SynEditor::Frame() { return window_ ? &window_->Frame() : nullptr; }
