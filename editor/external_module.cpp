@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "editor/external_host.h"
+#include "editor/external_panel.h"
 #include "framework/display_view.h"
 #include "framework/midi_message.h"
 #include "framework/rack_model.h"
@@ -463,7 +464,10 @@ void ExternalModule::ModuleCreated(int voices) {
 }
 
 void ExternalModule::ModuleRemoved() {
-  if (type_->functions.module_removed) type_->functions.module_removed(instance_);
+  if (!type_->functions.module_removed) return;
+  // The old plan still plays the module.
+  const ProcessingSection section(*this);
+  type_->functions.module_removed(instance_);
 }
 
 int ExternalModule::OnMouseMoved(CPoint* where, int*) {
@@ -508,7 +512,16 @@ void ExternalModule::LoadPreset(const void* buffer, int size, int version) {
 }
 
 void ExternalModule::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
-  Module::drawBackgroundRect(context, updateRect);
+  ExternalModuleType::Panel& panel = *type_->panel;
+  if (!panel.isMade) {
+    panel.isMade = true;
+    panel.picture = MakePanelPicture(*this, *type_);
+  }
+  if (panel.picture) {
+    panel.picture->draw(*context, CRect::FromSize({}, getWidth(), getHeight()));
+  } else {
+    Module::drawBackgroundRect(context, updateRect);
+  }
 }
 
 }  // namespace halveron
