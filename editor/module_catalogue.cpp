@@ -86,6 +86,8 @@
 #include "modules/modulators/S518MouseTheremin.h"
 #include "modules/modulators/S525VCEnvelopeGeneratorLFO.h"
 #include "modules/other/SE01SampleDelay.h"
+#include "modules/other/SE06HardwareTuner.h"
+#include "modules/other/SE10DualVoltMeter.h"
 #include "modules/other/SE15SignalAnalyzer.h"
 #include "modules/other/SE16WideSignalAnalyzer.h"
 #include "modules/other/SE20GlobalMorph.h"
@@ -96,6 +98,7 @@
 #include "modules/sources/S303Noise.h"
 #include "modules/sources/S304VCO.h"
 #include "modules/sources/S310VCO.h"
+#include "modules/sources/S312PhaseLockedLoop.h"
 #include "modules/sources/S313InternetRadio.h"
 #include "modules/sources/S315MiniSampler.h"
 #include "modules/sources/S318TrackerModPlayer.h"
@@ -165,7 +168,7 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<S303Noise>(Category::kOscillatorSource, "S303Noise"),
     Made<S304VCO>(Category::kOscillatorSource, "S304VCO"),
     Made<S310VCO>(Category::kOscillatorSource, "S310VCO"),
-    ToCome(Category::kOscillatorSource, "S312 Phase Locked Loop", "S312PhaseLockedLoop"),
+    Made<S312PhaseLockedLoop>(Category::kOscillatorSource, "S312PhaseLockedLoop"),
     Made<S313InternetRadio>(Category::kOscillatorSource, "S313InternetRadio"),
     Made<S315MiniSampler>(Category::kOscillatorSource, "S315MiniSampler"),
     Made<S318TrackerModPlayer>(Category::kOscillatorSource, "S318TrackerModPlayer"),
@@ -240,8 +243,8 @@ constexpr CatalogueEntry kCatalogue[] = {
     Made<SD31MIDITranceGate>(Category::kMidi, "SD31MIDITranceGate"),
     Made<SD33MIDIArpeggiator>(Category::kMidi, "SD33MIDIArpeggiator"),
     Made<SE01SampleDelay>(Category::kOther, "SE01SampleDelay"),
-    ToCome(Category::kOther, "SE06 Hardware Tuner", "SE06HardwareTuner"),
-    ToCome(Category::kOther, "SE10 Dual Volt Meter", "SE10DualVoltMeter"),
+    Made<SE06HardwareTuner>(Category::kOther, "SE06HardwareTuner"),
+    Made<SE10DualVoltMeter>(Category::kOther, "SE10DualVoltMeter"),
     Made<SE15SignalAnalyzer>(Category::kOther, "SE15SignalAnalyzer"),
     Made<SE16WideSignalAnalyzer>(Category::kOther, "SE16WideSignalAnalyzer"),
     Made<SE20GlobalMorph>(Category::kOther, "SE20GlobalMorph"),

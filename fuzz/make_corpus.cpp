@@ -29,6 +29,7 @@ namespace fs = std::filesystem;
 /// Modules whose data have a fuzzer of their own.
 constexpr std::pair<const char*, const char*> kModuleFuzzers[] = {
     {"S218 Spectral Filter", "s218_fuzzer"},
+    {"S315 Mini Sampler VCO", "s315_fuzzer"},
     {"SD30 MIDI Recorder", "sd30_fuzzer"},
 };
 

@@ -54,8 +54,9 @@ int IsStopped(void* stop) { return static_cast<std::stop_token*>(stop)->stop_req
 struct FfmpegDecoder::State {
   State(const FfmpegSource& from, std::stop_token stopToken)
       : name(from.name.empty() ? from.url : from.name), stop(std::move(stopToken)) {
-    // Its messages go to the standard error stream, which is the host's.
-    av_log_set_level(AV_LOG_QUIET);
+    // Its messages go to the standard error stream, which is the host's. A host that has set the
+    // level uses the library itself.
+    if (av_log_get_level() == AV_LOG_INFO) av_log_set_level(AV_LOG_FATAL);
     OpenFormat(from);
     OpenCodec();
     packet.reset(av_packet_alloc());

@@ -3,8 +3,10 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "framework/byte_io.h"
 #include "framework/file_request.h"
@@ -41,6 +43,7 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
   void ModuleCreated(int voices) override;
+  void ModuleRemoved() override;
   void VoiceCountChanged(int voices) override;
   bool onDrop(std::span<const std::string> files, const CPoint& where) override;
 
@@ -113,13 +116,17 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void EndRecording();
   void Press(CControl* button);
   void Edit(CControl* button);
-  void Crop();
   void Tune();
   void MoveRoot(int semitones);
-  void Replace(const float* samples, int length, double rate);
+  /// Goes over to a part of the sample, changed.
+  void Replace(int first, int end, const std::function<void(std::span<float>)>& change = {});
+  /// The first sample of the window as the knobs stand, and the one after its last.
+  std::pair<int, int> Window(int length) const;
   void AskForFile();
   void AskForTarget();
   double PanelRoot() const;
+  /// Puts the quality back where its tables do not fit into memory.
+  void FollowFailure();
   void Show(const std::string& line);
   void ShowNumbers();
   void ShowRoot();

@@ -34,6 +34,16 @@ int NoteNearest(double pitch) {
   return static_cast<int>(std::clamp(note, 0.0, double{kHighestNote}));
 }
 
+/// What went wrong with a file, in a line with the file's name but not its folder, which would fill
+/// the panel.
+std::string LineOf(const std::exception& error, const std::string& path) {
+  std::string line = error.what();
+  if (line.starts_with(path)) {
+    line.replace(0, path.size(), std::filesystem::path(path).filename().string());
+  }
+  return line;
+}
+
 /// A buffer of another capacity with the samples of `from` that fit.
 std::shared_ptr<SampleBuffer> Resized(const SampleBuffer& from, int capacity) {
   auto buffer = SampleBuffer::Make(capacity);
@@ -163,7 +173,7 @@ void SampleWorkshop::Work(const std::optional<File>& file, const std::stop_token
     message_ = "The file does not fit into memory; close other programs";
   } catch (const std::exception& error) {
     const std::lock_guard lock(mutex_);
-    if (!stop.stop_requested()) message_ = error.what();
+    if (!stop.stop_requested()) message_ = LineOf(error, file->path);
   }
   MakeTables(stop);
 }
@@ -234,7 +244,7 @@ void SampleWorkshop::Save(const std::string& path, media::SampleFormat format,
       }
       writer.Commit();
     } catch (const std::exception& error) {
-      message = error.what();
+      message = LineOf(error, path);
     }
     const std::lock_guard lock(mutex_);
     message_ = std::move(message);
@@ -256,7 +266,7 @@ void SampleWorkshop::Stop() {
 }
 
 void SampleWorkshop::Finish() {
-  while (IsBusy()) std::this_thread::sleep_for(std::chrono::microseconds(200));
+  while (worker_.IsBusy()) std::this_thread::sleep_for(std::chrono::microseconds(200));
 }
 
 void SampleWorkshop::SetRoot(double pitch, double tuning) {
@@ -267,6 +277,11 @@ void SampleWorkshop::SetRoot(double pitch, double tuning) {
 void SampleWorkshop::SetRoot(double pitch) { SetRoot(pitch, pitch - PitchOf(NoteNearest(pitch))); }
 
 int SampleWorkshop::RootNote() const { return NoteNearest(RootPitch() - Tuning()); }
+
+void SampleWorkshop::FreeOld() {
+  const std::lock_guard lock(mutex_);
+  handover_.Collect();
+}
 
 SampleSet SampleWorkshop::Latest() const {
   const std::lock_guard lock(mutex_);

@@ -40,11 +40,14 @@ class SampleWorkshop {
   /// Writes a WAV file in the background; a message says how it went.
   void Save(const std::string& path, media::SampleFormat format, const media::SampleKey& key);
 
-  /// Ends what the worker does.
+  /// Ends what the worker does, but for saving.
   void Stop();
-  /// Waits for what the worker does.
+  /// Waits for what the worker does, but for saving.
   void Finish();
   bool IsBusy() const { return worker_.IsBusy() || saver_.IsBusy(); }
+  /// Gives back the memory of what the audio thread has let go of. Without it that goes with the
+  /// next change, and a pending one may have to wait.
+  void FreeOld();
   /// Any thread but the audio thread: the newest sample, whether the audio thread has it or not.
   SampleSet Latest() const;
   /// A line for the user since the last call, if there is one.

@@ -99,9 +99,8 @@ TEST(S315MiniSamplerKernel, AliasingAnOctaveUpFallsWithTheQuality) {
       voice.Run(400, 1.0f);
       const double played = (isCycle ? 1.0 / 169.0 : kFile) * 2.0 * 44100.0 / 48000.0;
       const double stray = StrayDecibels(voice.Run(kSize, 1.0f), played);
-      ::testing::Test::RecordProperty((isCycle ? "cycle_" : "passage_") + std::to_string(quality),
-                                      std::to_string(stray));
-      std::printf("  %s quality %2d: %.1f dB\n", isCycle ? "cycle" : "passage", quality, stray);
+      RecordProperty((isCycle ? "cycle_" : "passage_") + std::to_string(quality),
+                     std::to_string(stray));
       // What is left of the best is the rounding of floats.
       if (quality > 0) {
         EXPECT_LT(stray, std::max(before + 0.5, -100.0)) << quality;
