@@ -16,6 +16,7 @@
 #include "editor/options.h"
 #include "platform/user_error.h"
 #include "presets/nearest_name.h"
+#include "skins/module_panels.h"
 
 namespace halveron {
 
@@ -278,6 +279,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
 }  // namespace
 
 int RunCommand(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
+  skins::PaintModulePanels();
   try {
     return Run(argc, argv, out, err);
   } catch (const UserError& error) {

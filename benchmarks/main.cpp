@@ -38,6 +38,7 @@ int main(int argc, char** argv) {
   halveron::benchmarks::RegisterScenes();
   halveron::benchmarks::RegisterVoices();
   halveron::benchmarks::RegisterPolyphony();
+  halveron::benchmarks::RegisterExternal();
   halveron::benchmarks::RegisterMorph();
   halveron::benchmarks::RegisterPresets();
   halveron::benchmarks::RegisterEdits();

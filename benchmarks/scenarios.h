@@ -45,6 +45,8 @@ void RegisterPolyphony();
 /// alone, in the skin that lies beside the program: a full redraw, the first paint of a window,
 /// steps of what the mouse does, and the idle call of a rack at rest.
 void RegisterWindow();
+/// `external/`: the call of a module of a library, net of the same module built in.
+void RegisterExternal();
 /// `morph/`: a turn of the knob that moves every parameter of a full table.
 void RegisterMorph();
 /// `edit/`: how long an edit keeps the audio thread waiting, in a rack of 100 polyphonic modules of

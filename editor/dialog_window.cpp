@@ -147,7 +147,11 @@ CCoord DialogWindow::AddFields(CCoord top, double scale) {
 }
 
 CCoord DialogWindow::AddButtons(CCoord top, double scale) {
-  const CCoord width = theme::Scaled(kButtonWidth, scale);
+  CCoord width = theme::Scaled(kButtonWidth, scale);
+  for (const std::string& caption : request_.buttons) {
+    width =
+        std::max(width, theme::Font(scale)->measure(caption).x + 2 * theme::Scaled(kGap, scale));
+  }
   const CCoord height = theme::Scaled(kButtonHeight, scale);
   const CCoord gap = theme::Scaled(kGap, scale);
   const auto count = static_cast<CCoord>(request_.buttons.size());
@@ -198,7 +202,8 @@ bool DialogWindow::onKeyDown(const CKeyEvent& event) {
   if (event.key == kKeyReturn) {
     Press(0);
   } else if (event.key == kKeyEscape) {
-    Press(static_cast<int>(request_.buttons.size()) - 1);
+    const int last = static_cast<int>(request_.buttons.size()) - 1;
+    Press(request_.escapeButton < 0 ? last : request_.escapeButton);
   } else if (event.key == kKeyTab) {
     FocusNextField(event.modifiers.isShiftSet());
   } else {

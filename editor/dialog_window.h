@@ -30,7 +30,8 @@ struct DialogRequest {
   bool centered = true;
   std::vector<Field> fields;
   std::vector<std::string> buttons = {"OK"};
-  bool modal = true;  ///< the rest of the frame takes no input
+  int escapeButton = -1;  ///< that Escape presses; -1 for the last
+  bool modal = true;      ///< the rest of the frame takes no input
   SharedPointer<CBitmap> image;
   Callback callback;  ///< without one any button closes the dialog
   double y = -1;      ///< of its top; below 0 yRatio places it
@@ -40,7 +41,7 @@ struct DialogRequest {
 };
 
 /// One view on the frame, hidden until it is needed. Return presses the first button, Escape the
-/// last.
+/// last or the one that the request names.
 class DialogWindow final : public CViewContainer {
  public:
   DialogWindow();

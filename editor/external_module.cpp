@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <mutex>
 #include <span>
 #include <utility>
 
 #include "editor/external_host.h"
+#include "editor/external_panel.h"
 #include "framework/display_view.h"
 #include "framework/midi_message.h"
 #include "framework/rack_model.h"
@@ -132,16 +134,24 @@ class ExternalDisplayView final : public DisplayView {
 class ExternalVoiceGroup final : public VoiceGroup {
  public:
   ExternalVoiceGroup(std::span<Module* const> modules, std::uint32_t lanes)
-      : functions_(static_cast<ExternalModule*>(modules.front())->Type().voices) {
+      : functions_(static_cast<ExternalModule*>(modules.front())->Type().voices),
+        engine_(*modules.front()->engine) {
+    // The interface promises that the modules do not process meanwhile, and the library may take
+    // down where the signals lie.
+    const std::lock_guard lock(engine_.processingLock);
     std::vector<void*> instances;
     for (Module* module : modules) {
+      static_cast<ExternalModule*>(module)->ShowPlannedPlaces(true);
       instances.push_back(static_cast<ExternalModule*>(module)->Instance());
     }
     voices_ = functions_.create_voices(instances.data(),
                                        static_cast<std::uint32_t>(instances.size()), lanes);
+    for (Module* module : modules) static_cast<ExternalModule*>(module)->ShowPlannedPlaces(false);
   }
   ~ExternalVoiceGroup() override {
-    if (voices_) functions_.destroy_voices(voices_);
+    if (!voices_) return;
+    const std::lock_guard lock(engine_.processingLock);
+    functions_.destroy_voices(voices_);
   }
 
   bool Load() override { return voices_ && functions_.load_voices(voices_) != 0; }
@@ -150,6 +160,7 @@ class ExternalVoiceGroup final : public VoiceGroup {
 
  private:
   const HalveronVoices functions_;
+  EngineContext& engine_;
   void* voices_;
 };
 
@@ -300,6 +311,14 @@ void ExternalModule::MakePoint(std::size_t index) {
   if (description.hasCaption) point->caption = description.caption.c_str();
 }
 
+void ExternalModule::ShowPlannedPlaces(bool show) {
+  for (std::size_t i = 0; i < jacks_.size(); ++i) {
+    const PatchPoint& point = *Points()[i];
+    const SignalRef& present = point.type == kOutputPoint ? point.out : point.in;
+    jacks_[i].cell = show ? point.plannedCell : present.Address();
+  }
+}
+
 void ExternalModule::MakeLamp(std::size_t index) {
   const ExternalLamp& description = type_->lamps[index];
   const HalveronLamp& table = description.table;
@@ -445,7 +464,10 @@ void ExternalModule::ModuleCreated(int voices) {
 }
 
 void ExternalModule::ModuleRemoved() {
-  if (type_->functions.module_removed) type_->functions.module_removed(instance_);
+  if (!type_->functions.module_removed) return;
+  // The old plan still plays the module.
+  const ProcessingSection section(*this);
+  type_->functions.module_removed(instance_);
 }
 
 int ExternalModule::OnMouseMoved(CPoint* where, int*) {
@@ -490,7 +512,16 @@ void ExternalModule::LoadPreset(const void* buffer, int size, int version) {
 }
 
 void ExternalModule::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
-  Module::drawBackgroundRect(context, updateRect);
+  ExternalModuleType::Panel& panel = *type_->panel;
+  if (!panel.isMade) {
+    panel.isMade = true;
+    panel.picture = MakePanelPicture(*this, *type_);
+  }
+  if (panel.picture) {
+    panel.picture->draw(*context, CRect::FromSize({}, getWidth(), getHeight()));
+  } else {
+    Module::drawBackgroundRect(context, updateRect);
+  }
 }
 
 }  // namespace halveron

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "editor/module_catalogue.h"
+#include "gui/bitmap.h"
 #include "platform/shared_library.h"
 #include "sdk/halveron_module.h"
 
@@ -55,6 +56,13 @@ struct ExternalModuleType {
   std::vector<ExternalPoint> points;
   std::vector<ExternalLamp> lamps;
   std::vector<ExternalDisplay> displays;
+
+  /// The picture behind the panels of all instances, made when the first is drawn.
+  struct Panel {
+    SharedPointer<CBitmap> picture;
+    bool isMade = false;
+  };
+  std::shared_ptr<Panel> panel = std::make_shared<Panel>();
 
   bool Has(std::uint32_t flag) const { return (functions.flags & flag) != 0; }
 };

@@ -30,12 +30,18 @@ void ShowAbout(SynEditor&, RackWindow& window) {
   window.ShowDialog(std::move(request));
 }
 
+/// The name of a step and the keys for it, as a menu shows them.
+std::string Named(const std::string& step, const std::string& keys) {
+  return (step.empty() ? "" : " " + step) + "  (" + keys + ")";
+}
+
 void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
 
 }  // namespace
 
 struct MainMenu::Entry {
-  const char* text;  // null for a separator
+  const char* text;                             // null for a separator
+  std::string (*detail)(SynEditor&) = nullptr;  // follows the text
   void (*act)(SynEditor&, RackWindow&) = nullptr;
   Menu (MainMenu::*submenu)() const = nullptr;
   bool (*isChecked)(const SynEditor&) = nullptr;
@@ -51,6 +57,15 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
     {.text = "Save As New Version",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
+    {.text = nullptr},
+    {.text = "Undo",
+     .detail = [](SynEditor& editor) { return Named(editor.history.UndoName(), "Ctrl+Z"); },
+     .act = [](SynEditor& editor, RackWindow&) { editor.history.Undo(); },
+     .isEnabled = [](const SynEditor& editor) { return editor.history.CanUndo(); }},
+    {.text = "Redo",
+     .detail = [](SynEditor& editor) { return Named(editor.history.RedoName(), "Ctrl+Shift+Z"); },
+     .act = [](SynEditor& editor, RackWindow&) { editor.history.Redo(); },
+     .isEnabled = [](const SynEditor& editor) { return editor.history.CanRedo(); }},
     {.text = nullptr},
     {.text = "Refresh Presets Library",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.RefreshLibrary(); }},
@@ -94,6 +109,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
 };
 
 SharedPointer<SynOptionMenu> MainMenu::Make() const {
+  editor_.history.Settle();
   Menu menu = SynOptionMenu::Make();
   for (const Entry& entry : kEntries) {
     if (entry.isOffered && !entry.isOffered(editor_)) continue;
@@ -105,8 +121,9 @@ SharedPointer<SynOptionMenu> MainMenu::Make() const {
       menu->AddSubmenu(entry.text, (this->*entry.submenu)());
       continue;
     }
-    SynMenuItem& item = menu->Add(entry.text, [act = entry.act, &editor = editor_,
-                                               &window = window_] { act(editor, window); });
+    const std::string text = entry.text + (entry.detail ? entry.detail(editor_) : "");
+    SynMenuItem& item = menu->Add(
+        text, [act = entry.act, &editor = editor_, &window = window_] { act(editor, window); });
     item.setChecked(entry.isChecked && entry.isChecked(editor_));
     item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
   }

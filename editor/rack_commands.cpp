@@ -31,6 +31,10 @@ void RackCommands::Insert(Module* module) {
 }
 
 void RackCommands::InsertModule(std::string_view name, std::string_view vendor) {
+  if (editor_.IsMissing(name, vendor)) {
+    Insert(nullptr);
+    return;
+  }
   editor_.PrepareModule(name, vendor);
   Insert(editor_.AddModule(name, vendor));
 }

@@ -399,6 +399,23 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
   rack_->MoveDraggedCable(ToRack(where));
 }
 
+bool RackWindow::RunShortcut(const CKeyEvent& event) {
+  if (event.modifiers() & kAlt || !(event.modifiers() & kControl)) return false;
+  const bool shift = event.modifiers() & kShift;
+  switch (event.character) {
+    case U'z':
+    case U'Z':
+      shift ? editor_.history.Redo() : editor_.history.Undo();
+      return true;
+    case U'y':
+    case U'Y':
+      editor_.history.Redo();
+      return true;
+    default:
+      return false;
+  }
+}
+
 bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
   const auto isPreset = [](const std::string& path) { return IsPresetFile(path); };
   const auto file = std::find_if(files.begin(), files.end(), isPreset);

@@ -58,6 +58,8 @@ class RackWindow final : private CControlListener {
   void RepeatDrag(const CPoint& where, const CButtonState& buttons);
   bool ScrollByWheel(float distance, const CButtonState& buttons);
   bool OpenDroppedPreset(std::span<const std::string> files);
+  /// False if the keys are no shortcut of the rack.
+  bool RunShortcut(const CKeyEvent& event);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
 
   /// Scrolls up or down if `y` lies within `margin` pixels of the rack's visible edges, or beyond
@@ -68,6 +70,8 @@ class RackWindow final : private CControlListener {
   /// A new module begins to follow the mouse, until a left click puts it down or Escape or a right
   /// click discards it. Whatever else ends this puts it down where its outline is.
   void BeginInsertion(Module& module);
+  /// A module follows the mouse, new or not.
+  bool IsDragging() const { return drag_.DraggedModule() != nullptr; }
   bool IsInserting() const { return drag_.IsInserting(); }
   void LandInsertion();
   /// The corner at which a module stands, or would if a drag of it ended now.

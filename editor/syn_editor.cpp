@@ -1,6 +1,8 @@
 #include "editor/syn_editor.h"
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "editor/context_menus.h"
 #include "editor/factory_presets.h"
@@ -9,14 +11,19 @@
 #include "editor/window_images.h"
 #include "framework/module.h"
 #include "platform/file_error.h"
+#include "platform/profile_file.h"
 #include "platform/whole_file.h"
 #include "presets/preset_format.h"
 #include "presets/preset_rack.h"
+#include "presets/scratch_rack.h"
 
 namespace halveron {
 
 namespace {
 
+constexpr const char* kPlaceholdersKeep =
+    "Placeholders keep what was saved, until the modules are there again.";
+constexpr int kMostModuleColumns = 84;
 constexpr const char* kRackUnchanged = "; your rack is unchanged\n";
 
 /// Stands for a module of a library that needs a later host, which the rack asks for the version
@@ -64,6 +71,10 @@ SynEditor::~SynEditor() { CloseWindow(); }
 
 Module* SynEditor::MakeModule(std::string_view name, std::string_view vendor,
                               const HostTable& hostTable, int voice) {
+  const auto placeholder = placeholders_.find({std::string(name), std::string(vendor)});
+  if (placeholder != placeholders_.end()) {
+    return new PlaceholderModule(placeholder->second, hostTable, voice);
+  }
   if (const CatalogueEntry* entry = FindInCatalogue(name, vendor)) {
     return entry->make ? entry->make(nullptr, hostTable, voice) : nullptr;
   }
@@ -77,7 +88,10 @@ Module* SynEditor::MakeModule(std::string_view name, std::string_view vendor,
 
 void SynEditor::PrepareModule(std::string_view name, std::string_view vendor) {
   if (FindInCatalogue(name, vendor)) return;
-  if (ModuleEntry* entry = externalModules.Find(name, vendor)) externalModules.Prepare(*entry);
+  ModuleEntry* entry = externalModules.Find(name, vendor);
+  if (!entry) return;
+  externalModules.Prepare(*entry);
+  RememberColumns(*entry);
 }
 
 void SynEditor::SignPreset() {
@@ -93,6 +107,7 @@ bool SynEditor::SavePreset(const std::string& path) {
   }
   presetPath = path;
   presetFromChunk = false;
+  history.MarkSaved();
   return true;
 }
 
@@ -111,7 +126,13 @@ std::span<const std::byte> SynEditor::SaveChunk() {
   return chunk_;
 }
 
-bool SynEditor::LoadPreset(const std::string& path) {
+bool SynEditor::LoadPreset(const std::string& path) { return LoadFile(path, Missing::kRefuse); }
+
+bool SynEditor::LoadPresetWithPlaceholders(const std::string& path) {
+  return LoadFile(path, Missing::kReplace);
+}
+
+bool SynEditor::LoadFile(const std::string& path, Missing missing) {
   const std::string name = "'" + path.substr(path.find_last_of('/') + 1) + "'";
   std::vector<std::byte> bytes;
   try {
@@ -121,19 +142,23 @@ bool SynEditor::LoadPreset(const std::string& path) {
         {"Preset not loaded", name + " could not be opened" + kRackUnchanged + error.what(), 600},
         false);
   }
-  if (!Load(ReadPreset(bytes, PresetForm::kFile), PresetForm::kFile, name)) return false;
+  history.Settle();
+  const PresetReadResult read = ReadPreset(bytes, PresetForm::kFile);
+  if (!Load(read, PresetForm::kFile, name, missing, path)) return false;
   presetPath = path;
   presetFromChunk = false;
+  history.PresetLoaded(PresetTitle(path));
   return true;
 }
 
 bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {
   const PresetReadResult read = ReadPreset(chunk, PresetForm::kChunk);
-  if (!Load(read, PresetForm::kChunk, "The state from the host")) return false;
+  if (!Load(read, PresetForm::kChunk, "The state from the host", Missing::kReplace)) return false;
   presetPath = presetsFolder + read.document->pathPrefix.value_or("");
   presetFromChunk = true;
   UpdatePresetDisplay(false);
-  return true;
+  history.Clear();
+  return !HasPlaceholders();
 }
 
 bool SynEditor::KeepsRackOnFailure(PresetForm form) const {
@@ -170,7 +195,71 @@ bool SynEditor::Refuse(const PresetError& error, PresetForm form, const std::str
   return FailLoad(dialog, isLater);
 }
 
-bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::string& name) {
+std::set<ModuleIdentity> SynEditor::FindMissing(const PresetDocument& document,
+                                                std::string& failures) {
+  std::set<ModuleIdentity> tried, missing;
+  ScratchRack scratch(*this);
+  for (const PresetModule& record : document.modules) {
+    const ModuleIdentity identity{record.name, record.vendor};
+    if (!tried.insert(identity).second) continue;
+    // Only a library's module has to be made to know whether it can.
+    const CatalogueEntry* builtIn = FindInCatalogue(record.name, record.vendor);
+    if ((builtIn && builtIn->make) || scratch.Add(record.name, record.vendor)) continue;
+    missing.insert(identity);
+    failures += record.name + " " + record.vendor + scratch.Rack().ModuleFailureText() + "\n";
+  }
+  return missing;
+}
+
+std::vector<std::optional<bool>> SynEditor::KindsOfPoints(const PresetDocument& document,
+                                                          const std::set<ModuleIdentity>& missing) {
+  std::vector<std::optional<bool>> kinds;
+  ScratchRack scratch(*this);
+  for (const PresetModule& record : document.modules) {
+    const auto count = static_cast<std::size_t>(record.patchPointCount);
+    const std::size_t first = kinds.size();
+    kinds.resize(first + count);
+    const bool isThere = !missing.contains({record.name, record.vendor});
+    const Module* module = isThere ? scratch.Add(record.name, record.vendor) : nullptr;
+    if (!module) continue;
+    const auto points = module->Points();
+    for (std::size_t i = 0; i < std::min(count, points.size()); ++i) {
+      kinds[first + i] = points[i]->twoState;
+    }
+  }
+  return kinds;
+}
+
+std::map<ModuleIdentity, int> SynEditor::KnownColumns(const std::set<ModuleIdentity>& modules) {
+  std::map<ModuleIdentity, int> known;
+  const platform::ProfileFile widths(folders.ModuleWidths());
+  for (const ModuleIdentity& identity : modules) {
+    const ModuleEntry* entry = externalModules.Find(identity.first, identity.second);
+    const int columns = entry && entry->create ? entry->create->functions.columns
+                                               : widths.GetInt(identity.second, identity.first, 0);
+    if (columns >= 1 && columns <= kMostModuleColumns) known[identity] = columns;
+  }
+  return known;
+}
+
+void SynEditor::RememberColumns(const ModuleEntry& entry) {
+  const ModuleIdentity identity{entry.name, entry.library->vendor};
+  if (!entry.create || !remembered_.insert(identity).second) return;
+  // What cannot be a key or a section is not remembered.
+  constexpr const char* kUnfit = "=[];#";
+  if (entry.name.find_first_of(kUnfit) != std::string::npos ||
+      identity.second.find_first_of(kUnfit) != std::string::npos) {
+    return;
+  }
+  const platform::ProfileFile widths(folders.ModuleWidths());
+  const int columns = entry.create->functions.columns;
+  if (widths.GetInt(identity.second, identity.first, 0) != columns) {
+    widths.SetInt(identity.second, identity.first, columns);
+  }
+}
+
+bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::string& name,
+                     Missing missing, const std::string& path) {
   if (!read.document) return Refuse(read.error, form, name);
   PresetDocument document = *read.document;
   // Without the menu of filters the user could not leave a preset's choice again.
@@ -178,19 +267,42 @@ bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::s
 
   for (const PresetModule& record : document.modules) PrepareModule(record.name, record.vendor);
   const bool keepsRack = KeepsRackOnFailure(form);
-  PresetOutcome outcome;
-  if (keepsRack) outcome = TryModules(document, *this);
-  if (outcome) {
-    const std::optional<PresetDocument> before =
-        keepsRack ? std::optional(CapturePreset(*this)) : std::nullopt;
-    outcome = ApplyPreset(document, *this);
-    if (!outcome && before) ApplyPreset(*before, *this);
+  const std::optional<PresetDocument> before =
+      keepsRack ? std::optional(CapturePreset(*this)) : std::nullopt;
+  const PlaceholderPlans former = std::exchange(placeholders_, {});
+  std::string failures;
+  if (missing == Missing::kReplace) {
+    const std::set<ModuleIdentity> identities = FindMissing(document, failures);
+    if (!identities.empty()) {
+      placeholders_ = PlanPlaceholders(document, identities, KnownColumns(identities),
+                                       KindsOfPoints(document, identities));
+    }
+  }
+  const PresetOutcome outcome = ApplyPreset(document, *this);
+  if (!outcome && before) {
+    placeholders_ = former;
+    ApplyPreset(*before, *this);
   }
   FillWindowWithRows();
-  if (outcome) return true;
+  if (outcome) {
+    if (form == PresetForm::kChunk && HasPlaceholders()) {
+      ShowDialog({"Module failed", failures + kPlaceholdersKeep, 600});
+    }
+    return true;
+  }
   const DialogText dialog{"Module failed", outcome.failure, 600};
-  if (!keepsRack) return FailLoad(dialog, true);
-  ShowDialog(dialog);
+  if (keepsRack) {
+    ShowDialog(dialog);
+  } else if (form == PresetForm::kFile && missing == Missing::kRefuse) {
+    presetName.clear();
+    presetPath.clear();
+    ShowAuthor();
+    ShowDialog(dialog, "Load with placeholders", [this, path] {
+      if (LoadPresetWithPlaceholders(path)) UpdatePresetDisplay(true);
+    });
+  } else {
+    FailLoad(dialog, true);
+  }
   return false;
 }
 

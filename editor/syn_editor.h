@@ -10,9 +10,11 @@
 #include <vector>
 
 #include "editor/data_folders.h"
+#include "editor/edit_history.h"
 #include "editor/external_modules.h"
 #include "editor/module_clipboard.h"
 #include "editor/options.h"
+#include "editor/placeholder_module.h"
 #include "editor/preset_commands.h"
 #include "editor/preset_library.h"
 #include "editor/rack_commands.h"
@@ -45,8 +47,20 @@ class SynEditor : public RackModel {
   // under CLAP clear presetPath, so that "Save" asks for a name.
 
   /// False, without a message and without any change, if the file cannot be written.
+  // A module that cannot be made stands in the rack as a placeholder where a host's state has it:
+  // the host saves the state again without asking anybody, and nothing may be lost. Such a load
+  // counts as failed, with a dialog that names what is missing. For a file the dialog offers that.
+
   bool SavePreset(const std::string& path);
   bool LoadPreset(const std::string& path);
+  /// Modules that cannot be made become placeholders, and the load succeeds.
+  bool LoadPresetWithPlaceholders(const std::string& path);
+  /// Whether modules of the last preset are missing and have placeholders.
+  bool HasPlaceholders() const { return !placeholders_.empty(); }
+  /// Whether this one is: all of its name and vendor are placeholders until the next load.
+  bool IsMissing(std::string_view name, std::string_view vendor) const {
+    return placeholders_.contains({std::string(name), std::string(vendor)});
+  }
 
   /// The rack in the form that hosts keep. The bytes are valid until the next call.
   std::span<const std::byte> SaveChunk();
@@ -83,6 +97,10 @@ class SynEditor : public RackModel {
 
   // What modules and the model ask of a window.
 
+  void valueChanged(CControl* control) override;
+  void controlBeginEdit(CControl* control) override;
+  void controlEndEdit(CControl* control) override;
+
   void RequestRedraw() override;
   void CableChanged(const Cable* cable) override;
   void ModuleJoined(Module* module) override;
@@ -101,10 +119,14 @@ class SynEditor : public RackModel {
   CPoint RestingCorner(const Module& module) const override;
   /// Without a window, the last one is shown when it opens.
   void ShowDialog(const DialogText& dialog) override;
+  /// The same with a second button, which Escape does not press.
+  void ShowDialog(const DialogText& dialog, const std::string& choice,
+                  std::function<void()> whenChosen);
 
   /// Gets the messages to the user, in addition to the window.
   std::function<void(const DialogText&)> dialogs;
 
+  EditHistory history{*this};
   RackCommands commands{*this};
   PresetCommands presetCommands{*this};
   PresetLibrary presets;
@@ -120,7 +142,18 @@ class SynEditor : public RackModel {
  private:
   Module* MakeModule(std::string_view name, std::string_view vendor, const HostTable& hostTable,
                      int voice);
-  bool Load(const PresetReadResult& read, PresetForm form, const std::string& name);
+  enum class Missing { kRefuse, kReplace };
+  bool LoadFile(const std::string& path, Missing missing);
+  bool Load(const PresetReadResult& read, PresetForm form, const std::string& name, Missing missing,
+            const std::string& path = {});
+  /// The modules of a document that cannot be made; a line about each in `failures`.
+  std::set<ModuleIdentity> FindMissing(const PresetDocument& document, std::string& failures);
+  /// Of each of a document's points, whether it carries MIDI; none where its module is missing.
+  std::vector<std::optional<bool>> KindsOfPoints(const PresetDocument& document,
+                                                 const std::set<ModuleIdentity>& missing);
+  /// Widths of modules that are missing now, from this time or an earlier one.
+  std::map<ModuleIdentity, int> KnownColumns(const std::set<ModuleIdentity>& modules);
+  void RememberColumns(const ModuleEntry& entry);
   bool Refuse(const PresetError& error, PresetForm form, const std::string& name);
   bool FailLoad(const DialogText& dialog, bool rackChanged);
   bool KeepsRackOnFailure(PresetForm form) const;
@@ -129,7 +162,9 @@ class SynEditor : public RackModel {
   std::vector<std::byte> chunk_;
   std::unique_ptr<RackWindow> window_;
   std::unique_ptr<RackWindow> closedWindow_;  // closed by a call from within its own events
-  std::optional<DialogText> pendingDialog_;
+  std::function<void()> pendingDialog_;       // shows it when the window opens
+  PlaceholderPlans placeholders_;             // of the last preset
+  std::set<ModuleIdentity> remembered_;
   bool isEmbedded_ = false;  // in a host's window
   bool idling_ = false;
 };

@@ -1,4 +1,6 @@
 // The rack's side of its window.
+#include <utility>
+
 #include "editor/context_menus.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
@@ -16,9 +18,9 @@ RackWindow& SynEditor::OpenViews() {
   if (window_) return *window_;
   window_ = std::make_unique<RackWindow>(*this);
   FillWindowWithRows();
+  history.Follow();
   UpdatePresetDisplay(false);
-  if (pendingDialog_) ShowDialog(*pendingDialog_);
-  pendingDialog_.reset();
+  if (pendingDialog_) std::exchange(pendingDialog_, {})();
   return *window_;
 }
 
@@ -59,7 +61,10 @@ void SynEditor::Idle() {
   if (idling_) return;
   idling_ = true;
   EmptyTrash();
-  if (window_) window_->Frame().idle();
+  if (window_) {
+    window_->Frame().idle();
+    history.Settle();
+  }
   idling_ = false;
   closedWindow_.reset();
 }
@@ -100,6 +105,7 @@ void SynEditor::ModuleJoined(Module* module) {
 }
 
 void SynEditor::ModuleLeaves(Module* module) {
+  history.ModuleLeft(*module);
   if (window_) window_->RemoveModuleView(*module);
 }
 
@@ -144,19 +150,45 @@ CPoint SynEditor::RestingCorner(const Module& module) const {
   return window_ ? window_->RestingCorner(module) : RackModel::RestingCorner(module);
 }
 
+void SynEditor::valueChanged(CControl* control) {
+  history.ControlMoved(*control);
+  RackModel::valueChanged(control);
+}
+
+void SynEditor::controlBeginEdit(CControl* control) {
+  history.GestureBegan();
+  RackModel::controlBeginEdit(control);
+}
+
+void SynEditor::controlEndEdit(CControl* control) {
+  RackModel::controlEndEdit(control);
+  history.GestureEnded();
+}
+
 CFrame* SynEditor::Frame() { return window_ ? &window_->Frame() : nullptr; }
 
-void SynEditor::ShowDialog(const DialogText& dialog) {
+void SynEditor::ShowDialog(const DialogText& dialog) { ShowDialog(dialog, "", {}); }
+
+void SynEditor::ShowDialog(const DialogText& dialog, const std::string& choice,
+                           std::function<void()> whenChosen) {
   if (dialogs) dialogs(dialog);
-  if (!window_) {
-    pendingDialog_ = dialog;
-    return;
-  }
   DialogRequest request;
   request.width = dialog.width;
   request.title = dialog.title;
   request.text = dialog.text;
-  window_->ShowDialog(std::move(request));
+  if (!choice.empty()) {
+    request.buttons.push_back(choice);
+    request.escapeButton = 0;
+    request.callback = [whenChosen = std::move(whenChosen)](DialogWindow& shown, int button) {
+      shown.CloseDialog();
+      if (button == 1) whenChosen();
+    };
+  }
+  if (window_) {
+    window_->ShowDialog(std::move(request));
+  } else {
+    pendingDialog_ = [this, request] { window_->ShowDialog(request); };
+  }
 }
 
 }  // namespace halveron

@@ -55,6 +55,10 @@ bool SynFrame::onWheel(const CPoint& where, float distance, const CButtonState& 
   return true;
 }
 
+bool SynFrame::onKeyDown(const CKeyEvent& event) {
+  return CFrame::onKeyDown(event) || (!getModalView() && window_.RunShortcut(event));
+}
+
 bool SynFrame::onDragMove(const CPoint& where) {
   return CFrame::onDragMove(where) || !getModalView();
 }

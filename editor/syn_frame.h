@@ -19,6 +19,7 @@ class SynFrame final : public CFrame {
   CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
   bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
+  bool onKeyDown(const CKeyEvent& event) override;
   bool onDragMove(const CPoint& where) override;
   bool onDrop(std::span<const std::string> files, const CPoint& where) override;
   int notify(CBaseObject* sender, const char* message) override;

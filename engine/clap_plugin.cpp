@@ -256,8 +256,13 @@ bool ClapPluginInstance::LoadState(const clap_istream_t& stream) {
     const std::lock_guard lock(engine_.processingLock);
     input_.ForgetModulation();
   }
-  if (!loaded) Log(CLAP_LOG_ERROR, "Halveron refused a state that does not hold together");
-  if (loaded && hostParams_ && hostParams_->rescan) {
+  const bool lacksModules = !loaded && engine_.Editor() && engine_.Editor()->HasPlaceholders();
+  if (lacksModules) {
+    Log(CLAP_LOG_ERROR, "Halveron lacks modules of a state and keeps placeholders for them");
+  } else if (!loaded) {
+    Log(CLAP_LOG_ERROR, "Halveron refused a state that does not hold together");
+  }
+  if ((loaded || lacksModules) && hostParams_ && hostParams_->rescan) {
     hostParams_->rescan(host_, CLAP_PARAM_RESCAN_VALUES);
   }
   return loaded;

@@ -313,6 +313,7 @@ void Halveron::ParameterGesture(int index, bool begins) {
 
 void Halveron::PatchEdited() {
   if (!isOpen_) return;
+  rack_->history.MarkEdited();
   if (isLoading_) {
     isEdited_ = true;
     return;

@@ -1,6 +1,8 @@
 #include "framework/rack_cables.h"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "dsp/random.h"
@@ -239,6 +241,27 @@ void RackCables::RebuildCablesOf(const Module* module) {
     RemoveCable(cable, 1, false);
     ConnectCable(destination, origin, colour, -1);
   }
+}
+
+void RackCables::Sort(const std::vector<const Cable*>& mains) {
+  const PatchEdit edit(rack_);
+  std::map<const Cable*, std::size_t> places;
+  for (const Cable* main : mains) places.emplace(main, places.size());
+  // Records of further voices stay behind the main one before them.
+  std::vector<std::pair<std::size_t, Cable*>> sorted;
+  std::size_t place = 0;
+  while (Cable* cable = cableList.head) {
+    if (const auto named = places.find(cable); named != places.end()) {
+      place = named->second;
+    } else if (cable->IsMain()) {
+      place = places.size();
+    }
+    sorted.emplace_back(place, cable);
+    cableList.Unlink(cable);
+  }
+  std::stable_sort(sorted.begin(), sorted.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (const auto& [where, cable] : sorted) cableList.Append(cable);
 }
 
 int RackCables::PickCableColour() const {

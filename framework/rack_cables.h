@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "framework/cable.h"
 
@@ -28,6 +29,8 @@ class RackCables {
   void ConnectCable(PatchPoint* a, PatchPoint* b, int colour, int voiceBackSteps);
   /// Removes a record and, walking the voices, up to `voices` - 1 further ones.
   void RemoveCable(Cable* cable, int voices, bool inSumList);
+  /// Puts the records of cables in the order of their main ones. Those not named follow.
+  void Sort(const std::vector<const Cable*>& mains);
   void BeginCableDrag(PatchPoint* point);
   bool CanConnect(PatchPoint* target) const;
   void DropCable(PatchPoint* target);

@@ -275,6 +275,29 @@ void RackModel::RemoveAllModules() {
   while (!modules[0].empty()) RemoveModule(modules[0].back(), true);
 }
 
+void RackModel::SortModules(const std::vector<Module*>& named) {
+  const PatchEdit edit(*this);
+  std::vector<Module*> order = named;
+  for (Module* module : modules[0]) {
+    if (std::find(named.begin(), named.end(), module) == named.end()) order.push_back(module);
+  }
+  for (int voice = engine.voiceCount - 1; voice >= 0; --voice) {
+    std::vector<Module*>& row = modules[static_cast<std::size_t>(voice)];
+    std::vector<Module*> sorted;
+    for (const Module* module : order) {
+      sorted.push_back(row[static_cast<std::size_t>(module->place.moduleIndex)]);
+    }
+    row = std::move(sorted);
+  }
+  // Only now, because the indices of voice 0 led to the clones.
+  for (std::size_t index = 0; index < order.size(); ++index) {
+    for (int voice = 0; voice < engine.voiceCount; ++voice) {
+      Module* instance = modules[static_cast<std::size_t>(voice)][index];
+      if (instance) instance->place.moduleIndex = static_cast<int>(index);
+    }
+  }
+}
+
 void RackModel::UpdateActiveState(Module* module, bool force) {
   PatchEdit edit(*this, PatchEdit::Hold::kAtTheEnd);
   std::vector<Module*>& active = activeModules[static_cast<std::size_t>(module->voice)];

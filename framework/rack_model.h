@@ -70,6 +70,8 @@ class RackModel : public CControlListener {
   /// moves to its index.
   void RemoveModule(Module* module, bool deleteInstances);
   void RemoveAllModules();
+  /// Puts modules of voice 0, and with them their clones, in an order. Those not named follow.
+  void SortModules(const std::vector<Module*>& named);
   /// Puts a module into the list of those that are processed, or takes it out, by its cables and
   /// alwaysOn; `force` takes it out in any case.
   void UpdateActiveState(Module* module, bool force);

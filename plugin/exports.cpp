@@ -6,6 +6,7 @@
 #include "engine/guarded_call.h"
 #include "engine/halveron.h"
 #include "platform/shared_library.h"
+#include "skins/module_panels.h"
 
 namespace {
 
@@ -22,10 +23,15 @@ void KeepLibraries() {
   }
 }
 
+void PrepareProcess() {
+  KeepLibraries();
+  halveron::skins::PaintModulePanels();
+}
+
 AEffect* CreateVst2Plugin(halveron::audioMasterCallback host) {
   if (!host || host(nullptr, halveron::audioMasterVersion, 0, 0, nullptr, 0.0f) == 0)
     return nullptr;
-  KeepLibraries();
+  PrepareProcess();
   return halveron::GuardedAnswer<AEffect*>(nullptr, [&] {
     using namespace halveron;
     return (new Halveron(host, HostKind::kVst2, UserFiles::kUse))->getAeffect();
@@ -43,7 +49,7 @@ AEffect* VSTPluginMain(halveron::audioMasterCallback host) { return CreateVst2Pl
 const clap_plugin_entry_t clap_entry = {
     halveron::kClapVersion,
     [](const char*) {
-      KeepLibraries();
+      PrepareProcess();
       return true;
     },
     [] {},

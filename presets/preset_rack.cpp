@@ -2,14 +2,12 @@
 
 #include <bit>
 #include <mutex>
-#include <set>
 #include <utility>
 
 #include "dsp/shaping.h"
 #include "framework/module.h"
 #include "framework/rack_model.h"
 #include "presets/module_roles.h"
-#include "presets/scratch_rack.h"
 
 namespace halveron {
 
@@ -23,7 +21,9 @@ std::string FailureOf(const PresetModule& record, const RackModel& rack) {
   return record.name + " " + record.vendor + rack.ModuleFailureText();
 }
 
-PresetModule CaptureModule(Module& module, const CPoint& corner, int* nextPoint) {
+}  // namespace
+
+PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint) {
   if (module.GetNbControls() < 0) module.CountControls();
   PresetModule record;
   record.name = module.GetName();
@@ -46,6 +46,54 @@ PresetModule CaptureModule(Module& module, const CPoint& corner, int* nextPoint)
   module.SavePatchPointIndices(record.indices.data());
   return record;
 }
+
+namespace {
+
+/// Adds the instances of a record; null if one cannot be made. Old versions have no mono flag: the
+/// class decides.
+Module* MakeInstances(const PresetModule& record, RackModel& rack) {
+  Module* module = rack.AddModule(record.name, record.vendor);
+  if (module && record.mono && *record.mono != module->mono &&
+      !rack.voices.SetModuleMono(module, *record.mono)) {
+    rack.RemoveModule(module, true);
+    return nullptr;
+  }
+  return module;
+}
+
+}  // namespace
+
+void PlacePresetModule(const PresetModule& record, Module& module) {
+  CRect place = module.getViewSize();
+  place.moveTo(ToPixels(record.x), ToPixels(record.y));
+  module.setViewSize(place);
+  module.setMouseableArea(place);
+}
+
+Module* LoadPresetModule(const PresetModule& record, RackModel& rack) {
+  const int keptIndex = rack.parameters.highestParameterIndex;
+  Module* module = MakeInstances(record, rack);
+  if (!module) return nullptr;
+  PlacePresetModule(record, *module);
+  rack.SetModuleOversampled(module, record.oversampled);
+  rack.ForEachVoice(module, [&](Module& instance) {
+    instance.SetBandlimitMode(record.bandlimitMode);
+    instance.alwaysOn = record.alwaysOn;
+    if (record.clipLevel) instance.SetClipLevel(*record.clipLevel);
+    instance.FollowRate();
+    rack.UpdateActiveState(&instance, false);
+  });
+  rack.ForEachVoice(module, [&](Module& instance) {
+    instance.LoadPreset(record.data.data(), static_cast<int>(record.data.size()), record.version);
+  });
+  module->UnregisterControls();
+  rack.parameters.highestParameterIndex = keptIndex;
+  module->LoadPatchPointIndices(
+      record.indices.data(), static_cast<unsigned>(record.indices.size() * sizeof(std::int32_t)));
+  return module;
+}
+
+namespace {
 
 /// Builds the rack of one document.
 class PresetLoader {
@@ -82,28 +130,8 @@ class PresetLoader {
 
  private:
   bool LoadModule(const PresetModule& record) {
-    const int keptIndex = rack_.parameters.highestParameterIndex;
-    Module* module = MakeInstances(record);
+    Module* module = LoadPresetModule(record, rack_);
     if (!module) return false;
-    CRect place = module->getViewSize();
-    place.moveTo(ToPixels(record.x), ToPixels(record.y));
-    module->setViewSize(place);
-    module->setMouseableArea(place);
-    rack_.SetModuleOversampled(module, record.oversampled);
-    rack_.ForEachVoice(module, [&](Module& instance) {
-      instance.SetBandlimitMode(record.bandlimitMode);
-      instance.alwaysOn = record.alwaysOn;
-      if (record.clipLevel) instance.SetClipLevel(*record.clipLevel);
-      instance.FollowRate();
-      rack_.UpdateActiveState(&instance, false);
-    });
-    rack_.ForEachVoice(module, [&](Module& instance) {
-      instance.LoadPreset(record.data.data(), static_cast<int>(record.data.size()), record.version);
-    });
-    module->UnregisterControls();
-    rack_.parameters.highestParameterIndex = keptIndex;
-    module->LoadPatchPointIndices(
-        record.indices.data(), static_cast<unsigned>(record.indices.size() * sizeof(std::int32_t)));
     // A module may have fewer points than when it was saved; the others stay null, so that the
     // points of later modules keep their numbers.
     std::vector<PatchPoint*> points(static_cast<std::size_t>(record.patchPointCount));
@@ -111,18 +139,6 @@ class PresetLoader {
     module->CollectPatchPoints(points.data(), &count, record.patchPointCount);
     points_.insert(points_.end(), points.begin(), points.end());
     return true;
-  }
-
-  /// Adds the instances of a record; null if one cannot be made. Old versions have no mono flag:
-  /// the class decides.
-  Module* MakeInstances(const PresetModule& record) {
-    Module* module = rack_.AddModule(record.name, record.vendor);
-    if (module && record.mono && *record.mono != module->mono &&
-        !rack_.voices.SetModuleMono(module, *record.mono)) {
-      rack_.RemoveModule(module, true);
-      return nullptr;
-    }
-    return module;
   }
 
   void Connect(const PresetCable& cable) {
@@ -143,8 +159,7 @@ class PresetLoader {
 
 }  // namespace
 
-PresetDocument CapturePreset(RackModel& rack) {
-  const std::lock_guard edit(rack.engine.editLock);
+PresetDocument CaptureRackSettings(const RackModel& rack) {
   PresetDocument document;
   document.rows = rack.rows;
   document.oversamplingFactor = rack.engine.oversamplingFactor;
@@ -153,10 +168,17 @@ PresetDocument CapturePreset(RackModel& rack) {
   document.highestParameterIndex = rack.parameters.highestParameterIndex;
   document.author = rack.author;
   document.description = rack.description;
+  return document;
+}
+
+PresetDocument CapturePreset(RackModel& rack) {
+  const std::lock_guard edit(rack.engine.editLock);
+  PresetDocument document = CaptureRackSettings(rack);
   const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {
-    document.modules.push_back(CaptureModule(*module, rack.RestingCorner(*module), &nextPoint));
+    document.modules.push_back(
+        CapturePresetModule(*module, rack.RestingCorner(*module), &nextPoint));
   }
   document.patchPointCount = nextPoint;
   for (const Cable* cable = rack.cables.cableList.head; cable; cable = cable->next) {
@@ -169,16 +191,6 @@ PresetDocument CapturePreset(RackModel& rack) {
 
 PresetOutcome ApplyPreset(const PresetDocument& document, RackModel& rack) {
   return PresetLoader(document, rack).Run();
-}
-
-PresetOutcome TryModules(const PresetDocument& document, RackModel& rack) {
-  ScratchRack scratch(rack);
-  std::set<std::pair<std::string, std::string>> tried;
-  for (const PresetModule& record : document.modules) {
-    if (!tried.emplace(record.name, record.vendor).second) continue;
-    if (!scratch.Add(record.name, record.vendor)) return {FailureOf(record, scratch.Rack())};
-  }
-  return {};
 }
 
 }  // namespace halveron

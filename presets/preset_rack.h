@@ -7,7 +7,19 @@
 
 namespace halveron {
 
+class CPoint;
+class Module;
 class RackModel;
+
+/// The settings of the rack itself, without modules and cables.
+PresetDocument CaptureRackSettings(const RackModel& rack);
+/// A module as a preset keeps it, its corner in pixels. Numbers its patch points on from
+/// `nextPoint`. To be called inside the processing lock.
+PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint);
+/// Adds a module with all that its record keeps; null if it cannot be made.
+Module* LoadPresetModule(const PresetModule& record, RackModel& rack);
+/// Moves a module to the place of its record.
+void PlacePresetModule(const PresetModule& record, Module& module);
 
 /// The rack as a preset of the current version. Takes the processing lock while it reads the
 /// modules.
@@ -26,8 +38,5 @@ struct PresetOutcome {
 /// If a module cannot be made, the modules before it stay, without cables. Cables between points
 /// that cannot be connected are left out.
 PresetOutcome ApplyPreset(const PresetDocument& document, RackModel& rack);
-
-/// Whether the modules of a preset can be made, tried in a rack of its own. `rack` does not change.
-PresetOutcome TryModules(const PresetDocument& document, RackModel& rack);
 
 }  // namespace halveron

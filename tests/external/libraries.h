@@ -1,6 +1,7 @@
 // Libraries for tests: built by the suite, put where the program finds them.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -56,10 +57,13 @@ inline Module& AddExternal(TestRack& rack, const std::string& name, const std::s
   return *module;
 }
 
-/// Path of a library of the SDK's, such as "examples/mixer".
+/// Path of a library of the SDK's, such as "examples/mixer": of this build, or of the one that
+/// HALVERON_SDK_BUILD in the environment names.
 inline std::string SdkLibrary(const std::string& name) {
   const std::string file = name.substr(name.find('/') + 1);
-  return std::string(HALVERON_SDK_BUILD_FOLDER "/") + name + "/" + file + ".so";
+  const char* elsewhere = std::getenv("HALVERON_SDK_BUILD");
+  return std::string(elsewhere ? elsewhere : HALVERON_SDK_BUILD_FOLDER) + "/" + name + "/" + file +
+         ".so";
 }
 
 inline constexpr const char* kExamplesVendor = "Halveron Examples";

@@ -1,0 +1,279 @@
+#include "editor/edit_history.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "editor/rack_window.h"
+#include "editor/syn_editor.h"
+#include "framework/module.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr double kJoinSeconds = 0.7;  // notches of a wheel this close together are one gesture
+
+struct Difference {
+  std::vector<const ModuleRecord*> added;
+  std::vector<const ModuleRecord*> removed;
+  std::vector<std::pair<const ModuleRecord*, const ModuleRecord*>> changed;
+  std::vector<int> changedIds;
+  std::size_t newCables = 0;
+  std::size_t lostCables = 0;
+};
+
+Difference Compare(const RackSnapshot& before, const RackSnapshot& after) {
+  Difference difference;
+  for (const RackSnapshot::Entry& entry : after.modules) {
+    const ModuleRecord* was = before.Find(entry.id);
+    if (!was) {
+      difference.added.push_back(entry.record.get());
+    } else if (was != entry.record.get() && *was != *entry.record) {
+      difference.changed.emplace_back(was, entry.record.get());
+      difference.changedIds.push_back(entry.id);
+    }
+  }
+  for (const RackSnapshot::Entry& entry : before.modules) {
+    if (!after.Find(entry.id)) difference.removed.push_back(entry.record.get());
+  }
+  const auto count = [](const auto& some, const auto& others) {
+    const std::set<RackSnapshot::Cable> known(others.begin(), others.end());
+    return static_cast<std::size_t>(std::count_if(
+        some.begin(), some.end(), [&](const auto& cable) { return !known.contains(cable); }));
+  };
+  difference.newCables = count(after.cables, before.cables);
+  difference.lostCables = count(before.cables, after.cables);
+  return difference;
+}
+
+std::string OfModules(const std::string& verb, const std::vector<const ModuleRecord*>& modules) {
+  if (modules.size() == 1) return verb + " " + modules.front()->preset.name;
+  return verb + " " + std::to_string(modules.size()) + " modules";
+}
+
+std::string OfChange(const ModuleRecord& was, const ModuleRecord& is) {
+  const PresetModule& a = was.preset;
+  const PresetModule& b = is.preset;
+  if (a.data == b.data && (a.x != b.x || a.y != b.y)) return "Move " + b.name;
+  return "Change " + b.name;
+}
+
+/// Whether two records differ in one control at most; which one, in `control`.
+bool DifferInOneControl(const ModuleRecord& a, const ModuleRecord& b, std::size_t* control) {
+  if (a.values.size() != b.values.size()) return false;
+  PresetModule rest = a.preset;
+  rest.data = b.preset.data;
+  if (rest != b.preset) return false;
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < a.values.size(); ++i) {
+    if (a.values[i] == b.values[i]) continue;
+    *control = i;
+    ++count;
+  }
+  return count == 1;
+}
+
+}  // namespace
+
+std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) {
+  const Difference difference = Compare(before, after);
+  if (!difference.added.empty() && !difference.removed.empty()) return "Replace modules";
+  if (!difference.added.empty()) return OfModules("Add", difference.added);
+  if (before.rack.rows < after.rack.rows && difference.removed.empty()) return "Add row";
+  if (before.rack.rows > after.rack.rows) return "Remove row";
+  if (!difference.removed.empty()) return OfModules("Remove", difference.removed);
+  if (before.rack.voices != after.rack.voices) return "Change voices";
+  if (difference.newCables > 0 && difference.lostCables > 0) return "Move cable";
+  if (difference.newCables > 0) return "Connect cable";
+  if (difference.lostCables > 0) return "Unplug cable";
+  if (difference.changed.size() == 1) {
+    return OfChange(*difference.changed.front().first, *difference.changed.front().second);
+  }
+  if (!difference.changed.empty()) {
+    return "Change " + std::to_string(difference.changed.size()) + " modules";
+  }
+  if (before.rack.oversamplingFactor != after.rack.oversamplingFactor ||
+      before.rack.oversamplingFilter != after.rack.oversamplingFilter) {
+    return "Change oversampling";
+  }
+  return "Change description";
+}
+
+EditHistory::EditHistory(SynEditor& editor) : editor_(editor), snapshots_(editor) {}
+
+double EditHistory::Now() const {
+  return editor_.Window() ? editor_.Window()->Frame().getTime() : 0.0;
+}
+
+EditHistory::File EditHistory::FileNow() const {
+  return {editor_.presetPath, editor_.presetFromChunk};
+}
+
+void EditHistory::Follow() {
+  edited_ = false;
+  touched_.clear();
+  loadedTitle_.clear();
+  present_ = snapshots_.Take(present_);
+  file_ = FileNow();
+}
+
+void EditHistory::Clear() {
+  done_.clear();
+  undone_.clear();
+  bytes_ = 0;
+  savedStates_.clear();
+  state_ = lastState_ = 0;
+  if (editor_.Window()) Follow();
+}
+
+void EditHistory::MarkSaved() {
+  Settle();
+  file_ = FileNow();
+  savedStates_[file_.path] = state_;
+}
+
+bool EditHistory::IsChanged() const {
+  const auto saved = savedStates_.find(editor_.presetPath);
+  return state_ != (saved == savedStates_.end() ? 0 : saved->second);
+}
+
+void EditHistory::ControlMoved(const CControl& control) {
+  if (const auto* module = dynamic_cast<const Module*>(control.getParentView())) {
+    touched_.insert(snapshots_.IdOf(*module));
+  }
+  edited_ = true;
+}
+
+void EditHistory::GestureEnded() { gestures_ = std::max(gestures_ - 1, 0); }
+
+void EditHistory::PresetLoaded(const std::string& title) {
+  loadedTitle_ = title;
+  edited_ = true;
+  MarkSaved();
+  loadedTitle_.clear();
+}
+
+void EditHistory::ModuleLeft(const Module& module) {
+  snapshots_.ModuleLeft(module);
+  gestures_ = 0;  // a control that goes in the middle of a gesture does not end it
+}
+
+bool EditHistory::IsBusy() const {
+  return gestures_ > 0 || editor_.cables.isDraggingCable ||
+         (editor_.Window() && editor_.Window()->IsDragging());
+}
+
+RackSnapshot EditHistory::Begin(const RackSnapshot& now) const {
+  RackSnapshot before = present_;
+  for (RackSnapshot::Entry& entry : before.modules) {
+    const ModuleRecord* present = now.Find(entry.id);
+    if (!present || present == entry.record.get() || touched_.contains(entry.id)) continue;
+    // Its controls were moved by the host or by another module; the rest only the user changes.
+    ModuleRecord drifted = *entry.record;
+    drifted.preset.data = present->preset.data;
+    drifted.values = present->values;
+    entry.record = std::make_shared<const ModuleRecord>(std::move(drifted));
+  }
+  return before;
+}
+
+void EditHistory::Settle() {
+  if (!edited_ || IsBusy() || !editor_.Window()) return;
+  edited_ = false;
+  RackSnapshot now = snapshots_.Take(present_);
+  RackSnapshot before = Begin(now);
+  touched_.clear();
+  if (before == now) {
+    present_ = std::move(now);
+    file_ = FileNow();
+    return;
+  }
+  Record(std::move(before), std::move(now));
+}
+
+bool EditHistory::JoinsLast(const RackSnapshot& before, const RackSnapshot& now) const {
+  if (done_.empty() || !undone_.empty() || !loadedTitle_.empty()) return false;
+  const Step& last = done_.back();
+  if (last.loads || !IsChanged() || Now() - last.time > kJoinSeconds) return false;
+  const Difference first = Compare(last.before, last.after);
+  const Difference second = Compare(before, now);
+  std::size_t firstControl = 0, secondControl = 0;
+  return first.changedIds.size() == 1 && first.changedIds == second.changedIds &&
+         first.added.empty() && second.added.empty() && first.removed.empty() &&
+         second.removed.empty() && first.newCables + first.lostCables == 0 &&
+         second.newCables + second.lostCables == 0 &&
+         DifferInOneControl(*first.changed[0].first, *first.changed[0].second, &firstControl) &&
+         DifferInOneControl(*second.changed[0].first, *second.changed[0].second, &secondControl) &&
+         firstControl == secondControl;
+}
+
+void EditHistory::Record(RackSnapshot before, RackSnapshot now) {
+  const bool joins = JoinsLast(before, now);
+  undone_.clear();
+  present_ = now;
+  Step step;
+  if (joins) {
+    step = std::move(done_.back());
+    done_.pop_back();
+    bytes_ -= step.bytes;
+  } else {
+    step.before = std::move(before);
+    step.fileBefore = file_;
+    step.stateBefore = state_;
+  }
+  step.after = std::move(now);
+  step.loads = !loadedTitle_.empty();
+  step.name = step.loads ? "Load " + loadedTitle_ : DescribeStep(step.before, step.after);
+  step.fileAfter = file_ = FileNow();
+  step.stateAfter = state_ = ++lastState_;
+  step.time = Now();
+  step.bytes = step.after.BytesBeside(step.before);
+  if (done_.empty()) {
+    step.bytes += step.before.BytesBeside({});
+  } else {
+    step.bytes += step.before.BytesBeside(done_.back().after);
+  }
+  bytes_ += step.bytes;
+  done_.push_back(std::move(step));
+  Trim();
+}
+
+void EditHistory::Trim() {
+  while (done_.size() > kMostSteps || (bytes_ > kMostBytes && !done_.empty())) {
+    bytes_ -= std::min(bytes_, done_.front().bytes);
+    done_.pop_front();
+  }
+}
+
+void EditHistory::Undo() {
+  Settle();
+  if (CanUndo() && !IsBusy()) Move(done_, undone_, true);
+}
+
+void EditHistory::Redo() {
+  Settle();
+  if (CanRedo() && !IsBusy()) Move(undone_, done_, false);
+}
+
+void EditHistory::Move(std::deque<Step>& from, std::deque<Step>& to, bool back) {
+  Step step = std::move(from.back());
+  from.pop_back();
+  const RackSnapshot& goal = back ? step.before : step.after;
+  if (!snapshots_.Restore(back ? step.after : step.before, goal)) {
+    editor_.ShowDialog({"Undo", "Not every module could be made again", 400});
+  }
+  if (step.loads) {
+    const File& file = back ? step.fileBefore : step.fileAfter;
+    editor_.presetPath = file.path;
+    editor_.presetFromChunk = file.fromChunk;
+    editor_.UpdatePresetDisplay(false);
+  }
+  present_ = snapshots_.Take(goal);
+  file_ = FileNow();
+  edited_ = false;
+  touched_.clear();
+  state_ = back ? step.stateBefore : step.stateAfter;
+  to.push_back(std::move(step));
+}
+
+}  // namespace halveron

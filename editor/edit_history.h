@@ -1,0 +1,109 @@
+// What the user did to the rack, step by step, to undo and redo it.
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <map>
+#include <set>
+#include <string>
+
+#include "presets/rack_snapshot.h"
+
+namespace halveron {
+
+class CControl;
+class SynEditor;
+
+/// A step is all that changed between two moments without a gesture: a control turned, a module
+/// moved, a cable dropped, a preset loaded. What modules or the host change by themselves meanwhile
+/// is not part of it, except in the module that the user moved. Belongs to the window thread, but
+/// for MarkEdited.
+class EditHistory {
+ public:
+  static constexpr std::size_t kMostSteps = 500;
+  static constexpr std::size_t kMostBytes = std::size_t{64} << 20;  ///< of all steps together
+
+  explicit EditHistory(SynEditor& editor);
+
+  /// The rack as it is now is where the next step begins.
+  void Follow();
+  /// Forgets all steps, for example because the host loaded another rack.
+  void Clear();
+  /// Records a step if the user changed something since the last one and no gesture is under way.
+  void Settle();
+
+  bool CanUndo() const { return !done_.empty(); }
+  bool CanRedo() const { return !undone_.empty(); }
+  /// What the next call of Undo or Redo is about, such as "Add S310 VCO"; empty if there is
+  /// nothing.
+  std::string UndoName() const { return done_.empty() ? "" : done_.back().name; }
+  std::string RedoName() const { return undone_.empty() ? "" : undone_.back().name; }
+  void Undo();
+  void Redo();
+  std::size_t Steps() const { return done_.size(); }
+
+  /// Whether the rack differs from its file, or, without one, from the rack that Follow began with.
+  bool IsChanged() const;
+  void MarkSaved();
+
+  // What happens to the rack.
+
+  /// The patch changed in another way than by a control. Any thread.
+  void MarkEdited() { edited_ = true; }
+  /// The user moved a control.
+  void ControlMoved(const CControl& control);
+  void GestureBegan() { ++gestures_; }
+  void GestureEnded();
+  /// The user has replaced the whole rack by a preset. The step brings the name of its file along.
+  void PresetLoaded(const std::string& title);
+  void ModuleLeft(const Module& module);
+
+ private:
+  /// The file that the rack belongs to.
+  struct File {
+    std::string path;
+    bool fromChunk = false;
+  };
+  struct Step {
+    RackSnapshot before;
+    RackSnapshot after;
+    std::string name;
+    File fileBefore;
+    File fileAfter;
+    bool loads = false;
+    int stateBefore = 0;
+    int stateAfter = 0;
+    double time = 0.0;  ///< when it ended, in seconds of the frame's clock
+    std::size_t bytes = 0;
+  };
+
+  bool IsBusy() const;
+  double Now() const;
+  File FileNow() const;
+  /// Without what changed by itself: the place where the step that ends now began.
+  RackSnapshot Begin(const RackSnapshot& now) const;
+  void Record(RackSnapshot before, RackSnapshot now);
+  bool JoinsLast(const RackSnapshot& before, const RackSnapshot& now) const;
+  void Move(std::deque<Step>& from, std::deque<Step>& to, bool back);
+  void Trim();
+
+  SynEditor& editor_;
+  RackSnapshots snapshots_;
+  RackSnapshot present_;  ///< at the end of the last step
+  File file_;
+  std::deque<Step> done_;
+  std::deque<Step> undone_;
+  std::size_t bytes_ = 0;
+  std::set<int> touched_;  ///< modules whose controls the user moved since
+  std::string loadedTitle_;
+  std::atomic<bool> edited_ = false;
+  int gestures_ = 0;
+  int state_ = 0;  ///< a number for each state of the rack that steps lead to
+  int lastState_ = 0;
+  std::map<std::string, int> savedStates_;  ///< by path
+};
+
+/// The name of a step between two racks, for a menu.
+std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after);
+
+}  // namespace halveron

@@ -1,0 +1,236 @@
+// Undo and redo of what the user does to the rack.
+#include "editor/edit_history.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "presets/module_roles.h"
+#include "presets/preset_format.h"
+#include "presets/preset_rack.h"
+#include "tests/support/scratch_folder.h"
+#include "tests/support/window_rig.h"
+
+namespace halveron {
+namespace {
+
+using testing::WindowRig;
+
+constexpr const char* kMixer = "S102 Unity Mixer";
+constexpr const char* kOscillator = "S310 VCO";
+
+std::vector<std::byte> BytesOf(WindowRig& rig) {
+  return WritePreset(CapturePreset(rig.editor), PresetForm::kFile);
+}
+
+void PressUndo(WindowRig& rig) { rig.frame.onKeyDown({U'z', kKeyNone, CButtonState(kControl)}); }
+
+TEST(EditHistory, NamesAndReversesWhatTheUserDoes) {
+  WindowRig rig;
+  EditHistory& history = rig.editor.history;
+  Module& oscillator = rig.Add(kOscillator, 0, 0);
+  Module& mixer = rig.Add(kMixer, 30, 0);
+  history.Follow();
+  EXPECT_FALSE(history.CanUndo());
+  const std::vector<std::byte> start = BytesOf(rig);
+
+  const auto expectStep = [&](const std::string& name) {
+    history.Settle();
+    EXPECT_EQ(history.UndoName(), name);
+  };
+  rig.Drag(rig.Middle(rig.Out(oscillator, "Saw")), rig.Middle(rig.In(mixer, "In 1")));
+  expectStep("Connect cable");
+  rig.Drag(rig.Free(mixer), rig.Free(mixer) + CPoint(5 * 12, 0));
+  expectStep("Move S102 Unity Mixer");
+  CControl& knob = rig.rack.Control(oscillator, "Fine tune");
+  rig.Drag(rig.Middle(knob), rig.Middle(knob) + CPoint(0, -30));
+  expectStep("Change S310 VCO");
+  EXPECT_EQ(history.Steps(), 3u) << "a drag of a knob is one step";
+  rig.editor.commands.AddRow();
+  expectStep("Add row");
+  rig.editor.commands.DeleteModule(mixer);
+  expectStep("Remove S102 Unity Mixer");
+  const std::vector<std::byte> end = BytesOf(rig);
+
+  for (int step = 0; step < 5; ++step) PressUndo(rig);
+  EXPECT_FALSE(history.CanUndo());
+  EXPECT_EQ(BytesOf(rig), start);
+  EXPECT_EQ(history.RedoName(), "Connect cable");
+  for (int step = 0; step < 5; ++step)
+    rig.frame.onKeyDown({U'z', kKeyNone, CButtonState(kControl | kShift)});
+  EXPECT_EQ(BytesOf(rig), end);
+
+  PressUndo(rig);
+  rig.editor.commands.AddRow();
+  history.Settle();
+  EXPECT_FALSE(history.CanRedo()) << "a new step takes the place of those undone";
+}
+
+TEST(EditHistory, LeavesWhatTheHostDoesAlone) {
+  WindowRig rig;
+  EditHistory& history = rig.editor.history;
+  Module& played = rig.Add(kOscillator, 0, 0);
+  Module& moved = rig.Add(kOscillator, 30, 0);
+  history.Follow();
+  CControl& automated = rig.rack.Control(played, "Fine tune");
+  rig.editor.parameters.Post(automated.getTag(), 0.875f);
+  rig.rack.MoveControl(moved, "Fine tune", 0.25f);
+  history.Settle();
+  ASSERT_EQ(history.Steps(), 1u);
+  rig.editor.parameters.Post(automated.getTag(), 0.75f);
+  history.Undo();
+  EXPECT_EQ(automated.getValue(), 0.75f);
+  EXPECT_NE(rig.rack.Control(moved, "Fine tune").getValue(), 0.25f);
+}
+
+TEST(EditHistory, KeepsTheFileOfALoadedPresetAndMarksChanges) {
+  const testing::ScratchFolder folder;
+  WindowRig rig;
+  EditHistory& history = rig.editor.history;
+  rig.Add(kMixer, 0, 0);
+  history.Follow();
+  ASSERT_TRUE(rig.editor.SavePreset(folder.At("one.hvp")));
+  EXPECT_FALSE(history.IsChanged());
+  rig.Add(kOscillator, 10, 0);
+  history.Settle();
+  EXPECT_TRUE(history.IsChanged());
+  ASSERT_TRUE(rig.editor.SavePreset(folder.At("two.hvp")));
+  ASSERT_TRUE(rig.editor.LoadPreset(folder.At("one.hvp")));
+  EXPECT_FALSE(history.IsChanged());
+  EXPECT_EQ(history.UndoName(), "Load one");
+  EXPECT_EQ(rig.editor.ModuleCount(), 1);
+  history.Undo();
+  EXPECT_EQ(rig.editor.ModuleCount(), 2);
+  EXPECT_EQ(rig.editor.presetPath, folder.At("two.hvp"));
+  EXPECT_FALSE(history.IsChanged());
+  history.Redo();
+  EXPECT_EQ(rig.editor.presetPath, folder.At("one.hvp"));
+}
+
+/// Edits as the user makes them, at random.
+class RandomEdits {
+ public:
+  RandomEdits(WindowRig& rig, unsigned seed) : rig_(rig), random_(seed) {}
+
+  void Make() {
+    SynEditor& rack = rig_.editor;
+    const int count = rack.ModuleCount();
+    switch (Pick(count < 3 ? 1 : 9)) {
+      case 0: {
+        static constexpr const char* kNames[] = {"S310 VCO",
+                                                 "S201 VCF",
+                                                 "S101 Mixer",
+                                                 "SB11 CV Seq",
+                                                 "SD05 MIDI Poly Chainer",
+                                                 "SD02 MIDI-CV/Sync",
+                                                 "S500 ADSR",
+                                                 "S120 Mono To Poly",
+                                                 "SD33 MIDI Arpeggiator"};
+        if (count < 12) rack.AddModule(kNames[Pick(std::size(kNames))], "Calderine");
+        break;
+      }
+      case 1:
+        rack.commands.DeleteModule(Any());
+        break;
+      case 2:
+      case 3:
+        Connect();
+        break;
+      case 4:
+        if (Cable* cable = AnyCable()) rack.cables.RemoveCable(cable, kAllVoices, false);
+        break;
+      case 5:
+      case 6:
+        Turn();
+        break;
+      case 7:
+        rack.voices.ApplyVoiceCount(1 + static_cast<int>(Pick(5)));
+        break;
+      default:
+        Option();
+    }
+  }
+
+ private:
+  std::size_t Pick(std::size_t count) { return random_() % count; }
+  Module& Any() { return *rig_.editor.modules[0][Pick(rig_.editor.modules[0].size())]; }
+  Cable* AnyCable() {
+    std::vector<Cable*> mains;
+    for (Cable* c = rig_.editor.cables.cableList.head; c; c = c->next) {
+      if (c->IsMain()) mains.push_back(c);
+    }
+    return mains.empty() ? nullptr : mains[Pick(mains.size())];
+  }
+  void Connect() {
+    const auto outputs = PointsFor(Any(), CableEnd::kOrigin);
+    const auto inputs = PointsFor(Any(), CableEnd::kDestination);
+    if (outputs.empty() || inputs.empty()) return;
+    PatchPoint* from = outputs[Pick(outputs.size())];
+    PatchPoint* to = inputs[Pick(inputs.size())];
+    if (from == to || !MayConnect(*from, *to) || to->firstCable) return;
+    if (from->type == kEitherPoint || to->type == kEitherPoint) return;
+    rig_.editor.cables.ConnectCable(from, to, 1 + static_cast<int>(Pick(6)), -1);
+  }
+  void Turn() {
+    const auto controls = SettableControls(Any());
+    if (controls.empty()) return;
+    const SettableControl& settable = controls[Pick(controls.size())];
+    if (settable.isLamp) return;
+    settable.control->setValue(static_cast<float>(Pick(101)) / 100.0f);
+    rig_.editor.valueChanged(settable.control);
+  }
+  void Option() {
+    Module& module = Any();
+    switch (Pick(4)) {
+      case 0:
+        rig_.editor.SetModuleAlwaysOn(&module, !module.alwaysOn);
+        break;
+      case 1:
+        if (module.monoSelectable) rig_.editor.voices.SetModuleMono(&module, !module.mono);
+        break;
+      case 2:
+        rig_.editor.SetModuleOversampled(&module, !module.oversampled);
+        break;
+      default:
+        rig_.editor.engine.ApplyOversamplingFactor(static_cast<int>(Pick(3)));
+        rig_.editor.history.MarkEdited();
+    }
+  }
+
+  WindowRig& rig_;
+  std::mt19937 random_;
+};
+
+TEST(EditHistory, UndoneAndRedoneRandomEditsGiveTheSameBytes) {
+  for (unsigned seed = 1; seed <= 4; ++seed) {
+    WindowRig rig;
+    EditHistory& history = rig.editor.history;
+    history.Follow();
+    RandomEdits edits(rig, seed);
+    std::vector<std::vector<std::byte>> states = {BytesOf(rig)};
+    for (int edit = 0; edit < 120; ++edit) {
+      const std::size_t steps = history.Steps();
+      edits.Make();
+      rig.frame.advanceTime(1.0);
+      history.Settle();
+      if (history.Steps() > steps) states.push_back(BytesOf(rig));
+    }
+    ASSERT_EQ(history.Steps() + 1, states.size());
+    ASSERT_GT(states.size(), 60u);
+    for (std::size_t state = states.size() - 1; state-- > 0;) {
+      const std::string name = history.UndoName();
+      history.Undo();
+      ASSERT_EQ(BytesOf(rig), states[state]) << "seed " << seed << " undo " << state << " " << name;
+    }
+    EXPECT_FALSE(history.CanUndo());
+    for (std::size_t state = 1; state < states.size(); ++state) {
+      const std::string name = history.RedoName();
+      history.Redo();
+      ASSERT_EQ(BytesOf(rig), states[state]) << "seed " << seed << " redo " << state << " " << name;
+    }
+    EXPECT_FALSE(history.CanRedo());
+  }
+}
+
+}  // namespace
+}  // namespace halveron
