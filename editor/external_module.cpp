@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <mutex>
 #include <span>
 #include <utility>
 
@@ -133,16 +134,24 @@ class ExternalDisplayView final : public DisplayView {
 class ExternalVoiceGroup final : public VoiceGroup {
  public:
   ExternalVoiceGroup(std::span<Module* const> modules, std::uint32_t lanes)
-      : functions_(static_cast<ExternalModule*>(modules.front())->Type().voices) {
+      : functions_(static_cast<ExternalModule*>(modules.front())->Type().voices),
+        engine_(*modules.front()->engine) {
+    // The interface promises that the modules do not process meanwhile, and the library may take
+    // down where the signals lie.
+    const std::lock_guard lock(engine_.processingLock);
     std::vector<void*> instances;
     for (Module* module : modules) {
+      static_cast<ExternalModule*>(module)->ShowPlannedPlaces(true);
       instances.push_back(static_cast<ExternalModule*>(module)->Instance());
     }
     voices_ = functions_.create_voices(instances.data(),
                                        static_cast<std::uint32_t>(instances.size()), lanes);
+    for (Module* module : modules) static_cast<ExternalModule*>(module)->ShowPlannedPlaces(false);
   }
   ~ExternalVoiceGroup() override {
-    if (voices_) functions_.destroy_voices(voices_);
+    if (!voices_) return;
+    const std::lock_guard lock(engine_.processingLock);
+    functions_.destroy_voices(voices_);
   }
 
   bool Load() override { return voices_ && functions_.load_voices(voices_) != 0; }
@@ -151,6 +160,7 @@ class ExternalVoiceGroup final : public VoiceGroup {
 
  private:
   const HalveronVoices functions_;
+  EngineContext& engine_;
   void* voices_;
 };
 
@@ -299,6 +309,14 @@ void ExternalModule::MakePoint(std::size_t index) {
   // The library's view of the point takes the place of the handle that made it.
   point->AttachHandle(&jacks_[index]);
   if (description.hasCaption) point->caption = description.caption.c_str();
+}
+
+void ExternalModule::ShowPlannedPlaces(bool show) {
+  for (std::size_t i = 0; i < jacks_.size(); ++i) {
+    const PatchPoint& point = *Points()[i];
+    const SignalRef& present = point.type == kOutputPoint ? point.out : point.in;
+    jacks_[i].cell = show ? point.plannedCell : present.Address();
+  }
 }
 
 void ExternalModule::MakeLamp(std::size_t index) {

@@ -57,6 +57,9 @@ class ExternalModule final : public Module {
   // For the functions that the library calls.
 
   void* Instance() const { return instance_; }
+  /// Whether the library finds its signals where they will lie in the sample plan that is being
+  /// made, or where they lie now. Inside the processing lock.
+  void ShowPlannedPlaces(bool show);
   CControl* ControlAt(std::uint32_t index) const {
     return index < controls_.size() ? controls_[index] : nullptr;
   }
