@@ -30,7 +30,7 @@ SharedPointer<CBitmap> MakePanelPicture(const Module& module, const ExternalModu
     for (const std::string& folder : {skinPath, skinFallbackPath, library}) {
       if (folder.empty()) continue;
       const auto own = SharedPointer<CBitmap>::Adopt(new CBitmap(folder + type.picture));
-      if (const auto scaled = MakeScaledBitmap(*own, width, height)) return scaled;
+      if (auto scaled = MakeScaledBitmap(*own, width, height)) return scaled;
     }
   }
   const PanelPainter paint = painter;

@@ -197,6 +197,30 @@ TEST(ExternalModules, PlayWithoutAllocation) {
   EXPECT_EQ(trap.Count(), 0);
 }
 
+TEST(ExternalModules, ShowAPictureOfTheirOwnScaledToThePanel) {
+  const LibraryFolder folder;
+  folder.Add("in_order", Ini("Amplifier", {kProbe}));
+  COffscreenContext own(10, 20);
+  own.setFillColor(CColor{200, 10, 20});
+  own.fillRect(CRect(0, 0, 10, 20));
+  ASSERT_TRUE(own.writePng(folder.Path() + "probe.png"));
+  ExternalRack rack;
+  ExternalModules modules;
+  modules.ScanModuleLibraries(folder.Path());
+  ModuleFailure failure = ModuleFailure::kNone;
+  Module* probe = modules.LoadExternalModule(*modules.Find(kProbe, kTestVendor), nullptr,
+                                             rack.editor.hostTable, 0, failure);
+  ASSERT_NE(probe, nullptr);
+  rack.editor.AdoptModule(probe);
+  COffscreenContext picture(static_cast<int>(probe->getWidth()),
+                            static_cast<int>(probe->getHeight()));
+  probe->drawRect(&picture, probe->getViewSize());
+  for (const int y : {20, static_cast<int>(probe->getHeight()) - 20}) {
+    EXPECT_EQ(picture.getPixel(4, y), (CColor{200, 10, 20}));
+  }
+  rack.editor.RemoveAllModules();
+}
+
 TEST(ExternalModules, DrawOnTheirDisplaysAndTakeTheMouse) {
   WindowRig rig;
   rig.editor.externalModules.AddLibrary(SdkLibrary("examples/drawn_wave"));

@@ -117,6 +117,7 @@ static void FillTable(const char* name) {
   table.columns = 4;
   table.version = 1000;
   table.flags = HALVERON_POLYPHONIC;
+  table.picture = "probe.png";
   table.control_size = sizeof controls[0];
   table.control_count = FAULT == ENDLESS_COUNTS ? 900 : 2;
   table.controls = controls;
