@@ -101,7 +101,7 @@ S318TrackerModPlayer::S318TrackerModPlayer(CFrame* frame, const HostTable& table
   const auto x = [](int index) { return kFirst + kApart * static_cast<float>(index); };
   AddLamp(startLamp_, "Start lamp", x(0) + 16, kLamps, SharedBitmap::kRedLamp);
   AddLamp(clockLamp_, "Clock lamp", x(1) + 16, kLamps, SharedBitmap::kBlueLamp);
-  AddLamp(playLamp_, "Play lamp", x(4) + 16, kLamps, SharedBitmap::kBlueLamp);
+  AddLamp(playLamp_, "Play lamp", x(3) + 16, kLamps, SharedBitmap::kBlueLamp);
   for (Lamp* lamp : std::initializer_list<Lamp*>{&startLamp_, &clockLamp_, &playLamp_}) {
     lamp->View().caption = "";
   }

@@ -5,6 +5,7 @@
 
 #include <random>
 
+#include "gui/button.h"
 #include "presets/module_roles.h"
 #include "presets/preset_format.h"
 #include "presets/preset_rack.h"
@@ -175,7 +176,8 @@ class RandomEdits {
     const auto controls = SettableControls(Any());
     if (controls.empty()) return;
     const SettableControl& settable = controls[Pick(controls.size())];
-    if (settable.isLamp) return;
+    // A button is up again when its gesture has ended.
+    if (settable.isLamp || dynamic_cast<CKickButton*>(settable.control)) return;
     settable.control->setValue(static_cast<float>(Pick(101)) / 100.0f);
     rig_.editor.valueChanged(settable.control);
   }

@@ -226,7 +226,7 @@ TEST(S313InternetRadio, ConnectsAgainAfterADropWithGrowingPauses) {
   WebServer server;
   server.Stream("/live", "audio/mpeg", SineFile("mp3", 1.0, 440.0), After::kSilence);
   RadioRig rig({server.Address("/live")});
-  rig.module->player.times.stall = 300ms;
+  rig.module->player.times.stall = 1500ms;
   rig.Connect();
   // Nothing more comes, and then the server is not there for a while.
   ASSERT_TRUE(rig.AwaitState(State::kReconnecting));
