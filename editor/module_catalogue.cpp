@@ -140,10 +140,6 @@ constexpr CatalogueEntry Made(Category category, const char* className) {
           &M::TearDownClass};
 }
 
-constexpr CatalogueEntry ToCome(Category category, const char* name, const char* className) {
-  return {category, name, className, nullptr, nullptr, nullptr};
-}
-
 constexpr CatalogueEntry kCatalogue[] = {
     Made<S101Mixer>(Category::kMixerPanner, "S101Mixer"),
     Made<S102UnityMixer>(Category::kMixerPanner, "S102UnityMixer"),

@@ -13,12 +13,13 @@ namespace {
 using halveron::AEffect;
 using halveron::Halveron;
 
-// A scanning host loads and unloads the plug-in many times, and its drawing libraries with it. Two
-// of these do not support that: Pango registers its types with a library that stays loaded, which
-// works only once; and pixman leaks 12 kB at each load.
+// A scanning host loads and unloads the plug-in many times, and its libraries with it. Some do not
+// support that: Pango registers its types with a library that stays loaded, which works only once;
+// pixman leaks 12 kB at each load, and what FFmpeg and curl stand on 1 kB and most of the time.
 void KeepLibraries() {
-  for (const char* name : {"libpango-1.0.so.0", "libpangoft2-1.0.so.0", "libpangocairo-1.0.so.0",
-                           "libpixman-1.so.0"}) {
+  for (const char* name :
+       {"libpango-1.0.so.0", "libpangoft2-1.0.so.0", "libpangocairo-1.0.so.0", "libpixman-1.so.0",
+        "libavformat.so.59", "libcurl-gnutls.so.4", "libtag.so.1"}) {
     halveron::platform::KeepLoaded(name);
   }
 }

@@ -37,7 +37,7 @@ S313InternetRadio::S313InternetRadio(CFrame* frame, const HostTable& table, int 
     return CRect(kWideLeft, top, kWideRight, top + kHeight);
   };
   ReadList();
-  station_ = AddSpecialDigitEx("Station", 44, kButtons, SharedBitmap::kRedDigits, kDigits, 1,
+  station_ = AddSpecialDigitEx("Station", 44, kButtons + 4, SharedBitmap::kRedDigits, kDigits, 1,
                                SlotsFor(stations_.size()));
   up_ = AddKickButton("Up", 88, kButtons - 12, SharedBitmap::kUpButton);
   down_ = AddKickButton("Down", 88, kButtons + 12, SharedBitmap::kDownButton);

@@ -319,7 +319,7 @@ void S315MiniSampler::LoadBlock(ByteReader& reader) {
       for (std::int32_t i = 0; i < stored; ++i) {
         float sample = 0.0f;
         reader.Read(sample);
-        buffer->Samples()[i] = std::isfinite(sample) ? sample : 0.0f;
+        buffer->Samples()[i] = HeldSample(sample);
       }
       buffer->SetLength(stored);
       workshop.Use(std::move(buffer), rate);

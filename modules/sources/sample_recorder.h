@@ -1,8 +1,6 @@
 // Recording into a sample, one value after another.
 #pragma once
 
-#include <cmath>
-
 #include "modules/sources/sample_set.h"
 
 namespace halveron {
@@ -14,10 +12,10 @@ struct SampleRecorder {
   /// as far as it goes. A full buffer of the largest capacity has its last sample written over and
   /// over; one that only memory keeps from being larger goes on in silence.
   float Step(SampleBuffer& buffer, float in, bool overdub, int largest = SampleBuffer::kLargest) {
-    if (!std::isfinite(in)) in = 0.0f;
+    in = HeldSample(in);
     float* const samples = buffer.Samples();
     if (overdub && writeIndex < buffer.Length()) {
-      samples[writeIndex] += in;
+      samples[writeIndex] = HeldSample(samples[writeIndex] + in);
     } else {
       samples[writeIndex] = in;
       buffer.SetLength(writeIndex + 1);

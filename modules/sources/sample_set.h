@@ -1,7 +1,9 @@
 // The sample that a sampler plays, shared by its voices.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <memory>
 
 #include "dsp/zeroed_memory.h"
@@ -9,6 +11,13 @@
 namespace halveron {
 
 struct SampleTables;
+
+/// What a sample may hold: no number that is not finite, nor one from which arithmetic would make
+/// such a number.
+inline float HeldSample(float value) {
+  constexpr float kLargestValue = 1e6f;
+  return std::isfinite(value) ? std::clamp(value, -kLargestValue, kLargestValue) : 0.0f;
+}
 
 /// A mono sample in memory, with guards on both sides so that interpolation may read past its ends.
 class SampleBuffer {

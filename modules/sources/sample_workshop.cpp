@@ -92,7 +92,7 @@ SampleWorkshop::Loaded SampleWorkshop::Decode(const std::string& path,
       float sum = 0.0f;
       for (std::int64_t c = 0; c < channels; ++c)
         sum += block[static_cast<std::size_t>(i * channels + c)];
-      samples[i] = sum / static_cast<float>(channels);
+      samples[i] = HeldSample(sum / static_cast<float>(channels));
     }
     length += got;
     buffer->SetLength(static_cast<int>(length));

@@ -10,10 +10,11 @@
 namespace halveron {
 
 /// A ring of interleaved samples that is filled at the start of a block and read by linear
-/// interpolation. Positions count samples, not frames. With nothing in it the outputs stand still.
+/// interpolation. Indices count samples, not frames. With nothing in it the outputs stand still.
 ///
-/// A stereo frame is two samples, and reading stays on the starts of frames: between two of them
-/// the position moves the interpolation, so that mono and stereo play at the same pitch.
+/// A stereo frame is two samples, and reading stays on the starts of frames. The place between two
+/// frames is kept by itself, so that the sound does not depend on where in the ring it lies, and so
+/// not on the size of blocks.
 struct StreamRing {
   static constexpr int kLeastSamples = 1002;
   static constexpr double kMostSamples = 1 << 24;
@@ -21,10 +22,9 @@ struct StreamRing {
   std::vector<float> ring = std::vector<float>(kLeastSamples);
   int ring_size = kLeastSamples;
   int ring_write = 0;
-  int ring_read = 0;           ///< start of a frame
-  double read_position = 0.0;  ///< ring_read and a part of a frame
-  double step_mono = 1.0;      ///< file rate / rack rate
-  double step_stereo = 2.0;    ///< twice that
+  int ring_read = 0;       ///< start of a frame
+  double fraction = 0.0;   ///< place behind it, in frames, below 1
+  double step_mono = 1.0;  ///< frames a sample: file rate / rack rate
   int channels = 2;
 
   float left = 0.0f;
@@ -34,13 +34,10 @@ struct StreamRing {
   void Restart(int newChannels) {
     channels = newChannels;
     ring_write = ring_read = 0;
-    read_position = 0.0;
+    fraction = 0.0;
   }
 
-  void SetStep(double step) {
-    step_mono = step;
-    step_stereo = 2.0 * step;
-  }
+  void SetStep(double step) { step_mono = step; }
 
   /// Samples that a block of `frames` may need at `ratio`, file rate / host rate. Even, so that no
   /// frame lies on the seam.
@@ -60,7 +57,6 @@ struct StreamRing {
     }
     ring.swap(larger);
     ring_size = size;
-    read_position -= ring_read;
     ring_read = 0;
     ring_write = count;
   }
@@ -90,33 +86,29 @@ struct StreamRing {
     if (held < channels) return false;
     // The last frame has no successor yet.
     const int next = held >= 2 * channels ? (ring_read + channels) % ring_size : ring_read;
-    const auto at = [this](int index) { return ring[static_cast<std::size_t>(index)]; };
-    if (channels == 1) {
-      const double f = read_position - ring_read;
-      left = static_cast<float>(at(ring_read) * (1.0 - f) + at(next) * f);
-      right = left;
-      Advance(step_mono);
-    } else {
-      const double f = (read_position - ring_read) * 0.5;
-      left = static_cast<float>(at(ring_read) * (1.0 - f) + at(next) * f);
-      right = static_cast<float>(at(ring_read + 1) * (1.0 - f) + at(next + 1) * f);
-      Advance(step_stereo);
-    }
+    const double f = fraction;
+    const auto between = [&](int channel) {
+      return static_cast<float>(ring[static_cast<std::size_t>(ring_read + channel)] * (1.0 - f) +
+                                ring[static_cast<std::size_t>(next + channel)] * f);
+    };
+    left = between(0);
+    right = channels == 1 ? left : between(1);
+    Advance(held / channels);
     return true;
   }
 
  private:
-  void Advance(double step) {
-    const double end = ring_read + Held();
-    read_position += step;
-    if (read_position >= end) read_position = end;  // never past what was written
-    int start = static_cast<int>(read_position);
-    if (channels == 2) start -= start % 2;
-    if (read_position >= ring_size) {
-      read_position -= ring_size;
-      start -= ring_size;
+  /// Never past the `frames` that wait.
+  void Advance(int frames) {
+    fraction += step_mono;
+    if (fraction >= frames) {
+      ring_read = ring_write;
+      fraction = 0.0;
+      return;
     }
-    ring_read = start;
+    const int whole = static_cast<int>(fraction);
+    fraction -= whole;
+    ring_read = (ring_read + whole * channels) % ring_size;
   }
 };
 

@@ -273,10 +273,11 @@ TEST(S315MiniSampler, ThePresetHoldsTheSample) {
   breakField(2, 1e300);
   breakField(14, std::nan(""));
   std::vector<std::byte> broken = block;
-  const float infinite = INFINITY;
-  std::memcpy(broken.data() + 42, &infinite, 4);
+  const float wild[] = {INFINITY, 3e38f};
+  std::memcpy(broken.data() + 42, wild, sizeof wild);
   other.LoadBlock(broken);
   EXPECT_EQ(other.Sample()[0], 0.0f);
+  EXPECT_EQ(other.Sample()[1], 1e6f);
 }
 
 TEST(S315MiniSampler, VoicesShareOneSample) {

@@ -66,7 +66,7 @@ TEST(S318PlaybackLaw, TurnsSpeedIntoRateOrTempo) {
 
 /// A rack without a clock, in which workers are waited for.
 struct PlayerRig {
-  explicit PlayerRig(float rate = 48000.0f) : rack(rate) {
+  explicit PlayerRig(float rate = 48000.0f, int blockSize = 64) : rack(rate, blockSize) {
     rack.editor.rendersOffline = [] { return true; };
     rack.editor.files.dataFolder = folder.At("");
     song = folder.Write("song.mod", TrackerFile());
@@ -127,6 +127,21 @@ TEST(S318TrackerModPlayer, PlaysASongAtItsPitchAndSaysWhatItIs) {
     rig.Run(4800);
     EXPECT_NEAR(PitchOf(rig.Run(static_cast<int>(rate / 2)), rate), kTrackerHertz, 0.4);
   }
+}
+
+TEST(S318TrackerModPlayer, RendersTheSameAtEveryBlockSize) {
+  const auto render = [](int blockSize) {
+    PlayerRig rig(48000.0f, blockSize);
+    rig.rack.SetControl(*rig.module, "Tempo", 0.4f);
+    rig.rack.SetControl(*rig.module, "Pitch", 0.6f);
+    rig.module->LoadFile(rig.song);
+    return rig.Run(30000);
+  };
+  const std::vector<float> samples = render(64);
+  EXPECT_NE(samples[20000], samples[20001]);
+  EXPECT_EQ(render(64), samples);
+  EXPECT_EQ(render(333), samples);
+  EXPECT_EQ(render(4096), samples);
 }
 
 TEST(S318TrackerModPlayer, PlaysSoundFilesAndRefusesOthers) {
