@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <ostream>
+#include <set>
 #include <span>
 
 #include "editor/known_modules.h"
@@ -50,6 +51,18 @@ void LoadPresetFile(const std::string& path, SynEditor& editor) {
   if (!loaded) throw FileError(path, "", failure);
 }
 
+void LoadWithPlaceholders(const std::string& path, SynEditor& editor, std::ostream& err) {
+  const PresetDocument preset = ReadPresetFile(path);
+  if (!editor.LoadPresetWithPlaceholders(path)) throw FileError(path, "", "cannot be loaded");
+  std::set<std::string> named;
+  for (const PresetModule& module : preset.modules) {
+    if (!editor.IsMissing(module.name, module.vendor)) continue;
+    if (!named.insert(module.name + " " + module.vendor).second) continue;
+    err << "halveron: warning: " << path << ": " << module.name << " " << module.vendor
+        << " is missing; a placeholder stands for it\n";
+  }
+}
+
 void Print(const PatchWarnings& warnings, std::ostream& err) {
   for (const std::string& warning : warnings) err << "halveron: warning: " << warning << "\n";
 }
@@ -58,9 +71,10 @@ void Print(const PatchWarnings& warnings, std::ostream& err) {
 
 void RequirePatchExtension(const std::string& path) { KindOf(path); }
 
-void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err) {
+void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err,
+                   bool placeholders) {
   if (KindOf(path) == PatchKind::kPreset) {
-    LoadPresetFile(path, editor);
+    placeholders ? LoadWithPlaceholders(path, editor, err) : LoadPresetFile(path, editor);
     return;
   }
   PatchWarnings warnings;

@@ -12,7 +12,10 @@ class SynEditor;
 
 /// Replaces the contents of the rack. Warnings about a text patch go to `err`, one line each.
 /// Throws platform::FileError if the file cannot be read, is refused, or has another extension.
-void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err);
+/// With `placeholders`, modules of a preset that are missing have placeholders, and `err` names
+/// them.
+void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err,
+                   bool placeholders = false);
 
 /// The contents of a file of either kind as a preset of the current version; a preset of an earlier
 /// one is loaded into the editor's rack for that. Warnings and errors as for LoadPatchFile.

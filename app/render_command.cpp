@@ -260,7 +260,7 @@ int Render(const RenderOptions& options, std::ostream& out, std::ostream& err) {
   Material material = Gather(options);
 
   OfflineHost host({options.rate, options.block, !options.isStopped, material.song});
-  LoadPatchFile(options.patch, host.Rack(), err);
+  LoadPatchFile(options.patch, host.Rack(), err, options.placeholders);
   if (options.voices) host.Rack().voices.ApplyVoiceCount(*options.voices);
   if (options.oversampling) {
     const auto factor = static_cast<unsigned>(*options.oversampling);

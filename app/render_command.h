@@ -21,6 +21,7 @@ struct RenderOptions {
   std::optional<double> tempo;  ///< over the MIDI file's own; its messages follow
   bool isStopped = false;
   int channels = 2;
+  bool placeholders = false;        ///< for modules of a preset that are missing
   std::optional<int> voices;        ///< over the patch's own
   std::optional<int> oversampling;  ///< over the patch's own
 };

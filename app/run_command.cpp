@@ -26,6 +26,7 @@ namespace {
 
 constexpr int kHighestRate = 12'000'000;
 constexpr int kLargestBlock = 1 << 16;
+constexpr const char* kPlaceholdersHelp = "Go on without the modules of a preset that are missing";
 constexpr std::int64_t kMostFrames = std::int64_t{1} << 36;
 
 /// What a mistyped file or patch can bring into a message stays on its one line.
@@ -125,6 +126,7 @@ struct CommandLine {
     renderCall->add_option("--tempo", render.tempo,
                            "Quarter notes a minute, over the MIDI file's own");
     renderCall->add_flag("--stopped", render.isStopped, "The transport does not run");
+    renderCall->add_flag("--placeholders", render.placeholders, kPlaceholdersHelp);
     renderCall->add_option("--channels", render.channels, "Host outputs to write, from the first")
         ->check(CLI::Range(1, 12))
         ->capture_default_str();
@@ -169,6 +171,7 @@ struct CommandLine {
     screenshotCall->add_option("--size", screenshot.size, "Its size")->capture_default_str();
     screenshotCall->add_option("--rows", screenshot.rows, "Rows to show; without it all, up to 10")
         ->check(CLI::Range(Options::kFewestViewableRows, Options::kMostViewableRows));
+    screenshotCall->add_flag("--placeholders", screenshot.placeholders, kPlaceholdersHelp);
     screenshotCall->add_option("--menu", screenshot.menu, "A menu to open")
         ->check(CLI::IsMember({"modules", "main", "presets"}));
   }

@@ -90,7 +90,7 @@ int Screenshot(const ScreenshotOptions& options, std::ostream& out, std::ostream
   OfflineHost host({});
   dsp::SeedRandom(kSeed);
   SynEditor& rack = host.Rack();
-  LoadPatchFile(options.patch, rack, err);
+  LoadPatchFile(options.patch, rack, err, options.placeholders);
   rack.options.viewableRows.Set(options.rows > 0 ? options.rows : rack.rows);
   rack.presetPath = std::filesystem::path(options.patch).stem().string();
   RackWindow& window = rack.OpenViews();

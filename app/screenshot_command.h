@@ -12,8 +12,9 @@ struct ScreenshotOptions {
   std::string output;
   std::string skin = "Classic";
   std::string size = "Medium";
-  int rows = 0;      ///< rows that the window shows; 0: as many as the rack has, within its bounds
-  std::string menu;  ///< "modules", "main" or "presets" is opened; empty: none
+  int rows = 0;  ///< rows that the window shows; 0: as many as the rack has, within its bounds
+  bool placeholders = false;  ///< for modules of a preset that are missing
+  std::string menu;           ///< "modules", "main" or "presets" is opened; empty: none
 };
 
 /// Returns the exit status. The same patch gives the same picture on every run. Throws

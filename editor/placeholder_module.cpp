@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "gui/draw_context.h"
-#include "gui/theme.h"
+#include "gui/text_fit.h"
 
 namespace halveron {
 
@@ -210,24 +210,17 @@ void PlaceholderModule::drawBackgroundRect(CDrawContext* context, const CRect& /
   context->setFrameColor(CColor{150, 96, 40});
   context->setLineWidth(2 * u);
   context->drawRect(whole);
+  const auto font = SharedPointer<CFontDesc>::Adopt(
+      new CFontDesc("Roboto Condensed", std::max(9.0 * u, 7.5), kBoldFace));
+  const std::string text =
+      WrapText(*font, plan_.identity.first + "\n" + plan_.identity.second + "\nmissing",
+               whole.right - 8 * u);
+  const CRect head(2 * u, 2 * u, whole.right - 2 * u, font->measure(text).y + 8 * u);
   context->setFillColor(CColor{34, 35, 38});
-  const CCoord head = 46 * u;
-  context->fillRect(CRect(2 * u, 2 * u, whole.right - 2 * u, head));
+  context->fillRect(head);
   context->setFontColor(CColor{235, 180, 110});
-  const CCoord line = 13 * u;
-  const auto write = [&](const std::string& text, CCoord top, double size) {
-    const auto font = SharedPointer<CFontDesc>::Adopt(new CFontDesc(nullptr, size * u, kBoldFace));
-    // As much as the width allows.
-    const CCoord width = font->measure(text).x;
-    const double fits = std::min(1.0, (whole.right - 8 * u) / std::max(width, 1.0));
-    const auto fitted = SharedPointer<CFontDesc>::Adopt(
-        new CFontDesc(nullptr, std::max(size * u * fits, 6.0), kBoldFace));
-    context->setFont(fitted);
-    context->drawString(text, CRect(3 * u, top, whole.right - 3 * u, top + line));
-  };
-  write(plan_.identity.first, 4 * u, 10);
-  write(plan_.identity.second, 17 * u, 8);
-  write("missing", 30 * u, 8);
+  context->setFont(font);
+  context->drawString(text, head);
 }
 
 }  // namespace halveron

@@ -87,6 +87,24 @@ TEST_F(OwnModules, AreRenderedConvertedAndDrawn) {
   EXPECT_NE(unknown.err.find("did you mean \"Example Filter\"?"), std::string::npos) << unknown.err;
 }
 
+TEST_F(OwnModules, MayBeMissingWherePlaceholdersAreAskedFor) {
+  const std::string patch = scratch_.Write("patch.json", kPatch);
+  const std::string preset = scratch_.At("a.hvp");
+  ASSERT_EQ(Call({"convert", patch, preset}).status, 0);
+  fs::remove(folder_ / "filter.ini");
+  const std::string wave = scratch_.At("a.wav");
+  const Answer refused = Call({"render", preset, "-o", wave, "--frames", "480"});
+  EXPECT_EQ(refused.status, kExitMisuse);
+  EXPECT_NE(refused.err.find("Example Filter Halveron Examples failed to load"), std::string::npos)
+      << refused.err;
+  const Answer rendered = Call({"render", preset, "-o", wave, "--frames", "480", "--placeholders"});
+  EXPECT_EQ(rendered.status, 0) << rendered.err;
+  EXPECT_NE(rendered.err.find("Example Filter Halveron Examples is missing; a placeholder"),
+            std::string::npos)
+      << rendered.err;
+  EXPECT_NE(rendered.out.find("silent"), std::string::npos) << rendered.out;
+}
+
 TEST(CheckLibrary, FindsNothingWrongWithTheExamplesAndTheTemplate) {
   for (const char* name :
        {"examples/mixer", "examples/filter", "examples/drawn_wave", "template/my_modules"}) {
