@@ -142,8 +142,12 @@ void WebServer::Stream(const std::string& path, const std::string& type, const s
     for (const auto& header : ToHeaders(headers)) response.headers.insert(header);
     response.set_content_provider(type, [=, this](std::size_t offset, httplib::DataSink& sink) {
       constexpr std::size_t kPiece = 8192;
-      if (offset < bytes.size()) {
-        return sink.write(bytes.data() + offset, std::min(kPiece, bytes.size() - offset));
+      const bool repeats = after == After::kAgain && !isDown_ && !isEnding_;
+      if (offset < bytes.size() || repeats) {
+        // Faster than it sounds for a start, then no faster than that needs.
+        if (offset >= bytes.size()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        const std::size_t at = offset % bytes.size();
+        return sink.write(bytes.data() + at, std::min(kPiece, bytes.size() - at));
       }
       if (after == After::kSilence) Wait();
       return false;

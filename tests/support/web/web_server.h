@@ -39,8 +39,9 @@ class WebServer {
   /// Whole answers.
   void Serve(const std::string& path, const std::string& type, const std::string& bytes,
              const std::vector<std::pair<std::string, std::string>>& headers = {});
-  /// A stream that ends after `bytes`, or that says nothing more and stays open.
-  enum class After { kEnd, kSilence };
+  /// A stream that ends after `bytes`, or that says nothing more and stays open, or that repeats
+  /// them until the server goes down.
+  enum class After { kEnd, kSilence, kAgain };
   void Stream(const std::string& path, const std::string& type, const std::string& bytes,
               After after, const std::vector<std::pair<std::string, std::string>>& headers = {});
   /// Takes the request and never answers.
