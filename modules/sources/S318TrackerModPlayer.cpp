@@ -84,7 +84,7 @@ std::vector<CFileExtension> SongKinds() {
   };
   std::vector<CFileExtension> all;
   for (const Kind& kind : kinds) {
-    for (const char* ending : kind.endings) all.emplace_back(kind.name, ending, "");
+    for (const char* ending : kind.endings) all.push_back({kind.name, ending, ""});
   }
   return all;
 }
