@@ -139,7 +139,7 @@ void PanelPainter::PaintAround(const Part& part) {
       PaintScale(part);
       break;
     case PartKind::kWindow:
-      canvas_.RoundRect(Grown(part.rect, 2 * u_), 2.5 * u_);
+      canvas_.RoundRect(Grown(part.rect, kWindowFrame * u_), 2.5 * u_);
       canvas_.Fill(theme_.window);
       canvas_.Stroke(theme_.window.Darker(0.5), line_);
       break;

@@ -511,6 +511,7 @@ void PlaceRules(PanelPlan& plan) {
 }  // namespace
 
 CRect Part::Claim() const {
+  if (kind == PartKind::kWindow) return Grown(rect, kWindowFrame * Unit());
   if (kind == PartKind::kEither) return Grown(rect, kEitherRing * Unit());
   if (kind != PartKind::kKnob && kind != PartKind::kSteppedKnob) return rect;
   const double ring = kScaleRing * Unit();

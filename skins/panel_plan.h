@@ -32,6 +32,8 @@ inline bool IsJack(PartKind kind) {
   return kind == PartKind::kInput || kind == PartKind::kOutput || kind == PartKind::kEither;
 }
 
+inline constexpr double kWindowFrame = 2;  ///< panel units around a display that its recess takes
+
 /// A text and what it costs to show it in place of the whole caption, which costs 0.
 struct ShortForm {
   std::string text;

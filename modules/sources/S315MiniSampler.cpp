@@ -87,8 +87,8 @@ void S315MiniSampler::AddKnobs() {
   // Its tables are made by a thread, which no host's automation may start.
   AddSteppedKnob(quality_, "Quality", 337, kTop, SharedBitmap::kGrayKnob13, 0.0f, TAG_UNASSIGNED);
   fineStart_.View().caption = "Fine";
-  xfade_ = AddTextLabel("Xfade", CRect(206, 163, 262, 175));
-  declick_ = AddTextLabel("Declick", CRect(264, 163, 321, 175));
+  xfade_ = AddTextLabel("Xfade", CRect(205, 163, 260, 175));
+  declick_ = AddTextLabel("Declick", CRect(266, 163, 321, 175));
 }
 
 CKickButtonEx* S315MiniSampler::AddAction(const char* role, float x, float y, Picture picture) {
@@ -129,8 +129,7 @@ void S315MiniSampler::AddButtons() {
   rootUp_ = AddAction("Root up", x(6), kActions, kRootUp);
   rootDown_ = AddAction("Root down", x(7), kActions, kRootDown);
   rootFromPitch_ = AddAction("Root from pitch", x(8), kActions, kNote);
-  rootNote_ =
-      AddSpecialDigitEx("Root note", x(9), kActions + 3, SharedBitmap::kRedDigits, 3, 0, 127);
+  rootNote_ = AddSpecialDigitEx("Root note", x(9), kActions, SharedBitmap::kRedDigits, 3, 0, 127);
   if (pictures_[kDigits]) rootNote_->setBackground(pictures_[kDigits]);
   rootNote_->setValue(kMiddleC);
   rootNote_->setDefaultValue(kMiddleC);
@@ -149,6 +148,12 @@ void S315MiniSampler::AddScreen() {
   if (pictures_[kLamp]) lamp_.View().setBackground(pictures_[kLamp]);
   lamp_.View().caption = "";
   message_ = AddTextLabel("Message", CRect(12, 104, 334, 116));
+  constexpr double kTextSize = 7.2, kMessageSize = 8.5;  // panel units
+  for (CTextLabel* label : {xfade_, declick_, bitInt_, bitFloat_, message_}) {
+    const double size = label == message_ ? kMessageSize : kTextSize;
+    label->setFont(SharedPointer<CFontDesc>::Adopt(
+        new CFontDesc(nullptr, size * static_cast<double>(uiScale))));
+  }
   const CRect area(ScaleToPixels(12), ScaleToPixels(40), ScaleToPixels(348), ScaleToPixels(101));
   SampleScreen::Links links;
   links.marks = [this] { return Marks(); };
