@@ -53,7 +53,7 @@ void RequireRegularFile(const std::string& path) {
 
 }  // namespace
 
-std::unique_ptr<AudioDecoder> OpenAudioFile(const std::string& path, std::stop_token stop) {
+std::unique_ptr<AudioDecoder> OpenAudioFile(const std::string& path, const std::stop_token& stop) {
   RequireRegularFile(path);
   try {
     return std::make_unique<StoppableReader>(path, stop);

@@ -34,6 +34,7 @@ class AudioDecoder {
 
 /// Opens a local file. Refuses what is empty, cut off, no sound, or more than 64 channels wide. A
 /// requested stop ends the opening and every later Read with an error.
-std::unique_ptr<AudioDecoder> OpenAudioFile(const std::string& path, std::stop_token stop = {});
+std::unique_ptr<AudioDecoder> OpenAudioFile(const std::string& path,
+                                            const std::stop_token& stop = {});
 
 }  // namespace halveron::media

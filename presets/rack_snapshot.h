@@ -1,10 +1,10 @@
 // What a rack holds at one moment, and the way from there to what it held at another.
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "presets/preset_document.h"
@@ -36,7 +36,10 @@ struct RackSnapshot {
   struct Cable {
     int fromModule = 0, fromPoint = 0, toModule = 0, toPoint = 0;  ///< ids and points of modules
     int colour = 1;
-    auto operator<=>(const Cable&) const = default;
+
+    auto Key() const { return std::tie(fromModule, fromPoint, toModule, toPoint, colour); }
+    bool operator==(const Cable& other) const { return Key() == other.Key(); }
+    bool operator<(const Cable& other) const { return Key() < other.Key(); }
   };
 
   PresetDocument rack;  ///< all but modules and cables

@@ -21,7 +21,7 @@ const Theme& ThemeOf(const std::string& skin) {
 
 /// The head of a panel has a first word and more; a name of one word gets its maker's before it.
 std::string HeadOf(const Module& module) {
-  const std::string name = module.GetName();
+  std::string name = module.GetName();
   if (name.find(' ') != std::string::npos) return name;
   const std::string vendor = module.GetVendorName();
   return vendor.substr(0, vendor.find(' ')) + " " + name;

@@ -135,7 +135,8 @@ S218SpectralFilterFrames S218SpectralFilterFrames::FromPatch(const PatchValue& v
       if (key != "gain" && key != "phase") {
         throw UserError("", place, "unknown key \"" + key + "\"", "use \"gain\" and \"phase\"");
       }
-      TakeList(member, place + "." + key, key == "gain" ? bars.gain : bars.phase);
+      TakeList(member, std::string(place).append(".").append(key),
+               key == "gain" ? bars.gain : bars.phase);
     }
     auto spare = Make();
     frames.Set(static_cast<int>(i), bars, spare);
