@@ -33,8 +33,10 @@ struct SoundTouch {
     if (!found) throw std::runtime_error(std::string("libSoundTouchDll has no ") + name);
     return found;
   }
+// NOLINTBEGIN(bugprone-macro-parentheses): the name is declared, which parentheses do not allow.
 #define HALVERON_FIND(name) \
   decltype(::soundtouch_##name)* name = Find<decltype(::soundtouch_##name)>("soundtouch_" #name)
+  // NOLINTEND(bugprone-macro-parentheses)
 
   platform::SharedLibrary library{"libSoundTouchDll.so.1"};
   HALVERON_FIND(createInstance);
