@@ -59,12 +59,12 @@ void CableLayer::Match(const std::vector<CableStrand>& present) {
   shown_ = std::move(next);
 }
 
-void CableLayer::Update(std::vector<CableStrand> present) {
+void CableLayer::Update(const std::vector<CableStrand>& present) {
   const bool isSame =
       std::equal(shown_.begin(), shown_.end(), present.begin(), present.end(),
                  [](const Shown& a, const CableStrand& b) { return a.strand == b; });
   if (isSame) return;
-  Match(std::move(present));
+  Match(present);
   // New cables usually lie above all others: these are added to the picture as it is.
   std::size_t top = shown_.size();
   while (top > 0 && (shown_[top - 1].isNew || shown_[top - 1].moves)) --top;

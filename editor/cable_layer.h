@@ -37,7 +37,7 @@ class CableLayer {
   void MoveTo(const CPoint& corner);
 
   /// Takes all visible cables, the lowest first.
-  void Update(std::vector<CableStrand> present);
+  void Update(const std::vector<CableStrand>& present);
   /// Nothing moves any more: all cables join the picture.
   void Settle();
   /// Draws a part, given in the coordinates of the view.

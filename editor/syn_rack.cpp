@@ -119,7 +119,7 @@ void SynRack::UpdateCables() {
   for (const Cable* cable = rack_.cables.cableList.head; cable; cable = cable->next) {
     if (cable->voiceTag == 0) strands.push_back(StrandOf(*cable));
   }
-  cables_.Update(std::move(strands));
+  cables_.Update(strands);
   if (redrawFrames_ == kLayerPending) cables_.Settle();
   if (isNewPaint) --redrawFrames_;
 }
