@@ -24,6 +24,8 @@ namespace halveron {
 namespace {
 
 constexpr int kFrames = 256;
+/// Modules in a category: "=", which would be the key of the next, can be none.
+constexpr int kMostNumbers = 12;
 
 /// A fault: what it is about, and what it is.
 using Report = std::function<void(const std::string& place, const std::string& cause)>;
@@ -37,7 +39,10 @@ void CheckIni(const ModuleLibrary& library, const Report& report) {
     const auto category = static_cast<Category>(i);
     const std::string folder = NamesOf(category).folder;
     const auto text = ini.Find(folder, "number_of_modules");
-    if (!text) continue;
+    if (!text) {
+      if (ini.Find(folder, "M1")) report(path, "[" + folder + "] has no number_of_modules");
+      continue;
+    }
     const int announced = ini.GetInt(folder, "number_of_modules", -1);
     if (announced < 0) {
       report(path, "[" + folder + "] number_of_modules is '" + *text + "', no count");
@@ -46,6 +51,11 @@ void CheckIni(const ModuleLibrary& library, const Report& report) {
     const auto found =
         std::count_if(library.modules.begin(), library.modules.end(),
                       [&](const ModuleEntry& entry) { return entry.category == category; });
+    const std::string next{'M', static_cast<char>('1' + std::min(announced, kMostNumbers))};
+    if (announced < kMostNumbers && ini.Find(folder, next)) {
+      report(path, "[" + folder + "] announces " + std::to_string(announced) +
+                       " modules, but has the key " + next);
+    }
     if (found == announced) continue;
     report(path, "[" + folder + "] announces " + std::to_string(announced) + " modules and has " +
                      std::to_string(found) + " names, by the keys M1, M2 and so on");

@@ -106,7 +106,7 @@ double EditHistory::Now() const {
 }
 
 EditHistory::File EditHistory::FileNow() const {
-  return {editor_.presetPath, editor_.presetFromChunk};
+  return {editor_.presetPath, editor_.presetFromChunk, editor_.Placeholders()};
 }
 
 void EditHistory::Follow() {
@@ -259,11 +259,12 @@ void EditHistory::Move(std::deque<Step>& from, std::deque<Step>& to, bool back) 
   Step step = std::move(from.back());
   from.pop_back();
   const RackSnapshot& goal = back ? step.before : step.after;
+  const File& file = back ? step.fileBefore : step.fileAfter;
+  editor_.UsePlaceholders(file.placeholders);
   if (!snapshots_.Restore(back ? step.after : step.before, goal)) {
     editor_.ShowDialog({"Undo", "Not every module could be made again", 400});
   }
   if (step.loads) {
-    const File& file = back ? step.fileBefore : step.fileAfter;
     editor_.presetPath = file.path;
     editor_.presetFromChunk = file.fromChunk;
     editor_.UpdatePresetDisplay(false);

@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "editor/placeholder_module.h"
 #include "presets/rack_snapshot.h"
 
 namespace halveron {
@@ -59,10 +60,11 @@ class EditHistory {
   void ModuleLeft(const Module& module);
 
  private:
-  /// The file that the rack belongs to.
+  /// The file that the rack belongs to, and what of it is missing.
   struct File {
     std::string path;
     bool fromChunk = false;
+    PlaceholderPlans placeholders{};
   };
   struct Step {
     RackSnapshot before;

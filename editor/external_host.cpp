@@ -16,9 +16,13 @@ struct HalveronPen {
   double scale;  ///< pixels of a panel unit
   std::vector<halveron::CPoint> points{};
 
+  /// An infinite place would break the drawing of the whole window.
+  static double Within(float place) {
+    constexpr float kFar = 1e5f;  // panel units
+    return std::isnan(place) ? 0.0 : static_cast<double>(std::clamp(place, -kFar, kFar));
+  }
   halveron::CPoint At(float x, float y) const {
-    return halveron::CPoint(corner.x + static_cast<double>(x) * scale,
-                            corner.y + static_cast<double>(y) * scale);
+    return halveron::CPoint(corner.x + Within(x) * scale, corner.y + Within(y) * scale);
   }
   halveron::CRect Area(float x, float y, float width, float height) const {
     const halveron::CPoint from = At(x, y), to = At(x + width, y + height);
@@ -206,7 +210,7 @@ HalveronCanvas MakeCanvas() {
     pen->context.setFontColor(color);
   };
   canvas.SetLineWidth = [](HalveronPen* pen, float width) {
-    pen->context.setLineWidth(std::max(static_cast<double>(width), 0.0) * pen->scale);
+    pen->context.setLineWidth(std::max(HalveronPen::Within(width), 0.0) * pen->scale);
   };
   canvas.SetFontSize = SetFontSize;
   canvas.DrawLine = [](HalveronPen* pen, float x1, float y1, float x2, float y2) {

@@ -21,8 +21,6 @@ constexpr const char* kLibraryExtension = ".so";
 constexpr const char* kConfiguration = "Configuration";
 /// A key is one character from '0' on: so many fit.
 constexpr int kMostNumbers = 255 - '0';
-/// Links may make a folder contain itself.
-constexpr int kDeepestFolder = 16;
 
 std::string NumberKey(int number) {
   return {'M', static_cast<char>(static_cast<unsigned char>('0' + number))};
@@ -43,8 +41,13 @@ int ReadEntries(const platform::ProfileFile& ini, ModuleLibrary& library) {
   if (announced <= 0) return 0;
   for (int i = 0; i < kCategoryCount; ++i) {
     const auto category = static_cast<Category>(i);
+    std::vector<std::string> keys;
     for (int number = 1; number <= std::min(counts[i], kMostNumbers); ++number) {
-      std::string name = ini.GetText(NamesOf(category).folder, NumberKey(number), "");
+      keys.push_back(NumberKey(number));
+    }
+    int number = 0;
+    for (std::string& name : ini.GetTexts(NamesOf(category).folder, keys)) {
+      ++number;
       if (name.empty()) continue;
       name.resize(std::min(name.size(), kMostPresetTextBytes - 1));
       ModuleEntry& entry = library.modules.emplace_back();
@@ -73,13 +76,17 @@ std::vector<std::string> Names(const std::string& folder, bool folders) {
 }  // namespace
 
 void ExternalModules::ScanModuleLibraries(const std::string& folder) {
-  if (!folder.empty()) ScanFolder(folder, 0);
+  std::set<std::string> visited;
+  if (!folder.empty()) ScanFolder(folder, visited);
 }
 
-void ExternalModules::ScanFolder(const std::string& folder, int depth) {
-  if (depth > kDeepestFolder) return;
+void ExternalModules::ScanFolder(const std::string& folder, std::set<std::string>& visited) {
+  // Links may make a folder contain itself.
+  std::error_code error;
+  const std::string real = fs::canonical(folder, error).string();
+  if (error || !visited.insert(real).second) return;
   for (const std::string& name : Names(folder, true)) {
-    if (!name.starts_with('.')) ScanFolder(folder + name + "/", depth + 1);
+    if (!name.starts_with('.')) ScanFolder(folder + name + "/", visited);
   }
   for (const std::string& name : Names(folder, false)) {
     if (name.ends_with(kLibraryExtension)) AddLibrary(folder + name);
@@ -140,8 +147,19 @@ bool ExternalModules::LoadLibrary(ModuleLibrary& library) {
   skin.skin_fallback_path = skinFallbackPath.c_str();
   skin.panelHeight = panelHeight;
   skin.uiScale = uiScale;
-  library.dll_initialize(&skin);
-  return true;
+  bool hasThrown = false;
+  try {
+    library.dll_initialize(&skin);
+  } catch (...) {
+    // Against the rules of the interface, but no reason for the host to end.
+    hasThrown = true;
+  }
+  // Only now: the exception's own code is the library's.
+  if (hasThrown) {
+    library.failure = library.dll_path + ": DllInitialize throws an exception";
+    library.handle.reset();
+  }
+  return !hasThrown;
 }
 
 void ExternalModules::Prepare(ModuleEntry& entry) {
@@ -152,8 +170,13 @@ void ExternalModules::Prepare(ModuleEntry& entry) {
     request.size = sizeof request;
     request.name = each.name.c_str();
     each.problems.clear();
-    if (library.get_dll_module(&request, library.vendor.c_str()) == 0) {
-      each.problems = {"the library does not know this module"};
+    try {
+      if (library.get_dll_module(&request, library.vendor.c_str()) == 0) {
+        each.problems = {"the library does not know this module"};
+        continue;
+      }
+    } catch (...) {
+      each.problems = {"GetDllModule throws an exception"};
       continue;
     }
     each.required_host_version = request.required_host_version;

@@ -3,6 +3,7 @@
 
 #include <deque>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -67,7 +68,7 @@ class ExternalModules {
 
  private:
   bool LoadLibrary(ModuleLibrary& library);
-  void ScanFolder(const std::string& folder, int depth);
+  void ScanFolder(const std::string& folder, std::set<std::string>& visited);
 
   std::deque<ModuleLibrary> libraries_;
 };

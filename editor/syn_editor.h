@@ -62,6 +62,10 @@ class SynEditor : public RackModel {
     return placeholders_.contains({std::string(name), std::string(vendor)});
   }
 
+  const PlaceholderPlans& Placeholders() const { return placeholders_; }
+  /// For a step of the history, whose rack may have come from another preset.
+  void UsePlaceholders(const PlaceholderPlans& plans) { placeholders_ = plans; }
+
   /// The rack in the form that hosts keep. The bytes are valid until the next call.
   std::span<const std::byte> SaveChunk();
   bool LoadChunk(std::span<const std::byte> chunk);

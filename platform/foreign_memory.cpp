@@ -1,6 +1,6 @@
 #include "platform/foreign_memory.h"
 
-#include <dlfcn.h>
+#include <link.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -43,8 +43,19 @@ std::optional<std::string> CopyForeignText(const char* text, std::size_t most) {
 }
 
 bool IsInLoadedLibrary(const void* address) {
-  Dl_info info;
-  return address && dladdr(address, &info) != 0;
+  const auto isCodeOf = [](dl_phdr_info* library, std::size_t, void* wanted) {
+    const auto place = reinterpret_cast<std::uintptr_t>(wanted);
+    for (int i = 0; i < library->dlpi_phnum; ++i) {
+      const auto& part = library->dlpi_phdr[i];
+      const std::uintptr_t start = library->dlpi_addr + part.p_vaddr;
+      if (part.p_type == PT_LOAD && (part.p_flags & PF_X) != 0 && place >= start &&
+          place - start < part.p_memsz) {
+        return 1;
+      }
+    }
+    return 0;
+  };
+  return dl_iterate_phdr(isCodeOf, const_cast<void*>(address)) != 0;
 }
 
 }  // namespace halveron::platform

@@ -13,7 +13,7 @@ bool CopyForeign(const void* from, void* to, std::size_t bytes);
 /// Text up to its NUL; none if it is not readable or longer than `most` bytes.
 std::optional<std::string> CopyForeignText(const char* text, std::size_t most);
 
-/// Whether the address lies in the code or data of a loaded library.
+/// Whether the address lies in the code of a loaded library.
 bool IsInLoadedLibrary(const void* address);
 
 }  // namespace halveron::platform

@@ -41,6 +41,14 @@ bool IsQuoted(std::string_view text) {
 
 bool IsBlank(char letter) { return letter == ' ' || letter == '\t'; }
 
+std::optional<std::string> ValueIn(const CSimpleIniA& profile, const std::string& section,
+                                   const std::string& key) {
+  const char* value = profile.GetValue(section.c_str(), key.c_str(), nullptr);
+  if (!value) return std::nullopt;
+  const std::string_view text = value;
+  return std::string(IsQuoted(text) ? text.substr(1, text.size() - 2) : text);
+}
+
 /// What a line of the file holds so that Find gives `value` back.
 std::string Stored(std::string value) {
   for (char& letter : value) {
@@ -65,10 +73,18 @@ std::optional<std::string> ProfileFile::Find(const std::string& section,
                                              const std::string& key) const {
   CSimpleIniA profile;
   if (!Load(path_, profile)) return std::nullopt;
-  const char* value = profile.GetValue(section.c_str(), key.c_str(), nullptr);
-  if (!value) return std::nullopt;
-  const std::string_view text = value;
-  return std::string(IsQuoted(text) ? text.substr(1, text.size() - 2) : text);
+  return ValueIn(profile, section, key);
+}
+
+std::vector<std::string> ProfileFile::GetTexts(const std::string& section,
+                                               const std::vector<std::string>& keys) const {
+  std::vector<std::string> texts(keys.size());
+  CSimpleIniA profile;
+  if (keys.empty() || !Load(path_, profile)) return texts;
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    texts[i] = ValueIn(profile, section, keys[i]).value_or("");
+  }
+  return texts;
 }
 
 std::string ProfileFile::GetText(const std::string& section, const std::string& key,

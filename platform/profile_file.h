@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace halveron::platform {
 
@@ -25,6 +26,9 @@ class ProfileFile {
   std::optional<std::string> Find(const std::string& section, const std::string& key) const;
   std::string GetText(const std::string& section, const std::string& key,
                       const std::string& fallback) const;
+  /// The values of several keys by one reading of the file, empty for those that are not there.
+  std::vector<std::string> GetTexts(const std::string& section,
+                                    const std::vector<std::string>& keys) const;
   /// The whole number that the value begins with; `fallback` if it begins with none.
   int GetInt(const std::string& section, const std::string& key, int fallback) const;
   /// The same for a number with a decimal point; never infinite.
