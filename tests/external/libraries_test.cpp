@@ -50,6 +50,9 @@ TEST(ModuleLibraries, AreFoundByTheirIniFilesAloneThoseOfSubfoldersFirst) {
   folder.AddText("empty.ini", "[Configuration]\nVendor=V\n[Filter]\nM1=A\n");
   folder.AddText("binary.so", "");
   folder.AddText("binary.ini", std::string("\0\xFF\x01[[[", 6));
+  for (const char* link : {"a/first", "a/second"}) {
+    std::filesystem::create_directory_symlink(folder.Path(), folder.Path() + link);
+  }
   ExternalModules modules;
   modules.ScanModuleLibraries(folder.Path());
   EXPECT_EQ(PathsOf(modules, folder.Path()),

@@ -155,6 +155,13 @@ TEST_F(PlaceholderTest, AreOfferedForAFile) {
     EXPECT_EQ(ReadFile(files.At("b.hvp")).size(), bytes.size());
   }
   rig.DrawAll();
+  TestRack other;
+  other.Add("S310 VCO");
+  ASSERT_TRUE(other.editor.SavePreset(files.At("c.hvp")));
+  ASSERT_TRUE(rig.editor.presetCommands.Load(files.At("c.hvp")));
+  EXPECT_EQ(rig.editor.ModuleCount(), 1);
+  rig.editor.history.Undo();
+  ExpectSame(CapturePreset(rig.editor), document);
   // From the menu no further placeholder is made.
   rig.editor.commands.InsertModule("Probe", kTestVendor);
   EXPECT_TRUE(rig.window.Dialog().IsShown());
