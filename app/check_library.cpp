@@ -53,8 +53,8 @@ void CheckIni(const ModuleLibrary& library, const Report& report) {
                       [&](const ModuleEntry& entry) { return entry.category == category; });
     const std::string next{'M', static_cast<char>('1' + std::min(announced, kMostNumbers))};
     if (announced < kMostNumbers && ini.Find(folder, next)) {
-      report(path, "[" + folder + "] announces " + std::to_string(announced) +
-                       " modules, but has the key " + next);
+      std::string cause = "[" + folder + "] announces " + std::to_string(announced);
+      report(path, cause.append(" modules, but has the key ").append(next));
     }
     if (found == announced) continue;
     report(path, "[" + folder + "] announces " + std::to_string(announced) + " modules and has " +
