@@ -175,9 +175,9 @@ bool S218SpectralFilter::StepFrames() {
 
 S218SpectralFilter::DesignInputs S218SpectralFilter::ReadDesignInputs() const {
   // Without a cable the modulations leave the knobs as they are.
-  const float cutMod = hasCutMod_ ? cutModIn_->in : 1.0f;
-  const float mod1 = hasResonanceMod_[0] ? resonanceModIn_[0]->in : 1.0f;
-  const float mod2 = hasResonanceMod_[1] ? resonanceModIn_[1]->in : 1.0f;
+  const float cutMod = hasCutMod_ ? dsp::FiniteOrZero(cutModIn_->in) : 1.0f;
+  const float mod1 = hasResonanceMod_[0] ? dsp::FiniteOrZero(resonanceModIn_[0]->in) : 1.0f;
+  const float mod2 = hasResonanceMod_[1] ? dsp::FiniteOrZero(resonanceModIn_[1]->in) : 1.0f;
   return {cut_->value * cutMod, (resonance_[0]->value + gainUp_->value) * mod1,
           (resonance_[1]->value + gainDown_->value) * mod2,
           hasFrameMod_ ? dsp::LimitUnit(frameMod_->value * frameModIn_->in) : 0.0f};

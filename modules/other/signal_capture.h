@@ -17,7 +17,7 @@ namespace halveron {
 /// waits: a reader notices when what it read was written over meanwhile.
 class SignalCapture {
  public:
-  static constexpr std::size_t kLength = std::size_t{1} << 18;  ///< samples of each signal
+  static constexpr std::size_t kLength = std::size_t{1} << 19;  ///< samples of each signal
 
   /// Throws std::bad_alloc.
   explicit SignalCapture(std::size_t signals) : signals_(signals) {

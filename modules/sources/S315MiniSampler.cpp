@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "framework/preset_tail.h"
 #include "framework/rack_model.h"
@@ -269,7 +270,10 @@ void S315MiniSampler::SavePreset(void* buffer, int size) {
   if (!shared_) return;
   const SampleWorkshop& workshop = shared_->workshop;
   const SampleSet set = workshop.Latest();
-  const std::int32_t length = set.buffer->Length();
+  // A worker may have loaded another sample since the size was asked for.
+  const int head = PresetTail(*this).SizeWith(kBlockBytes);
+  const std::int32_t length =
+      std::clamp((size - head) / static_cast<int>(sizeof(float)), 0, set.buffer->Length());
   writer.Write(static_cast<std::uint8_t>(format_->getValue() >= 0.5f));
   writer.Write(static_cast<std::uint8_t>(screen_->IsZoomed()));
   writer.Write(workshop.RootPitch());
@@ -278,7 +282,10 @@ void S315MiniSampler::SavePreset(void* buffer, int size) {
   writer.Write(set.rate);
   writer.Write(static_cast<std::int32_t>(QualityPosition() == 0 ? 0 : IsCycle() ? 2 : 1));
   writer.Write(std::log2(set.rate / 44100.0));
-  for (std::int32_t i = 0; i < length; ++i) writer.Write(set.buffer->Samples()[i]);
+  if (length > 0) {
+    std::memcpy(static_cast<std::byte*>(buffer) + head, set.buffer->Samples(),
+                static_cast<std::size_t>(length) * sizeof(float));
+  }
 }
 
 void S315MiniSampler::LoadPreset(const void* buffer, int size, int) {

@@ -227,6 +227,8 @@ void S315MiniSampler::SetRecording(bool on) {
   shared_->recorder = {};
   shared_->recording = true;
   record_->setValue(1.0f);
+  // One gesture: a step of the history would read the preset data, which ends the recording.
+  record_->beginEdit();
 }
 
 void S315MiniSampler::EndRecording() {
@@ -241,6 +243,7 @@ void S315MiniSampler::EndRecording() {
     ++screenVersion_;
   }
   record_->setValue(0.0f);
+  record_->endEdit();
   shared_->workshop.Resume();
   ShowNumbers();
   engine->PatchEdited();
@@ -370,14 +373,14 @@ SampleScreen::Marks S315MiniSampler::Marks() const {
 
 std::vector<plot::Extremes> S315MiniSampler::Summary(double from, double to, std::size_t columns) {
   const SampleSet set = shared_->workshop.Latest();
-  // A recording writes while the screen reads.
-  const ProcessingSection section(*this);
   const int length = set.buffer->Length();
   if (length == 0) return {};
   const float* const samples = set.buffer->Samples();
   std::vector<plot::Extremes> summary(columns);
   const double width = (to - from) * length / static_cast<double>(columns);
   for (std::size_t i = 0; i < columns; ++i) {
+    // A recording writes while the screen reads; it waits for one column at most.
+    const ProcessingSection section(*this);
     const double begin = from * length + width * static_cast<double>(i);
     const auto first = static_cast<std::int64_t>(std::floor(begin));
     const auto last = std::max(first, static_cast<std::int64_t>(std::ceil(begin + width)) - 1);

@@ -379,6 +379,7 @@ void S318TrackerModPlayer::LoadFile(const std::string& path) {
   SongPlayer::Order order;
   order.path = path;
   Load(std::move(order));
+  engine->PatchEdited();
 }
 
 void S318TrackerModPlayer::Load(SongPlayer::Order order) {
@@ -457,6 +458,7 @@ void S318TrackerModPlayer::TakeFetched() {
   order.path = downloadName_;
   order.bytes = download_.bytes;
   Load(std::move(order));
+  engine->PatchEdited();
 }
 
 void S318TrackerModPlayer::SaveDownload() {
@@ -478,6 +480,7 @@ void S318TrackerModPlayer::SaveDownload() {
     if (data.empty() || error) throw platform::FileError(path, "", "no folder");
     platform::WriteWholeFile(path, std::as_bytes(std::span(download_.bytes)));
     path_ = path;
+    engine->PatchEdited();
     Say("File saved to: " + path);
   } catch (const platform::FileError&) {
     Say("Save failed!!");
@@ -559,6 +562,10 @@ void S318TrackerModPlayer::LoadPreset(const void* buffer, int size, int) {
     if (hasPitch && pitch != PitchOfKnob()) SetPitch(pitch);
   }
   if (path->empty() && path_.empty()) return;
+  if (*path != path_) {
+    download_ = {};
+    link_.clear();
+  }
   path_ = *path;
   SongPlayer::Order order;
   order.path = path_;

@@ -274,7 +274,11 @@ void SampleWorkshop::SetRoot(double pitch, double tuning) {
   tuning_.store(tuning, std::memory_order_relaxed);
 }
 
-void SampleWorkshop::SetRoot(double pitch) { SetRoot(pitch, pitch - PitchOf(NoteNearest(pitch))); }
+void SampleWorkshop::SetRoot(double pitch) {
+  if (!std::isfinite(pitch)) return;
+  pitch = std::clamp(pitch, -5.0, 5.0);  // further than any sound
+  SetRoot(pitch, pitch - PitchOf(NoteNearest(pitch)));
+}
 
 int SampleWorkshop::RootNote() const { return NoteNearest(RootPitch() - Tuning()); }
 

@@ -14,6 +14,7 @@
 #include "tests/modules/sources/sampler_bench.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/test_rack.h"
+#include "tests/support/window_rig.h"
 
 namespace halveron::testing {
 namespace {
@@ -419,6 +420,21 @@ TEST(S315MiniSampler, ATextPatchNamesAFileBesideIt) {
                 .buffer->Length(),
             40)
       << "the rack stays";
+}
+
+TEST(S315MiniSampler, GoesOnRecordingWhileTheWindowRuns) {
+  testing::WindowRig rig;
+  Module& sampler = rig.Add("S315 Mini Sampler VCO", 0, 0);
+  CControl& record = rig.rack.Control(sampler, "Record");
+  rig.Click(rig.Middle(record));
+  for (int i = 0; i < 5; ++i) {
+    rig.rack.Run(64);
+    rig.editor.Idle();
+  }
+  EXPECT_EQ(record.getValue(), 1.0f);
+  rig.Click(rig.Middle(record));
+  rig.editor.Idle();
+  EXPECT_EQ(record.getValue(), 0.0f);
 }
 
 }  // namespace
