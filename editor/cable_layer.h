@@ -24,7 +24,7 @@ struct CableStrand {
 };
 
 /// Compares the cables of each Update with those of the last one and redraws only what differs. A
-/// cable whose ends move leaves the picture and is drawn afresh in each paint until Settle, so that
+/// cable whose ends move leaves the picture and is drawn again in each paint until Settle, so that
 /// a dragged module does not cause the resting ones to be computed again.
 class CableLayer {
  public:

@@ -36,9 +36,9 @@ struct PlaceholderPlan {
 /// By identity: the modules of a preset that are missing.
 using PlaceholderPlans = std::map<ModuleIdentity, PlaceholderPlan>;
 
-/// Plans placeholders for modules of a document. A preset does not tell a module's width: it is
-/// taken from `knownColumns`, or else from the room that the preset leaves it. `isMidi` tells of
-/// the document's points which carry MIDI, as far as their modules are there. Points without a
+/// Plans placeholders for modules of a document. A preset does not store a module's width: it is
+/// taken from `knownColumns`, or else from the room that the preset leaves it. `isMidi` reports
+/// which of the document's points carry MIDI, as far as their modules are there. Points without a
 /// cable count as inputs; no cable can be put there.
 PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
                                   const std::set<ModuleIdentity>& missing,

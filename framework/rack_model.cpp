@@ -67,7 +67,7 @@ void RackModel::RunWaitingChanges() {
 void RackModel::CommitHeld() {
   SamplePlan::OwnDraft draft;
   if (std::exchange(planOutdated_, false)) {
-    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kAfresh);
+    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kAll);
     plan.Swap(*draft);
   }
   parameters.RefreshMirror();

@@ -146,10 +146,9 @@ class PlanBuilder {
     for (Point& point : layout_.points) {
       if (!HasSingleCable(point)) continue;
       PlannedOf(point.feeds[0]).wantsImage = true;
-      point.readsImage =
-          draw_ == Draw::kAfresh
-              ? HaveSameBits(point.point->in, point.feeds[0]->out)
-              : KeepsItsCable(point) && (Before(point)->readsImage || draw_ == Draw::kNearby);
+      point.readsImage = draw_ == Draw::kAll ? HaveSameBits(point.point->in, point.feeds[0]->out)
+                                             : KeepsItsCable(point) && (Before(point)->readsImage ||
+                                                                        draw_ == Draw::kNearby);
     }
     std::size_t newReaders = 0;
     for (const Row& row : layout_.rows) {
@@ -157,7 +156,7 @@ class PlanBuilder {
         if (row.maker && !ReadsWholeRow(row, place)) {
           ForEachVoice(row, place, [](Point& point) { point.readsImage = false; });
         }
-        if (draw_ == Draw::kAfresh) return;
+        if (draw_ == Draw::kAll) return;
         // The voices of a row begin together or not at all.
         const bool mayBegin = newReaders < kMostNewReaders;
         ForEachVoice(row, place, [&](Point& point) {
@@ -173,7 +172,7 @@ class PlanBuilder {
   }
 
   void LaySignals() {
-    if (draw_ != Draw::kAfresh) {
+    if (draw_ != Draw::kAll) {
       layout_.imaged = old_.imaged;
       layout_.plain = old_.plain;
       layout_.ins = old_.ins;
@@ -208,7 +207,7 @@ class PlanBuilder {
         draft_.outs.push_back(move);
       } else if (point.readsImage) {
         draft_.readers.push_back(move);
-        if (draw_ != Draw::kAfresh) AddCondition(point);
+        if (draw_ != Draw::kAll) AddCondition(point);
       } else {
         draft_.ins.push_back(move);
       }
@@ -321,7 +320,7 @@ class PlanBuilder {
   /// Finds the rows that the present plan has in the same form.
   void MatchRows() {
     rowsBefore_.assign(layout_.rows.size(), nullptr);
-    if (draw_ == Draw::kAfresh) return;
+    if (draw_ == Draw::kAll) return;
     std::unordered_map<const Module*, const Row*> standing;
     for (const Row& row : old_.rows) standing.emplace(row.voices.front(), &row);
     for (std::size_t i = 0; i < layout_.rows.size(); ++i) {
@@ -425,7 +424,7 @@ class PlanBuilder {
       if (before && (!isRead || ImageOf(*before))) {
         where = before->where;
       } else {
-        const bool mayBeRead = draw_ != Draw::kAfresh && AnyVoice(row, place, &Point::wantsImage);
+        const bool mayBeRead = draw_ != Draw::kAll && AnyVoice(row, place, &Point::wantsImage);
         SignalStore& store = isRead || mayBeRead ? layout_.imaged : layout_.plain;
         where = row.voices.size() > 1 ? TakeLine(store) : store.Take(1);
       }

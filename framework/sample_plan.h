@@ -38,7 +38,7 @@ class SamplePlan {
     std::span<Module* const> events;
   };
   enum class Draw {
-    kAfresh,  ///< lays out all signals anew; reads them, so inside the processing lock
+    kAll,     ///< lays out all signals again; reads them, so inside the processing lock
     kNearby,  ///< moves only what the edit touches, and inputs that can begin to read the image
     kStill,   ///< moves only what the edit touches
   };
@@ -61,7 +61,7 @@ class SamplePlan {
   static bool Fits(const Draft& draft);
   /// Moves the signals that the draft places elsewhere, with their values, and puts the draft in
   /// use; it keeps what it replaces. Inside the processing lock. Its cost grows with what the edit
-  /// touches, not with the rack, unless drawn afresh.
+  /// touches, not with the rack, unless all is laid out again.
   void Swap(Draft& draft);
 
   /// The widest vectors that groups may use, by default the machine's; kNone runs every voice by

@@ -35,7 +35,7 @@ bool IsCutOff(SNDFILE* file) {
          log.substr(data, log.find('\n', data) - data).find("should be") != std::string::npos;
 }
 
-// The chunk that samplers share, as the RIFF specification of 1994 lays it out: nine words, and six
+// The chunk that samplers share, as it is laid out in RIFF files since 1994: nine words, and six
 // for each loop.
 constexpr char kSamplerChunk[] = "smpl";
 constexpr std::size_t kSamplerWords = 9, kLoopWords = 6;

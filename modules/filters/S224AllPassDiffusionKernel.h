@@ -65,7 +65,7 @@ class S224AllPassDiffusionKernel {
     }
     if (mode_ == Mode::kRandomSpacing) DrawSpacing();
   }
-  /// Random spacing is drawn afresh each time that it is chosen.
+  /// Random spacing is drawn again each time that it is chosen.
   void SetMode(Mode mode) {
     mode_ = mode;
     if (mode != Mode::kRandomSpacing) return;
