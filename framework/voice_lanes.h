@@ -60,6 +60,13 @@ class VoiceLanes : public VoiceGroup {
 
   int Count() const { return count_; }
   int Packs() const { return packs_; }
+  /// Sets a knob where no voice is heard.
+  void HoldIdleLanes(KnobRow<Unit>& knob, float value) const {
+    for (int i = count_; i < packs_ * kLanes; ++i) {
+      dsp::Lane(knob.target[i / kLanes], i % kLanes) = value;
+      dsp::Lane(knob.smoothed[i / kLanes], i % kLanes) = value;
+    }
+  }
   M& Voice(int index) const { return *voices_[index < count_ ? index : count_ - 1]; }
   bool HasVoice(int pack, int lane) const { return pack * kLanes + lane < count_; }
 

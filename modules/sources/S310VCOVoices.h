@@ -40,7 +40,7 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
     LoadOutputs();
     this->LoadKnobs(knobs_, kKnobs);
     this->LoadKnob(octave_, OctaveOf, true);
-    HoldIdleLanes();
+    this->HoldIdleLanes(octave_, kBelowAll);
     return true;
   }
 
@@ -110,15 +110,8 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
     }
   }
 
-  /// Lanes without a voice are so low that they never jump: a jump costs as much as a heard one.
-  void HoldIdleLanes() {
-    constexpr float kBelowAll = -100.0f;
-    for (int i = this->Count(); i < this->Packs() * Base::kLanes; ++i) {
-      const int pack = i / Base::kLanes, lane = i % Base::kLanes;
-      dsp::Lane(octave_.target[pack], lane) = kBelowAll;
-      dsp::Lane(octave_.smoothed[pack], lane) = kBelowAll;
-    }
-  }
+  /// So low that lanes without a voice never jump: a jump costs as much as a heard one.
+  static constexpr float kBelowAll = -100.0f;
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   KnobRow<Unit> octave_;
