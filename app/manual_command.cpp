@@ -144,7 +144,8 @@ std::string IndexPage(const std::vector<Json>& modules) {
 }
 
 void Write(const std::filesystem::path& path, const std::string& text) {
-  platform::WriteWholeFile(path.string(), std::as_bytes(std::span(text)));
+  platform::WriteWholeFile(path.string(), std::as_bytes(std::span(text)),
+                           platform::Durability::kAtomic);
 }
 
 }  // namespace

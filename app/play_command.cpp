@@ -160,6 +160,9 @@ class HostWindow {
       return;
     }
     host.onResize = [this](int width, int height) { return frame_->SetRackSize(width, height); };
+    UnsavedChanges& unsaved = host.Rack().unsaved;
+    unsaved.quit = [this] { isClosed_ = true; };
+    unsaved.onTitle = [this](const std::string& title) { frame_->setTitle(title); };
     frame_->idle();
     editor->open(frame_->getWindowHandle());
   }
@@ -167,12 +170,15 @@ class HostWindow {
     if (!frame_) return;
     host_.Plugin().getEditor()->close();
     host_.onResize = nullptr;
+    host_.Rack().unsaved.quit = nullptr;
+    host_.Rack().unsaved.onTitle = nullptr;
     frame_->close();
   }
   HostWindow(const HostWindow&) = delete;
   HostWindow& operator=(const HostWindow&) = delete;
 
-  bool IsClosed() const { return frame_ && frame_->isCloseRequested(); }
+  /// The user has closed it, and answered what there was to ask.
+  bool IsClosed() const { return isClosed_; }
   void SetNotice(const std::string& text) {
     if (frame_) frame_->SetNotice(text);
   }
@@ -180,11 +186,16 @@ class HostWindow {
     if (!frame_) return;
     frame_->idle();
     host_.Plugin().getEditor()->idle();
+    if (!frame_->isCloseRequested()) return;
+    frame_->refuseClose();
+    UnsavedChanges& unsaved = host_.Rack().unsaved;
+    unsaved.AskThen(unsaved.quit);
   }
 
  private:
   LiveHost& host_;
   SharedPointer<OuterFrame> frame_;
+  bool isClosed_ = false;
 };
 
 void ReportSound(const SoundLink& sound, int rate, std::ostream& out) {
@@ -230,6 +241,7 @@ void KeepPlaying(const PlayOptions& options, LiveHost& host, SoundLink& sound, M
     }
     std::this_thread::sleep_for(std::chrono::duration<double>(kIdleSeconds));
   }
+  if (watch.IsInterrupted()) host.Rack().autosave.LeaveForNextStart();
 }
 
 }  // namespace

@@ -112,7 +112,7 @@ EditHistory::File EditHistory::FileNow() const {
 void EditHistory::Follow() {
   edited_ = false;
   touched_.clear();
-  loadedTitle_.clear();
+  replacement_.clear();
   present_ = snapshots_.Take(present_);
   file_ = FileNow();
 }
@@ -146,11 +146,15 @@ void EditHistory::ControlMoved(const CControl& control) {
 
 void EditHistory::GestureEnded() { gestures_ = std::max(gestures_ - 1, 0); }
 
-void EditHistory::PresetLoaded(const std::string& title) {
-  loadedTitle_ = title;
+void EditHistory::RackReplaced(const std::string& stepName, bool isSaved) {
+  replacement_ = stepName;
   edited_ = true;
-  MarkSaved();
-  loadedTitle_.clear();
+  if (isSaved) {
+    MarkSaved();
+  } else {
+    Settle();
+  }
+  replacement_.clear();
 }
 
 void EditHistory::ModuleLeft(const Module& module) {
@@ -192,7 +196,7 @@ void EditHistory::Settle() {
 }
 
 bool EditHistory::JoinsLast(const RackSnapshot& before, const RackSnapshot& now) const {
-  if (done_.empty() || !undone_.empty() || !loadedTitle_.empty()) return false;
+  if (done_.empty() || !undone_.empty() || !replacement_.empty()) return false;
   const Step& last = done_.back();
   if (last.loads || !IsChanged() || Now() - last.time > kJoinSeconds) return false;
   const Difference first = Compare(last.before, last.after);
@@ -222,8 +226,8 @@ void EditHistory::Record(RackSnapshot before, RackSnapshot now) {
     step.stateBefore = state_;
   }
   step.after = std::move(now);
-  step.loads = !loadedTitle_.empty();
-  step.name = step.loads ? "Load " + loadedTitle_ : DescribeStep(step.before, step.after);
+  step.loads = !replacement_.empty();
+  step.name = step.loads ? replacement_ : DescribeStep(step.before, step.after);
   step.fileAfter = file_ = FileNow();
   step.stateAfter = state_ = ++lastState_;
   step.time = Now();

@@ -46,6 +46,8 @@ class EditHistory {
   /// Whether the rack differs from its file, or, without one, from the rack that Follow began with.
   bool IsChanged() const;
   void MarkSaved();
+  /// A number for what the rack holds by its steps: equal after an undo, another after a new step.
+  int State() const { return state_; }
 
   // What happens to the rack.
 
@@ -55,8 +57,9 @@ class EditHistory {
   void ControlMoved(const CControl& control);
   void GestureBegan() { ++gestures_; }
   void GestureEnded();
-  /// The user has replaced the whole rack by a preset. The step brings the name of its file along.
-  void PresetLoaded(const std::string& title);
+  /// The user has replaced the whole rack. The step has that name, and brings the path of the
+  /// rack's file along; `isSaved` tells whether the rack is what that file holds.
+  void RackReplaced(const std::string& stepName, bool isSaved = true);
   void ModuleLeft(const Module& module);
 
  private:
@@ -96,8 +99,8 @@ class EditHistory {
   std::deque<Step> done_;
   std::deque<Step> undone_;
   std::size_t bytes_ = 0;
-  std::set<int> touched_;  ///< modules whose controls the user moved since
-  std::string loadedTitle_;
+  std::set<int> touched_;    ///< modules whose controls the user moved since
+  std::string replacement_;  ///< name of the step while the whole rack is replaced
   std::atomic<bool> edited_ = false;
   int gestures_ = 0;
   int state_ = 0;  ///< a number for each state of the rack that steps lead to

@@ -38,7 +38,8 @@ bool PutOnce(const fs::path& source, const fs::path& target) {
   if (fs::exists(target, error)) return true;
   fs::create_directories(target.parent_path(), error);
   try {
-    platform::WriteWholeFile(target.string(), platform::ReadWholeFile(source.string()));
+    platform::WriteWholeFile(target.string(), platform::ReadWholeFile(source.string()),
+                             platform::Durability::kAtomic);
   } catch (const platform::FileError&) {
     return false;
   }
@@ -59,6 +60,19 @@ void InstallFactoryPresets(const DataFolders& folders) {
     if (PutOnce(factory / preset, fs::path(folders.Presets()) / preset)) {
       installed.SetInt(kSection, key, 1);
     }
+  }
+}
+
+bool IsFactoryPreset(const DataFolders& folders, const std::string& path) {
+  const std::string presets = folders.Presets();
+  if (presets.empty() || !path.starts_with(presets)) return false;
+  const std::string original = folders.FactoryPresets() + path.substr(presets.size());
+  std::error_code error;
+  if (!fs::is_regular_file(original, error) || !fs::is_regular_file(path, error)) return false;
+  try {
+    return platform::ReadWholeFile(original) == platform::ReadWholeFile(path);
+  } catch (const platform::FileError&) {
+    return false;
   }
 }
 

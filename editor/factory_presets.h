@@ -11,4 +11,7 @@ namespace halveron {
 /// is tried again at the next start. Does nothing without a data folder.
 void InstallFactoryPresets(const DataFolders& folders);
 
+/// Whether a file is a factory preset that the user has not changed.
+bool IsFactoryPreset(const DataFolders& folders, const std::string& path);
+
 }  // namespace halveron

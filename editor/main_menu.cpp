@@ -1,5 +1,6 @@
 #include "editor/main_menu.h"
 
+#include "editor/preset_versions.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "framework/oversampling_filters.h"
@@ -49,6 +50,9 @@ struct MainMenu::Entry {
 };
 
 const MainMenu::Entry MainMenu::kEntries[] = {
+    {.text = "New",
+     .keys = "Ctrl+N",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.New(); }},
     {.text = "Open...",
      .keys = "Ctrl+O",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Open(); }},
@@ -60,6 +64,10 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
     {.text = "Save As New Version",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
+    {.text = "Versions", .submenu = &MainMenu::MakeVersions},
+    {.text = "Recover",
+     .submenu = &MainMenu::MakeRecovery,
+     .isOffered = [](const SynEditor& editor) { return editor.recovery.HasLeftovers(); }},
     {.text = nullptr},
     {.text = "Undo",
      .keys = "Ctrl+Z",
@@ -111,6 +119,10 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isEnabled =
          [](const SynEditor& editor) { return editor.engine.hostKind == HostKind::kClap; }},
     {.text = "About", .act = ShowAbout},
+    {.text = "Quit",
+     .keys = "Ctrl+Q",
+     .act = [](SynEditor& editor, RackWindow&) { editor.unsaved.AskThen(editor.unsaved.quit); },
+     .isOffered = [](const SynEditor& editor) { return editor.unsaved.quit != nullptr; }},
 };
 
 // Shortcuts of commands that no entry shows.
@@ -133,6 +145,7 @@ bool MainMenu::RunShortcut(const CKeyEvent& event) const {
        {std::span<const Entry>(kEntries), std::span<const Entry>(kKeysOnly)}) {
     for (const Entry& entry : table) {
       if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
+      if (entry.isOffered && !entry.isOffered(editor_)) continue;
       editor_.history.Settle();
       if (!entry.isEnabled || entry.isEnabled(editor_)) entry.act(editor_, window_);
       return true;
@@ -150,7 +163,9 @@ MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
       continue;
     }
     if (entry.submenu) {
-      menu->AddSubmenu(entry.text, (this->*entry.submenu)());
+      const Menu submenu = (this->*entry.submenu)();
+      menu->AddSubmenu(entry.text, submenu);
+      menu->setEntryEnabled(menu->getNbEntries() - 1, submenu->getNbEntries() > 0);
       continue;
     }
     const std::string text = entry.text + (entry.detail ? entry.detail(editor_) : "");
@@ -162,6 +177,10 @@ MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
   }
   return menu;
 }
+
+MainMenu::Menu MainMenu::MakeVersions() const { return MakeVersionsMenu(editor_); }
+
+MainMenu::Menu MainMenu::MakeRecovery() const { return editor_.recovery.MakeMenu(); }
 
 MainMenu::Menu MainMenu::MakeOversampling() const {
   Menu menu = SynOptionMenu::Make();

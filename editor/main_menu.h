@@ -28,6 +28,8 @@ class MainMenu {
 
   using Menu = SharedPointer<SynOptionMenu>;
   Menu MakeFrom(std::span<const Entry> entries) const;
+  Menu MakeVersions() const;
+  Menu MakeRecovery() const;
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;

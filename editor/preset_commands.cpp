@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "editor/factory_presets.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 
@@ -57,10 +58,16 @@ SharedPointer<CFileSelector> PresetCommands::MakeSelector(CFileSelector::Style s
   return selector;
 }
 
+void PresetCommands::New() {
+  editor_.unsaved.AskThen([this] { editor_.NewRack(); });
+}
+
 void PresetCommands::Open() {
   if (!editor_.Window()) return;
-  MakeSelector(CFileSelector::kSelectFile, "Open Preset")->run([this](const std::string& path) {
-    if (!path.empty()) Load(path);
+  editor_.unsaved.AskThen([this] {
+    MakeSelector(CFileSelector::kSelectFile, "Open Preset")->run([this](const std::string& path) {
+      if (!path.empty()) Load(path);
+    });
   });
 }
 
@@ -70,21 +77,25 @@ bool PresetCommands::Load(const std::string& path) {
   return true;
 }
 
-void PresetCommands::Save() {
+void PresetCommands::Save(Done done) {
   if (editor_.HasOwnFile()) {
-    SaveTo(editor_.presetPath);
+    SaveTo(editor_.presetPath, done);
   } else {
-    SaveAs();
+    SaveAs(std::move(done));
   }
 }
 
-void PresetCommands::SaveAs() {
+void PresetCommands::SaveAs(Done done) {
   if (!editor_.Window()) return;
   const SharedPointer<CFileSelector> selector =
       MakeSelector(CFileSelector::kSelectSaveFile, "Save Preset As");
   selector->setDefaultSaveName(editor_.presetName);
-  selector->run([this](const std::string& path) {
-    if (!path.empty()) SaveTo(path);
+  selector->run([this, done = std::move(done)](const std::string& path) {
+    if (!path.empty()) {
+      SaveTo(path, done);
+    } else if (done) {
+      done(false);
+    }
   });
 }
 
@@ -96,12 +107,36 @@ void PresetCommands::SaveAsNewVersion() {
   if (const auto path = NextVersionPath(editor_.presetPath, FileExists)) SaveTo(*path);
 }
 
-void PresetCommands::SaveTo(const std::string& path) {
-  if (editor_.SavePreset(path)) {
+void PresetCommands::SaveTo(const std::string& path, const Done& done) {
+  RackWindow* window = editor_.Window();
+  if (!window || !IsFactoryPreset(editor_.folders, path)) return WriteTo(path, done);
+  DialogRequest request;
+  request.width = kDialogWidth;
+  request.title = "Replace a factory preset?";
+  request.text = "\"" + PresetTitle(path) +
+                 "\" came with Halveron. Its present contents\nstay in the menu \"Versions\".";
+  request.buttons = {"Save As...", "Replace", "Cancel"};
+  request.callback = [this, path, done](DialogWindow& dialog, int button) {
+    dialog.CloseDialog();
+    if (button == 0) {
+      SaveAs(done);
+    } else if (button == 1) {
+      WriteTo(path, done);
+    } else if (done) {
+      done(false);
+    }
+  };
+  window->ShowDialog(std::move(request));
+}
+
+void PresetCommands::WriteTo(const std::string& path, const Done& done) {
+  const bool isSaved = editor_.SavePreset(path);
+  if (isSaved) {
     editor_.UpdatePresetDisplay(true);
   } else {
     editor_.ShowDialog({"Preset not saved", "This file could not be written:\n" + path, 600});
   }
+  if (done) done(isSaved);
 }
 
 void PresetCommands::RefreshLibrary() { editor_.presets.Refresh(); }
@@ -143,10 +178,22 @@ void PresetCommands::EditDefaultAuthor() {
 }
 
 void PresetCommands::Step(int direction) {
-  if (editor_.presets.Step(direction)) LoadSelected();
+  editor_.unsaved.AskThen([this, direction] {
+    if (editor_.presets.Step(direction)) LoadSelectedNow();
+  });
 }
 
 void PresetCommands::LoadSelected() {
+  editor_.unsaved.AskThen(
+      [this, path = editor_.presets.CurrentPath()] {
+        // Saving has selected what was saved.
+        editor_.presets.SelectPreset(path, false);
+        LoadSelectedNow();
+      },
+      [this] { editor_.UpdatePresetDisplay(false); });
+}
+
+void PresetCommands::LoadSelectedNow() {
   const std::string title = editor_.presets.CurrentTitle();
   editor_.LoadPreset(editor_.presets.CurrentPath());
   // The screen shows the choice, also of a preset that could not be loaded.

@@ -20,9 +20,13 @@ class PresetCommands {
  public:
   explicit PresetCommands(SynEditor& editor) : editor_(editor) {}
 
+  /// Gets whether the rack was saved, once the user has answered what there is to ask.
+  using Done = std::function<void(bool isSaved)>;
+
+  void New();
   void Open();
-  void Save();
-  void SaveAs();
+  void Save(Done done = {});
+  void SaveAs(Done done = {});
   void SaveAsNewVersion();
   void RefreshLibrary();
   void EditDescription();
@@ -36,7 +40,10 @@ class PresetCommands {
   bool Load(const std::string& path);
 
  private:
-  void SaveTo(const std::string& path);
+  void LoadSelectedNow();
+  /// Asks first if the file is a factory preset.
+  void SaveTo(const std::string& path, const Done& done = {});
+  void WriteTo(const std::string& path, const Done& done);
   SharedPointer<CFileSelector> MakeSelector(CFileSelector::Style style, const char* title) const;
 
   SynEditor& editor_;

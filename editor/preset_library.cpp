@@ -133,6 +133,21 @@ int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& file) {
   return index;
 }
 
+void PresetLibrary::ForEachPreset(
+    const std::function<void(const std::string& path, const std::string& title)>& f) {
+  const std::function<void(const SynOptionMenu&, const std::string&)> walk =
+      [&](const SynOptionMenu& menu, const std::string& folder) {
+        for (int i = 0; i < menu.getNbEntries(); ++i) {
+          if (const SynOptionMenu* submenu = menu.SubmenuAt(i)) {
+            walk(*submenu, folder + menu.TitleAt(i) + "/");
+          } else {
+            f(folder + FileAt(menu, i), menu.TitleAt(i));
+          }
+        }
+      };
+  walk(PresetMenu(), presetsFolder_);
+}
+
 void PresetLibrary::Select(SynOptionMenu& menu, int index) {
   ClearSelection();
   currentPresetMenu_ = &menu;

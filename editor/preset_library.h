@@ -30,6 +30,10 @@ class PresetLibrary {
   SynOptionMenu& PresetMenu();
   std::function<void()> onChoice;
 
+  /// Calls `f(path, title)` for each preset in the order of the tree.
+  void ForEachPreset(
+      const std::function<void(const std::string& path, const std::string& title)>& f);
+
   /// Selects the next (1) or previous (-1) preset in the order of the tree, across folders. False,
   /// with the selection unchanged, at the ends.
   bool Step(int direction);

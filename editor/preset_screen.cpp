@@ -34,10 +34,12 @@ CTextLabel* PresetScreen::AddLabel(const CRect& place, const SkinConfig::PresetT
   return label;
 }
 
-void PresetScreen::ShowName(const std::string& name) {
+void PresetScreen::ShowName(const std::string& name, bool isChanged) {
   presetAuthorLabel_->setVisible(false);
-  name_ = name;
-  SetFitting(*presetNameLabel_, name);
+  const std::string shown = name.empty() && isChanged ? "Untitled" : name;
+  const std::string mark = isChanged ? " *" : "";
+  name_ = shown + mark;
+  SetFitting(*presetNameLabel_, shown, mark);
   presetNameLabel_->setVisible(true);
   invalid();
 }
@@ -47,9 +49,11 @@ void PresetScreen::SetAuthor(const std::string& author) {
   SetFitting(*presetAuthorLabel_, author);
 }
 
-void PresetScreen::SetFitting(CTextLabel& label, const std::string& text) {
-  const CCoord width = label.getWidth() - 2 * ScaleToPixels(kTextMargin);
-  label.setText(FitText(*label.getFont(), text, width, Ellipsis::kAtEnd).c_str());
+void PresetScreen::SetFitting(CTextLabel& label, const std::string& text,
+                              const std::string& suffix) {
+  const CFontDesc& font = *label.getFont();
+  const CCoord width = label.getWidth() - 2 * ScaleToPixels(kTextMargin) - font.measure(suffix).x;
+  label.setText((FitText(font, text, width, Ellipsis::kAtEnd) + suffix).c_str());
 }
 
 void PresetScreen::Toggle() {

@@ -19,7 +19,8 @@ class PresetScreen final : public CViewContainer {
 
   HALVERON_TYPE_OF(PresetScreen, CViewContainer)
 
-  void ShowName(const std::string& name);
+  /// With the mark of a rack that its file does not hold.
+  void ShowName(const std::string& name, bool isChanged = false);
   void SetAuthor(const std::string& author);
   /// An author of one character is not shown.
   bool HasAuthor() const { return author_.size() >= 2; }
@@ -35,7 +36,9 @@ class PresetScreen final : public CViewContainer {
   std::function<void()> onPress;
 
  private:
-  static void SetFitting(CTextLabel& label, const std::string& text);
+  /// The suffix is shown in full.
+  static void SetFitting(CTextLabel& label, const std::string& text,
+                         const std::string& suffix = {});
   CTextLabel* AddLabel(const CRect& place, const SkinConfig::PresetText& text);
 
   SharedPointer<CBitmap> screen_;

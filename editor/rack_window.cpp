@@ -179,9 +179,9 @@ void RackWindow::SetViewableRows(int count) {
   RowsChanged(geometry_.rows);
 }
 
-void RackWindow::ShowPreset(const std::string& name, const std::string& author) {
+void RackWindow::ShowPreset(const std::string& name, const std::string& author, bool isChanged) {
   PresetScreen& screen = bar_->Screen();
-  screen.ShowName(name);
+  screen.ShowName(name, isChanged);
   screen.SetAuthor(author);
   frame_->presetDisplay.stop();
   if (screen.HasAuthor()) frame_->presetDisplay.start();
@@ -411,7 +411,10 @@ bool RackWindow::RunShortcut(const CKeyEvent& event) {
 bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
   const auto isPreset = [](const std::string& path) { return IsPresetFile(path); };
   const auto file = std::find_if(files.begin(), files.end(), isPreset);
-  return file != files.end() && editor_.presetCommands.Load(*file);
+  if (file == files.end()) return false;
+  editor_.unsaved.AskThen(
+      [path = *file, &editor = editor_] { editor.presetCommands.Load(path); });
+  return true;
 }
 
 }  // namespace halveron

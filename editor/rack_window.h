@@ -43,7 +43,7 @@ class RackWindow final : private CControlListener {
   void AddModuleView(Module& module);
   void RemoveModuleView(Module& module);
   void RowsChanged(int rows);
-  void ShowPreset(const std::string& name, const std::string& author);
+  void ShowPreset(const std::string& name, const std::string& author, bool isChanged);
   /// Cables are drawn by the present options from now on.
   void TakeCableStyle();
 

@@ -7,6 +7,7 @@
 #include "editor/context_menus.h"
 #include "editor/factory_presets.h"
 #include "editor/module_catalogue.h"
+#include "editor/preset_versions.h"
 #include "editor/rack_window.h"
 #include "editor/window_images.h"
 #include "framework/module.h"
@@ -101,7 +102,9 @@ void SynEditor::SignPreset() {
 bool SynEditor::SavePreset(const std::string& path) {
   SignPreset();
   try {
-    platform::WriteWholeFile(path, WritePreset(CapturePreset(*this), PresetForm::kFile));
+    const std::vector<std::byte> bytes = WritePreset(CapturePreset(*this), PresetForm::kFile);
+    KeepVersion(path);
+    platform::WriteWholeFile(path, bytes);
   } catch (const std::exception&) {
     return false;
   }
@@ -133,6 +136,14 @@ bool SynEditor::LoadPresetWithPlaceholders(const std::string& path) {
 }
 
 bool SynEditor::LoadFile(const std::string& path, Missing missing) {
+  if (!LoadContents(path, missing)) return false;
+  presetPath = path;
+  presetFromChunk = false;
+  history.RackReplaced("Load " + PresetTitle(path));
+  return true;
+}
+
+bool SynEditor::LoadContents(const std::string& path, Missing missing) {
   const std::string name = "'" + path.substr(path.find_last_of('/') + 1) + "'";
   std::vector<std::byte> bytes;
   try {
@@ -144,11 +155,28 @@ bool SynEditor::LoadFile(const std::string& path, Missing missing) {
   }
   history.Settle();
   const PresetReadResult read = ReadPreset(bytes, PresetForm::kFile);
-  if (!Load(read, PresetForm::kFile, name, missing, path)) return false;
+  return Load(read, PresetForm::kFile, name, missing, path);
+}
+
+bool SynEditor::LoadAsChange(const std::string& file, const std::string& path,
+                             const std::string& stepName) {
+  if (!LoadContents(file, Missing::kReplace)) return false;
   presetPath = path;
   presetFromChunk = false;
-  history.PresetLoaded(PresetTitle(path));
+  history.RackReplaced(stepName, false);
+  UpdatePresetDisplay(false);
   return true;
+}
+
+void SynEditor::NewRack() {
+  history.Settle();
+  placeholders_.clear();
+  ApplyPreset({}, *this);
+  FillWindowWithRows();
+  presetPath.clear();
+  presetFromChunk = false;
+  history.RackReplaced("New Rack");
+  UpdatePresetDisplay(false);
 }
 
 bool SynEditor::LoadChunk(std::span<const std::byte> chunk) {

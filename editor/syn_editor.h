@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "editor/autosave.h"
 #include "editor/data_folders.h"
 #include "editor/edit_history.h"
 #include "editor/external_modules.h"
@@ -18,7 +19,9 @@
 #include "editor/preset_commands.h"
 #include "editor/preset_library.h"
 #include "editor/rack_commands.h"
+#include "editor/recovery.h"
 #include "editor/skin.h"
+#include "editor/unsaved_changes.h"
 #include "framework/rack_model.h"
 #include "presets/preset_format.h"
 
@@ -55,6 +58,11 @@ class SynEditor : public RackModel {
   bool LoadPreset(const std::string& path);
   /// Modules that cannot be made become placeholders, and the load succeeds.
   bool LoadPresetWithPlaceholders(const std::string& path);
+  /// Loads a rack from a file as a change, not yet saved, of the preset at `path` or of none, with
+  /// placeholders for missing modules. The step of the history has the name `stepName`.
+  bool LoadAsChange(const std::string& file, const std::string& path, const std::string& stepName);
+  /// An empty rack without a file.
+  void NewRack();
   /// Whether modules of the last preset are missing and have placeholders.
   bool HasPlaceholders() const { return !placeholders_.empty(); }
   /// Whether this one is: all of its name and vendor are placeholders until the next load.
@@ -88,6 +96,8 @@ class SynEditor : public RackModel {
   RackWindow* Window() { return window_.get(); }
   /// Its size, open or not.
   CRect WindowRect() const;
+  /// In a host's window, or another one around it.
+  bool IsEmbedded() const { return isEmbedded_; }
   /// To be called regularly while the window is open.
   void Idle();
   /// True where the window has the size now or the host has agreed to give it.
@@ -131,6 +141,9 @@ class SynEditor : public RackModel {
   std::function<void(const DialogText&)> dialogs;
 
   EditHistory history{*this};
+  UnsavedChanges unsaved{*this};
+  Autosave autosave{*this, folders.Autosaves()};
+  Recovery recovery{*this};
   RackCommands commands{*this};
   PresetCommands presetCommands{*this};
   PresetLibrary presets;
@@ -148,6 +161,8 @@ class SynEditor : public RackModel {
                      int voice);
   enum class Missing { kRefuse, kReplace };
   bool LoadFile(const std::string& path, Missing missing);
+  /// Puts the contents of a file into the rack, and nothing else.
+  bool LoadContents(const std::string& path, Missing missing);
   bool Load(const PresetReadResult& read, PresetForm form, const std::string& name, Missing missing,
             const std::string& path = {});
   /// The modules of a document that cannot be made; a line about each in `failures`.

@@ -43,6 +43,8 @@ bool SynEditor::OpenWindow(void* parent, std::string* error) {
 void SynEditor::CloseWindow() {
   if (!window_) return;
   window_->EndDrags();
+  history.Settle();
+  autosave.WriteNow();
   window_->Frame().close();
   // Menus and dialogs that went with it may still have asked for the window.
   std::unique_ptr<RackWindow> closed = std::move(window_);
@@ -65,6 +67,11 @@ void SynEditor::Idle() {
     window_->Frame().idle();
     history.Settle();
   }
+  if (window_) {
+    unsaved.Update();
+    autosave.Update();
+    recovery.Offer();
+  }
   idling_ = false;
   closedWindow_.reset();
 }
@@ -82,7 +89,7 @@ void SynEditor::UpdatePresetDisplay(bool add) {
 }
 
 void SynEditor::ShowAuthor() {
-  if (window_) window_->ShowPreset(presetName, author);
+  if (window_) window_->ShowPreset(presetName, author, unsaved.Exist());
 }
 
 void SynEditor::ToggleSampleAccurate() {

@@ -65,7 +65,7 @@ class Corpus {
 
  private:
   static void Write(const fs::path& path, std::span<const std::byte> bytes) {
-    platform::WriteWholeFile(path.string(), bytes);
+    platform::WriteWholeFile(path.string(), bytes, platform::Durability::kAtomic);
   }
 
   fs::path folder_;

@@ -12,7 +12,6 @@
 namespace halveron {
 namespace {
 
-constexpr CCoord kBarWidth = 12;
 constexpr CCoord kIconColumn = 28;
 constexpr double kTypingPause = 1.0;
 constexpr CCoord kPartGap = 16;
@@ -31,96 +30,16 @@ void DrawFolderIcon(CDrawContext& context, const CRect& row, CCoord column) {
 }  // namespace
 
 FileList::FileList(const CRect& size, CFrame* root, double scale_)
-    : CViewContainer(size, root),
-      scale(scale_),
-      rowHeight(theme::Scaled(theme::kRowHeight, scale_)) {
-  const CCoord width = theme::Scaled(kBarWidth, scale);
-  bar = new CScrollbar(CRect(getWidth() - width, 0, getWidth(), getHeight()), this, 0,
-                       CScrollbar::kVertical);
-  bar->setWheelStep(3 * rowHeight);
-  addView(bar);
-}
+    : RowList(size, root, scale_, theme::kRowHeight) {}
 
 void FileList::setEntries(const std::vector<FolderEntry>* shown, const std::string& noteIfEmpty) {
   entries = shown;
-  note = noteIfEmpty;
-  selected = -1;
   typed.clear();
-  bar->setScrollSize(count() * rowHeight, getHeight());
-  bar->scrollTo(0);
-  bar->setVisible(bar->canScroll());
-  invalid();
-}
-
-CRect FileList::wholeRowRect(int index) const {
-  const CCoord top = index * rowHeight - std::round(bar->getScrollPosition());
-  return {0, top, bar->isVisible() ? bar->getViewSize().left : getWidth(), top + rowHeight};
-}
-
-CRect FileList::getRowRect(int index) const {
-  if (index < 0 || index >= count()) return {};
-  return wholeRowRect(index).bound({0, 0, getWidth(), getHeight()});
-}
-
-void FileList::select(int index) {
-  selected = index >= 0 && index < count() ? index : -1;
-  if (selected >= 0) {
-    const CCoord top = selected * rowHeight;
-    const CCoord scroll = bar->getScrollPosition();
-    if (top < scroll) bar->scrollTo(top);
-    if (top + rowHeight > scroll + getHeight()) bar->scrollTo(top + rowHeight - getHeight());
-    if (onSelected) onSelected(selected);
-  }
-  invalid();
-}
-
-void FileList::valueChanged(CControl* /*control*/) { invalid(); }
-
-CMouseEventResult FileList::onMouseDown(CPoint& where, const CButtonState& buttons) {
-  if (CFrame* root = getFrame()) root->setFocusView(this);
-  const CMouseEventResult result = CViewContainer::onMouseDown(where, buttons);
-  if (result != kMouseEventNotHandled || !buttons.isLeftButton()) return result;
-  const CCoord y = toChildren(where).y + std::round(bar->getScrollPosition());
-  const int index = static_cast<int>(std::floor(y / rowHeight));
-  const bool again = buttons.isDoubleClick() && index == selected;
-  select(index);
-  if (again && selected >= 0 && onActivated) onActivated(selected);
-  return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
-}
-
-bool FileList::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
-  return bar->onWheel(where, distance, buttons);
+  setCount(static_cast<int>(entries->size()), noteIfEmpty);
 }
 
 bool FileList::onKeyDown(const CKeyEvent& event) {
-  const int page = std::max(1, static_cast<int>(getHeight() / rowHeight) - 1);
-  const int last = count() - 1;
-  switch (event.key) {
-    case kKeyUp:
-      if (last >= 0) select(selected < 0 ? last : std::max(selected - 1, 0));
-      return true;
-    case kKeyDown:
-      if (last >= 0) select(std::min(selected + 1, last));
-      return true;
-    case kKeyPageUp:
-      if (last >= 0) select(std::max(selected - page, 0));
-      return true;
-    case kKeyPageDown:
-      if (last >= 0) select(std::min(std::max(selected, 0) + page, last));
-      return true;
-    case kKeyHome:
-      select(0);
-      return true;
-    case kKeyEnd:
-      select(last);
-      return true;
-    case kKeyReturn:
-      if (selected < 0 || !onActivated) return false;
-      onActivated(selected);
-      return true;
-    default:
-      break;
-  }
+  if (RowList::onKeyDown(event)) return true;
   if (event.character == 0 || event.modifiers.isControlSet() || event.modifiers.isAltSet()) {
     return false;
   }
@@ -133,43 +52,19 @@ bool FileList::onKeyDown(const CKeyEvent& event) {
 }
 
 void FileList::jumpTo(const std::string& folded) {
-  for (int i = 0; i < count(); ++i) {
+  for (int i = 0; i < getCount(); ++i) {
     if (!FoldedCase((*entries)[static_cast<std::size_t>(i)].name).starts_with(folded)) continue;
     return select(i);
   }
 }
 
-void FileList::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
-  context->setFillColor(theme::kField);
-  context->fillRect(updateRect);
-  context->setFont(theme::Font(scale));
-  const CRect whole(0, 0, getWidth(), getHeight());
-  if (count() == 0) {
-    context->setFontColor(theme::kDisabledText);
-    context->drawString(note, whole);
-  }
-  for (int i = 0; i < count(); ++i) {
-    if (wholeRowRect(i).rectOverlap(updateRect)) drawRow(*context, i);
-  }
-  const CFrame* root = getFrame();
-  context->setFrameColor(root && root->getFocusView() == this ? theme::kHighlight
-                                                              : theme::kFieldEdge);
-  context->setLineWidth(1);
-  context->drawRect(whole, kDrawStroked);
-}
-
-void FileList::drawRow(CDrawContext& context, int index) {
+void FileList::drawRow(CDrawContext& context, int index, const CRect& row) {
   const FolderEntry& entry = (*entries)[static_cast<std::size_t>(index)];
-  CRect row = wholeRowRect(index);
-  if (index == selected) {
-    context.setFillColor(theme::kHighlight);
-    context.fillRect(row);
-  }
   const CCoord column = theme::Scaled(kIconColumn, scale);
   if (entry.isFolder) DrawFolderIcon(context, row, column);
-  row.left += column;
-  context.setFontColor(index == selected ? theme::kHighlightText : theme::kText);
-  context.drawString(entry.name, row, kLeftText);
+  CRect text = row;
+  text.left += column;
+  context.drawString(entry.name, text, kLeftText);
 }
 
 PathBar::PathBar(const CRect& size, double scale_) : CView(size), scale(scale_) {

@@ -6,50 +6,29 @@
 #include <vector>
 
 #include "gui/folder_listing.h"
-#include "gui/scrollbar.h"
-#include "gui/view_container.h"
+#include "gui/row_list.h"
 
 namespace halveron {
 
-/// Names, one a row, of which one may be selected. It takes the keys: arrows move, Return
-/// activates, letters find.
-class FileList : public CViewContainer, public CControlListener {
+/// Names, one a row. Letters find the next that begins with them.
+class FileList : public RowList {
  public:
   FileList(const CRect& size, CFrame* frame, double scale);
 
   /// Selects nothing and goes to the top.
   void setEntries(const std::vector<FolderEntry>* shown, const std::string& noteIfEmpty);
-  /// -1 for none; scrolls it into sight.
-  void select(int index);
-  int getSelected() const { return selected; }
-  /// In the coordinates of the list's children; cut to what is seen.
-  CRect getRowRect(int index) const;
 
-  std::function<void(int)> onSelected;
-  std::function<void(int)> onActivated;
-
-  void valueChanged(CControl* control) override;
-  void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
-  CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
-  bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
   bool onKeyDown(const CKeyEvent& event) override;
-  void takeFocus() override { invalid(); }
-  void looseFocus() override { invalid(); }
 
-  HALVERON_TYPE_OF(FileList, CViewContainer)
+  HALVERON_TYPE_OF(FileList, RowList)
+
+ protected:
+  void drawRow(CDrawContext& context, int index, const CRect& row) override;
 
  private:
-  int count() const { return entries ? static_cast<int>(entries->size()) : 0; }
-  CRect wholeRowRect(int index) const;
   void jumpTo(const std::string& typed);
-  void drawRow(CDrawContext& context, int index);
 
   const std::vector<FolderEntry>* entries = nullptr;
-  std::string note;
-  CScrollbar* bar;
-  double scale;
-  CCoord rowHeight;
-  int selected = -1;
   std::string typed;
   double lastTyped = 0;
 };

@@ -69,6 +69,14 @@ void CFrame::close() {
   }
 }
 
+void CFrame::refuseClose() {
+  if (window) window->RefuseClose();
+}
+
+void CFrame::setTitle(const std::string& title) {
+  if (window) window->SetTitle(title);
+}
+
 void* CFrame::getWindowHandle() const { return window ? window->Handle() : nullptr; }
 
 int CFrame::getEventDescriptor() { return window ? window->EventDescriptor() : -1; }

@@ -63,6 +63,10 @@ class CFrame : public CViewContainer {
   void waitForEvents(double seconds);
   /// True once the user has asked a free window to close.
   bool isCloseRequested() const;
+  /// The window stays; the user may ask again.
+  void refuseClose();
+  /// The title of a free window; without a window nothing happens.
+  void setTitle(const std::string& title);
   /// Size as the window system has it, which a host may have changed; the frame's without a window.
   CPoint getWindowSize() const;
   /// Resizes the frame and its window. A host's own window is the host's to resize.

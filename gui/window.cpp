@@ -305,6 +305,11 @@ platform::X11Window Window::Native() const {
   return {puglGetNativeWorld(world_), puglGetNativeView(view_)};
 }
 
+void Window::SetTitle(const std::string& title) {
+  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  puglSetWindowTitle(view_, title.c_str());
+}
+
 void* Window::Handle() const { return reinterpret_cast<void*>(puglGetNativeView(view_)); }
 
 int Window::EventDescriptor() {

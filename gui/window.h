@@ -33,6 +33,8 @@ class Window {
   int EventDescriptor();
   void WaitForEvents(double seconds);
   bool IsCloseRequested() const { return closeRequested_; }
+  void RefuseClose() { closeRequested_ = false; }
+  void SetTitle(const std::string& title);
   CPoint GetSize() const;
   CPoint GetScreenSize() const;
   void SetSize(int width, int height);

@@ -10,6 +10,8 @@
 #include <cstring>
 #include <filesystem>
 
+#include "platform/whole_file.h"
+
 namespace halveron::media {
 
 namespace fs = std::filesystem;
@@ -212,10 +214,8 @@ void AudioFileWriter::Commit() {
   if (sf_close(file_->handle.release()) != 0) {
     throw FileError(path_, "", "cannot be written to its end", "make room or choose another place");
   }
-  std::error_code error;
-  fs::rename(temporary_, target_, error);
-  if (error) {
-    throw FileError(path_, "", "cannot be put in place: " + error.message(),
+  if (!platform::ReplaceFile(temporary_, target_)) {
+    throw FileError(path_, "", std::string("cannot be put in place: ") + std::strerror(errno),
                     "choose another place");
   }
   temporary_.clear();

@@ -52,7 +52,9 @@ class Place {
 /// Reads the fields that a layout names from bytes.
 class Source {
  public:
-  explicit Source(std::span<const std::byte> bytes) : reader_(bytes.data(), bytes.size()) {}
+  /// Of the beginning of a file, what follows cannot be counted.
+  explicit Source(std::span<const std::byte> bytes, bool isBeginning = false)
+      : reader_(bytes.data(), bytes.size()), isBeginning_(isBeginning) {}
 
   Place place;
 
@@ -89,7 +91,7 @@ class Source {
   void Count(const char* name, int& count, std::size_t leastBytesEach) {
     Integer(name, count, 0);
     Require(
-        static_cast<std::size_t>(count) <= reader_.Remaining() / leastBytesEach,
+        isBeginning_ || static_cast<std::size_t>(count) <= reader_.Remaining() / leastBytesEach,
         [&] {
           return std::string(name) + " is " + std::to_string(count) + ", but only " +
                  std::to_string(reader_.Remaining()) + " bytes follow";
@@ -206,6 +208,7 @@ class Source {
   }
 
   ByteReader reader_;
+  bool isBeginning_;
   std::size_t at_ = 0;  // start of the last field
 };
 
@@ -441,6 +444,18 @@ PresetReadResult ReadPreset(std::span<const std::byte> bytes, PresetForm form) {
   document.largestBlock = counts.largestBlock;
   document.patchPointCount = counts.patchPoints;
   return {std::move(document), {}};
+}
+
+std::optional<PresetTexts> ReadPresetTexts(std::span<const std::byte> beginning) {
+  Source source(beginning, true);
+  PresetDocument document;
+  Counts counts;
+  try {
+    LayOutHeader(source, document, counts);
+  } catch (const Refusal&) {
+    return std::nullopt;
+  }
+  return PresetTexts{std::move(document.author), std::move(document.description)};
 }
 
 std::vector<std::byte> WritePreset(const PresetDocument& document, PresetForm form) {

@@ -56,6 +56,19 @@ inline constexpr int kFarthestPresetPosition = 1 << 24;
 /// outside the ranges in PresetDocument.
 PresetReadResult ReadPreset(std::span<const std::byte> bytes, PresetForm form);
 
+/// What a preset says of itself.
+struct PresetTexts {
+  std::string author;
+  std::string description;
+};
+
+/// The bytes of a preset's file in which ReadPresetTexts finds all texts that the editor can write.
+inline constexpr std::size_t kPresetTextsBytes = std::size_t{32} << 10;
+
+/// The texts of a preset, from the beginning of its file; nothing if it holds no preset, or texts
+/// that go on beyond it.
+std::optional<PresetTexts> ReadPresetTexts(std::span<const std::byte> beginning);
+
 /// The bytes in the layout of the document's version; ReadPreset gives an equal document. Texts are
 /// written up to their first NUL. The path before a chunk only names the preset and is cut at the
 /// limit; the file form has none. Throws std::invalid_argument for a document that ReadPreset would

@@ -113,10 +113,10 @@ void PaintSkins(const std::string& folder) {
       }
       const std::string config = SkinConfigText(theme, font.filename().string());
       platform::WriteWholeFile((target / "skin_config.ini").string(),
-                               std::as_bytes(std::span(config)));
+                               std::as_bytes(std::span(config)), platform::Durability::kAtomic);
       if (!font.empty()) {
         platform::WriteWholeFile((target.parent_path() / font.filename()).string(),
-                                 platform::ReadWholeFile(font.string()));
+                                 platform::ReadWholeFile(font.string()), platform::Durability::kAtomic);
       }
     }
     RunAll(jobs);

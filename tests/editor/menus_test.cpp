@@ -26,10 +26,12 @@ class Menus : public ::testing::Test {
 
 TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
   OpenMain();
-  const Titles expected = {"Open...",
+  const Titles expected = {"New",
+                           "Open...",
                            "Save",
                            "Save As...",
                            "Save As New Version",
+                           "Versions",
                            "-",
                            "Undo",
                            "Redo",

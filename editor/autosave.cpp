@@ -1,0 +1,77 @@
+#include "editor/autosave.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "editor/rack_window.h"
+#include "editor/syn_editor.h"
+#include "presets/preset_format.h"
+#include "presets/preset_rack.h"
+
+namespace halveron {
+
+Autosave::Autosave(SynEditor& editor, std::string folder)
+    : editor_(editor), folder_(std::move(folder)) {}
+
+Autosave::~Autosave() { writer_.Stop(); }
+
+bool Autosave::IsOutdated() const {
+  return editor_.unsaved.Exist() &&
+         (writtenState_ != editor_.history.State() || writtenPath_ != editor_.presetPath);
+}
+
+void Autosave::Update() {
+  if (folder_.empty() || !editor_.Window() || writer_.IsBusy()) return;
+  Report();
+  if (!editor_.unsaved.Exist()) {
+    if (std::exchange(writtenState_, -1) >= 0 && files_) files_->Clear();
+    changedAt_ = -1;
+  } else if (IsOutdated()) {
+    const double now = editor_.Window()->Frame().getTime();
+    if (changedAt_ < 0 || now < changedAt_) changedAt_ = now;
+    if (now - changedAt_ >= kPeriod) Write();
+  }
+}
+
+void Autosave::Write() {
+  if (!files_) files_ = AutosaveFiles::Make(folder_);
+  changedAt_ = -1;
+  writtenState_ = editor_.history.State();
+  writtenPath_ = editor_.presetPath;
+  std::vector<std::byte> bytes;
+  try {
+    bytes = WritePreset(CapturePreset(editor_), PresetForm::kFile);
+  } catch (const std::invalid_argument&) {
+    return;  // a rack that does not fit the format, which saving tells the user
+  }
+  const std::string path = editor_.HasOwnFile() ? editor_.presetPath : "";
+  writer_.Start([files = files_.get(), folder = folder_, name = editor_.presetName, path,
+                 bytes = std::move(bytes)](const std::stop_token&) {
+    if (!files) throw std::runtime_error(folder + ": cannot be written");
+    files->Write(name, path, bytes);
+  });
+}
+
+void Autosave::Report() {
+  const std::string error = writer_.TakeError();
+  if (error.empty() || std::exchange(isReported_, true)) return;
+  editor_.ShowDialog({"Autosave",
+                      "Changes cannot be kept against a crash:\n" + error +
+                          "\nSave your work, and make room or check the folder.",
+                      600});
+}
+
+void Autosave::WriteNow() {
+  if (folder_.empty()) return;
+  writer_.Stop();
+  if (IsOutdated()) Write();
+  writer_.Stop();
+}
+
+void Autosave::LeaveForNextStart() {
+  editor_.history.Settle();
+  WriteNow();
+  if (files_ && writtenState_ >= 0) files_->Leave();
+}
+
+}  // namespace halveron
