@@ -61,6 +61,9 @@ class EditHistory {
   /// rack's file along; `isSaved` tells whether the rack is what that file holds.
   void RackReplaced(const std::string& stepName, bool isSaved = true);
   void ModuleLeft(const Module& module);
+  /// Makes real modules in the place of all placeholders of one identity, with what these kept,
+  /// which is no step. False, and the rack as it was, if one of them cannot be made.
+  bool ReplacePlaceholders(const ModuleIdentity& identity);
 
  private:
   /// The file that the rack belongs to, and what of it is missing.

@@ -58,6 +58,8 @@ class SynEditor : public RackModel {
   bool LoadPreset(const std::string& path);
   /// Modules that cannot be made become placeholders, and the load succeeds.
   bool LoadPresetWithPlaceholders(const std::string& path);
+  /// The same for a rack that comes from no file.
+  void ApplyWithPlaceholders(const PresetDocument& document);
   /// Loads a rack from a file as a change, not yet saved, of the preset at `path` or of none, with
   /// placeholders for missing modules. The step of the history has the name `stepName`.
   bool LoadAsChange(const std::string& file, const std::string& path, const std::string& stepName);
@@ -165,6 +167,8 @@ class SynEditor : public RackModel {
   bool LoadContents(const std::string& path, Missing missing);
   bool Load(const PresetReadResult& read, PresetForm form, const std::string& name, Missing missing,
             const std::string& path = {});
+  /// Plans placeholders for what cannot be made of a document; a line about each module.
+  std::string PlanForMissing(const PresetDocument& document);
   /// The modules of a document that cannot be made; a line about each in `failures`.
   std::set<ModuleIdentity> FindMissing(const PresetDocument& document, std::string& failures);
   /// Of each of a document's points, whether it carries MIDI; none where its module is missing.

@@ -48,6 +48,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Cable Thickness",
                            "Flat Cables",
                            "CPU Lite Cables",
+                           "Cables",
                            "LEDs Always ON",
                            "Sample Accurate Automation",
                            "About"};
