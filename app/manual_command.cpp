@@ -21,7 +21,6 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-constexpr char kIndexPage[] = "index.html";
 constexpr char kStyle[] =
     "body{font:16px/1.5 sans-serif;max-width:50em;margin:2em auto;padding:0 1em;color:#222;"
     "background:#fff}"
@@ -111,7 +110,7 @@ void AddJacks(std::ostream& page, const Json& module) {
 std::string ModulePage(const Json& module) {
   std::ostringstream page;
   BeginPage(page, module["name"].get<std::string>());
-  page << "<p><a href=\"" << kIndexPage << "\">All modules</a> &rsaquo; "
+  page << "<p><a href=\"" << kManualStart << "\">All modules</a> &rsaquo; "
        << TextOf(module["category"]) << "</p>\n<p>"
        << (module["mono"].get<bool>() ? "One instance serves all voices"
                                       : "Each voice has an instance of its own")
@@ -166,7 +165,7 @@ int WriteManual(const std::string& folder, std::ostream& out) {
     modules.push_back(DescribeModule(listed, module));
     Write(std::filesystem::path(folder) / ManualPageName(entry.name), ModulePage(modules.back()));
   }
-  Write(std::filesystem::path(folder) / kIndexPage, IndexPage(modules));
+  Write(std::filesystem::path(folder) / kManualStart, IndexPage(modules));
   out << "Wrote the pages of " << modules.size() << " modules to " << folder << "\n";
   return kExitDone;
 }

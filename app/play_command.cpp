@@ -13,6 +13,7 @@
 #include "app/patch_file.h"
 #include "app/run_command.h"
 #include "app/sound_link.h"
+#include "editor/first_start.h"
 #include "gui/frame.h"
 #include "gui/param_display.h"
 #include "media/live/midi_port.h"
@@ -261,6 +262,7 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   const int block = card ? card->BlockSize() : options.block;
   std::unique_ptr<media::MidiOutput> output;  // outlives the host, which sends to it
   LiveHost host({rate, block, true, SongPosition(options.tempo)});
+  const bool isFirst = options.patch.empty() && OpenFirstVoice(host.Rack());
   if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err);
   if (!options.midiOutput.empty()) {
     output = std::make_unique<media::MidiOutput>(options.midiOutput);
@@ -270,7 +272,11 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   host.Start();
   MidiLink midi(MakeInputSource(host), options.midi);
   SoundLink sound(host, std::move(card), OpenerFor(settings), block);
-  out << "Playing " << (options.patch.empty() ? "an empty rack" : options.patch) << "\n";
+  out << "Playing "
+      << (isFirst                 ? host.Rack().presetName
+          : options.patch.empty() ? "an empty rack"
+                                  : options.patch)
+      << "\n";
   ReportSound(sound, rate, out);
   ReportMidi(midi, out);
   out << "Ctrl+C ends it\n" << std::flush;

@@ -1,12 +1,9 @@
 #include "editor/context_menus.h"
 
-#include <filesystem>
 #include <limits>
 
 #include "editor/syn_editor.h"
-#include "framework/manual_page.h"
 #include "framework/module.h"
-#include "platform/desktop.h"
 
 namespace halveron {
 
@@ -84,18 +81,7 @@ SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
       .setEnabled(module.monoSelectable);
   menu->AddSubmenu("Clip Level", MakeClipMenu(editor, module));
   menu->setEntryEnabled(menu->getNbEntries() - 1, module.GetClipLevel() > -1.0f);
-  const char* url = module.GetInfoURL();
-  menu->Add("Info...", [&editor, address = std::string(url ? url : ""),
-                        page = InstalledManualPage(module.GetName())] {
-    if (address.empty()) return;
-    // A desktop shows an error of its own, or nothing, for a page that is not there.
-    std::error_code error;
-    if (!std::filesystem::exists(page, error)) {
-      editor.ShowDialog({"Manual", "The manual is not installed: there is no file\n" + page});
-    } else if (!platform::OpenOnDesktop(address)) {
-      editor.ShowDialog({"Manual", "No program could be started to show\n" + page});
-    }
-  });
+  menu->Add("Info...", [&] { editor.manual.ShowPageOf(module); });
   return menu;
 }
 

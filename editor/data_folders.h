@@ -21,6 +21,8 @@ struct DataFolders {
   static DataFolders Find(const std::string& programFolder, UserFiles files);
 
   std::string ConfigFile() const { return In(data, "Config.ini"); }
+  /// Those that the user has marked, one a line.
+  std::string FavouritePresets() const { return In(data, "Favourite Presets.txt"); }
   /// How wide external modules are, for when one is missing.
   std::string ModuleWidths() const { return In(data, "Module Widths.ini"); }
   std::string Presets() const { return In(data, "Presets/"); }

@@ -1,6 +1,7 @@
 #include "editor/dialog_window.h"
 
 #include <algorithm>
+#include <cctype>
 #include <utility>
 
 #include "gui/draw_context.h"
@@ -207,9 +208,25 @@ bool DialogWindow::onKeyDown(const CKeyEvent& event) {
   } else if (event.key == kKeyTab) {
     FocusNextField(event.modifiers.isShiftSet());
   } else {
-    return false;
+    return fields_.empty() && event.modifiers.getModifierState() == 0 &&
+           PressByLetter(event.character);
   }
   return true;
+}
+
+bool DialogWindow::PressByLetter(char32_t letter) {
+  int found = -1;
+  for (std::size_t i = 0; i < request_.buttons.size(); ++i) {
+    const std::string& caption = request_.buttons[i];
+    if (caption.empty() || letter > 0x7F ||
+        std::tolower(static_cast<unsigned char>(caption[0])) != static_cast<int>(letter)) {
+      continue;
+    }
+    if (found >= 0) return false;  // two begin with it
+    found = static_cast<int>(i);
+  }
+  if (found >= 0) Press(found);
+  return found >= 0;
 }
 
 void DialogWindow::Press(int button) {

@@ -41,7 +41,8 @@ struct DialogRequest {
 };
 
 /// One view on the frame, hidden until it is needed. Return presses the first button, Escape the
-/// last or the one that the request names.
+/// last or the one that the request names, and without fields a letter the button that begins with
+/// it.
 class DialogWindow final : public CViewContainer {
  public:
   DialogWindow();
@@ -74,6 +75,7 @@ class DialogWindow final : public CViewContainer {
   CCoord AddFields(CCoord top, double scale);
   CCoord AddButtons(CCoord top, double scale);
   void FocusNextField(bool backward);
+  bool PressByLetter(char32_t letter);
 
   DialogRequest request_;
   std::vector<CTextEdit*> fields_;

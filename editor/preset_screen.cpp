@@ -82,8 +82,9 @@ void PresetScreen::drawRect(CDrawContext* context, const CRect& updateRect) {
 }
 
 CMouseEventResult PresetScreen::onMouseDown(CPoint& /*where*/, const CButtonState& buttons) {
-  if (!buttons.isLeftButton() || !onPress) return kMouseEventNotHandled;
-  onPress();
+  const auto& press = buttons.isRightButton() ? onContextPress : onPress;
+  if (!(buttons.isLeftButton() || buttons.isRightButton()) || !press) return kMouseEventNotHandled;
+  press();
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
 }
 

@@ -34,6 +34,7 @@ class PresetScreen final : public CViewContainer {
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
 
   std::function<void()> onPress;
+  std::function<void()> onContextPress;  ///< for the right button
 
  private:
   /// The suffix is shown in full.

@@ -108,6 +108,7 @@ void RackWindow::ConnectBar() {
   bar_->Screen().onPress = [this] {
     PopUpUnder(bar_->Screen(), SharedPointer<SynOptionMenu>(&editor_.presets.PresetMenu()));
   };
+  bar_->Screen().onContextPress = [this] { OpenPresetBrowser(); };
 }
 
 void RackWindow::OpenModulePicker() {
@@ -116,6 +117,20 @@ void RackWindow::OpenModulePicker() {
 
 void RackWindow::OpenMainMenu() {
   PopUpUnder(*bar_->mainMenu, MainMenu(editor_, *this).Make(), bar_->mainMenu);
+}
+
+void RackWindow::OpenPresetBrowser() {
+  if (Browser()) return;
+  LandInsertion();
+  if (!presetIndex_) {
+    presetIndex_ = std::make_unique<PresetIndex>(editor_.presets, editor_.presetsFolder,
+                                                 editor_.folders.FavouritePresets());
+  }
+  browser_ = SharedPointer<PresetBrowser>::Adopt(
+      new PresetBrowser(*frame_, *presetIndex_, [&editor = editor_](const std::string& path) {
+        editor.unsaved.AskThen([&editor, path] { editor.presetCommands.Load(path); });
+      }));
+  browser_->Open(*frame_, editor_.presetPath);
 }
 
 void RackWindow::PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
@@ -139,6 +154,9 @@ void RackWindow::PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& w
 void RackWindow::ShowDialog(DialogRequest request) {
   DialogWindow* dialog =
       dialog_->IsShown() && dialog_->Request().callback ? nestedDialog_ : dialog_;
+  // Above whatever was added to the frame meanwhile.
+  frame_->removeView(dialog, false);
+  frame_->addView(dialog);
   dialog->ShowDialog(std::move(request), uiScale);
 }
 
@@ -150,6 +168,7 @@ SharedPointer<CBitmap> RackWindow::AboutImage() const {
 void RackWindow::AddModuleView(Module& module) {
   module.remember();
   rack_->addView(&module);
+  if (rack_->getNbViews() == 1) UpdateHints();
 }
 
 void RackWindow::RemoveModuleView(Module& module) {
@@ -160,6 +179,12 @@ void RackWindow::RemoveModuleView(Module& module) {
   }
   if (pulledFrom_ && pulledFrom_->Owner() == &module) pulledFrom_ = nullptr;
   rack_->removeView(&module);
+  if (rack_->getNbViews() == 0) UpdateHints();
+}
+
+void RackWindow::UpdateHints() {
+  rack_->HintsChanged();
+  rack_->invalid();
 }
 
 void RackWindow::RowsChanged(int rows) {
@@ -424,8 +449,7 @@ bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
   const auto isPreset = [](const std::string& path) { return IsPresetFile(path); };
   const auto file = std::find_if(files.begin(), files.end(), isPreset);
   if (file == files.end()) return false;
-  editor_.unsaved.AskThen(
-      [path = *file, &editor = editor_] { editor.presetCommands.Load(path); });
+  editor_.unsaved.AskThen([path = *file, &editor = editor_] { editor.presetCommands.Load(path); });
   return true;
 }
 

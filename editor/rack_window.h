@@ -2,12 +2,14 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 
 #include "editor/dialog_window.h"
 #include "editor/jack_tools.h"
 #include "editor/module_drag.h"
+#include "editor/preset_browser.h"
 #include "editor/rack_geometry.h"
 #include "editor/syn_frame.h"
 #include "editor/syn_option_menu.h"
@@ -61,6 +63,11 @@ class RackWindow final : private CControlListener {
   bool OpenDroppedPreset(std::span<const std::string> files);
   void OpenModulePicker();
   void OpenMainMenu();
+  void OpenPresetBrowser();
+  /// The browser that is up; null if none is.
+  PresetBrowser* Browser() const {
+    return browser_ && browser_->getFrame() ? browser_.get() : nullptr;
+  }
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
@@ -106,6 +113,8 @@ class RackWindow final : private CControlListener {
   void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
                   BarButton* opener = nullptr);
   void MoveRackTo(CCoord top);
+  /// The hints for an empty rack came or went.
+  void UpdateHints();
   void EndDrag(const CPoint& where, const CButtonState& buttons);
   void ReleaseMouse();
   /// Ends the drag of a module or a cable as if it had not begun; false if there is none.
@@ -134,6 +143,8 @@ class RackWindow final : private CControlListener {
   bool followsCable_ = false;
   CCoord dragMargin_ = 0;  // pixels from the edges in which a drag scrolls
   SharedPointer<SynOptionMenu> openMenu_;
+  std::unique_ptr<PresetIndex> presetIndex_;  // from the first use on
+  SharedPointer<PresetBrowser> browser_;
 };
 
 }  // namespace halveron

@@ -39,6 +39,15 @@ class LaterModule final : public Module {
   int version_;
 };
 
+/// After a failed load. What the user has not changed since a save is no change for that.
+void ForgetFile(SynEditor& editor, bool rackChanged) {
+  const bool isChanged = !rackChanged && editor.history.IsChanged();
+  if (rackChanged) editor.presetName.clear();
+  editor.presetPath.clear();
+  if (!isChanged) editor.history.MarkSaved();
+  editor.ShowAuthor();
+}
+
 }  // namespace
 
 SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
@@ -194,9 +203,7 @@ bool SynEditor::KeepsRackOnFailure(PresetForm form) const {
 }
 
 bool SynEditor::FailLoad(const DialogText& dialog, bool rackChanged) {
-  if (rackChanged) presetName.clear();
-  presetPath.clear();
-  ShowAuthor();
+  ForgetFile(*this, rackChanged);
   ShowDialog(dialog);
   return false;
 }
@@ -333,9 +340,7 @@ bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::s
   if (keepsRack) {
     ShowDialog(dialog);
   } else if (form == PresetForm::kFile && missing == Missing::kRefuse) {
-    presetName.clear();
-    presetPath.clear();
-    ShowAuthor();
+    ForgetFile(*this, true);
     ShowDialog(dialog, "Load with placeholders", [this, path] {
       if (LoadPresetWithPlaceholders(path)) UpdatePresetDisplay(true);
     });

@@ -13,6 +13,7 @@
 #include "editor/data_folders.h"
 #include "editor/edit_history.h"
 #include "editor/external_modules.h"
+#include "editor/manual_help.h"
 #include "editor/module_clipboard.h"
 #include "editor/options.h"
 #include "editor/placeholder_module.h"
@@ -146,6 +147,7 @@ class SynEditor : public RackModel {
   UnsavedChanges unsaved{*this};
   Autosave autosave{*this, folders.Autosaves()};
   Recovery recovery{*this};
+  ManualHelp manual{*this};
   RackCommands commands{*this};
   PresetCommands presetCommands{*this};
   PresetLibrary presets;

@@ -8,12 +8,6 @@
 
 namespace halveron {
 
-namespace {
-
-constexpr const char* kWindowTitle = "Halveron";
-
-}  // namespace
-
 RackWindow& SynEditor::OpenViews() {
   if (window_) return *window_;
   window_ = std::make_unique<RackWindow>(*this);
@@ -32,7 +26,7 @@ void SynEditor::FillWindowWithRows() {
 }
 
 bool SynEditor::OpenWindow(void* parent, std::string* error) {
-  if (!OpenViews().Frame().open(parent, kWindowTitle, error)) {
+  if (!OpenViews().Frame().open(parent, unsaved.ShownTitle().c_str(), error)) {
     CloseWindow();
     return false;
   }

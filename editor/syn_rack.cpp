@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "editor/rack_hints.h"
 #include "editor/signal_kind.h"
 #include "framework/module.h"
 #include "framework/panel_metrics.h"
@@ -72,7 +73,16 @@ void SynRack::drawBackgroundRect(CDrawContext* context, const CRect& updateRect)
     context->fillRect({place.left, place.top, place.right, place.top + rail});
     context->fillRect({place.left, place.bottom - rail, place.right, place.bottom});
   }
+  if (ShowsHints()) DrawHints(*context);
 }
+
+bool SynRack::ShowsHints() const { return rack_.ModuleCount() == 0; }
+
+void SynRack::DrawHints(CDrawContext& context) const {
+  DrawRackHints(context, {0, 0, getWidth(), geometry_.ViewHeight()});
+}
+
+void SynRack::HintsChanged() { panels_.InvalidateAll(); }
 
 void SynRack::drawRect(CDrawContext* context, const CRect& updateRect) {
   const CRect area =

@@ -72,6 +72,9 @@ class SynRack final : public CViewContainer {
   const JackMarks& Marks() const { return marks_; }
   const CableLayer& Cables() const { return cables_; }
 
+  /// The hints for an empty rack come or go: it was empty before, or is now.
+  void HintsChanged();
+
   /// What shows of the rack, in its own coordinates.
   CRect VisiblePart() const;
   bool IsInSight(const Module& module) const;
@@ -100,6 +103,8 @@ class SynRack final : public CViewContainer {
   void MoveDraggedCable(std::optional<CPoint> mouse);
 
  private:
+  bool ShowsHints() const;
+  void DrawHints(CDrawContext& context) const;
   /// What a module and its cables cover.
   CRect ReachOf(const Module& module) const;
   CableStrand StrandOf(const Cable& cable) const;

@@ -113,7 +113,7 @@ void TopBar::AddPresetScreen(const CPoint& centre, const WindowImages& images,
   }
   const CPoint size = SizeOr(*images.presetScreen, kScreenWidth, kScreenHeight);
   presetScreen_ = new PresetScreen(Around(centre + shifts.presetScreen, size), images, config);
-  presetScreen_->setTooltipText("Choose a preset");
+  presetScreen_->setTooltipText("Choose a preset; the right button searches");
   addView(presetScreen_);
 }
 

@@ -20,6 +20,9 @@ class UnsavedChanges {
   /// Gets the title of the whole window, where that is not the rack's own.
   std::function<void(const std::string& title)> onTitle;
 
+  /// The name of the preset with its mark, and the program's.
+  const std::string& ShownTitle() const { return shownTitle_; }
+
   /// Shows the mark at the preset's name and in the title when it comes or goes. On idle.
   void Update();
   /// Calls `then` at once if nothing would be lost or nobody is to be asked. Else it asks whether

@@ -12,10 +12,13 @@ std::string ManualPageName(std::string_view moduleName) {
   return name + ".html";
 }
 
-std::string InstalledManualPage(std::string_view moduleName) {
+std::string InstalledManualFolder() {
   const std::string program = platform::LibraryPath();
-  return program.substr(0, program.rfind('/') + 1) + kManualFolder + "/" +
-         ManualPageName(moduleName);
+  return program.substr(0, program.rfind('/') + 1) + kManualFolder + "/";
+}
+
+std::string InstalledManualPage(std::string_view moduleName) {
+  return InstalledManualFolder() + ManualPageName(moduleName);
 }
 
 }  // namespace halveron

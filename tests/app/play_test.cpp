@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <sstream>
@@ -229,6 +230,54 @@ TEST(Play, ShowsAWindowUntilItIsClosed) {
   int status = -1;
   EXPECT_TRUE(WaitUntil([&] { return (status = played.Status()) != -1; })) << played.Log();
   EXPECT_EQ(status, kExitDone);
+}
+
+TEST(Play, AsksBeforeChangesGoAndOffersThemAfterAnInterrupt) {
+  HALVERON_NEEDS_DISPLAY(display);
+  const ScratchFolder folder;
+  const std::string patch = folder.Write("a.json", R"({"halveron": 1})");
+  const std::string autosaves = folder.At("Documents/Halveron/Autosave");
+  constexpr const char* kChanged = "Untitled * - Halveron";
+  TestDisplay::WindowId window = 0;
+  const auto shows = [&](const char* title) {
+    return WaitUntil([&] { return (window = display->FindByTitle(title)) != 0; });
+  };
+  const auto press = [&](const char* key) {
+    display->SetFocus(window);
+    display->TypeKey(key);
+  };
+  {
+    Played played({patch}, folder);
+    ASSERT_TRUE(shows("Halveron")) << played.Log();
+    int x = 0, y = 0, width = 0;
+    ASSERT_TRUE(WaitUntil([&] {
+      // The button that adds a row is the last but one of the bar; where, depends on the skin.
+      display->GetGeometry(window, &x, &y, &width);
+      static int step = 0;
+      display->Click(x + width - 40 - 4 * (step++ % 12), y + 24);
+      return display->FindByTitle(kChanged) != 0;
+    })) << played.Log();
+    display->AskToClose(window);
+    EXPECT_FALSE(TestDisplay::PumpUntil([] {}, [&] { return played.Status() != -1; }));
+    press("c");
+    played.Interrupt();
+    ASSERT_TRUE(WaitUntil([&] { return played.Status() != -1; })) << "it asks nothing then";
+    EXPECT_FALSE(std::filesystem::is_empty(autosaves));
+  }
+  Played next({patch}, folder);
+  ASSERT_TRUE(shows("Halveron")) << next.Log();
+  ASSERT_TRUE(WaitUntil([&] {
+    press("r");
+    return (window = display->FindByTitle(kChanged)) != 0;
+  }));
+  display->AskToClose(window);
+  int status = -1;
+  EXPECT_TRUE(WaitUntil([&] {
+    press("d");
+    return (status = next.Status()) != -1;
+  }));
+  EXPECT_EQ(status, kExitDone);
+  EXPECT_TRUE(std::filesystem::is_empty(autosaves)) << "what was given up does not come back";
 }
 
 TEST(Play, RefusesWhatIsNotThere) {

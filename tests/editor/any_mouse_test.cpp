@@ -16,7 +16,7 @@ class AnyHand {
 
   void DoSomething() {
     const int modifiers = Dice(4) == 0 ? kControl : Dice(6) == 0 ? kShift : 0;
-    switch (Dice(14)) {
+    switch (Dice(15)) {
       case 0:
       case 1:
         rig.Press(Anywhere(), kLButton | modifiers);
@@ -43,6 +43,9 @@ class AnyHand {
       case 9:
         rig.Shortcut('h');
         break;
+      case 11:
+        UseKeys();
+        break;
       case 10:
         rig.Press(Anywhere(), kRButton);
         if (rig.window.OpenMenu()) rig.Key(kKeyEscape);
@@ -55,6 +58,26 @@ class AnyHand {
   WindowRig rig;
 
  private:
+  /// Presets, dialogs and what else takes keys.
+  void UseKeys() {
+    switch (Dice(6)) {
+      case 0:
+        return rig.Shortcut(U'p');
+      case 1:
+        // Rarely, for it ends what the others have built.
+        if (Dice(8) == 0) rig.Shortcut(U'n');
+        return;
+      case 2:
+        return rig.Shortcut(U's');
+      case 3:
+        return rig.Key(kKeyDown);
+      case 4:
+        return rig.Type("a");
+      default:
+        return rig.editor.Idle();
+    }
+  }
+
   int Dice(int sides) { return std::uniform_int_distribution<int>(0, sides - 1)(random_); }
 
   CPoint Anywhere() {

@@ -32,6 +32,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Save As...",
                            "Save As New Version",
                            "Versions",
+                           "Preset Browser",
                            "-",
                            "Undo",
                            "Redo",
@@ -51,6 +52,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Cables",
                            "LEDs Always ON",
                            "Sample Accurate Automation",
+                           "Manual",
                            "About"};
   EXPECT_EQ(rig.MenuTitles(), expected);
   EXPECT_FALSE(rig.Entry("Sample Accurate Automation")->isEnabled()) << "not under this host";

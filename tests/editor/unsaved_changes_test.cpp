@@ -180,8 +180,9 @@ TEST(Autosave, OffersWhatACrashLeft) {
   EXPECT_TRUE(FindLeftovers(folder).empty()) << "it runs";
 
   PresetDocument lost;
+  std::vector<std::unique_ptr<UserRig::Instance>> ended;
   for (const char* name : {"Bass", ""}) {
-    const auto crashed = user.Start();
+    const auto& crashed = ended.emplace_back(user.Start());
     SynEditor& editor = crashed->Editor();
     if (*name) {
       ASSERT_TRUE(editor.SavePreset(user.Preset(name)));
@@ -193,6 +194,7 @@ TEST(Autosave, OffersWhatACrashLeft) {
     crashed->Pass(Autosave::kPeriod / 2);
     editor.autosave.LeaveForNextStart();
   }
+  ended.clear();
   std::vector<Leftover> leftovers = FindLeftovers(folder);
   ASSERT_EQ(leftovers.size(), 2u);
   EXPECT_GE(leftovers[0].time, leftovers[1].time);

@@ -258,7 +258,7 @@ TestDisplay::WindowId TestDisplay::FindByTitle(const std::string& title) {
   for (const WindowId window : ChildrenOf(state_->Root())) {
     char* name = nullptr;
     if (!XFetchName(state_->display, window, &name) || !name) continue;
-    const bool isIt = title == name;
+    const bool isIt = std::string(name).ends_with(title);
     XFree(name);
     if (isIt) return window;
   }

@@ -44,7 +44,7 @@ class TestDisplay {
   bool GetGeometry(WindowId window, int* x = nullptr, int* y = nullptr, int* width = nullptr,
                    int* height = nullptr);
   std::vector<WindowId> ChildrenOf(WindowId window);
-  /// The free window with a title, 0 if there is none.
+  /// The free window whose title ends so, 0 if there is none.
   WindowId FindByTitle(const std::string& title);
   WindowId FocusedWindow();
   void SetFocus(WindowId window);

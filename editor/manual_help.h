@@ -1,0 +1,31 @@
+// Opens the manual at the right page.
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace halveron {
+
+class Module;
+class SynEditor;
+
+class ManualHelp {
+ public:
+  explicit ManualHelp(SynEditor& editor);
+
+  /// Of a module by another author that names no page, nothing.
+  void ShowPageOf(Module& module);
+  /// The page of the module under the mouse, else of the one that has the focus, else the first.
+  void ShowPageHere();
+
+  /// Opens an address with what the desktop has for it; false if that cannot be asked.
+  std::function<bool(const std::string& address)> open;
+  std::string folder;  ///< of the pages, with a slash at its end
+
+ private:
+  void Show(const std::string& file);
+
+  SynEditor& editor_;
+};
+
+}  // namespace halveron
