@@ -3,6 +3,7 @@
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "framework/oversampling_filters.h"
+#include "gui/shortcut.h"
 
 namespace halveron {
 
@@ -11,6 +12,7 @@ namespace {
 constexpr const char* kFactorTexts[] = {"None", "2X",  "4X",   "8X",  "16X",
                                         "32X",  "64X", "128X", "256X"};
 constexpr const char* kTransparencyTexts[] = {"None", "1", "2", "3", "4"};
+constexpr const char* kSlackTexts[] = {"Tight", "Short", "Usual", "Long", "Very Long"};
 constexpr double kAboutWidth = 420;
 
 void Toggle(Option<bool>& option) { option.Set(!option.Get()); }
@@ -30,10 +32,7 @@ void ShowAbout(SynEditor&, RackWindow& window) {
   window.ShowDialog(std::move(request));
 }
 
-/// The name of a step and the keys for it, as a menu shows them.
-std::string Named(const std::string& step, const std::string& keys) {
-  return (step.empty() ? "" : " " + step) + "  (" + keys + ")";
-}
+std::string AfterBlank(const std::string& step) { return step.empty() ? "" : " " + step; }
 
 void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
 
@@ -41,29 +40,37 @@ void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
 
 struct MainMenu::Entry {
   const char* text;                             // null for a separator
+  const char* keys = "";                        // see gui/shortcut.h
   std::string (*detail)(SynEditor&) = nullptr;  // follows the text
   void (*act)(SynEditor&, RackWindow&) = nullptr;
   Menu (MainMenu::*submenu)() const = nullptr;
   bool (*isChecked)(const SynEditor&) = nullptr;
+  bool (*isCheckedIn)(RackWindow&) = nullptr;
   bool (*isEnabled)(const SynEditor&) = nullptr;
   bool (*isOffered)(const SynEditor&) = nullptr;
 };
 
 const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "Open...",
+     .keys = "Ctrl+O",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Open(); }},
-    {.text = "Save", .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); }},
+    {.text = "Save",
+     .keys = "Ctrl+S",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); }},
     {.text = "Save As...",
+     .keys = "Ctrl+Shift+S",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
     {.text = "Save As New Version",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
     {.text = nullptr},
     {.text = "Undo",
-     .detail = [](SynEditor& editor) { return Named(editor.history.UndoName(), "Ctrl+Z"); },
+     .keys = "Ctrl+Z",
+     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.UndoName()); },
      .act = [](SynEditor& editor, RackWindow&) { editor.history.Undo(); },
      .isEnabled = [](const SynEditor& editor) { return editor.history.CanUndo(); }},
     {.text = "Redo",
-     .detail = [](SynEditor& editor) { return Named(editor.history.RedoName(), "Ctrl+Shift+Z"); },
+     .keys = "Ctrl+Shift+Z Ctrl+Y",
+     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.RedoName()); },
      .act = [](SynEditor& editor, RackWindow&) { editor.history.Redo(); },
      .isEnabled = [](const SynEditor& editor) { return editor.history.CanRedo(); }},
     {.text = nullptr},
@@ -97,6 +104,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
            RedrawCables(window);
          },
      .isChecked = [](const SynEditor& editor) { return editor.options.cpuLiteCables.Get(); }},
+    {.text = "Cables", .submenu = &MainMenu::MakeCables},
     {.text = "LEDs Always ON",
      .act = [](SynEditor& editor, RackWindow&) { Toggle(editor.options.ledsAlwaysOn); },
      .isChecked = [](const SynEditor& editor) { return editor.options.ledsAlwaysOn.Get(); }},
@@ -108,10 +116,59 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "About", .act = ShowAbout},
 };
 
+const MainMenu::Entry MainMenu::kCables[] = {
+    {.text = "Hide Cables",
+     .keys = "Ctrl+H",
+     .act =
+         [](SynEditor&, RackWindow& window) {
+           window.Rack().HideCables(!window.Rack().Cables().IsHidden());
+         },
+     .isCheckedIn = [](RackWindow& window) { return window.Rack().Cables().IsHidden(); }},
+    {.text = "Lift Cables under the Mouse",
+     .act = [](SynEditor& editor, RackWindow&) { Toggle(editor.options.liftCables); },
+     .isChecked = [](const SynEditor& editor) { return editor.options.liftCables.Get(); }},
+    {.text = "Colour by Signal",
+     .act =
+         [](SynEditor& editor, RackWindow& window) {
+           Toggle(editor.options.signalColours);
+           RedrawCables(window);
+         },
+     .isChecked = [](const SynEditor& editor) { return editor.options.signalColours.Get(); }},
+    {.text = "Slack", .submenu = &MainMenu::MakeCableSlack},
+};
+
+// Shortcuts of commands that no entry shows.
+const MainMenu::Entry MainMenu::kKeysOnly[] = {
+    {.text = "Modules",
+     .keys = "Ctrl+M",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenModulePicker(); }},
+    {.text = "Menu",
+     .keys = "F10",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenMainMenu(); }},
+};
+
 SharedPointer<SynOptionMenu> MainMenu::Make() const {
   editor_.history.Settle();
+  return MakeFrom(kEntries);
+}
+
+bool MainMenu::RunShortcut(const CKeyEvent& event) const {
+  for (const std::span<const Entry> table :
+       {std::span<const Entry>(kEntries), std::span<const Entry>(kCables),
+        std::span<const Entry>(kKeysOnly)}) {
+    for (const Entry& entry : table) {
+      if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
+      editor_.history.Settle();
+      if (!entry.isEnabled || entry.isEnabled(editor_)) entry.act(editor_, window_);
+      return true;
+    }
+  }
+  return false;
+}
+
+MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
   Menu menu = SynOptionMenu::Make();
-  for (const Entry& entry : kEntries) {
+  for (const Entry& entry : entries) {
     if (entry.isOffered && !entry.isOffered(editor_)) continue;
     if (!entry.text) {
       menu->addSeparator();
@@ -124,7 +181,9 @@ SharedPointer<SynOptionMenu> MainMenu::Make() const {
     const std::string text = entry.text + (entry.detail ? entry.detail(editor_) : "");
     SynMenuItem& item = menu->Add(
         text, [act = entry.act, &editor = editor_, &window = window_] { act(editor, window); });
-    item.setChecked(entry.isChecked && entry.isChecked(editor_));
+    item.setChecked((entry.isChecked && entry.isChecked(editor_)) ||
+                    (entry.isCheckedIn && entry.isCheckedIn(window_)));
+    item.setShortcut(ShownShortcut(entry.keys));
     item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
   }
   return menu;
@@ -226,6 +285,22 @@ MainMenu::Menu MainMenu::MakeCableThickness() const {
       RedrawCables(window);
     };
     menu->AddChecked(std::to_string(units), editor_.options.cableThickness.Get() == units, choose);
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeCables() const { return MakeFrom(kCables); }
+
+MainMenu::Menu MainMenu::MakeCableSlack() const {
+  Menu menu = SynOptionMenu::Make();
+  int step = 0;
+  for (const char* text : kSlackTexts) {
+    const auto choose = [step, &editor = editor_, &window = window_] {
+      editor.options.cableSlack.Set(step);
+      RedrawCables(window);
+    };
+    menu->AddChecked(text, editor_.options.cableSlack.Get() == step, choose);
+    ++step;
   }
   return menu;
 }
