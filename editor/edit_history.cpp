@@ -46,6 +46,15 @@ Difference Compare(const RackSnapshot& before, const RackSnapshot& after) {
   return difference;
 }
 
+/// Whether two lists of cables join the same points, in whatever colours.
+bool HaveSameEnds(std::vector<RackSnapshot::Cable> a, std::vector<RackSnapshot::Cable> b) {
+  for (auto* cables : {&a, &b}) {
+    for (RackSnapshot::Cable& cable : *cables) cable.colour = 0;
+    std::sort(cables->begin(), cables->end());
+  }
+  return a == b;
+}
+
 std::string OfModules(const std::string& verb, const std::vector<const ModuleRecord*>& modules) {
   if (modules.size() == 1) return verb + " " + modules.front()->preset.name;
   return verb + " " + std::to_string(modules.size()) + " modules";
@@ -83,7 +92,9 @@ std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) 
   if (before.rack.rows > after.rack.rows) return "Remove row";
   if (!difference.removed.empty()) return OfModules("Remove", difference.removed);
   if (before.rack.voices != after.rack.voices) return "Change voices";
-  if (difference.newCables > 0 && difference.lostCables > 0) return "Move cable";
+  if (difference.newCables > 0 && difference.lostCables > 0) {
+    return HaveSameEnds(before.cables, after.cables) ? "Colour cable" : "Move cable";
+  }
   if (difference.newCables > 0) return "Connect cable";
   if (difference.lostCables > 0) return "Unplug cable";
   if (difference.changed.size() == 1) {
@@ -156,6 +167,45 @@ void EditHistory::PresetLoaded(const std::string& title) {
 void EditHistory::ModuleLeft(const Module& module) {
   snapshots_.ModuleLeft(module);
   gestures_ = 0;  // a control that goes in the middle of a gesture does not end it
+}
+
+bool EditHistory::ReplacePlaceholders(const ModuleIdentity& identity) {
+  Settle();
+  const RackSnapshot whole = snapshots_.Take(present_);
+  RackSnapshot others = whole;
+  std::set<int> replaced;
+  std::erase_if(others.modules, [&](const RackSnapshot::Entry& entry) {
+    const PresetModule& record = entry.record->preset;
+    const bool isOne = ModuleIdentity{record.name, record.vendor} == identity;
+    if (isOne) replaced.insert(entry.id);
+    return isOne;
+  });
+  std::erase_if(others.cables, [&](const RackSnapshot::Cable& cable) {
+    return replaced.contains(cable.fromModule) || replaced.contains(cable.toModule);
+  });
+  const PlaceholderPlans former = editor_.Placeholders();
+  PlaceholderPlans remaining = former;
+  remaining.erase(identity);
+  const PatchEdit edit(editor_);
+  snapshots_.Restore(whole, others);
+  editor_.UsePlaceholders(remaining);
+  const bool complete = snapshots_.Restore(others, whole);
+  if (complete) {
+    for (std::deque<Step>* steps : {&done_, &undone_}) {
+      for (Step& step : *steps) {
+        step.fileBefore.placeholders.erase(identity);
+        step.fileAfter.placeholders.erase(identity);
+      }
+    }
+  } else {
+    snapshots_.Restore(snapshots_.Take(whole), others);
+    editor_.UsePlaceholders(former);
+    snapshots_.Restore(others, whole);
+  }
+  present_ = snapshots_.Take(whole);
+  file_ = FileNow();
+  edited_ = false;
+  return complete;
 }
 
 bool EditHistory::IsBusy() const {

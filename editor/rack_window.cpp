@@ -28,10 +28,12 @@ constexpr CColor kBehindRack{24, 24, 27};
 CableStyle StyleOf(const Options& options) {
   constexpr int kAlpha[][Options::kMostTransparency + 1] = {{255, 150, 100, 70, 45},
                                                             {255, 210, 180, 150, 100}};
+  constexpr double kSlack[Options::kMostSlack + 1] = {0.0, 0.5, 1.0, 3.0, 6.0};
   CableStyle style;
   style.width = options.cableThickness.Get() * panelHeight / kReferencePanelHeight;
   style.isFlat = options.flatCables.Get();
   style.isLite = options.cpuLiteCables.Get();
+  style.slack = kSlack[options.cableSlack.Get()];
   style.alpha = kAlpha[style.isFlat ? 1 : 0][options.transparency.Get()];
   return style;
 }
@@ -45,7 +47,8 @@ RackWindow::RackWindow(SynEditor& editor)
       geometry_(images_.Geometry(editor.rows, editor.options.viewableRows.Get())),
       frame_(SharedPointer<SynFrame>::Adopt(new SynFrame(geometry_.WindowRect(), *this))),
       rack_(SharedPointer<SynRack>::Adopt(new SynRack(editor, images_, geometry_))),
-      drag_(*rack_, geometry_) {
+      drag_(*rack_, geometry_),
+      jackTools_(editor, *this) {
   frame_->setUiScale(uiScale);
   BuildRack();
   BuildViews();
@@ -68,6 +71,9 @@ void RackWindow::BuildRack() {
   rackView_->addView(rack_);
   rack_->onContextPress = [this] {
     PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
+  };
+  rack_->onJackPress = [this](PatchPoint& jack, const CButtonState& buttons) {
+    return jackTools_.Press(jack, buttons);
   };
   rack_->onKey = [this](const CKeyEvent& event) {
     return event.key == kKeyEscape && EndByEscape();
@@ -187,7 +193,10 @@ void RackWindow::ShowPreset(const std::string& name, const std::string& author) 
   if (screen.HasAuthor()) frame_->presetDisplay.start();
 }
 
-void RackWindow::TakeCableStyle() { rack_->SetCableStyle(StyleOf(editor_.options)); }
+void RackWindow::TakeCableStyle() {
+  rack_->SetCableStyle(StyleOf(editor_.options));
+  rack_->ShowSignalColours(editor_.options.signalColours.Get());
+}
 
 void RackWindow::valueChanged(CControl* control) {
   if (control == rackScroll_) ScrollTo(rackScroll_->getValue());
@@ -374,6 +383,7 @@ bool RackWindow::EndByEscape() {
 
 void RackWindow::FollowMouse(const CPoint& where, const CButtonState& buttons) {
   MoveCableEnd(where);
+  jackTools_.FollowMouse();
   for (Module* module : std::vector<Module*>(editor_.mouseModules)) {
     CPoint point = where;
     int state = buttons();
@@ -393,7 +403,9 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
   }
   if (!std::exchange(followsCable_, true)) {
     auto* pressed = dynamic_cast<PatchPoint*>(editor_.ViewUnderMouse());
-    pulledFrom_ = pressed != editor_.cables.dragOrigin ? pressed : nullptr;
+    // The input of a cable that was copied still has its own.
+    const bool wasPulled = pressed && pressed != editor_.cables.dragOrigin && !pressed->source;
+    pulledFrom_ = wasPulled ? pressed : nullptr;
     frame_->setFocusView(rack_);
   }
   if (ScrollAtEdge(where.y, kCableMargin, kCableSpeed)) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "editor/dialog_window.h"
+#include "editor/jack_tools.h"
 #include "editor/module_drag.h"
 #include "editor/rack_geometry.h"
 #include "editor/syn_frame.h"
@@ -68,6 +69,7 @@ class RackWindow final : private CControlListener {
   /// them, by `speed` pixels for each that it does. False if nothing moved.
   bool ScrollAtEdge(CCoord y, CCoord margin, double speed);
   void ScrollTo(float value);
+  void ScrollToShow(const Module& module);
 
   /// A new module begins to follow the mouse, until a left click puts it down or Escape or a right
   /// click discards it. Whatever else ends this puts it down where its outline is.
@@ -108,7 +110,6 @@ class RackWindow final : private CControlListener {
   void ReleaseMouse();
   /// Ends the drag of a module or a cable as if it had not begun; false if there is none.
   bool EndByEscape();
-  void ScrollToShow(const Module& module);
   void MoveCableEnd(const CPoint& where);
   CPoint ToRack(const CPoint& framePoint) const;
   void valueChanged(CControl* control) override;
@@ -127,6 +128,7 @@ class RackWindow final : private CControlListener {
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
   ModuleDrag drag_;
+  JackTools jackTools_;
   bool insertionPressed_ = false;     // the click that puts a new module down has begun
   PatchPoint* pulledFrom_ = nullptr;  // where the dragged cable was plugged; null for a new one
   bool followsCable_ = false;

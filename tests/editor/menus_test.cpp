@@ -46,6 +46,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Cable Thickness",
                            "Flat Cables",
                            "CPU Lite Cables",
+                           "Cables",
                            "LEDs Always ON",
                            "Sample Accurate Automation",
                            "About"};
