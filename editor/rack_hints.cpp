@@ -17,7 +17,8 @@ struct Hint {
 };
 
 constexpr Hint kHints[] = {
-    {"Add a module", "Press \"Modules\" above, or Ctrl+M. It follows the mouse until you click."},
+    {"Add a module",
+     "Double click an empty place and type what you need, or press \"Modules\" above."},
     {"Play a preset", "Press its screen in the bar, or Ctrl+P to search. Arrows step on."},
     {"Patch and learn", "Drag from jack to jack for a cable. F1 opens the manual."}};
 constexpr int kCount = 3;

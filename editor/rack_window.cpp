@@ -72,6 +72,7 @@ void RackWindow::BuildRack() {
   rack_->onContextPress = [this] {
     PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
   };
+  rack_->onDoubleClick = [this](const CPoint& where) { OpenModuleBrowser(where); };
   rack_->onJackPress = [this](PatchPoint& jack, const CButtonState& buttons) {
     return jackTools_.Press(jack, buttons);
   };
@@ -90,10 +91,11 @@ void RackWindow::BuildViews() {
                               geometry_.rowHeight, images_.rightStrip, images_.shortRightStrip);
   rackScroll_ = new SynScrollbar(this, geometry_);
   bar_ = new TopBar(CRect(0, 0, window.right, view.top), images_, config_);
+  browser_ = new ModuleBrowser(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
   for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_,
-                                                   dialog_, nestedDialog_}) {
+                                                   browser_, dialog_, nestedDialog_}) {
     frame_->addView(part);
   }
 }
@@ -115,22 +117,30 @@ void RackWindow::OpenModulePicker() {
   PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
 }
 
+void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
+  LandInsertion();
+  browser_->Open([this, place](const ModuleIdentity& module) {
+    editor_.commands.InsertModule(module.first, module.second);
+    if (place && drag_.IsInserting()) EndDrag(*place, {});
+  });
+}
+
 void RackWindow::OpenMainMenu() {
   PopUpUnder(*bar_->mainMenu, MainMenu(editor_, *this).Make(), bar_->mainMenu);
 }
 
 void RackWindow::OpenPresetBrowser() {
-  if (Browser()) return;
+  if (OpenPresets()) return;
   LandInsertion();
   if (!presetIndex_) {
     presetIndex_ = std::make_unique<PresetIndex>(editor_.presets, editor_.presetsFolder,
                                                  editor_.folders.FavouritePresets());
   }
-  browser_ = SharedPointer<PresetBrowser>::Adopt(
+  presetBrowser_ = SharedPointer<PresetBrowser>::Adopt(
       new PresetBrowser(*frame_, *presetIndex_, [&editor = editor_](const std::string& path) {
         editor.unsaved.AskThen([&editor, path] { editor.presetCommands.Load(path); });
       }));
-  browser_->Open(*frame_, editor_.presetPath);
+  presetBrowser_->Open(*frame_, editor_.presetPath);
 }
 
 void RackWindow::PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,

@@ -3,11 +3,13 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "editor/dialog_window.h"
 #include "editor/jack_tools.h"
+#include "editor/module_browser.h"
 #include "editor/module_drag.h"
 #include "editor/preset_browser.h"
 #include "editor/rack_geometry.h"
@@ -39,6 +41,7 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ModuleBrowser& Browser() { return *browser_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
   // Notifications from the rack.
@@ -62,11 +65,13 @@ class RackWindow final : private CControlListener {
   bool ScrollByWheel(float distance, const CButtonState& buttons);
   bool OpenDroppedPreset(std::span<const std::string> files);
   void OpenModulePicker();
+  /// What is chosen there lands at a place of the rack, or, without one, follows the mouse.
+  void OpenModuleBrowser(std::optional<CPoint> place = std::nullopt);
   void OpenMainMenu();
   void OpenPresetBrowser();
   /// The browser that is up; null if none is.
-  PresetBrowser* Browser() const {
-    return browser_ && browser_->getFrame() ? browser_.get() : nullptr;
+  PresetBrowser* OpenPresets() const {
+    return presetBrowser_ && presetBrowser_->getFrame() ? presetBrowser_.get() : nullptr;
   }
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
@@ -134,6 +139,7 @@ class RackWindow final : private CControlListener {
   SideStrip* leftStrip_ = nullptr;
   SideStrip* rightStrip_ = nullptr;
   TopBar* bar_ = nullptr;
+  ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
   ModuleDrag drag_;
@@ -144,7 +150,7 @@ class RackWindow final : private CControlListener {
   CCoord dragMargin_ = 0;  // pixels from the edges in which a drag scrolls
   SharedPointer<SynOptionMenu> openMenu_;
   std::unique_ptr<PresetIndex> presetIndex_;  // from the first use on
-  SharedPointer<PresetBrowser> browser_;
+  SharedPointer<PresetBrowser> presetBrowser_;
 };
 
 }  // namespace halveron

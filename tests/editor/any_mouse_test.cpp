@@ -40,6 +40,15 @@ class AnyHand {
       case 8:
         ChangeRack();
         break;
+      case 11:
+        // The module browser.
+        if (rig.editor.ModuleCount() >= 20) break;
+        if (Dice(2)) {
+          rig.Press(Anywhere(), kLButton | kDoubleClick);
+        } else {
+          rig.Key(Dice(3) ? kKeyDown : kKeyReturn);
+        }
+        break;
       case 9:
         rig.Shortcut('h');
         break;

@@ -36,7 +36,7 @@ class Browser : public ::testing::Test {
   }
   PresetBrowser& Open() {
     Key(kKeyNone, U'p', kControl);
-    PresetBrowser* browser = one->Window().Browser();
+    PresetBrowser* browser = one->Window().OpenPresets();
     if (!browser) throw std::runtime_error("no browser");
     return *browser;
   }
@@ -83,7 +83,7 @@ TEST_F(Browser, SearchesNamesFoldersAuthorsAndDescriptions) {
     EXPECT_EQ(Titles(browser), found) << words;
   }
   Key(kKeyEscape);
-  EXPECT_EQ(one->Window().Browser(), nullptr);
+  EXPECT_EQ(one->Window().OpenPresets(), nullptr);
 }
 
 TEST_F(Browser, LoadsByKeysAndShowsWhatAPresetSays) {
@@ -95,18 +95,18 @@ TEST_F(Browser, LoadsByKeysAndShowsWhatAPresetSays) {
   EXPECT_EQ(browser.Details(), "Pad 10");
   Key(kKeyReturn, 0, kShift);
   EXPECT_EQ(editor.presetPath, user.Preset("Pad 10"));
-  EXPECT_EQ(one->Window().Browser(), &browser) << "to try the next one";
+  EXPECT_EQ(one->Window().OpenPresets(), &browser) << "to try the next one";
   Key(kKeyUp);
   Key(kKeyReturn);
   EXPECT_EQ(editor.presetPath, user.Preset("Pad 2"));
-  EXPECT_EQ(one->Window().Browser(), nullptr);
+  EXPECT_EQ(one->Window().OpenPresets(), nullptr);
 
   // What cannot be loaded says so where the user sees it.
   PresetBrowser& again = Open();
   EXPECT_EQ(again.Details().substr(0, 5), "Pad 2") << "begins at the present preset";
   Type("broken");
   Key(kKeyReturn, 0, kShift);
-  EXPECT_EQ(one->Window().Browser(), nullptr);
+  EXPECT_EQ(one->Window().OpenPresets(), nullptr);
   EXPECT_TRUE(one->Dialog().IsShown());
 }
 
@@ -124,7 +124,7 @@ TEST_F(Browser, KeepsFavouritesFirst) {
   EXPECT_EQ(ReadFile(user.folders.FavouritePresets()), "Bass/Deep.hvp\nPad 10.hvp\n");
   const auto other = user.Start();
   other->Window().OpenPresetBrowser();
-  EXPECT_EQ(Titles(*other->Window().Browser()), (Names{"Deep", "Pad 10", "Broken", "Pad 2"}));
+  EXPECT_EQ(Titles(*other->Window().OpenPresets()), (Names{"Deep", "Pad 10", "Broken", "Pad 2"}));
   PresetBrowser& again = Open();
   again.Rows().select(0);
   Key(kKeyNone, U'f', kControl);
