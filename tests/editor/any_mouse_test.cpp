@@ -16,7 +16,7 @@ class AnyHand {
 
   void DoSomething() {
     const int modifiers = Dice(4) == 0 ? kControl : Dice(6) == 0 ? kShift : 0;
-    switch (Dice(15)) {
+    switch (Dice(16)) {
       case 0:
       case 1:
         rig.Press(Anywhere(), kLButton | modifiers);
@@ -52,7 +52,7 @@ class AnyHand {
       case 9:
         rig.Shortcut('h');
         break;
-      case 11:
+      case 12:
         UseKeys();
         break;
       case 10:
