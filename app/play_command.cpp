@@ -263,7 +263,7 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   std::unique_ptr<media::MidiOutput> output;  // outlives the host, which sends to it
   LiveHost host({rate, block, true, SongPosition(options.tempo)});
   const bool isFirst = options.patch.empty() && OpenFirstVoice(host.Rack());
-  if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err);
+  if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err, options.placeholders);
   if (!options.midiOutput.empty()) {
     output = std::make_unique<media::MidiOutput>(options.midiOutput);
     host.onMessage = [&output](std::span<const std::uint8_t> bytes) { output->Send(bytes); };
