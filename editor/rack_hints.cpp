@@ -17,14 +17,13 @@ struct Hint {
 };
 
 constexpr Hint kHints[] = {
-    {"Add a module",
-     "Double click an empty place and type what you need, or press \"Modules\" above."},
+    {"Add a module", "Double click an empty place, or press \"Modules\" above."},
     {"Play a preset", "Press its screen in the bar, or Ctrl+P to search. Arrows step on."},
     {"Patch and learn", "Drag from jack to jack for a cable. F1 opens the manual."}};
 constexpr int kCount = 3;
 
 // Panel units.
-constexpr int kCardWidth = 210;
+constexpr int kCardWidth = 250;
 constexpr int kCardHeight = 96;
 constexpr int kGap = 22;
 constexpr int kPadding = 14;

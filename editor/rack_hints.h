@@ -5,7 +5,7 @@
 
 namespace halveron {
 
-/// Three pale hints in the middle of a place on the rack.
+/// Three pale hints in the middle of a place on the rack, such as its first row.
 void DrawRackHints(CDrawContext& context, const CRect& place);
 
 }  // namespace halveron

@@ -79,7 +79,8 @@ void SynRack::drawBackgroundRect(CDrawContext* context, const CRect& updateRect)
 bool SynRack::ShowsHints() const { return rack_.ModuleCount() == 0; }
 
 void SynRack::DrawHints(CDrawContext& context) const {
-  DrawRackHints(context, {0, 0, getWidth(), geometry_.ViewHeight()});
+  // Within the first row, for the rails between rows are too bright for a pale text.
+  DrawRackHints(context, {0, 0, getWidth(), static_cast<CCoord>(geometry_.rowHeight)});
 }
 
 void SynRack::HintsChanged() { panels_.InvalidateAll(); }

@@ -198,8 +198,8 @@ TEST_F(Browser, AnEmptyRackShowsHintsUntilThereIsAModule) {
   const CRect view = one->Window().Geometry().ViewRect();
   const auto middle = [&] {
     frame.draw(&picture);
-    return picture.getPixel(static_cast<int>(view.getCenter().x - 30),
-                            static_cast<int>(view.getCenter().y + 40));
+    return picture.getPixel(static_cast<int>(view.getCenter().x),
+                            static_cast<int>(view.top) + one->Window().Geometry().rowHeight / 2);
   };
   const CColor hinted = middle();
   Module* module = editor.AddModule("S310 VCO", kBuiltInVendor);
