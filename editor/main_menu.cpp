@@ -139,6 +139,9 @@ const MainMenu::Entry MainMenu::kCables[] = {
 
 // Shortcuts of commands that no entry shows.
 const MainMenu::Entry MainMenu::kKeysOnly[] = {
+    {.text = "Browse Modules",
+     .keys = "Return Ctrl+B",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenModuleBrowser(); }},
     {.text = "Modules",
      .keys = "Ctrl+M",
      .act = [](SynEditor&, RackWindow& window) { window.OpenModulePicker(); }},

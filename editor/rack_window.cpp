@@ -72,6 +72,7 @@ void RackWindow::BuildRack() {
   rack_->onContextPress = [this] {
     PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
   };
+  rack_->onDoubleClick = [this](const CPoint& where) { OpenModuleBrowser(where); };
   rack_->onJackPress = [this](PatchPoint& jack, const CButtonState& buttons) {
     return jackTools_.Press(jack, buttons);
   };
@@ -90,10 +91,11 @@ void RackWindow::BuildViews() {
                               geometry_.rowHeight, images_.rightStrip, images_.shortRightStrip);
   rackScroll_ = new SynScrollbar(this, geometry_);
   bar_ = new TopBar(CRect(0, 0, window.right, view.top), images_, config_);
+  browser_ = new ModuleBrowser(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
   for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_,
-                                                   dialog_, nestedDialog_}) {
+                                                   browser_, dialog_, nestedDialog_}) {
     frame_->addView(part);
   }
 }
@@ -112,6 +114,14 @@ void RackWindow::ConnectBar() {
 
 void RackWindow::OpenModulePicker() {
   PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
+}
+
+void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
+  LandInsertion();
+  browser_->Open([this, place](const ModuleIdentity& module) {
+    editor_.commands.InsertModule(module.first, module.second);
+    if (place && drag_.IsInserting()) EndDrag(*place, {});
+  });
 }
 
 void RackWindow::OpenMainMenu() {

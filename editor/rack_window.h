@@ -2,11 +2,13 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "editor/dialog_window.h"
 #include "editor/jack_tools.h"
+#include "editor/module_browser.h"
 #include "editor/module_drag.h"
 #include "editor/rack_geometry.h"
 #include "editor/syn_frame.h"
@@ -37,6 +39,7 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ModuleBrowser& Browser() { return *browser_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
   // Notifications from the rack.
@@ -60,6 +63,8 @@ class RackWindow final : private CControlListener {
   bool ScrollByWheel(float distance, const CButtonState& buttons);
   bool OpenDroppedPreset(std::span<const std::string> files);
   void OpenModulePicker();
+  /// What is chosen there lands at a place of the rack, or, without one, follows the mouse.
+  void OpenModuleBrowser(std::optional<CPoint> place = std::nullopt);
   void OpenMainMenu();
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
@@ -125,6 +130,7 @@ class RackWindow final : private CControlListener {
   SideStrip* leftStrip_ = nullptr;
   SideStrip* rightStrip_ = nullptr;
   TopBar* bar_ = nullptr;
+  ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
   ModuleDrag drag_;

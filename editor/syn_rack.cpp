@@ -183,7 +183,12 @@ CMouseEventResult SynRack::onMouseDown(CPoint& where, const CButtonState& button
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }
   const CMouseEventResult result = CViewContainer::onMouseDown(where, buttons);
-  if (result != kMouseEventNotHandled || !buttons.isRightButton() || !onContextPress) return result;
+  if (result != kMouseEventNotHandled) return result;
+  if (buttons.isLeftButton() && buttons.isDoubleClick() && onDoubleClick) {
+    onDoubleClick(toChildren(where));
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
+  if (!buttons.isRightButton() || !onContextPress) return result;
   onContextPress();
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
 }

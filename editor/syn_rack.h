@@ -48,6 +48,8 @@ class SynRack final : public CViewContainer {
 
   /// Called for a press on a jack before the jack gets it; true if that is all there is to do.
   std::function<bool(PatchPoint&, const CButtonState&)> onJackPress;
+  /// Called for a double click where no module is, at a point of the rack.
+  std::function<void(const CPoint&)> onDoubleClick;
   /// Called for a right press where no module is.
   std::function<void()> onContextPress;
   /// Called for a key while the rack has the focus; true if it was used.
