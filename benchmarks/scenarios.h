@@ -32,8 +32,8 @@ inline constexpr double kMeasuringTime = 0.3;
 /// `module/<display name>`: each module that can be made, alone, and net of a module that does
 /// nothing at as many cables. `voices16/<display name>`: each polyphonic one in 16 voices.
 void RegisterModules();
-/// `lanes/<display name>`: eight mono modules of each class that has a group, in vectors and each by
-/// itself.
+/// `lanes/<display name>`: eight mono modules of each class that has a group, in vectors and each
+/// by itself.
 void RegisterLanes();
 /// `silence/<display name>`: an effect or filter long after its sound has died away, when what is
 /// left in its loops would be denormal, against the same one in full sound.
