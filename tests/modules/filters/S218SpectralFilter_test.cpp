@@ -4,7 +4,10 @@
 #include <numeric>
 #include <random>
 
+#include "editor/known_modules.h"
 #include "framework/preset_tail.h"
+#include "platform/user_error.h"
+#include "presets/text_patch.h"
 #include "tests/modules/filters/filter_rig.h"
 #include "tests/support/allocation_trap.h"
 #include "tests/support/spectrum.h"
@@ -383,6 +386,43 @@ TEST_F(S218, ADesignFadesInWithoutAClick) {
   EXPECT_NEAR(AmplitudeAt(out, 8000, 200.0, kRate), 0.1 * gain, 0.01 * gain);
 }
 
+TEST_F(S218, StageAndModeComeInWithoutAGapOrAClick) {
+  SetFrames({Flat(0.5f)});
+  rack.SetControl(filter, "DC block", 0.0f);
+  const auto greatestStep = [&](const char* role, float to, double hertz) {
+    rack.Feed(filter, "In", Sine(16000, hertz, kRate, 0.1));
+    rack.Tap(filter, "Out");
+    rack.Run(8000);
+    rack.MoveControl(filter, role, to);
+    rack.Run(8000);
+    const auto& out = rack.Recorded(filter, "Out");
+    double greatest = 0.0, before = 0.0;
+    for (std::size_t n = out.size() - 16000 + 2000; n < out.size(); ++n) {
+      const double step = std::abs(static_cast<double>(out[n]) - static_cast<double>(out[n - 1]));
+      if (n < out.size() - 8000) {
+        before = std::max(before, step);
+      } else {
+        greatest = std::max(greatest, step);
+      }
+    }
+    double energy = 0.0, least = 1e9;
+    for (std::size_t n = out.size() - 8000; n + 480 < out.size(); n += 480) {
+      energy = 0.0;
+      for (std::size_t i = n; i < n + 480; ++i) energy += static_cast<double>(out[i] * out[i]);
+      least = std::min(least, energy);
+    }
+    EXPECT_GT(least, 0.0) << role << " to " << to;
+    const double after =
+        2 * kPi * hertz / kRate * AmplitudeAt(out, out.size() - 4800, hertz, kRate);
+    return greatest / std::max(before, after);
+  };
+  EXPECT_LT(greatestStep("Second stage", 1.0f, 300.0), 1.3);
+  EXPECT_LT(greatestStep("Second stage", 0.0f, 300.0), 1.3);
+  for (const float mode : {0.25f, 0.75f, 0.0f, 0.5f, 1.0f}) {
+    EXPECT_LT(greatestStep("Mode", mode, 300.0), 1.6) << mode;
+  }
+}
+
 TEST_F(S218, CutAndResonanceShapeTheResponse) {
   // A step at 1.5 kHz or so: low bars above the middle, high ones below it.
   Frame step = Flat(0.25f);
@@ -484,6 +524,45 @@ TEST_F(S218, TheMouseDrawsBarsFreelyAndInLines) {
   const Frame kept = filter.GetFrames().Copy(0);
   EXPECT_TRUE(std::equal(kept.gain.begin(), kept.gain.end(), bars.ownGain.begin()));
   EXPECT_TRUE(std::equal(kept.phase.begin(), kept.phase.end(), bars.ownPhase.begin()));
+}
+
+TEST_F(S218, ALineThatIsDrawnOverAStepLeavesTheNextFrameItsBars) {
+  SetFrames({Flat(0.2f), Flat(0.6f)});
+  BarView<float>& bars = filter.Bars();
+  const CRect area = bars.GainArea();
+  const auto point = [&](int bar, double value) {
+    return CPoint(area.left + (bar + 0.5) * area.getWidth() / kBars,
+                  area.bottom - value * area.getHeight());
+  };
+  const CButtonState shift(kLButton | kShift);
+  CPoint from = point(10, 0.9), over = point(20, 0.9), to = point(24, 0.9), back = point(22, 0.9);
+  bars.onMouseDown(from, shift);
+  bars.onMouseMoved(over, shift);
+  rack.Feed(filter, "Clock", Pulses(100, {10}));
+  rack.Run(100);
+  ASSERT_EQ(Digit(), 1.0f);
+  bars.onMouseMoved(to, shift);
+  bars.onMouseMoved(back, shift);
+  bars.onMouseUp(back, shift);
+  const Frame second = filter.GetFrames().Copy(1);
+  EXPECT_NEAR(filter.GetFrames().Copy(0).gain[15], 0.9f, 0.01f);
+  EXPECT_FLOAT_EQ(second.gain[15], 0.6f);
+  EXPECT_NEAR(second.gain[21], 0.9f, 0.01f);
+  EXPECT_FLOAT_EQ(second.gain[24], 0.6f) << "given back as it was in this frame";
+}
+
+TEST_F(S218, BarsOfATextPatchThatAreNoneAreRefusedByWhatTheyShouldBe) {
+  for (const char* bars : {"null", "true", "[]", R"([{"gain": null}])", R"(["x"])"}) {
+    const std::string text = R"({"halveron": 1, "modules": [{"id": "f", "bars": )" +
+                             std::string(bars) + R"(, "name": "S218 Spectral Filter"}]})";
+    try {
+      ToPreset(ParseTextPatch(text, "a.json"), "a.json", rack.editor, KnownModules());
+      ADD_FAILURE() << bars;
+    } catch (const platform::UserError& error) {
+      EXPECT_NE(std::string(error.what()).find("give "), std::string::npos) << error.what();
+      EXPECT_EQ(std::string(error.what()).find("quotes"), std::string::npos) << error.what();
+    }
+  }
 }
 
 TEST_F(S218, FramesAreInsertedDeletedAndKept) {
