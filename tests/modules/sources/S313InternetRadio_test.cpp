@@ -204,6 +204,21 @@ TEST(S313InternetRadio, PlaysAStationAtItsPitchInARackOfAnotherRate) {
   EXPECT_EQ(rig.Label("Status"), "");
 }
 
+TEST(S313InternetRadio, PlaysAStreamThatIsShorterThanItsStore) {
+  WebServer server;
+  server.Stream("/short", "application/ogg", SineFile("ogg", 0.3, 1000.0, 48000), After::kEnd);
+  RadioRig rig({server.Address("/short")});
+  rig.module->player.times.firstPause = 60s;
+  rig.Connect();
+  ASSERT_TRUE(rig.AwaitState(State::kReconnecting));
+  const std::size_t begin = rig.rack.Recorded(*rig.module, "Left").size();
+  rig.rack.Run(24000);
+  const std::vector<float>& left = rig.rack.Recorded(*rig.module, "Left");
+  const auto loud = std::count_if(left.begin() + static_cast<std::ptrdiff_t>(begin), left.end(),
+                                  [](float x) { return std::abs(x) > 0.001f; });
+  EXPECT_NEAR(static_cast<double>(loud), 0.3 * 48000, 2000) << "to its end";
+}
+
 TEST(S313InternetRadio, SaysWhatFailsAndStepsRoundItsSlots) {
   WebServer server;
   server.Serve("/page", "text/html", "<html></html>");
