@@ -1,75 +1,34 @@
 #include "app/check_library.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
-#include <functional>
 #include <ostream>
 #include <vector>
 
+#include "app/check_ini.h"
+#include "app/check_instances.h"
+#include "app/library_rig.h"
 #include "app/run_command.h"
-#include "editor/external_modules.h"
 #include "editor/module_catalogue.h"
-#include "engine/halveron.h"
 #include "framework/module.h"
 #include "gui/draw_context.h"
 #include "platform/file_error.h"
-#include "platform/profile_file.h"
+#include "platform/shared_library.h"
 #include "presets/module_roles.h"
 
 namespace halveron {
 
 namespace {
 
-constexpr int kFrames = 256;
-/// Modules in a category: "=", which would be the key of the next, can be none.
-constexpr int kMostNumbers = 12;
-
-/// A fault: what it is about, and what it is.
-using Report = std::function<void(const std::string& place, const std::string& cause)>;
-
-/// Keys that the .ini announces and lacks, or has and does not announce.
-void CheckIni(const ModuleLibrary& library, const Report& report) {
-  const std::string path =
-      std::filesystem::path(library.dll_path).replace_extension(".ini").string();
-  const platform::ProfileFile ini(path);
-  for (int i = 0; i < kCategoryCount; ++i) {
-    const auto category = static_cast<Category>(i);
-    const std::string folder = NamesOf(category).folder;
-    const auto text = ini.Find(folder, "number_of_modules");
-    if (!text) {
-      if (ini.Find(folder, "M1")) report(path, "[" + folder + "] has no number_of_modules");
-      continue;
-    }
-    const int announced = ini.GetInt(folder, "number_of_modules", -1);
-    if (announced < 0) {
-      report(path, "[" + folder + "] number_of_modules is '" + *text + "', no count");
-      continue;
-    }
-    const auto found =
-        std::count_if(library.modules.begin(), library.modules.end(),
-                      [&](const ModuleEntry& entry) { return entry.category == category; });
-    const std::string next{'M', static_cast<char>('1' + std::min(announced, kMostNumbers))};
-    if (announced < kMostNumbers && ini.Find(folder, next)) {
-      std::string cause = "[" + folder + "] announces " + std::to_string(announced);
-      report(path, cause.append(" modules, but has the key ").append(next));
-    }
-    if (found == announced) continue;
-    report(path, "[" + folder + "] announces " + std::to_string(announced) + " modules and has " +
-                     std::to_string(found) + " names, by the keys M1, M2 and so on");
-  }
-}
-
 /// One module in a rack of its own.
 class Trial {
  public:
-  Trial(Halveron& engine, Module& module, const Report& report)
+  Trial(Halveron& engine, Module& module, const CheckReport& report)
       : engine_(engine), module_(module), name_(module.GetName()), report_(report) {}
 
   void Run() {
-    engine_.Editor()->SetModuleAlwaysOn(&module_, true);
     CheckSound("with its defaults");
     for (const auto& [control, index, isLamp] : SettableControls(module_)) {
       if (isLamp) continue;
@@ -96,7 +55,7 @@ class Trial {
       for (PatchPoint* point : module_.Points()) {
         if (point->type == kInputPoint && !point->twoState) point->in = level;
       }
-      engine_.processReplacing(nullptr, nullptr, kFrames);
+      engine_.processReplacing(nullptr, nullptr, LibraryRig::kFrames);
       for (const PatchPoint* point : module_.Points()) {
         if (point->type != kOutputPoint || point->twoState || std::isfinite(point->out)) continue;
         hasBrokenSound_ = true;
@@ -133,30 +92,43 @@ class Trial {
   Halveron& engine_;
   Module& module_;
   const std::string name_;
-  const Report& report_;
+  const CheckReport& report_;
   bool hasBrokenSound_ = false;
 };
 
-void CheckModule(ExternalModules& modules, ModuleEntry& entry, Halveron& engine,
-                 const Report& report) {
+void CheckModule(LibraryRig& rig, const ModuleEntry& entry, const CheckReport& report) {
+  const std::string& vendor = entry.library->vendor;
   for (const std::string& problem : entry.problems) report(entry.name, problem);
-  if (FindInCatalogue(entry.name, entry.library->vendor)) {
-    report(entry.name, "a built-in module has this name and vendor");
-  }
-  if (modules.Find(entry.name, entry.library->vendor) != &entry) {
-    report(entry.name, "is listed twice");
-  }
-  if (!entry.create) return;
-  ModuleFailure failure = ModuleFailure::kNone;
-  SynEditor& rack = *engine.Editor();
-  Module* module = modules.LoadExternalModule(entry, nullptr, rack.hostTable, 0, failure);
+  const bool isBuiltIn = FindInCatalogue(entry.name, vendor) != nullptr;
+  const bool isFirst = rig.Rack().externalModules.Find(entry.name, vendor) == &entry;
+  if (isBuiltIn) report(entry.name, "a built-in module has this name and vendor");
+  if (!isFirst) report(entry.name, "is listed twice");
+  if (!entry.create || isBuiltIn || !isFirst) return;
+  Module* module = rig.Add(entry.name, vendor);
   if (!module) {
     report(entry.name, "create gives no instance");
     return;
   }
-  rack.AdoptModule(module);
-  Trial(engine, *module, report).Run();
-  rack.RemoveModule(module, true);
+  Trial(rig.Engine(), *module, report).Run();
+  rig.Rack().RemoveModule(module, true);
+  CheckInstances(entry.library->dll_path, entry.name, vendor, report);
+}
+
+/// False if the library cannot be loaded as one of modules.
+bool CheckExports(const std::string& path, const CheckReport& report) {
+  try {
+    const platform::SharedLibrary library(path);
+    bool isComplete = true;
+    for (const char* name : {"DllInitialize", "GetDllModule"}) {
+      if (library.FindFunction<void()>(name)) continue;
+      report(path, std::string("does not export ") + name);
+      isComplete = false;
+    }
+    return isComplete;
+  } catch (const platform::FileError& error) {
+    report("", error.what());
+    return false;
+  }
 }
 
 }  // namespace
@@ -168,32 +140,31 @@ int CheckLibrary(const std::string& path, std::ostream& out) {
     throw platform::FileError(path, "", "is no file", "name a library (.so)");
   }
   int faults = 0;
-  const Report report = [&](const std::string& place, const std::string& cause) {
-    out << place << ": " << cause << "\n";
+  const CheckReport report = [&](const std::string& place, const std::string& cause) {
+    out << place << (place.empty() ? "" : ": ") << cause << "\n";
     ++faults;
   };
-  ExternalModules modules;  // outlives the engine, whose modules are of its libraries
+  CheckIniNames(std::filesystem::path(whole).replace_extension(".ini").string(), report);
+  LibraryRig rig;
   std::string problem;
-  ModuleLibrary* library = modules.AddLibrary(whole, &problem);
-  if (!library) {
-    out << problem << "\n";
-    return kExitMisuse;
+  ModuleLibrary* library = rig.Rack().externalModules.AddLibrary(whole, &problem);
+  if (library) {
+    CheckIniCounts(*library, report);
+  } else {
+    report("", problem);
   }
-  CheckIni(*library, report);
-  if (library->modules.empty()) return kExitMisuse;
-  Halveron engine(nullptr, HostKind::kVst2);
-  engine.open();
-  engine.setBlockSize(kFrames);
-  modules.Prepare(library->modules.front());
-  if (!library->failure.empty()) report(path, library->failure);
-  for (ModuleEntry& entry : library->modules) {
-    const int before = faults;
-    if (library->handle) CheckModule(modules, entry, engine, report);
-    if (library->handle && faults == before) {
-      out << entry.name << " (" << library->vendor << "): in order\n";
+  const bool isComplete = CheckExports(whole, report);
+  if (isComplete && library && !library->modules.empty()) {
+    rig.Rack().externalModules.Prepare(library->modules.front());
+    if (!library->failure.empty()) report("", library->failure);
+    for (const ModuleEntry& entry : library->modules) {
+      const int before = faults;
+      if (library->handle) CheckModule(rig, entry, report);
+      if (library->handle && faults == before) {
+        out << entry.name << " (" << library->vendor << "): in order\n";
+      }
     }
   }
-  engine.close();
   if (faults > 0) out << faults << (faults == 1 ? " fault\n" : " faults\n");
   return faults == 0 ? kExitDone : kExitMisuse;
 }

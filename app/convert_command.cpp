@@ -8,14 +8,14 @@
 
 namespace halveron {
 
-int Convert(const std::string& input, const std::string& output, std::ostream& out,
-            std::ostream& err) {
-  RequirePatchExtension(input);
-  RequirePatchExtension(output);
+int Convert(const ConvertOptions& options, std::ostream& out, std::ostream& err) {
+  RequirePatchExtension(options.input);
+  RequirePatchExtension(options.output);
   OfflineHost host({});
-  const PresetDocument preset = ReadPatchFile(input, host.Rack(), err);
-  WritePatchFile(output, preset, host.Rack());
-  out << output << ": " << preset.modules.size() << " modules, " << preset.cables.size()
+  const PresetDocument preset =
+      ReadPatchFile(options.input, host.Rack(), err, options.placeholders);
+  WritePatchFile(options.output, preset, host.Rack());
+  out << options.output << ": " << preset.modules.size() << " modules, " << preset.cables.size()
       << " cables\n";
   return kExitDone;
 }

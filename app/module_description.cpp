@@ -1,5 +1,6 @@
 #include "app/module_description.h"
 
+#include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
@@ -46,6 +47,8 @@ const char* GroupOf(const PatchPoint& point) {
   return point.type == kOutputPoint ? "outputs" : "either way";
 }
 
+std::string WithVendor(const ListedModule& listed) { return listed.name + " by " + listed.vendor; }
+
 }  // namespace
 
 Workshop::Workshop() : engine_(nullptr, HostKind::kVst2) { engine_.open(); }
@@ -71,17 +74,37 @@ std::vector<ListedModule> ListModulesOf(const SynEditor& editor) {
   return all;
 }
 
-ListedModule FindModule(const SynEditor& editor, const std::string& name, const char* place) {
+std::vector<ListedModule> FindModules(const SynEditor& editor, const std::string& name,
+                                      const char* place) {
   std::vector<std::string> names;
+  std::vector<ListedModule> found;
   const std::vector<ListedModule> all = ListModulesOf(editor);
   for (const ListedModule& listed : all) {
-    if (name == listed.name) return listed;
     names.push_back(listed.name);
+    // Of two libraries that list one module, the first makes it.
+    const bool isTaken = std::any_of(found.begin(), found.end(), [&](const ListedModule& each) {
+      return each.vendor == listed.vendor;
+    });
+    if (name == listed.name && !isTaken) found.push_back(listed);
   }
+  if (!found.empty()) return found;
   for (const ListedModule& listed : all) {
-    if (name == listed.name.substr(0, listed.name.find(' '))) return listed;
+    if (name == WithVendor(listed) || name == listed.name.substr(0, listed.name.find(' '))) {
+      return {listed};
+    }
   }
   throw platform::UserError(place, "", "no module " + Quoted(name), DidYouMean(name, names));
+}
+
+ListedModule FindModule(const SynEditor& editor, const std::string& name, const char* place) {
+  const std::vector<ListedModule> found = FindModules(editor, name, place);
+  if (found.size() == 1) return found.front();
+  std::string choices;
+  for (const ListedModule& each : found) {
+    choices += (choices.empty() ? "" : " or ") + Quoted(WithVendor(each));
+  }
+  throw platform::UserError(place, "", "there is more than one module " + Quoted(name),
+                            "name " + choices);
 }
 
 Json DescribeModule(const ListedModule& listed, Module* module) {

@@ -23,8 +23,12 @@ struct ListedModule {
 ListedModule ListedOf(const CatalogueEntry& entry);
 /// All of them, the built-in ones first, in the order of the menus.
 std::vector<ListedModule> ListModulesOf(const SynEditor& editor);
-/// The module of a name, or of the number that it begins with. Throws platform::UserError, with
-/// `place` in its message.
+/// The modules of a name, one for each vendor that has one; or the one that "NAME by VENDOR" or the
+/// number before a name means. At least one: throws platform::UserError, with `place` in its
+/// message.
+std::vector<ListedModule> FindModules(const SynEditor& editor, const std::string& name,
+                                      const char* place);
+/// The same where only one can be meant.
 ListedModule FindModule(const SynEditor& editor, const std::string& name, const char* place);
 
 /// An engine without a host, to make modules in.

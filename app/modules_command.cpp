@@ -107,13 +107,22 @@ int ListModules(const std::string& name, bool asJson, std::ostream& out) {
     out << list.dump(2) << "\n";
     return kExitDone;
   }
-  const ListedModule listed = FindModule(workshop.Rack(), name, "modules");
-  Module* module = workshop.Make(listed);
-  if (!module && !asJson) Refuse(listed);
-  const Json description = DescribeModule(listed, module);
+  Json descriptions = Json::array();
+  const std::vector<ListedModule> found = FindModules(workshop.Rack(), name, "modules");
+  for (const ListedModule& listed : found) {
+    Module* module = workshop.Make(listed);
+    // One vendor's broken library does not hide another's module.
+    if (!module && !asJson && &listed == &found.back() && descriptions.empty()) Refuse(listed);
+    if (!module && !asJson) continue;
+    descriptions.push_back(DescribeModule(listed, module));
+  }
   if (asJson) {
-    out << description.dump(2) << "\n";
-  } else {
+    // One module by itself, those of several vendors as a list.
+    out << (descriptions.size() == 1 ? descriptions.front() : descriptions).dump(2) << "\n";
+    return kExitDone;
+  }
+  for (const Json& description : descriptions) {
+    if (&description != &descriptions.front()) out << "\n";
     PrintModule(description, out);
   }
   return kExitDone;

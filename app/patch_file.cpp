@@ -51,9 +51,8 @@ void LoadPresetFile(const std::string& path, SynEditor& editor) {
   if (!loaded) throw FileError(path, "", failure);
 }
 
-void LoadWithPlaceholders(const std::string& path, SynEditor& editor, std::ostream& err) {
-  const PresetDocument preset = ReadPresetFile(path);
-  if (!editor.LoadPresetWithPlaceholders(path)) throw FileError(path, "", "cannot be loaded");
+void WarnOfPlaceholders(const std::string& path, const PresetDocument& preset,
+                        const SynEditor& editor, std::ostream& err) {
   std::set<std::string> named;
   for (const PresetModule& module : preset.modules) {
     if (!editor.IsMissing(module.name, module.vendor)) continue;
@@ -61,6 +60,14 @@ void LoadWithPlaceholders(const std::string& path, SynEditor& editor, std::ostre
     err << "halveron: warning: " << path << ": " << module.name << " " << module.vendor
         << " is missing; a placeholder stands for it\n";
   }
+}
+
+/// Loads a preset; what is missing has placeholders.
+PresetDocument LoadWithPlaceholders(const std::string& path, SynEditor& editor, std::ostream& err) {
+  PresetDocument preset = ReadPresetFile(path);
+  if (!editor.LoadPresetWithPlaceholders(path)) throw FileError(path, "", "cannot be loaded");
+  WarnOfPlaceholders(path, preset, editor, err);
+  return preset;
 }
 
 void Print(const PatchWarnings& warnings, std::ostream& err) {
@@ -74,15 +81,27 @@ void RequirePatchExtension(const std::string& path) { KindOf(path); }
 void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err,
                    bool placeholders) {
   if (KindOf(path) == PatchKind::kPreset) {
-    placeholders ? LoadWithPlaceholders(path, editor, err) : LoadPresetFile(path, editor);
+    if (placeholders) {
+      LoadWithPlaceholders(path, editor, err);
+    } else {
+      LoadPresetFile(path, editor);
+    }
     return;
   }
   PatchWarnings warnings;
-  ApplyTextPatch(ReadTextPatch(path), path, editor, KnownModules(editor), &warnings);
+  const TextPatch patch = ReadTextPatch(path);
+  if (placeholders) {
+    const PresetDocument preset = ToPreset(patch, path, editor, KnownModules(editor), &warnings);
+    editor.ApplyWithPlaceholders(preset);
+    WarnOfPlaceholders(path, preset, editor, err);
+  } else {
+    ApplyTextPatch(patch, path, editor, KnownModules(editor), &warnings);
+  }
   Print(warnings, err);
 }
 
-PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err) {
+PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err,
+                             bool placeholders) {
   if (KindOf(path) == PatchKind::kText) {
     PatchWarnings warnings;
     PresetDocument preset =
@@ -90,9 +109,10 @@ PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::os
     Print(warnings, err);
     return preset;
   }
-  PresetDocument preset = ReadPresetFile(path);
+  PresetDocument preset =
+      placeholders ? LoadWithPlaceholders(path, editor, err) : ReadPresetFile(path);
   if (IsOfPresentVersions(preset, editor)) return preset;
-  LoadPresetFile(path, editor);
+  if (!placeholders) LoadPresetFile(path, editor);
   return CapturePreset(editor);
 }
 

@@ -12,14 +12,15 @@ class SynEditor;
 
 /// Replaces the contents of the rack. Warnings about a text patch go to `err`, one line each.
 /// Throws platform::FileError if the file cannot be read, is refused, or has another extension.
-/// With `placeholders`, modules of a preset that are missing have placeholders, and `err` names
-/// them.
+/// With `placeholders`, modules that are missing have placeholders, in a text patch those that it
+/// has as saved entries, and `err` names them.
 void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err,
                    bool placeholders = false);
 
 /// The contents of a file of either kind as a preset of the current version; a preset of an earlier
 /// one is loaded into the editor's rack for that. Warnings and errors as for LoadPatchFile.
-PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err);
+PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err,
+                             bool placeholders = false);
 
 /// Writes a preset as a file of either kind and replaces an existing one. Throws
 /// platform::FileError; the existing file then stays.

@@ -49,11 +49,6 @@ struct ModulesOptions {
   bool asJson = false;
 };
 
-struct ConvertOptions {
-  std::string input;
-  std::string output;
-};
-
 /// The command line's grammar and what was read by it.
 struct CommandLine {
   CommandLine() {
@@ -144,12 +139,14 @@ struct CommandLine {
     convertCall->allow_extras();
     convertCall->add_option("IN", convert.input, "The file to read")->required();
     convertCall->add_option("OUT", convert.output, "The file to write")->required();
+    convertCall->add_flag("--placeholders", convert.placeholders, kPlaceholdersHelp);
   }
 
   void AddModules() {
     modulesCall = app.add_subcommand("modules", "List the modules, or what one of them has");
     modulesCall->allow_extras();
-    modulesCall->add_option("NAME", modules.name, "A module's name, or its first word");
+    modulesCall->add_option("NAME", modules.name,
+                            "A module's name, its first word, or NAME by VENDOR");
     auto* json = modulesCall->add_flag("--json", modules.asJson, "As JSON");
     modulesCall
         ->add_option("--check", modules.library,
@@ -269,7 +266,7 @@ int Run(int argc, const char* const* argv, std::ostream& out, std::ostream& err)
   line.Check();
   if (line.playCall->parsed()) return Play(line.play, out, err);
   if (line.renderCall->parsed()) return Render(line.render, out, err);
-  if (line.convertCall->parsed()) return Convert(line.convert.input, line.convert.output, out, err);
+  if (line.convertCall->parsed()) return Convert(line.convert, out, err);
   if (line.modulesCall->parsed() && !line.modules.library.empty()) {
     return CheckLibrary(line.modules.library, out);
   }

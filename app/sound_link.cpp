@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 
 #include "app/live_host.h"
 #include "platform/user_error.h"
@@ -19,17 +21,22 @@ constexpr double kBlocksInACheck = 4;
 // for nothing, or for blocks without a pause.
 constexpr double kSlowest = 0.1;
 constexpr double kFastest = 10;
+constexpr std::chrono::milliseconds kSearchPatience{100};
 
 /// Plays in silence, at the host's rate.
 void PlaySilently(const std::stop_token& stop, LiveHost& host, int block) {
   const auto period = std::chrono::duration<double>(static_cast<double>(block) / host.SampleRate());
   auto next = std::chrono::steady_clock::now();
+  std::mutex pause;
+  std::condition_variable_any wake;
   while (!stop.stop_requested()) {
     host.Process(nullptr, 0, nullptr, 0, block);
     next += std::chrono::duration_cast<std::chrono::steady_clock::duration>(period);
     // After the machine paused, blocks that are far too late are skipped.
     next = std::max(next, std::chrono::steady_clock::now() - std::chrono::seconds(1));
-    std::this_thread::sleep_until(next);
+    // A block may be longer than anybody waits for the end.
+    std::unique_lock hold(pause);
+    wake.wait_until(hold, stop, next, [] { return false; });
   }
 }
 
@@ -48,6 +55,11 @@ SoundLink::SoundLink(LiveHost& host, std::unique_ptr<media::SoundOutput> card, O
 
 SoundLink::~SoundLink() {
   if (card_) card_->Stop();
+  if (!search_.valid() || search_.wait_for(kSearchPatience) == std::future_status::ready) return;
+  // Drivers may take seconds to find that there is nothing, and cannot be asked to stop: the search
+  // ends with the process.
+  auto* left = new std::future(std::move(search_));
+  (void)left;
 }
 
 bool SoundLink::Poll(double now) {

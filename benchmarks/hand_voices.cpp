@@ -5,7 +5,7 @@
 #include "benchmarks/rack_rig.h"
 #include "framework/module_controls.h"
 #include "framework/signal.h"
-#include "platform/cpu_features.h"
+#include "framework/voice_group.h"
 #include "platform/denormals.h"
 
 namespace halveron::benchmarks {
@@ -119,7 +119,7 @@ HandPad::HandPad(int voices, int menuEntry)
   const float rate = kRate * static_cast<float>(steps_);
   for (HandVoice& voice : voices_) voice.Prepare(rate, kRate);
   SetKnobs(gains_, {kGain, kGain}, rate);
-  filter_.AllowVector(platform::HasSse41());
+  filter_.AllowVectors(WidestVectorUnit());
   filter_.SetIirRate(kRate, steps_);
   filter_.Configure(kDefaultFilterRow, steps_);
   left_.resize(kBlock);

@@ -1,12 +1,16 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "benchmarks/block_times.h"
 #include "benchmarks/rack_rig.h"
 #include "benchmarks/scenarios.h"
 #include "editor/known_modules.h"
+#include "engine/oversampling.h"
+#include "framework/oversampling_filters.h"
 #include "presets/text_patch.h"
 
 namespace halveron::benchmarks {
@@ -18,6 +22,7 @@ constexpr int kLowestKey = 36;
 constexpr int kVelocity = 100;
 constexpr double kAttackSeconds = 0.5;
 constexpr int kPresetModules = 100;
+constexpr double kMostOverPlain = 1.05;  // at the highest factor
 
 std::string PathOf(const char* patch) {
   return std::string(HALVERON_SOURCE_DIR "/patches/") + patch;
@@ -60,6 +65,39 @@ void MeasureOversampling(benchmark::State& state, int menuEntry) {
   PlayPad(rig, 1);
   rig.Rack().engine.ApplyOversamplingFactor(menuEntry);
   state.counters[kNsPerVoiceAndStep] = MeasureBlocks(state, rig) / (1 << menuEntry);
+}
+
+/// The pad at an oversampling factor, in turn with a pad whose host already has that rate: the
+/// modules do the same, and what is left is the cost of oversampling itself.
+void MeasureOverPlain(benchmark::State& state, int menuEntry, int filterRow) {
+  constexpr int kSteps = 4096;  // in a block of either
+  const int factor = 1 << menuEntry;
+  LayoutTimes oversampledTimes, plainTimes;
+  std::vector<std::unique_ptr<RackRig>> oversampled, plain;
+  for (std::size_t layout = 0; layout < kLayouts; ++layout) {
+    oversampled.push_back(std::make_unique<RackRig>(kBlock, layout));
+    plain.push_back(std::make_unique<RackRig>(kSteps, layout));
+    PlayPad(*oversampled.back(), 1);
+    PlayPad(*plain.back(), 1);
+    oversampled.back()->Rack().engine.ApplyOversamplingFilter(filterRow);
+    oversampled.back()->Rack().engine.ApplyOversamplingFactor(menuEntry);
+    plain.back()->SetRate(kRate * static_cast<float>(factor));
+  }
+  for ([[maybe_unused]] auto _ : state) {
+    double seconds = 0.0;
+    for (std::size_t layout = 0; layout < kLayouts; ++layout) {
+      seconds = SecondsOf([&] { oversampled[layout]->RunBlock(kSteps / factor); });
+      oversampledTimes.Add(layout, seconds);
+      plainTimes.Add(layout, SecondsOf([&] { plain[layout]->RunBlock(kSteps); }));
+    }
+    state.SetIterationTime(seconds);
+  }
+  const double median = oversampledTimes.BestMedian();
+  state.counters[kNsPerSample] = NanosecondsPerSample(median, kSteps / factor);
+  state.counters[kNsPerVoiceAndStep] = NanosecondsPerSample(median, kSteps);
+  state.counters[kPlainNsPerStep] = NanosecondsPerSample(plainTimes.BestMedian(), kSteps);
+  state.counters[kOverPlain] = median / plainTimes.BestMedian();
+  if (factor == kMostOversampling) state.counters[kMostOverHand] = kMostOverPlain;
 }
 
 /// A rack of many modules in chains, saved and loaded as hosts do it.
@@ -129,6 +167,13 @@ void RegisterPolyphony() {
   for (int entry = 0; entry <= 8; ++entry) {
     Register(Numbered("pad/oversampled %03d times", 1 << entry),
              [entry](benchmark::State& state) { MeasureOversampling(state, entry); });
+  }
+  for (const int entry : {1, 3, 5, 8}) {
+    Register(Numbered("oversampling/FIR %03d times", 1 << entry), [entry](benchmark::State& state) {
+      MeasureOverPlain(state, entry, kDefaultFilterRow);
+    });
+    Register(Numbered("oversampling/IIR %03d times", 1 << entry),
+             [entry](benchmark::State& state) { MeasureOverPlain(state, entry, kIirFilterRow); });
   }
 }
 

@@ -114,14 +114,20 @@ void RackRig::HoldNote(int note, int velocity) {
   engine_.processEvents(events.Header());
 }
 
+void RackRig::SetRate(float rate) {
+  rate_ = rate;
+  time_.sampleRate = static_cast<double>(rate);
+  engine_.setSampleRate(rate);
+}
+
 void RackRig::RunBlock(int frames) {
   engine_.processReplacing(inputs_.data(), outputs_.data(), frames);
   time_.samplePos += frames;
-  time_.ppqPos += frames * kTempo / (60.0 * kRate);
+  time_.ppqPos += frames * kTempo / (60.0 * static_cast<double>(rate_));
 }
 
 void RackRig::WarmUp(double seconds) {
-  const int blocks = static_cast<int>(std::ceil(seconds * kRate / blockSize_));
+  const int blocks = static_cast<int>(std::ceil(seconds * static_cast<double>(rate_) / blockSize_));
   for (int block = 0; block < blocks; ++block) RunBlock();
 }
 

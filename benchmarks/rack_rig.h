@@ -72,6 +72,9 @@ class RackRig {
   /// A note of the host on channel 1 that begins with the next block and does not end.
   void HoldNote(int note, int velocity);
 
+  /// In hertz; kRate to begin with.
+  void SetRate(float rate);
+
   void RunBlock() { RunBlock(blockSize_); }
   /// `frames` at most the block size.
   void RunBlock(int frames);
@@ -90,6 +93,7 @@ class RackRig {
   Halveron engine_;
   VstTimeInfo time_{};
   int blockSize_;
+  float rate_ = kRate;
   std::vector<float> inputSamples_;
   std::vector<float> outputSamples_;
   std::array<float*, kDawInputs> inputs_{};

@@ -15,6 +15,8 @@ inline constexpr const char* kLockMicroseconds = "lock_us";
 inline constexpr const char* kLongestLockMicroseconds = "longest_lock_us";
 inline constexpr const char* kTimesRealTime = "x_realtime";
 inline constexpr const char* kHandNsPerSample = "hand_ns_per_sample";
+inline constexpr const char* kPlainNsPerStep = "plain_ns_per_step";  ///< without oversampling
+inline constexpr const char* kOverPlain = "over_plain";
 inline constexpr const char* kRackOverHand = "rack_over_hand";
 inline constexpr const char* kMostOverHand = "most_over_hand";  ///< the aim of the ratio
 
@@ -39,7 +41,8 @@ void RegisterScenes();
 /// `voice/`: the demo patches with a held note.
 void RegisterVoices();
 /// `pad/`: a pad of 1 to 16 voices, and of one voice at every oversampling factor. Cost that is
-/// linear in both shows as a column of equal figures per voice and step.
+/// linear in both shows as a column of equal figures per voice and step. `oversampling/`: that pad
+/// against one whose host runs at the high rate, for either kind of filter.
 void RegisterPolyphony();
 /// `window/`: what a rack full of modules and cables costs on the screen, drawn by the processor
 /// alone, in the skin that lies beside the program: a full redraw, the first paint of a window,

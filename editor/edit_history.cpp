@@ -175,6 +175,45 @@ void EditHistory::ModuleLeft(const Module& module) {
   gestures_ = 0;  // a control that goes in the middle of a gesture does not end it
 }
 
+bool EditHistory::ReplacePlaceholders(const ModuleIdentity& identity) {
+  Settle();
+  const RackSnapshot whole = snapshots_.Take(present_);
+  RackSnapshot others = whole;
+  std::set<int> replaced;
+  std::erase_if(others.modules, [&](const RackSnapshot::Entry& entry) {
+    const PresetModule& record = entry.record->preset;
+    const bool isOne = ModuleIdentity{record.name, record.vendor} == identity;
+    if (isOne) replaced.insert(entry.id);
+    return isOne;
+  });
+  std::erase_if(others.cables, [&](const RackSnapshot::Cable& cable) {
+    return replaced.contains(cable.fromModule) || replaced.contains(cable.toModule);
+  });
+  const PlaceholderPlans former = editor_.Placeholders();
+  PlaceholderPlans remaining = former;
+  remaining.erase(identity);
+  const PatchEdit edit(editor_);
+  snapshots_.Restore(whole, others);
+  editor_.UsePlaceholders(remaining);
+  const bool complete = snapshots_.Restore(others, whole);
+  if (complete) {
+    for (std::deque<Step>* steps : {&done_, &undone_}) {
+      for (Step& step : *steps) {
+        step.fileBefore.placeholders.erase(identity);
+        step.fileAfter.placeholders.erase(identity);
+      }
+    }
+  } else {
+    snapshots_.Restore(snapshots_.Take(whole), others);
+    editor_.UsePlaceholders(former);
+    snapshots_.Restore(others, whole);
+  }
+  present_ = snapshots_.Take(whole);
+  file_ = FileNow();
+  edited_ = false;
+  return complete;
+}
+
 bool EditHistory::IsBusy() const {
   return gestures_ > 0 || editor_.cables.isDraggingCable ||
          (editor_.Window() && editor_.Window()->IsDragging());

@@ -60,6 +60,9 @@ class EditHistory {
   /// The user has replaced the whole rack by a preset. The step brings the name of its file along.
   void PresetLoaded(const std::string& title);
   void ModuleLeft(const Module& module);
+  /// Makes real modules in the place of all placeholders of one identity, with what these kept,
+  /// which is no step. False, and the rack as it was, if one of them cannot be made.
+  bool ReplacePlaceholders(const ModuleIdentity& identity);
 
  private:
   /// The file that the rack belongs to, and what of it is missing.

@@ -5,13 +5,14 @@
 #include <vector>
 
 #include "editor/external_module_type.h"
+#include "framework/growing_panel.h"
 #include "framework/module.h"
 
 namespace halveron {
 
 /// Makes the panel that a library describes and forwards what the rack asks of a module. The
 /// controls, their mouse behaviour and their parameters are the rack's own.
-class ExternalModule final : public Module {
+class ExternalModule final : public Module, public GrowingPanel {
  public:
   /// Null if the library cannot make an instance; the rack is then as it was.
   static Module* Make(std::shared_ptr<const ExternalModuleType> type, CFrame* frame,
@@ -51,6 +52,8 @@ class ExternalModule final : public Module {
   int GetPresetSize() override;
   void SavePreset(void* buffer, int size) override;
   void LoadPreset(const void* buffer, int size, int version) override;
+
+  Counts SavedCounts() const override { return {controls_.size(), lamps_.size(), jacks_.size()}; }
 
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
 

@@ -3,6 +3,7 @@
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "framework/oversampling_filters.h"
+#include "gui/shortcut.h"
 
 namespace halveron {
 
@@ -30,10 +31,7 @@ void ShowAbout(SynEditor&, RackWindow& window) {
   window.ShowDialog(std::move(request));
 }
 
-/// The name of a step and the keys for it, as a menu shows them.
-std::string Named(const std::string& step, const std::string& keys) {
-  return (step.empty() ? "" : " " + step) + "  (" + keys + ")";
-}
+std::string AfterBlank(const std::string& step) { return step.empty() ? "" : " " + step; }
 
 void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
 
@@ -41,6 +39,7 @@ void RedrawCables(RackWindow& window) { window.TakeCableStyle(); }
 
 struct MainMenu::Entry {
   const char* text;                             // null for a separator
+  const char* keys = "";                        // see gui/shortcut.h
   std::string (*detail)(SynEditor&) = nullptr;  // follows the text
   void (*act)(SynEditor&, RackWindow&) = nullptr;
   Menu (MainMenu::*submenu)() const = nullptr;
@@ -51,19 +50,25 @@ struct MainMenu::Entry {
 
 const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "Open...",
+     .keys = "Ctrl+O",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Open(); }},
-    {.text = "Save", .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); }},
+    {.text = "Save",
+     .keys = "Ctrl+S",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); }},
     {.text = "Save As...",
+     .keys = "Ctrl+Shift+S",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
     {.text = "Save As New Version",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
     {.text = nullptr},
     {.text = "Undo",
-     .detail = [](SynEditor& editor) { return Named(editor.history.UndoName(), "Ctrl+Z"); },
+     .keys = "Ctrl+Z",
+     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.UndoName()); },
      .act = [](SynEditor& editor, RackWindow&) { editor.history.Undo(); },
      .isEnabled = [](const SynEditor& editor) { return editor.history.CanUndo(); }},
     {.text = "Redo",
-     .detail = [](SynEditor& editor) { return Named(editor.history.RedoName(), "Ctrl+Shift+Z"); },
+     .keys = "Ctrl+Shift+Z Ctrl+Y",
+     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.RedoName()); },
      .act = [](SynEditor& editor, RackWindow&) { editor.history.Redo(); },
      .isEnabled = [](const SynEditor& editor) { return editor.history.CanRedo(); }},
     {.text = nullptr},
@@ -108,10 +113,37 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "About", .act = ShowAbout},
 };
 
+// Shortcuts of commands that no entry shows.
+const MainMenu::Entry MainMenu::kKeysOnly[] = {
+    {.text = "Modules",
+     .keys = "Ctrl+M",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenModulePicker(); }},
+    {.text = "Menu",
+     .keys = "F10",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenMainMenu(); }},
+};
+
 SharedPointer<SynOptionMenu> MainMenu::Make() const {
   editor_.history.Settle();
+  return MakeFrom(kEntries);
+}
+
+bool MainMenu::RunShortcut(const CKeyEvent& event) const {
+  for (const std::span<const Entry> table :
+       {std::span<const Entry>(kEntries), std::span<const Entry>(kKeysOnly)}) {
+    for (const Entry& entry : table) {
+      if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
+      editor_.history.Settle();
+      if (!entry.isEnabled || entry.isEnabled(editor_)) entry.act(editor_, window_);
+      return true;
+    }
+  }
+  return false;
+}
+
+MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
   Menu menu = SynOptionMenu::Make();
-  for (const Entry& entry : kEntries) {
+  for (const Entry& entry : entries) {
     if (entry.isOffered && !entry.isOffered(editor_)) continue;
     if (!entry.text) {
       menu->addSeparator();
@@ -125,6 +157,7 @@ SharedPointer<SynOptionMenu> MainMenu::Make() const {
     SynMenuItem& item = menu->Add(
         text, [act = entry.act, &editor = editor_, &window = window_] { act(editor, window); });
     item.setChecked(entry.isChecked && entry.isChecked(editor_));
+    item.setShortcut(ShownShortcut(entry.keys));
     item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
   }
   return menu;

@@ -1,6 +1,7 @@
-// The main menu: presets and options.
+// The main menu, presets and options, and all shortcuts of the window.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "editor/syn_option_menu.h"
@@ -17,12 +18,16 @@ class MainMenu {
   MainMenu(SynEditor& editor, RackWindow& window) : editor_(editor), window_(window) {}
 
   SharedPointer<SynOptionMenu> Make() const;
+  /// Runs the enabled entry with these keys. False if no entry has them.
+  bool RunShortcut(const CKeyEvent& event) const;
 
  private:
   struct Entry;
   static const Entry kEntries[];
+  static const Entry kKeysOnly[];
 
   using Menu = SharedPointer<SynOptionMenu>;
+  Menu MakeFrom(std::span<const Entry> entries) const;
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;

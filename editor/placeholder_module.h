@@ -1,85 +1,16 @@
-// What stands in the rack for a module that cannot be made, so that nothing of it is lost.
+// What stands in the rack for a module that cannot be made.
 #pragma once
 
-#include <map>
-#include <optional>
-#include <set>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include "framework/module.h"
-#include "presets/preset_document.h"
+#include "presets/placeholder.h"
 
 namespace halveron {
 
-/// Name and vendor.
-using ModuleIdentity = std::pair<std::string, std::string>;
-
-/// What is known of a missing module from the presets that have it.
-struct PlaceholderPlan {
-  struct Point {
-    PatchPointType type = kInputPoint;
-    bool isMidi = false;
-    bool isCabled = false;
-  };
-
-  ModuleIdentity identity;
-  int version = 1000;
-  int columns = 1;
-  bool isMono = true;
-  bool leadsToVoices = false;
-  std::vector<bool> isPoint;  ///< of each saved control, in order
-  std::vector<Point> points;
-};
-
-/// By identity: the modules of a preset that are missing.
-using PlaceholderPlans = std::map<ModuleIdentity, PlaceholderPlan>;
-
-/// Plans placeholders for modules of a document. A preset does not store a module's width: it is
-/// taken from `knownColumns`, or else from the room that the preset leaves it. `isMidi` reports
-/// which of the document's points carry MIDI, as far as their modules are there. Points without a
-/// cable count as inputs; no cable can be put there.
-PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
-                                  const std::set<ModuleIdentity>& missing,
-                                  const std::map<ModuleIdentity, int>& knownColumns,
-                                  const std::vector<std::optional<bool>>& isMidi);
-
-/// Shows the name of the missing module and its points, and does nothing. What was loaded is saved
-/// again unchanged: values, parameters, and data of the module's own. It holds the cables and the
-/// host parameters.
-class PlaceholderModule final : public Module {
+/// Shows the name of the missing module and its points.
+class PlaceholderModule final : public Placeholder {
  public:
-  PlaceholderModule(const PlaceholderPlan& plan, const HostTable& table, int voiceIndex);
-
-  const char* GetName() const override { return plan_.identity.first.c_str(); }
-  int GetNameLength() const override { return static_cast<int>(plan_.identity.first.size()); }
-  const char* GetVendorName() const override { return plan_.identity.second.c_str(); }
-  int GetVendorNameLength() const override {
-    return static_cast<int>(plan_.identity.second.size());
-  }
-  int GetVersion() const override { return version_; }
-  bool GetMonoDefault() const override { return plan_.isMono; }
-  bool UsesPolyphony() const override { return plan_.leadsToVoices; }
-  const char* GetInfoURL() override { return nullptr; }
-
-  int GetPresetSize() override { return static_cast<int>(data_.size()); }
-  void SavePreset(void* buffer, int size) override;
-  void LoadPreset(const void* buffer, int size, int version) override;
-  void SavePatchPointIndices(int* buffer) override;
-  void LoadPatchPointIndices(const int* buffer, unsigned size) override;
+  using Placeholder::Placeholder;
 
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
-
- private:
-  void MakePoint(std::size_t index);
-
-  const PlaceholderPlan plan_;
-  std::vector<std::string> roles_;
-  std::vector<PointLink> links_;
-  std::vector<std::byte> data_;
-  std::vector<int> indices_;
-  int version_;
 };
 
 }  // namespace halveron

@@ -7,6 +7,7 @@
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "framework/module.h"
+#include "presets/scratch_rack.h"
 
 namespace halveron {
 
@@ -30,8 +31,19 @@ void RackCommands::Insert(Module* module) {
   if (RackWindow* window = editor_.Window()) window->BeginInsertion(*module);
 }
 
+bool RackCommands::BringBack(const ModuleIdentity& identity) {
+  editor_.PrepareModule(identity.first, identity.second);
+  const PlaceholderPlans former = editor_.Placeholders();
+  PlaceholderPlans others = former;
+  others.erase(identity);
+  editor_.UsePlaceholders(others);
+  const bool isThere = ScratchRack(editor_).Add(identity.first, identity.second) != nullptr;
+  editor_.UsePlaceholders(former);
+  return isThere && editor_.history.ReplacePlaceholders(identity);
+}
+
 void RackCommands::InsertModule(std::string_view name, std::string_view vendor) {
-  if (editor_.IsMissing(name, vendor)) {
+  if (editor_.IsMissing(name, vendor) && !BringBack({std::string(name), std::string(vendor)})) {
     Insert(nullptr);
     return;
   }

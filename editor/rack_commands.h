@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "editor/placeholder_module.h"
+
 namespace halveron {
 
 class Module;
@@ -31,6 +33,8 @@ class RackCommands {
 
  private:
   void Insert(Module* module);
+  /// Makes modules of the placeholders of one identity, if its library is there again.
+  bool BringBack(const ModuleIdentity& identity);
 
   SynEditor& editor_;
 };

@@ -97,15 +97,19 @@ void RackWindow::ConnectBar() {
   bar_->removeRow->onPress = [this](BarButton&) { editor_.commands.RemoveRow(); };
   bar_->presetPrevious->onPress = [this](BarButton&) { editor_.presetCommands.Step(-1); };
   bar_->presetNext->onPress = [this](BarButton&) { editor_.presetCommands.Step(1); };
-  bar_->moduleMenu->onPress = [this](BarButton& button) {
-    PopUpUnder(button, MakeModulePicker(editor_), &button);
-  };
-  bar_->mainMenu->onPress = [this](BarButton& button) {
-    PopUpUnder(button, MainMenu(editor_, *this).Make(), &button);
-  };
+  bar_->moduleMenu->onPress = [this](BarButton&) { OpenModulePicker(); };
+  bar_->mainMenu->onPress = [this](BarButton&) { OpenMainMenu(); };
   bar_->Screen().onPress = [this] {
     PopUpUnder(bar_->Screen(), SharedPointer<SynOptionMenu>(&editor_.presets.PresetMenu()));
   };
+}
+
+void RackWindow::OpenModulePicker() {
+  PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
+}
+
+void RackWindow::OpenMainMenu() {
+  PopUpUnder(*bar_->mainMenu, MainMenu(editor_, *this).Make(), bar_->mainMenu);
 }
 
 void RackWindow::PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
@@ -119,6 +123,7 @@ void RackWindow::PopUp(const SharedPointer<SynOptionMenu>& menu, const CPoint& w
   LandInsertion();
   openMenu_ = menu;
   const SharedPointer<BarButton> pressed(opener);
+  if (pressed) pressed->SetPressed(true);
   const auto closed = [pressed] {
     if (pressed) pressed->SetPressed(false);
   };
@@ -400,20 +405,7 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
 }
 
 bool RackWindow::RunShortcut(const CKeyEvent& event) {
-  if (event.modifiers() & kAlt || !(event.modifiers() & kControl)) return false;
-  const bool shift = event.modifiers() & kShift;
-  switch (event.character) {
-    case U'z':
-    case U'Z':
-      shift ? editor_.history.Redo() : editor_.history.Undo();
-      return true;
-    case U'y':
-    case U'Y':
-      editor_.history.Redo();
-      return true;
-    default:
-      return false;
-  }
+  return MainMenu(editor_, *this).RunShortcut(event);
 }
 
 bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {

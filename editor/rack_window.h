@@ -58,7 +58,9 @@ class RackWindow final : private CControlListener {
   void RepeatDrag(const CPoint& where, const CButtonState& buttons);
   bool ScrollByWheel(float distance, const CButtonState& buttons);
   bool OpenDroppedPreset(std::span<const std::string> files);
-  /// False if the keys are no shortcut of the rack.
+  void OpenModulePicker();
+  void OpenMainMenu();
+  /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
 

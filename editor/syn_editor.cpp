@@ -258,6 +258,23 @@ void SynEditor::RememberColumns(const ModuleEntry& entry) {
   }
 }
 
+std::string SynEditor::PlanForMissing(const PresetDocument& document) {
+  placeholders_.clear();
+  std::string failures;
+  const std::set<ModuleIdentity> identities = FindMissing(document, failures);
+  if (!identities.empty()) {
+    placeholders_ = PlanPlaceholders(document, identities, KnownColumns(identities),
+                                     KindsOfPoints(document, identities));
+  }
+  return failures;
+}
+
+void SynEditor::ApplyWithPlaceholders(const PresetDocument& document) {
+  for (const PresetModule& record : document.modules) PrepareModule(record.name, record.vendor);
+  PlanForMissing(document);
+  ApplyPreset(document, *this);
+}
+
 bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::string& name,
                      Missing missing, const std::string& path) {
   if (!read.document) return Refuse(read.error, form, name);
@@ -270,14 +287,8 @@ bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::s
   const std::optional<PresetDocument> before =
       keepsRack ? std::optional(CapturePreset(*this)) : std::nullopt;
   const PlaceholderPlans former = std::exchange(placeholders_, {});
-  std::string failures;
-  if (missing == Missing::kReplace) {
-    const std::set<ModuleIdentity> identities = FindMissing(document, failures);
-    if (!identities.empty()) {
-      placeholders_ = PlanPlaceholders(document, identities, KnownColumns(identities),
-                                       KindsOfPoints(document, identities));
-    }
-  }
+  const std::string failures =
+      missing == Missing::kReplace ? PlanForMissing(document) : std::string();
   const PresetOutcome outcome = ApplyPreset(document, *this);
   if (!outcome && before) {
     placeholders_ = former;

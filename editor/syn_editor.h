@@ -55,6 +55,8 @@ class SynEditor : public RackModel {
   bool LoadPreset(const std::string& path);
   /// Modules that cannot be made become placeholders, and the load succeeds.
   bool LoadPresetWithPlaceholders(const std::string& path);
+  /// The same for a rack that comes from no file.
+  void ApplyWithPlaceholders(const PresetDocument& document);
   /// Whether modules of the last preset are missing and have placeholders.
   bool HasPlaceholders() const { return !placeholders_.empty(); }
   /// Whether this one is: all of its name and vendor are placeholders until the next load.
@@ -151,6 +153,8 @@ class SynEditor : public RackModel {
   bool LoadFile(const std::string& path, Missing missing);
   bool Load(const PresetReadResult& read, PresetForm form, const std::string& name, Missing missing,
             const std::string& path = {});
+  /// Plans placeholders for what cannot be made of a document; a line about each module.
+  std::string PlanForMissing(const PresetDocument& document);
   /// The modules of a document that cannot be made; a line about each in `failures`.
   std::set<ModuleIdentity> FindMissing(const PresetDocument& document, std::string& failures);
   /// Of each of a document's points, whether it carries MIDI; none where its module is missing.

@@ -11,6 +11,7 @@
 #include "engine/guarded_call.h"
 #include "framework/module.h"
 #include "framework/shared_bitmaps.h"
+#include "framework/voice_group.h"
 #include "platform/cpu_features.h"
 #include "platform/denormals.h"
 #include "platform/library_path.h"
@@ -61,7 +62,7 @@ Halveron::Halveron(audioMasterCallback host, HostKind kind, UserFiles userFiles)
   RebuildNoteTable();
   const std::string path = platform::LibraryPath();
   dllFolder_ = path.substr(0, path.find_last_of('/') + 1);
-  filter_.AllowVector(platform::HasSse41());
+  filter_.AllowVectors(platform::HasSse41() ? WidestVectorUnit() : VectorUnit::kNone);
   filter_.SetIirRate(sampleRate, oversamplingFactor);
   separateInputs_.Prepare(blockSize);
   rack_ = std::make_unique<SynEditor>(*this, DataFolders::Find(dllFolder_, userFiles));

@@ -1,7 +1,5 @@
 #include "engine/oversampling.h"
 
-#include <immintrin.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -50,18 +48,9 @@ void OversamplingFilter::Configure(int row, int factor) {
     ringIndex_ = (ringIndex_ & ~3) + 4;
     if (ringIndex_ >= firTaps_) ringIndex_ = 0;
   }
-  useVectorFir_ = cpuHasSse41_ && factor > 2 && firTaps_ % 4 == 0;
-}
-
-void OversamplingFilter::Push(float left, float right) {
-  if (firTaps_ == 0) {
-    StepIir(channels_[0], left);
-    StepIir(channels_[1], right);
-    return;
-  }
-  ringIndex_ = (ringIndex_ == 0 ? firTaps_ : ringIndex_) - 1;
-  channels_[0].ring[static_cast<std::size_t>(ringIndex_)] = left;
-  channels_[1].ring[static_cast<std::size_t>(ringIndex_)] = right;
+  // The vectors read from the ring position, which at 2X is not always a multiple of four.
+  const bool isAligned = factor > 2 && firTaps_ % 4 == 0;
+  sum_ = unit_ != VectorUnit::kNone && isAligned ? VectorSumOf(unit_) : SumSymmetric;
 }
 
 float OversamplingFilter::Channel::Iir() {
@@ -72,76 +61,11 @@ float OversamplingFilter::Channel::Iir() {
 }
 
 void OversamplingFilter::Decimate(float* left, float* right) {
-  const auto result = [&](Channel& channel) {
-    if (firTaps_ == 0) return channel.Iir();
-    return useVectorFir_ ? SumVector(channel.ring.data()) : SumSymmetric(channel.ring.data());
-  };
-  if (left) *left = result(channels_[0]);
-  if (right) *right = result(channels_[1]);
-}
-
-float OversamplingFilter::SumSymmetric(const float* ring) const {
-  float sum = 0.0f;
-  int newer = ringIndex_;
-  int older = ringIndex_ == 0 ? firTaps_ - 1 : ringIndex_ - 1;
-  for (int i = 0; i < firTaps_ / 2; ++i) {
-    sum += firCoefficients_[static_cast<std::size_t>(i)] * (ring[newer] + ring[older]);
-    if (++newer == firTaps_) newer = 0;
-    if (--older < 0) older = firTaps_ - 1;
-  }
-  return sum;
-}
-
-namespace {
-
-/// Products of taps and samples, summed in four vectors so that one addition need not wait for the
-/// one before.
-class VectorSum {
- public:
-  /// `count` is a multiple of 4.
-  void Add(const float* taps, const float* samples, int count) {
-    int i = 0;
-    for (; i + 16 <= count; i += 16) {
-      for (int lane = 0; lane < 4; ++lane) {
-        sums_[lane] = _mm_add_ps(sums_[lane], Product(taps + i + 4 * lane, samples + i + 4 * lane));
-      }
-    }
-    for (; i < count; i += 4) sums_[0] = _mm_add_ps(sums_[0], Product(taps + i, samples + i));
-  }
-
-  float Total() const {
-    alignas(16) float parts[4];
-    _mm_store_ps(parts, _mm_add_ps(_mm_add_ps(sums_[0], sums_[1]), _mm_add_ps(sums_[2], sums_[3])));
-    return (parts[0] + parts[1]) + (parts[2] + parts[3]);
-  }
-
- private:
-  static __m128 Product(const float* a, const float* b) {
-    return _mm_mul_ps(_mm_loadu_ps(a), _mm_loadu_ps(b));
-  }
-
-  __m128 sums_[4] = {_mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps(), _mm_setzero_ps()};
-};
-
-}  // namespace
-
-float OversamplingFilter::SumVector(const float* ring) const {
-  const int untilEnd = firTaps_ - ringIndex_;
-  VectorSum sum;
-  sum.Add(firCoefficients_.data(), ring + ringIndex_, untilEnd);
-  sum.Add(firCoefficients_.data() + untilEnd, ring, ringIndex_);
-  return sum.Total();
-}
-
-void OversamplingFilter::StepIir(Channel& channel, float x) const {
-  auto& [band1, low1, band2, low2] = channel.iirState;
-  const float f = iirCoefficient_;
-  low1 += f * band1;
-  const float high1 = x - low1 - band1;
-  band1 += f * high1;
-  low2 += f * band2;
-  const float high2 = low1 - low2 - band2;
-  band2 += f * high2;
+  const StereoSum result = firTaps_ == 0 ? StereoSum{channels_[0].Iir(), channels_[1].Iir()}
+                                         : sum_({firCoefficients_.data(), channels_[0].ring.data(),
+                                                 channels_[1].ring.data(), firTaps_, ringIndex_});
+  if (left) *left = result.left;
+  if (right) *right = result.right;
 }
 
 }  // namespace halveron

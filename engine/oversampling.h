@@ -2,7 +2,10 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <vector>
+
+#include "engine/decimator_sums.h"
 
 namespace halveron {
 
@@ -25,34 +28,54 @@ class OversamplingFilter {
   void Configure(int row, int factor);
   void SetIirRate(float hostRate, int factor);
 
-  void Push(float left, float right);
+  void Push(float left, float right) {
+    if (firTaps_ == 0) {
+      StepIir(channels_[0].iirState, left);
+      StepIir(channels_[1].iirState, right);
+      return;
+    }
+    ringIndex_ = (ringIndex_ == 0 ? firTaps_ : ringIndex_) - 1;
+    channels_[0].ring[static_cast<std::size_t>(ringIndex_)] = left;
+    channels_[1].ring[static_cast<std::size_t>(ringIndex_)] = right;
+  }
+  /// Either may be null.
   void Decimate(float* left, float* right);
 
   /// 0 while the IIR filter is in force.
   int FirTaps() const { return firTaps_; }
   float IirCoefficient() const { return iirCoefficient_; }
   const float* FirCoefficients() const { return firCoefficients_.data(); }
-  void AllowVector(bool cpuHasSse41) { cpuHasSse41_ = cpuHasSse41; }
-  bool UsesVectorFir() const { return useVectorFir_; }
+  /// The widest vectors that the FIR filter may use, by default none. The next Configure follows.
+  void AllowVectors(VectorUnit unit) { unit_ = unit; }
+  bool UsesVectorFir() const { return sum_ != SumSymmetric; }
 
  private:
+  using IirState = std::array<float, 4>;  // band and low of section 1, band and low of section 2
+
   struct Channel {
     std::vector<float> ring;
     float Iir();
-    std::array<float, 4> iirState{};  // band and low of section 1, band and low of section 2
+    IirState iirState{};
   };
 
-  float SumSymmetric(const float* ring) const;
-  float SumVector(const float* ring) const;
-  void StepIir(Channel& channel, float x) const;
+  void StepIir(IirState& state, float x) const {
+    auto& [band1, low1, band2, low2] = state;
+    const float f = iirCoefficient_;
+    low1 += f * band1;
+    const float high1 = x - low1 - band1;
+    band1 += f * high1;
+    low2 += f * band2;
+    const float high2 = low1 - low2 - band2;
+    band2 += f * high2;
+  }
 
   std::array<Channel, 2> channels_;
   std::vector<float> firCoefficients_;
   float iirCoefficient_ = 0.0f;
   int firTaps_ = 0;
   int ringIndex_ = 0;  // write position of both rings, which fill downward
-  bool cpuHasSse41_ = false;
-  bool useVectorFir_ = false;
+  VectorUnit unit_ = VectorUnit::kNone;
+  FirSum sum_ = SumSymmetric;
 };
 
 }  // namespace halveron

@@ -67,7 +67,7 @@ void MenuPopup::addRow(Panel& panel, CMenuItem* item, COptionMenu* holder, int i
 MenuPopup::Panel MenuPopup::makePanel(COptionMenu* shown) {
   Panel panel;
   for (int i = 0; i < shown->getNbEntries(); ++i) {
-    addRow(panel, shown->getEntry(i), shown, i, "");
+    addRow(panel, shown->getEntry(i), shown, i, shown->getEntry(i)->getShortcut());
   }
   return panel;
 }

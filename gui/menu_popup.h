@@ -45,7 +45,7 @@ class MenuPopup : public CView {
     SharedPointer<CMenuItem> item;
     SharedPointer<COptionMenu> holder;
     int index;         ///< in the holder
-    std::string hint;  ///< paler, at the right; where a found entry comes from
+    std::string hint;  ///< paler, at the right: a shortcut, or where a found entry comes from
     CCoord top;        ///< from the top of the panel's contents
     CCoord height;
   };

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gui/param_display.h"
@@ -37,6 +38,9 @@ class CMenuItem : public CBaseObject {
   bool isSeparator() const { return (flags & kSeparator) != 0; }
   /// True if a user may stop at it: neither a separator, nor a title, nor disabled.
   bool isSelectable() const { return (flags & (kDisabled | kTitle | kSeparator)) == 0; }
+  /// Shown at the right of the entry; the keys themselves are the frame's. Empty for none.
+  const std::string& getShortcut() const { return shortcut; }
+  void setShortcut(std::string_view keys) { shortcut = keys; }
   int getTag() const { return tag; }
   void setTag(int t) { tag = t; }
   /// The item keeps its own reference. Null for none.
@@ -49,6 +53,7 @@ class CMenuItem : public CBaseObject {
   void setFlag(int bit, bool on) { flags = on ? flags | bit : flags & ~bit; }
 
   std::string title;
+  std::string shortcut;
   int flags;
   int tag;
   SharedPointer<COptionMenu> submenu;

@@ -68,7 +68,19 @@ enum CVirtualKey : int {
   kKeyPageUp,
   kKeyPageDown,
   kKeyInsert,
-  kKeyDelete
+  kKeyDelete,
+  kKeyF1,
+  kKeyF2,
+  kKeyF3,
+  kKeyF4,
+  kKeyF5,
+  kKeyF6,
+  kKeyF7,
+  kKeyF8,
+  kKeyF9,
+  kKeyF10,
+  kKeyF11,
+  kKeyF12
 };
 
 struct CKeyEvent {

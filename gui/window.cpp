@@ -55,8 +55,10 @@ CVirtualKey KeyOf(std::uint32_t key) {
     case PUGL_KEY_DELETE:
       return kKeyDelete;
     default:
-      return kKeyNone;
+      break;
   }
+  if (key < PUGL_KEY_F1 || key > PUGL_KEY_F12) return kKeyNone;
+  return static_cast<CVirtualKey>(kKeyF1 + static_cast<int>(key - PUGL_KEY_F1));
 }
 
 int ModifierBits(PuglMods mods) {

@@ -49,6 +49,13 @@ std::optional<std::string> ValueIn(const CSimpleIniA& profile, const std::string
   return std::string(IsQuoted(text) ? text.substr(1, text.size() - 2) : text);
 }
 
+std::vector<std::string> InOrder(CSimpleIniA::TNamesDepend names) {
+  names.sort(CSimpleIniA::Entry::LoadOrder());
+  std::vector<std::string> texts;
+  for (const CSimpleIniA::Entry& name : names) texts.emplace_back(name.pItem);
+  return texts;
+}
+
 /// What a line of the file holds so that Find gives `value` back.
 std::string Stored(std::string value) {
   for (char& letter : value) {
@@ -85,6 +92,22 @@ std::vector<std::string> ProfileFile::GetTexts(const std::string& section,
     texts[i] = ValueIn(profile, section, keys[i]).value_or("");
   }
   return texts;
+}
+
+std::vector<std::string> ProfileFile::Sections() const {
+  CSimpleIniA profile;
+  if (!Load(path_, profile)) return {};
+  CSimpleIniA::TNamesDepend names;
+  profile.GetAllSections(names);
+  return InOrder(std::move(names));
+}
+
+std::vector<std::string> ProfileFile::Keys(const std::string& section) const {
+  CSimpleIniA profile;
+  if (!Load(path_, profile)) return {};
+  CSimpleIniA::TNamesDepend names;
+  profile.GetAllKeys(section.c_str(), names);
+  return InOrder(std::move(names));
 }
 
 std::string ProfileFile::GetText(const std::string& section, const std::string& key,

@@ -29,6 +29,9 @@ class ProfileFile {
   /// The values of several keys by one reading of the file, empty for those that are not there.
   std::vector<std::string> GetTexts(const std::string& section,
                                     const std::vector<std::string>& keys) const;
+  /// As they are written, in the order of the file, each once; "" for what stands before the first.
+  std::vector<std::string> Sections() const;
+  std::vector<std::string> Keys(const std::string& section) const;
   /// The whole number that the value begins with; `fallback` if it begins with none.
   int GetInt(const std::string& section, const std::string& key, int fallback) const;
   /// The same for a number with a decimal point; never infinite.

@@ -7,6 +7,7 @@
 #include "dsp/shaping.h"
 #include "framework/module.h"
 #include "framework/rack_model.h"
+#include "presets/grown_record.h"
 #include "presets/module_roles.h"
 
 namespace halveron {
@@ -75,10 +76,12 @@ void PlacePresetModule(const PresetModule& record, Module& module) {
   module.setMouseableArea(place);
 }
 
-Module* LoadPresetModule(const PresetModule& record, RackModel& rack) {
+Module* LoadPresetModule(const PresetModule& saved, RackModel& rack,
+                         std::vector<CControl*>& newControls) {
   const int keptIndex = rack.parameters.highestParameterIndex;
-  Module* module = MakeInstances(record, rack);
+  Module* module = MakeInstances(saved, rack);
   if (!module) return nullptr;
+  const PresetModule record = FitToPanel(saved, *module, newControls);
   PlacePresetModule(record, *module);
   rack.SetModuleOversampled(module, record.oversampled);
   rack.ForEachVoice(module, [&](Module& instance) {
@@ -96,6 +99,13 @@ Module* LoadPresetModule(const PresetModule& record, RackModel& rack) {
   module->LoadPatchPointIndices(
       record.indices.data(), static_cast<unsigned>(record.indices.size() * sizeof(std::int32_t)));
   return module;
+}
+
+void GiveParameters(const std::vector<CControl*>& controls, RackModel& rack) {
+  for (CControl* control : controls) {
+    const auto* module = static_cast<const Module*>(control->getParentView());
+    rack.parameters.RegisterTag(control, rack.parameters.GetFreeTag(module));
+  }
 }
 
 namespace {
@@ -127,6 +137,7 @@ class PresetLoader {
       if (document_.highestParameterIndex) {
         rack_.parameters.highestParameterIndex = *document_.highestParameterIndex;
       }
+      GiveParameters(newControls_, rack_);
       for (const PresetCable& cable : document_.cables) Connect(cable);
     }
     rack_.voices.ResetPolyphonyIfUnused();
@@ -135,7 +146,7 @@ class PresetLoader {
 
  private:
   bool LoadModule(const PresetModule& record) {
-    Module* module = LoadPresetModule(record, rack_);
+    Module* module = LoadPresetModule(record, rack_, newControls_);
     if (!module) return false;
     // A module may have fewer points than when it was saved; the others stay null, so that the
     // points of later modules keep their numbers.
@@ -160,6 +171,7 @@ class PresetLoader {
   const PresetDocument& document_;
   RackModel& rack_;
   std::vector<PatchPoint*> points_;
+  std::vector<CControl*> newControls_;
 };
 
 }  // namespace

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "presets/preset_document.h"
 
 namespace halveron {
 
+class CControl;
 class CPoint;
 class Module;
 class RackModel;
@@ -18,8 +20,12 @@ PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* ne
 /// A module as a preset keeps it, its corner in pixels. Numbers its patch points on from
 /// `nextPoint`. To be called inside the processing lock.
 PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint);
-/// Adds a module with all that its record keeps; null if it cannot be made.
-Module* LoadPresetModule(const PresetModule& record, RackModel& rack);
+/// Adds a module with all that its record keeps; null if it cannot be made. Controls that the
+/// module has got since it was saved are added to `newControls`: they want host parameters when
+/// those of all modules are known.
+Module* LoadPresetModule(const PresetModule& saved, RackModel& rack,
+                         std::vector<CControl*>& newControls);
+void GiveParameters(const std::vector<CControl*>& controls, RackModel& rack);
 /// Moves a module to the place of its record.
 void PlacePresetModule(const PresetModule& record, Module& module);
 

@@ -260,14 +260,16 @@ void RackSnapshots::AddCables(const RackSnapshot& to) {
 
 bool RackSnapshots::AddModules(const RackSnapshot& to) {
   bool complete = true;
+  std::vector<CControl*> newControls;
   for (const RackSnapshot::Entry& entry : to.modules) {
     if (FindModule(entry.id)) continue;
-    if (Module* module = LoadPresetModule(entry.record->Whole(), rack_)) {
+    if (Module* module = LoadPresetModule(entry.record->Whole(), rack_, newControls)) {
       ids_[module] = entry.id;
     } else {
       complete = false;
     }
   }
+  GiveParameters(newControls, rack_);
   std::vector<Module*> order;
   for (const RackSnapshot::Entry& entry : to.modules) {
     if (Module* module = FindModule(entry.id)) order.push_back(module);

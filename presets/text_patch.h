@@ -7,6 +7,7 @@
 // for the audio thread.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -29,6 +30,13 @@ struct TextPatch {
     double column;
   };
 
+  /// One of the numbers that are saved of a module: a control, a lamp or a point.
+  struct SavedEntry {
+    std::optional<float> value;  ///< all of a module's have one, or none: then the data holds all
+    int index = 0;               ///< host parameter, or a tag; of no meaning for a point
+    std::optional<std::string> jack;  ///< of a point: one of kJackKinds
+  };
+
   struct ModuleEntry {
     std::string id;
     std::string name;
@@ -43,6 +51,10 @@ struct TextPatch {
     std::optional<float> clipLevel;  ///< linear
     /// The module's preset data after its control values.
     std::optional<std::vector<std::byte>> data;
+    std::optional<int> version;  ///< of the data; none: the module's own
+    /// What is saved of a module that is missing where the patch was written; its points are
+    /// "Jack 1" and so on. In the place of controls, parameters and ownKey.
+    std::optional<std::vector<SavedEntry>> saved;
     /// One of kPatchKeys and its value, which the module takes after the data.
     std::optional<std::pair<std::string, PatchValue>> ownKey;
     /// Host parameter of each control that has one, by role; none: assigned in order.
@@ -81,6 +93,10 @@ struct KnownModule {
 inline constexpr const char* kCableColourNames[kCableColours] = {"Red",  "Green",  "Blue",
                                                                  "Gray", "Orange", "Purple"};
 
+/// What a saved point may be.
+inline constexpr std::array<const char*, 5> kJackKinds{"input", "output", "either way",
+                                                       "MIDI input", "MIDI output"};
+
 /// `file` is for messages.
 TextPatch ParseTextPatch(const std::string& text, const std::string& file);
 TextPatch ReadTextPatch(const std::string& path);
@@ -98,10 +114,10 @@ void ApplyTextPatch(const TextPatch& patch, const std::string& file, RackModel& 
                     std::span<const KnownModule> known, PatchWarnings* warnings = nullptr);
 
 /// The patch of a preset. Exact: for a preset that was saved from a rack, ToPreset gives an equal
-/// document. Left out is what loading the preset leaves out, too: values that are not finite, and
-/// cables between points that cannot be connected. The preset and its modules' data must be of the
-/// current versions; `rack` provides the module maker. Throws a FileError without a file for a
-/// module that cannot be made.
+/// document. What is kept by placeholders is written as it was saved. Left out is what loading the
+/// preset leaves out, too: values that are not finite, and cables between points that cannot be
+/// connected. The preset and its modules' data must be of the current versions; `rack` provides the
+/// module maker. Throws a FileError without a file for a module that cannot be made.
 TextPatch ToText(const PresetDocument& preset, RackModel& rack);
 
 /// The patch of a rack.

@@ -9,8 +9,10 @@
 #include "framework/module.h"
 #include "framework/rack_model.h"
 #include "platform/file_error.h"
+#include "presets/kept_record.h"
 #include "presets/module_roles.h"
 #include "presets/nearest_name.h"
+#include "presets/preset_format.h"
 #include "presets/preset_rack.h"
 #include "presets/scratch_rack.h"
 #include "presets/text_patch.h"
@@ -102,8 +104,22 @@ class PatchCheck {
     return "modules[" + std::to_string(index) + "]." + key;
   }
 
+  /// Keeps what is saved of a module, whether it is there or not: its numbers mean no roles here.
+  Module& MakePlaceholder(std::size_t index) {
+    const ModuleEntry& entry = patch_.modules[index];
+    for (const auto& [key, text] : {std::pair{"name", &entry.name}, {"vendor", &entry.vendor}}) {
+      if (text->size() < kMostPresetTextBytes && text->find('\0') == std::string::npos) continue;
+      Fail(PlaceOf(index, key), "is no text of at most " +
+                                    std::to_string(kMostPresetTextBytes - 1) +
+                                    " bytes without NUL");
+    }
+    auto* made = new Placeholder(PlanOf(entry), scratch_.Rack().hostTable, 0);
+    return *scratch_.Rack().AdoptModule(made);
+  }
+
   Module& Make(std::size_t index) {
     const ModuleEntry& entry = patch_.modules[index];
+    if (entry.saved) return MakePlaceholder(index);
     std::vector<std::string> names, vendors;
     const KnownModule* found = nullptr;
     for (const KnownModule& known : known_) {
@@ -129,6 +145,7 @@ class PatchCheck {
     const ModuleEntry& entry = patch_.modules[index];
     Module& module = Make(index);
     modules_[entry.id] = &module;
+    if (entry.saved) return;
     for (const auto& [role, value] : entry.controls) CheckControl(index, module, role, value);
     CheckOptions(index, module);
     if (entry.data) CheckData(index, module);
@@ -189,9 +206,11 @@ class PatchCheck {
     if (entry.alwaysOn) module.alwaysOn = *entry.alwaysOn;
     if (entry.bandlimit) module.SetBandlimitMode(*entry.bandlimit);
     if (entry.clipLevel) module.SetClipLevel(*entry.clipLevel);
-    if (entry.controls.empty() && !entry.data) return;
+    if (entry.saved) LoadKept(entry, static_cast<Placeholder&>(module));
+    if (entry.saved || (entry.controls.empty() && !entry.data)) return;
     const std::vector<std::byte> preset = PresetOf(module, entry);
-    module.LoadPreset(preset.data(), static_cast<int>(preset.size()), module.GetVersion());
+    module.LoadPreset(preset.data(), static_cast<int>(preset.size()),
+                      entry.version.value_or(module.GetVersion()));
   }
 
   /// Writes the values of the text into the record: a loaded module changes its lamps and rounds
@@ -205,8 +224,10 @@ class PatchCheck {
     Module& module = *modules_[entry.id];
     record.x = static_cast<int>(std::lround(entry.place->column * kReferenceUnitWidth));
     record.y = static_cast<int>(std::lround(entry.place->row * kReferencePanelHeight));
+    if (entry.saved) return;
     OverwriteControls(record.data, module, entry);
     if (!entry.data) return;
+    if (entry.version) record.version = *entry.version;
     record.data.resize(static_cast<std::size_t>(module.GetControlValuesSize()));
     record.data.insert(record.data.end(), entry.data->begin(), entry.data->end());
   }
@@ -223,6 +244,10 @@ class PatchCheck {
           }
         }
       }
+    }
+    for (const ModuleEntry& entry : patch_.modules) {
+      if (!entry.saved) continue;
+      LoadKeptParameters(entry, static_cast<Placeholder&>(*modules_[entry.id]));
     }
     if (patch_.highestParameter) rack.parameters.highestParameterIndex = *patch_.highestParameter;
   }
@@ -247,9 +272,10 @@ class PatchCheck {
          DidYouMean(role, roles));
   }
 
-  /// Data is valid if the module saves as many bytes after loading it.
+  /// Data of the module's version is valid if the module saves as many bytes after loading it.
   void CheckData(std::size_t index, Module& module) const {
     const ModuleEntry& entry = patch_.modules[index];
+    if (entry.version.value_or(module.GetVersion()) != module.GetVersion()) return;
     const int controls = module.GetControlValuesSize();
     const std::vector<std::byte> preset = PresetOf(module, entry);
     if (module.GetPresetSize() > controls) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <iterator>
 #include <set>
@@ -9,6 +10,7 @@
 #include "platform/whole_file.h"
 #include "presets/base64.h"
 #include "presets/json_place.h"
+#include "presets/kept_record.h"
 #include "presets/nearest_name.h"
 #include "presets/preset_format.h"
 #include "presets/text_patch.h"
@@ -83,9 +85,9 @@ void ParseOwnKey(const JsonPlace& place, ModuleEntry& entry) {
 }
 
 ModuleEntry ParseModule(const JsonPlace& place) {
-  std::vector<std::string> keys{"id",         "name", "vendor",    "row",         "column",
-                                "controls",   "mono", "always_on", "oversampled", "bandlimit",
-                                "clip_level", "data", "parameters"};
+  std::vector<std::string> keys{"id",         "name", "vendor",     "row",         "column",
+                                "controls",   "mono", "always_on",  "oversampled", "bandlimit",
+                                "clip_level", "data", "parameters", "version",     "saved"};
   keys.insert(keys.end(), kPatchKeys.begin(), kPatchKeys.end());
   place.RequireObject(keys);
   ModuleEntry entry;
@@ -117,7 +119,20 @@ ModuleEntry ParseModule(const JsonPlace& place) {
     entry.data = DecodeBase64(data->Text());
     if (!entry.data) data->Fail("is not valid base64", "copy it completely, without blanks");
   }
+  if (const auto version = place.Find("version")) {
+    entry.version = version->Integer(INT_MIN, INT_MAX);
+  }
+  if (const auto saved = place.Find("saved")) {
+    entry.saved = ParseSaved(*saved);
+    for (const char* other : {"controls", "parameters"}) {
+      if (const auto both = place.Find(other))
+        both->Fail("does not go with \"saved\"", "remove it");
+    }
+  }
   ParseOwnKey(place, entry);
+  if (entry.saved && entry.ownKey) {
+    place.Find(entry.ownKey->first)->Fail("does not go with \"saved\"", "remove it");
+  }
   if (const auto parameters = place.Find("parameters")) {
     entry.parameters.emplace();
     for (const auto& [role, index] : parameters->Members()) {

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <bit>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <map>
@@ -12,9 +11,11 @@
 #include "framework/rack_model.h"
 #include "platform/file_error.h"
 #include "presets/base64.h"
+#include "presets/kept_record.h"
 #include "presets/module_roles.h"
 #include "presets/preset_rack.h"
 #include "presets/scratch_rack.h"
+#include "presets/shortest_number.h"
 #include "presets/text_patch.h"
 
 namespace halveron {
@@ -22,15 +23,6 @@ namespace halveron {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// The double with the fewest digits that rounds to this float.
-double Shortest(float value) {
-  char digits[32];
-  const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
-  double shortest = value;
-  std::from_chars(std::begin(digits), end, shortest);
-  return static_cast<float>(shortest) == value ? shortest : static_cast<double>(value);
-}
 
 /// The first word of the name in lower case, with a number from the second such module on.
 std::string MakeId(const std::string& name, std::map<std::string, int>& uses) {
@@ -88,6 +80,8 @@ TextPatch::ModuleEntry DescribeModule(const PresetModule& record, Module& usual,
     entry.ownKey.emplace(taker->PatchKey(), std::move(*value));
     entry.data.reset();
   }
+  // Later versions of a library may save other data.
+  if (entry.data && record.vendor != kBuiltInVendor) entry.version = record.version;
   return entry;
 }
 
@@ -191,6 +185,8 @@ Json FormatModule(const TextPatch::ModuleEntry& entry) {
   if (entry.oversampled) json["oversampled"] = *entry.oversampled;
   if (entry.bandlimit) json["bandlimit"] = *entry.bandlimit;
   if (entry.clipLevel) json["clip_level"] = Shortest(*entry.clipLevel);
+  if (entry.version) json["version"] = *entry.version;
+  if (entry.saved) json["saved"] = FormatSaved(*entry.saved);
   if (entry.data) json["data"] = EncodeBase64(*entry.data);
   if (entry.ownKey) json[entry.ownKey->first] = FormatValue(entry.ownKey->second);
   if (entry.parameters) {
@@ -225,22 +221,27 @@ TextPatch ToText(const PresetDocument& preset, RackModel& rack) {
     }
     const std::string id = MakeId(record.name, idUses);
     patch.modules.push_back(DescribeModule(record, *usual, id));
+    auto pointCount = static_cast<std::size_t>(usual->GetNbPatchPoints());
+    if (const auto* placeholder = dynamic_cast<const Placeholder*>(usual)) {
+      DescribeKept(record, *placeholder, static_cast<int>(points.size()), patch.modules.back());
+      pointCount = static_cast<std::size_t>(record.patchPointCount);
+    }
     parameters.push_back(ParametersOf(record, *usual, taken));
     PresetModule fresh;
     fresh.indices.resize(static_cast<std::size_t>(usual->GetPatchPointIndicesSize()) / 4);
     usual->SavePatchPointIndices(fresh.indices.data());
     usualParameters =
         usualParameters && parameters.back() == ParametersOf(fresh, *usual, takenByUsual);
-    std::vector<PatchPoint*> own(static_cast<std::size_t>(usual->GetNbPatchPoints()));
+    std::vector<PatchPoint*> own(pointCount);
     int count = 0;
-    usual->CollectPatchPoints(own.data(), &count, usual->GetNbPatchPoints());
+    usual->CollectPatchPoints(own.data(), &count, static_cast<int>(pointCount));
     for (const PatchPoint* point : own) points.push_back({id, point});
   }
   const int usualHighest = scratch.Rack().parameters.highestParameterIndex;
   if (!usualParameters || preset.highestParameterIndex.value_or(usualHighest) != usualHighest) {
     patch.highestParameter = preset.highestParameterIndex;
     for (std::size_t i = 0; i < patch.modules.size(); ++i) {
-      patch.modules[i].parameters = std::move(parameters[i]);
+      if (!patch.modules[i].saved) patch.modules[i].parameters = std::move(parameters[i]);
     }
   }
   CableWriter writer(std::move(points));
@@ -263,7 +264,8 @@ bool IsOfPresentVersions(const PresetDocument& preset, RackModel& rack) {
       usual->LoadPreset(record.data.data(), size, record.version);
     }
     if (!usual || usual->GetVersion() != record.version || usual->GetPresetSize() != size ||
-        usual->GetNbPatchPoints() != record.patchPointCount) {
+        usual->GetNbPatchPoints() != record.patchPointCount ||
+        usual->GetPatchPointIndicesSize() / sizeof(std::int32_t) != record.indices.size()) {
       return false;
     }
   }

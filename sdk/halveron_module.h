@@ -295,8 +295,10 @@ typedef struct HalveronModule {
   const char*
       picture; /* PNG file of the panel; null has it painted like those of built-in modules */
 
-  /* Tables: the size of an entry, their number, and the entries. Their order, that of controls
-   * first, is the order of the saved values and never changes. */
+  /* Tables: the size of an entry, their number, and the entries. Saved are the values of all
+   * controls, then of all lamps, then of all points, each in the order of its table. Later versions
+   * of the module may add controls and points at the ends of their tables; apart from that, what
+   * stands here never changes, and neither does the number of lamps. Displays are not saved. */
   uint32_t control_size;
   uint32_t control_count;
   const HalveronControl* controls;
@@ -312,7 +314,7 @@ typedef struct HalveronModule {
   const HalveronVoices* voices; /* or null */
 
   /* An instance; null if it cannot be made. The panel and `host` stay valid until destroy. The
-   * first calls after it are set_rate and value_changed for each control. */
+   * first calls after it are set_rate, options_changed, and value_changed for each control. */
   void* (*create)(const HalveronHost* host, HalveronContext* context, const HalveronPanel* panel,
                   int32_t voice);
   void (*destroy)(void* instance);

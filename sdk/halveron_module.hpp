@@ -248,7 +248,8 @@ class Module {
 
   // Makers of the panel, for the constructor. x and y name the centre in panel units (a row is 291
   // high). Roles are unique among controls, lamps and displays, among inputs and among outputs.
-  // What they are and their order never change once somebody has saved a patch.
+  // Once somebody has saved a patch, controls may follow behind the others, and points behind the
+  // others; nothing else changes, in particular not the number of lamps.
 
   template <class Cell>
   void AddPatchPoint(PointHandle<Cell>& handle, std::string_view role, float x, float y) {

@@ -85,10 +85,21 @@ std::string Abbreviated(const std::string& caption, std::string_view Abbreviatio
   });
 }
 
+/// Where the character after the one at a place begins.
+std::size_t NextCharacter(const std::string& text, std::size_t at) {
+  for (++at; at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80;) ++at;
+  return at;
+}
+
 /// The first letters of each word: what is left when nothing better is known.
 std::string Cut(const std::string& caption, std::size_t letters) {
-  return WordByWord(caption,
-                    [letters](const std::string& word) { return word.substr(0, letters); });
+  return WordByWord(caption, [letters](const std::string& word) {
+    std::size_t end = 0;
+    for (std::size_t kept = 0; kept < letters && end < word.size(); ++kept) {
+      end = NextCharacter(word, end);
+    }
+    return word.substr(0, end);
+  });
 }
 
 /// The number that a caption ends in, empty if it ends in none.

@@ -202,6 +202,25 @@ class DummyServer {
   pid_t process_ = 0;
 };
 
+TEST_F(SoundLinkTest, EndsAtOnceWhateverItWaitsFor) {
+  const auto isSearching = std::make_shared<std::atomic<bool>>(false);
+  const SoundLink::Opener slow =
+      [isSearching](const std::string&) -> std::unique_ptr<media::SoundOutput> {
+    *isSearching = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    throw UserError("", "", "there is no sound card");
+  };
+  constexpr int kLongBlock = 1 << 17;  // 2.7 s
+  link = std::make_unique<SoundLink>(host, nullptr, slow, kLongBlock);
+  ASSERT_TRUE(WaitUntil([&] {
+    link->Poll(now += 1);
+    return isSearching->load();
+  }));
+  const double began = LiveHost::Now();
+  link = nullptr;
+  EXPECT_LT(LiveHost::Now() - began, 0.3);
+}
+
 TEST_F(SoundLinkTest, SurvivesTheEndOfItsSoundServer) {
   DummyServer server;
   if (!server.Start()) GTEST_SKIP() << "jackd is not installed";

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "framework/oversampling_filters.h"
+#include "framework/voice_group.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -35,7 +36,7 @@ TEST(Oversampling, TapsByRowAndFactor) {
   EXPECT_STREQ(kOversamplingFilterNames[0], "IIR Chamberlin (>2X)");
   EXPECT_STREQ(kOversamplingFilterNames[19], "FIR 12800 taps");
   OversamplingFilter filter;
-  filter.AllowVector(true);
+  filter.AllowVectors(VectorUnit::kSse2);
   filter.Configure(1, 2);
   EXPECT_FALSE(filter.UsesVectorFir());
   filter.Configure(1, 4);
@@ -70,7 +71,7 @@ TEST(Oversampling, BothSumsAgreeWithTheConvolution) {
   for (int row : {1, 2, 6, 9}) {
     constexpr int kFactor = 4;
     OversamplingFilter scalar, vector;
-    vector.AllowVector(true);
+    vector.AllowVectors(VectorUnit::kSse2);
     scalar.Configure(row, kFactor);
     vector.Configure(row, kFactor);
     ASSERT_NE(scalar.UsesVectorFir(), vector.UsesVectorFir());
@@ -93,6 +94,31 @@ TEST(Oversampling, BothSumsAgreeWithTheConvolution) {
       ASSERT_NEAR(vectorLeft, expected, 2e-6) << row << " sample " << sample;
       EXPECT_EQ(right, -left);
       EXPECT_EQ(vectorRight, -vectorLeft);
+    }
+  }
+}
+
+TEST(Oversampling, WiderVectorsGiveTheSameBits) {
+  constexpr int kFactor = 4;
+  for (int unit = static_cast<int>(VectorUnit::kAvx2); unit <= static_cast<int>(WidestVectorUnit());
+       ++unit) {
+    OversamplingFilter narrow, wide;
+    narrow.AllowVectors(VectorUnit::kSse2);
+    wide.AllowVectors(static_cast<VectorUnit>(unit));
+    for (int row : {1, 4, 6, 12, 2}) {  // what is left over of 16 taps at both ends of the ring
+      narrow.Configure(row, kFactor);
+      wide.Configure(row, kFactor);
+      for (int step = 0; step < 1500; ++step) {
+        const float x = std::sin(0.37f * static_cast<float>(step));
+        narrow.Push(x, 1.0f - x);
+        wide.Push(x, 1.0f - x);
+        if ((step + 1) % kFactor != 0) continue;
+        float left = 0, right = 0, wideLeft = 0, wideRight = 0;
+        narrow.Decimate(&left, &right);
+        wide.Decimate(&wideLeft, &wideRight);
+        ASSERT_EQ(wideLeft, left) << "row " << row << ", unit " << unit << ", step " << step;
+        ASSERT_EQ(wideRight, right) << "row " << row << ", unit " << unit << ", step " << step;
+      }
     }
   }
 }

@@ -1,6 +1,7 @@
 // The command with external modules, and what it says of broken ones.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -68,6 +69,23 @@ TEST_F(OwnModules, AreListedWithVendorAndLibraryAndDescribed) {
   EXPECT_EQ(filter["inputs"][1]["role"], "Pitch");
 }
 
+TEST_F(OwnModules, MayShareANameWithAnotherVendors) {
+  fs::copy(HALVERON_LIBRARIES_FOLDER "/in_order.so", folder_);
+  std::ofstream(folder_ / "in_order.ini") << Ini("Filter", {"Example Filter"});
+  const std::string both = Call({"modules", "Example Filter"}).out;
+  EXPECT_NE(both.find("Filter, by Halveron Examples, in "), std::string::npos) << both;
+  EXPECT_NE(both.find("Filter, by Test Vendor, in "), std::string::npos) << both;
+  EXPECT_EQ(nlohmann::json::parse(Call({"modules", "Example Filter", "--json"}).out).size(), 2u);
+  const std::string one = "Example Filter by Test Vendor";
+  const auto json = nlohmann::json::parse(Call({"modules", one, "--json"}).out);
+  EXPECT_EQ(json["vendor"], "Test Vendor");
+  const std::string picture = scratch_.At("a.png");
+  const Answer unclear = Call({"screenshot", "--module", "Example Filter", "-o", picture});
+  EXPECT_EQ(unclear.status, kExitMisuse);
+  EXPECT_NE(unclear.err.find("or \"" + one + "\""), std::string::npos) << unclear.err;
+  EXPECT_EQ(Call({"screenshot", "--module", one, "-o", picture}).status, 0);
+}
+
 TEST_F(OwnModules, AreRenderedConvertedAndDrawn) {
   const std::string patch = scratch_.Write("patch.json", kPatch);
   const Answer rendered =
@@ -105,6 +123,44 @@ TEST_F(OwnModules, MayBeMissingWherePlaceholdersAreAskedFor) {
   EXPECT_NE(rendered.out.find("silent"), std::string::npos) << rendered.out;
 }
 
+TEST_F(OwnModules, AreConvertedToTextAndBackWhileTheyAreMissing) {
+  const std::string preset = scratch_.At("a.hvp");
+  const std::string text = scratch_.At("a.json");
+  ASSERT_EQ(Call({"convert", scratch_.Write("patch.json", kPatch), preset}).status, 0);
+  for (const char* name : {"filter.ini", "drawn_wave.ini"}) fs::remove(folder_ / name);
+  EXPECT_EQ(Call({"convert", preset, text}).status, kExitMisuse);
+  const Answer written = Call({"convert", preset, text, "--placeholders"});
+  EXPECT_EQ(written.status, 0) << written.err;
+  EXPECT_NE(written.err.find("Example Drawn Wave Halveron Examples is missing"), std::string::npos);
+  const auto json = nlohmann::json::parse(ReadFile(text));
+  EXPECT_EQ(json["modules"][0]["name"], "Example Drawn Wave");
+  EXPECT_EQ(json["modules"][0]["vendor"], "Halveron Examples");
+  EXPECT_EQ(json["modules"][0]["saved"][0]["value"], 0.75);
+  EXPECT_EQ(json["cables"][0]["to"], "example-2.Jack 1");
+  EXPECT_EQ(Call({"convert", text, scratch_.At("b.hvp")}).status, 0);
+  EXPECT_EQ(ReadFile(scratch_.At("b.hvp")), ReadFile(preset));
+
+  const std::string wave = scratch_.At("a.wav");
+  EXPECT_EQ(Call({"render", text, "-o", wave, "--frames", "480"}).status, kExitMisuse);
+  const Answer rendered = Call({"render", text, "-o", wave, "--frames", "480", "--placeholders"});
+  EXPECT_EQ(rendered.status, 0) << rendered.err;
+  // With the libraries back it is what it was.
+  for (const char* name : {"filter", "drawn_wave"}) {
+    const fs::path ini = fs::path(SdkLibrary(std::string("examples/") + name)).parent_path();
+    fs::copy(ini / (std::string(name) + ".ini"), folder_);
+  }
+  EXPECT_EQ(Call({"render", text, "-o", wave, "--frames", "480"}).status, 0);
+  EXPECT_EQ(Call({"render", preset, "-o", scratch_.At("b.wav"), "--frames", "480"}).status, 0);
+  EXPECT_EQ(ReadFile(wave), ReadFile(scratch_.At("b.wav")));
+
+  const std::string broken = R"({"halveron": 1, "modules": [
+    {"id": "a", "name": "A", "saved": [{"jack": "inptu"}]}]})";
+  const Answer refused = Call({"convert", scratch_.Write("c.json", broken), preset});
+  EXPECT_NE(refused.err.find("saved[0].jack: no kind of jack \"inptu\"; did you mean \"input\"?"),
+            std::string::npos)
+      << refused.err;
+}
+
 TEST(CheckLibrary, FindsNothingWrongWithTheExamplesAndTheTemplate) {
   for (const char* name :
        {"examples/mixer", "examples/filter", "examples/drawn_wave", "template/my_modules"}) {
@@ -135,6 +191,22 @@ TEST(CheckLibrary, ReportsEverythingThatIsWrong) {
         "Unknown: the library does not know", "Later: requires version 201",
         "Good: is listed twice", "Good (Test Vendor): in order"}},
       {"endless_counts", "[Configuration]\n", {"section Configuration has no Vendor"}},
+      {"in_order",
+       "stray=1\n[Configuration]\nVendor=Test Vendor\nvendro=x\n[Filters]\nM1=A\n[filter]\n"
+       "number_of_module=1\nnumber_of_modules=1\nm1=A\nM10=B\nM99=C\n",
+       {"before the first section", "the key \"vendro\" means nothing; did you mean \"Vendor\"?",
+        "[Filters] is neither Configuration nor a category; did you mean \"Filter\"?",
+        "\"number_of_module\" means nothing; did you mean \"number_of_modules\"?",
+        "\"M10\" means nothing; the key of module 10 is \"M:\"", "has room for 12", "6 faults"}},
+      {"no_initialize",
+       "[configuration]\nVendr=x\n",
+       {"did you mean \"Vendor\"?", "has no Vendor", "does not export DllInitialize"}},
+      {"unruly",
+       Ini("Filter", {"Few", "Shared", "Skewed"}),
+       {"Few: create gives no instance beside 4 others",
+        "Few: create gives no instance for voice 4",
+        "Shared: the output 'Out' of a module among 16 is ",
+        "Skewed: the output 'Out' of voice 3 by run_voices in 4 lanes is ", "4 faults"}},
   };
   for (const Case& each : cases) {
     const std::string path = folder.Add(each.library, each.ini);
@@ -149,6 +221,13 @@ TEST(CheckLibrary, ReportsEverythingThatIsWrong) {
   const Answer none = Call({"modules", "--check", folder.Path() + "none.so"});
   EXPECT_EQ(none.status, kExitMisuse);
   EXPECT_NE(none.err.find("is no file"), std::string::npos) << none.err;
+  const std::string alone = folder.Add("no_get_module", "");
+  fs::remove(folder.Path() + "no_get_module.ini");
+  const Answer withoutIni = Call({"modules", "--check", alone});
+  EXPECT_EQ(withoutIni.status, kExitMisuse);
+  for (const char* report : {"no_get_module.ini is missing", "does not export GetDllModule"}) {
+    EXPECT_NE(withoutIni.out.find(report), std::string::npos) << withoutIni.out;
+  }
 }
 
 }  // namespace

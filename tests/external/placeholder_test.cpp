@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
 
 #include "editor/placeholder_module.h"
 #include "presets/preset_rack.h"
@@ -167,6 +168,37 @@ TEST_F(PlaceholderTest, AreOfferedForAFile) {
   EXPECT_TRUE(rig.window.Dialog().IsShown());
 }
 
+TEST_F(PlaceholderTest, GiveWayWhenTheirModuleIsInsertedAndItsLibraryIsBack) {
+  const PresetDocument document = SavedRack();
+  const ScratchFolder files;
+  const std::vector<std::byte> bytes = WritePreset(document, PresetForm::kFile);
+  const std::string path =
+      files.Write("a.hvp", std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  folder_.AddText("in_order.so", "no library");
+  WindowRig rig;
+  rig.editor.externalModules.ScanModuleLibraries(folder_.Path());
+  ASSERT_TRUE(rig.editor.LoadPresetWithPlaceholders(path));
+  rig.editor.commands.InsertModule("Probe", kTestVendor);
+  EXPECT_TRUE(rig.window.Dialog().IsShown());
+  rig.Key(kKeyEscape);
+  ExpectSame(CapturePreset(rig.editor), document);
+  folder_.Add("in_order", Ini("Amplifier", {"Probe"}));
+  rig.editor.commands.InsertModule("Probe", kTestVendor);
+  EXPECT_FALSE(rig.window.Dialog().IsShown());
+  EXPECT_FALSE(rig.editor.HasPlaceholders());
+  const PresetDocument now = CapturePreset(rig.editor);
+  ASSERT_EQ(now.modules.size(), document.modules.size() + 1);
+  EXPECT_TRUE(now.cables == document.cables);
+  for (const std::size_t i : {2, 3}) {
+    EXPECT_EQ(dynamic_cast<PlaceholderModule*>(rig.editor.modules[0][i]), nullptr);
+    EXPECT_TRUE(std::equal(now.modules[i].data.begin(), now.modules[i].data.begin() + 12,
+                           document.modules[i].data.begin()))
+        << "the values of controls and lamp";
+    EXPECT_EQ(now.modules[i].indices, document.modules[i].indices);
+  }
+  EXPECT_NE(rig.editor.modules[2][2], nullptr) << "with all its voices";
+}
+
 TEST_F(PlaceholderTest, StandForUnknownBuiltInNamesAndForAnyFormOfData) {
   PresetDocument document;
   document.highestParameterIndex = 700;
@@ -201,6 +233,39 @@ TEST_F(PlaceholderTest, StandForUnknownBuiltInNamesAndForAnyFormOfData) {
   EXPECT_FALSE(rack.editor.LoadChunk(WritePreset(document, PresetForm::kChunk)));
   const PresetDocument kept = CapturePreset(rack.editor);
   EXPECT_TRUE(kept.modules == document.modules);
+}
+
+TEST_F(PlaceholderTest, AreNotNeededForAModuleThatHasMoreThanItHad) {
+  const PresetDocument document = SavedRack();
+  folder_.Add("grown", Ini("Amplifier", {"Probe"}));
+  std::filesystem::rename(folder_.Path() + "grown.so", folder_.Path() + "in_order.so");
+  std::filesystem::remove(folder_.Path() + "grown.ini");
+  TestRack rack;
+  Equip(rack);
+  ASSERT_TRUE(rack.editor.LoadChunk(WritePreset(document, PresetForm::kChunk)));
+  const PresetDocument now = CapturePreset(rack.editor);
+  std::set<int> parameters;
+  for (const std::size_t i : {2, 3}) {
+    Module& probe = *rack.editor.modules[0][i];
+    EXPECT_EQ(rack.Control(probe, "Level").getValue(), i == 2 ? 0.125f : 0.5f);
+    EXPECT_EQ(rack.Control(probe, "Invert").getValue(), i == 3 ? 1.0f : 0.0f);
+    EXPECT_EQ(rack.Control(probe, "Tone").getValue(), 0.75f);
+    EXPECT_EQ(rack.Control(probe, "Fixed").getValue(), 1.0f);
+    EXPECT_EQ(rack.Point(probe, "Side", kInputPoint).cableCount, 0);
+    // Old parameters stay, new ones stand behind all others.
+    EXPECT_TRUE(std::equal(now.modules[i].indices.begin(), now.modules[i].indices.begin() + 2,
+                           document.modules[i].indices.begin()));
+    EXPECT_GT(now.modules[i].indices[2], *document.highestParameterIndex);
+    EXPECT_TRUE(parameters.insert(now.modules[i].indices[2]).second);
+    EXPECT_EQ(now.modules[i].indices[3], TAG_UNASSIGNED);
+    // Behind the values: the blocks that were counted.
+    EXPECT_TRUE(std::equal(now.modules[i].data.begin() + 8 * 4, now.modules[i].data.begin() + 9 * 4,
+                           document.modules[i].data.begin() + 5 * 4));
+  }
+  EXPECT_EQ(now.cables.size(), document.cables.size());
+  Module& mono = *rack.editor.modules[0][3];
+  EXPECT_TRUE(rack.Point(mono, "In", kInputPoint).IsCabled());
+  EXPECT_TRUE(rack.Point(mono, "Out", kOutputPoint).IsCabled());
 }
 
 }  // namespace

@@ -159,6 +159,9 @@ TEST(ShortForms, GetShorterAndKeepTheCase) {
             (std::vector<std::string>{"Resonance amount 3", "Reson amt 3", "Res amt 3", "3"}));
   EXPECT_EQ(ShortForms("CV").size(), 1u);
   EXPECT_TRUE(ShortForms("").empty());
+  for (const ShortForm& form : ShortForms("Größe Änderung")) {
+    EXPECT_NE(static_cast<unsigned char>(form.text.back()) & 0xC0, 0xC0) << "half a letter";
+  }
 }
 
 }  // namespace

@@ -114,6 +114,10 @@ void WindowRig::Key(CVirtualKey key, int modifiers) {
   frame.onKeyDown({0, key, CButtonState(modifiers)});
 }
 
+void WindowRig::Shortcut(char32_t letter, int modifiers) {
+  frame.onKeyDown({letter, kKeyNone, CButtonState(modifiers)});
+}
+
 void WindowRig::Type(const std::string& text) {
   for (const char letter : text) frame.onKeyDown({static_cast<char32_t>(letter), kKeyNone, {}});
 }

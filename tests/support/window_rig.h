@@ -35,6 +35,7 @@ class WindowRig {
   /// Presses at one point, moves in small steps, and releases at another.
   void Drag(const CPoint& from, const CPoint& to, int modifiers = 0);
   void Key(CVirtualKey key, int modifiers = 0);
+  void Shortcut(char32_t letter, int modifiers = kControl);
   void Type(const std::string& text);
   /// Clicks through the menu that is up, by the titles of its entries; fails if one is missing.
   void Choose(std::initializer_list<const char*> titles);

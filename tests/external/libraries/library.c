@@ -10,6 +10,8 @@
 #define NULL_CREATE 3
 #define WILD_POINTERS 4
 #define ENDLESS_COUNTS 5
+#define UNRULY 6
+#define GROWN 7 /* a later version */
 
 #ifndef FAULT
 #define FAULT IN_ORDER
@@ -100,11 +102,52 @@ static void LoadData(void* instance, const void* data, uint32_t size, int32_t ve
   if (version >= 1000 && size == sizeof probe->counts) memcpy(probe->counts, data, size);
 }
 
+#if FAULT == UNRULY
+/* "Few" makes four instances, "Shared" hands sound from one to the next, "Skewed" sounds otherwise
+ * when its voices run in one call. */
+static void* CreateFew(const HalveronHost* host, HalveronContext* context,
+                       const HalveronPanel* panel, int32_t voice) {
+  return test_instances < 4 ? Create(host, context, panel, voice) : NULL;
+}
+static void ProcessShared(void* instance) {
+  static float before = 0;
+  Probe* probe = instance;
+  ProcessSample(instance);
+  *probe->panel->jacks[1].signal += before;
+  before = *probe->panel->jacks[0].signal;
+}
+typedef struct Group {
+  uint32_t count;
+  void* instances[16];
+} Group;
+static void* CreateVoices(void* const* instances, uint32_t count, uint32_t lanes) {
+  Group* group = calloc(1, sizeof *group);
+  (void)lanes;
+  group->count = count;
+  memcpy(group->instances, instances, count * sizeof *instances);
+  return group;
+}
+static int32_t LoadVoices(void* voices) { return voices != NULL; }
+static void RunVoices(void* voices) {
+  const Group* group = voices;
+  for (uint32_t i = 0; i < group->count; ++i) {
+    ProcessSample(group->instances[i]);
+    if (i == 3) *((Probe*)group->instances[i])->panel->jacks[1].signal += 1;
+  }
+}
+static void StoreVoices(void* voices) { (void)voices; }
+static const HalveronVoices skewed = {sizeof skewed, CreateVoices, free,
+                                      LoadVoices,    RunVoices,    StoreVoices};
+#endif
+
 static const HalveronControl controls[] = {
     {"Level", NULL, HALVERON_KNOB, HALVERON_SMALL, 0, 0, 0, 1, 0.5f, 24, 80, 0, 0, 0, NULL},
-    {"Invert", NULL, HALVERON_SWITCH, 0, 2, 0, 0, 1, 0, 24, 124, 0, 0, 0, NULL}};
+    {"Invert", NULL, HALVERON_SWITCH, 0, 2, 0, 0, 1, 0, 24, 124, 0, 0, 0, NULL},
+    {"Tone", NULL, HALVERON_KNOB, HALVERON_SMALL, 0, 0, 0, 1, 0.75f, 24, 150, 0, 0, 0, NULL},
+    {"Fixed", NULL, HALVERON_TOGGLE, 0, 0, HALVERON_NO_PARAMETER, 0, 1, 1, 24, 60, 0, 0, 0, NULL}};
 static const HalveronPoint points[] = {{"In", NULL, HALVERON_INPUT, 0, 24, 180},
-                                       {"Out", NULL, HALVERON_OUTPUT, 0, 24, 250}};
+                                       {"Out", NULL, HALVERON_OUTPUT, 0, 24, 250},
+                                       {"Side", NULL, HALVERON_INPUT, 0, 24, 270}};
 static const HalveronLamp lamps[] = {{"On", NULL, HALVERON_RED_LAMP, 36, 215}};
 
 static HalveronModule table;
@@ -119,10 +162,10 @@ static void FillTable(const char* name) {
   table.flags = HALVERON_POLYPHONIC;
   table.picture = "probe.png";
   table.control_size = sizeof controls[0];
-  table.control_count = FAULT == ENDLESS_COUNTS ? 900 : 2;
+  table.control_count = FAULT == ENDLESS_COUNTS ? 900 : FAULT == GROWN ? 4 : 2;
   table.controls = controls;
   table.point_size = sizeof points[0];
-  table.point_count = 2;
+  table.point_count = FAULT == GROWN ? 3 : 2;
   table.points = FAULT == WILD_POINTERS ? (const HalveronPoint*)16 : points;
   table.lamp_size = sizeof lamps[0];
   table.lamp_count = 1;
@@ -142,6 +185,11 @@ static void FillTable(const char* name) {
   table.data_size = DataSize;
   table.save_data = SaveData;
   table.load_data = LoadData;
+#if FAULT == UNRULY
+  if (strcmp(name, "Few") == 0) table.create = CreateFew;
+  if (strcmp(name, "Shared") == 0) table.process_sample = ProcessShared;
+  if (strcmp(name, "Skewed") == 0) table.voices = &skewed;
+#endif
 }
 
 #if FAULT != NO_INITIALIZE

@@ -1,0 +1,106 @@
+#include "app/check_ini.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <vector>
+
+#include "editor/module_catalogue.h"
+#include "platform/profile_file.h"
+#include "presets/nearest_name.h"
+
+namespace halveron {
+
+namespace {
+
+constexpr const char* kConfiguration = "Configuration";
+constexpr const char* kVendor = "Vendor";
+constexpr const char* kCount = "number_of_modules";
+/// Modules in a category: "=", which would be the key of the next, can be none.
+constexpr int kMostNumbers = 12;
+
+std::string NumberKey(int number) { return {'M', static_cast<char>('0' + number)}; }
+
+/// Names in a profile file are compared so.
+bool SameName(const std::string& a, const std::string& b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
+    return std::tolower(x) == std::tolower(y);
+  });
+}
+
+bool Contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::any_of(names.begin(), names.end(),
+                     [&](const std::string& each) { return SameName(each, name); });
+}
+
+/// For "M10", which people write for the tenth module; else the nearest name.
+std::string Remedy(const std::string& key, const std::vector<std::string>& known) {
+  const bool hasNumber = key.size() > 2 && key.size() <= 4 && (key[0] == 'M' || key[0] == 'm') &&
+                         std::all_of(key.begin() + 1, key.end(),
+                                     [](unsigned char digit) { return std::isdigit(digit) != 0; });
+  if (!hasNumber) return DidYouMean(key, known);
+  const int number = std::stoi(key.substr(1));
+  if (number < 1 || number > kMostNumbers) {
+    return "a category has room for " + std::to_string(kMostNumbers) + " modules of a library";
+  }
+  return "the key of module " + std::to_string(number) + " is " + Quoted(NumberKey(number));
+}
+
+}  // namespace
+
+void CheckIniNames(const std::string& path, const CheckReport& report) {
+  const platform::ProfileFile ini(path);
+  std::vector<std::string> sections{kConfiguration}, categoryKeys{kCount};
+  for (int i = 0; i < kCategoryCount; ++i) {
+    sections.emplace_back(NamesOf(static_cast<Category>(i)).folder);
+  }
+  for (int number = 1; number <= kMostNumbers; ++number) categoryKeys.push_back(NumberKey(number));
+  for (const std::string& section : ini.Sections()) {
+    if (!Contains(sections, section)) {
+      report(path, section.empty() ? "there are keys before the first section"
+                                   : "[" + section + "] is neither " + kConfiguration +
+                                         " nor a category; " + DidYouMean(section, sections));
+      continue;
+    }
+    const std::vector<std::string> known =
+        SameName(section, kConfiguration) ? std::vector<std::string>{kVendor} : categoryKeys;
+    for (const std::string& key : ini.Keys(section)) {
+      if (Contains(known, key)) continue;
+      report(path,
+             "[" + section + "] the key " + Quoted(key) + " means nothing; " + Remedy(key, known));
+    }
+  }
+}
+
+void CheckIniCounts(const ModuleLibrary& library, const CheckReport& report) {
+  const std::string path =
+      std::filesystem::path(library.dll_path).replace_extension(".ini").string();
+  const platform::ProfileFile ini(path);
+  for (int i = 0; i < kCategoryCount; ++i) {
+    const auto category = static_cast<Category>(i);
+    const std::string folder = NamesOf(category).folder;
+    const auto text = ini.Find(folder, kCount);
+    if (!text) {
+      if (ini.Find(folder, "M1")) report(path, "[" + folder + "] has no " + kCount);
+      continue;
+    }
+    const int announced = ini.GetInt(folder, kCount, -1);
+    if (announced < 0) {
+      report(path, "[" + folder + "] " + kCount + " is '" + *text + "', no count");
+      continue;
+    }
+    const auto found =
+        std::count_if(library.modules.begin(), library.modules.end(),
+                      [&](const ModuleEntry& entry) { return entry.category == category; });
+    const std::string next = NumberKey(std::min(announced, kMostNumbers) + 1);
+    if (announced < kMostNumbers && ini.Find(folder, next)) {
+      std::string cause = "[" + folder + "] announces " + std::to_string(announced);
+      report(path, cause.append(" modules, but has the key ").append(next));
+    }
+    if (found == announced) continue;
+    report(path, "[" + folder + "] announces " + std::to_string(announced) + " modules and has " +
+                     std::to_string(found) + " names, by the keys M1, M2 and so on");
+  }
+}
+
+}  // namespace halveron
