@@ -7,6 +7,7 @@
 
 #include "framework/rack_model.h"
 #include "modules/sources/S315MiniSampler.h"
+#include "modules/sources/dropped_files.h"
 #include "modules/sources/sample_edit.h"
 #include "platform/file_error.h"
 
@@ -29,12 +30,6 @@ const std::vector<CFileExtension>& SoundFiles() {
                                                  {"Ogg Vorbis audio file", "ogg", "audio/ogg"},
                                                  {"Apple AIFF audio file", "aiff", "audio/x-aiff"}};
   return kinds;
-}
-
-/// What the rack itself takes when it is dropped.
-bool IsPatchFile(const std::string& path) {
-  const std::string extension = std::filesystem::path(path).extension().string();
-  return extension == ".hvp" || extension == ".json";
 }
 
 double PitchOfNote(double note) { return (note - kMiddleC) / kSemitonesPerPitch; }

@@ -11,6 +11,7 @@
 #include "framework/rack_model.h"
 #include "framework/text_label.h"
 #include "gui/slider.h"
+#include "modules/sources/dropped_files.h"
 #include "modules/sources/player_labels.h"
 #include "platform/desktop.h"
 #include "platform/file_error.h"
@@ -367,7 +368,7 @@ void S318TrackerModPlayer::CableDisconnected(PatchPoint* point) {
 }
 
 bool S318TrackerModPlayer::onDrop(std::span<const std::string> files, const CPoint& where) {
-  if (files.size() != 1) return Module::onDrop(files, where);
+  if (files.size() != 1 || IsPatchFile(files[0])) return Module::onDrop(files, where);
   LoadFile(files[0]);
   return true;
 }

@@ -380,6 +380,11 @@ TEST(S315MiniSampler, ButtonsEditTheSample) {
   rig.Use(Tone(100, 0.01, 4));
   rig.Press("Tune");
   EXPECT_NEAR(rig.module.Workshop().RootPitch(), std::log2(480.0 / 261.62558) / 10.0, 1e-7);
+  // At a multiple of the rate as soon, and as well.
+  rig.rack.MoveControl(rig.module, "Single cycle", 0.0f);
+  rig.Use(Tone(400000, 440.0 / 12288000.0, 4), 12288000.0);
+  rig.Press("Tune");
+  EXPECT_NEAR(rig.module.Workshop().RootPitch(), 0.075, 1e-4);
   rig.rack.FeedConstant(rig.module, "Pitch", 0.2f);
   rig.rack.Run(10);
   rig.Press("Root from pitch");
