@@ -37,6 +37,7 @@ void S218SpectralFilterKernel::SwitchTo(int newMode) {
   lattice_ = {};
   main.Arrive();
   switchCount_ = fadeLength_;
+  fillCount_ = mode > 0 ? main.liveCount : 0;
   StartFade();  // of the other stage
 }
 
@@ -46,7 +47,7 @@ void S218SpectralFilterKernel::Clear() {
   lattice_ = {};
   held_ = 0.0f;
   dc_ = {};
-  switchCount_ = 0;
+  fillCount_ = switchCount_ = 0;
 }
 
 void S218SpectralFilterKernel::StepFade() {
@@ -59,7 +60,7 @@ void S218SpectralFilterKernel::StepFade() {
 
 float S218SpectralFilterKernel::Step(float x, const Controls& controls) {
   if (fadeCount_ > 0) StepFade();
-  if (switchCount_ > 0) --switchCount_;
+  if (switchCount_ > 0 && fillCount_ == 0) --switchCount_;
   double y = x;
   if (dcCoefficient < 1.0) y = dc_.Step(y, dcCoefficient);
   ratePhase_ += rateIncrement;
@@ -71,6 +72,7 @@ float S218SpectralFilterKernel::Step(float x, const Controls& controls) {
   if (!aux.IsPass()) signal = Convolve(aux.live.data(), aux.liveCount, auxLine_);
   Put(mainLine_, signal);
   float out = Run(mode, main.live.data(), main.liveCount, lattice_, signal, controls);
+  if (fillCount_ > 0) --fillCount_;
   if (switchCount_ > 0) {
     const float before =
         Run(former_.mode, former_.taps.data(), former_.count, former_.lattice, signal, controls);

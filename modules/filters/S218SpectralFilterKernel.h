@@ -63,8 +63,9 @@ class S218SpectralFilterKernel {
   void StartFade() { fadeCount_ = fadeLength_; }
   /// Goes over to it at once.
   void Jump();
-  /// Begins the fade to another mode, with the design of `next` in it; what sounded until now goes
-  /// on beside it meanwhile. Not while such a fade is under way.
+  /// Begins the fade to another mode, with the design of `next` in it. What sounded until now goes
+  /// on beside it meanwhile, and alone until a lattice is filled. Not while another such fade is
+  /// under way.
   void SwitchTo(int newMode);
   bool IsSwitching() const { return switchCount_ > 0; }
   /// Silences lines and lattice.
@@ -117,7 +118,8 @@ class S218SpectralFilterKernel {
   float ratePhase_ = 0.0f;
   float held_ = 0.0f;
   int fadeCount_ = 0;    // samples
-  int switchCount_ = 0;  // samples
+  int fillCount_ = 0;    // samples of the filter until the fade of a mode begins
+  int switchCount_ = 0;  // samples of that fade
   int fadeLength_ = 960;
   float fadeRate_ = 0.0f;
 };

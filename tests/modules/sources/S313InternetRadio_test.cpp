@@ -214,9 +214,9 @@ TEST(S313InternetRadio, PlaysAStreamThatIsShorterThanItsStore) {
   const std::size_t begin = rig.rack.Recorded(*rig.module, "Left").size();
   rig.rack.Run(24000);
   const std::vector<float>& left = rig.rack.Recorded(*rig.module, "Left");
-  const auto loud = std::count_if(left.begin() + static_cast<std::ptrdiff_t>(begin), left.end(),
-                                  [](float x) { return std::abs(x) > 0.001f; });
-  EXPECT_NEAR(static_cast<double>(loud), 0.3 * 48000, 2000) << "to its end";
+  int moving = 0;  // after the end the output stands still
+  for (std::size_t i = begin + 1; i < left.size(); ++i) moving += left[i] != left[i - 1] ? 1 : 0;
+  EXPECT_NEAR(moving, 0.3 * 48000, 1000);
 }
 
 TEST(S313InternetRadio, SaysWhatFailsAndStepsRoundItsSlots) {

@@ -566,8 +566,11 @@ TEST(S315MiniSampler, ALoadedSampleIsUndoneAndOnlyItsChangesAreRead) {
 
   // A knob leaves the data as they are; each thing that they hold changes them.
   testing::TestRack& rack = window.rig.rack;
-  const auto isNew = [&, last = window.module.GetDataRevision()]() mutable {
-    return std::exchange(last, window.module.GetDataRevision()) != last;
+  std::uint64_t last = window.module.GetDataRevision();
+  const auto isNew = [&] {
+    const std::uint64_t before = last;
+    last = window.module.GetDataRevision();
+    return last != before;
   };
   rack.MoveControl(window.module, "Speed", 0.75f);
   EXPECT_FALSE(isNew());
