@@ -9,6 +9,7 @@
 
 #include "app/check_ini.h"
 #include "app/check_instances.h"
+#include "app/crash_report.h"
 #include "app/library_rig.h"
 #include "app/run_command.h"
 #include "editor/module_catalogue.h"
@@ -25,8 +26,8 @@ namespace {
 /// One module in a rack of its own.
 class Trial {
  public:
-  Trial(Halveron& engine, Module& module, const CheckReport& report)
-      : engine_(engine), module_(module), name_(module.GetName()), report_(report) {}
+  Trial(Halveron& engine, Module& module, const CheckReport& report, CrashReport& crash)
+      : engine_(engine), module_(module), name_(module.GetName()), report_(report), crash_(crash) {}
 
   void Run() {
     CheckSound("with its defaults");
@@ -42,7 +43,9 @@ class Trial {
       engine_.setSampleRate(rate);
       CheckSound("at " + std::to_string(static_cast<int>(rate)) + " Hz");
     }
+    crash_.Begin(name_, "saves and loads its data");
     CheckData();
+    crash_.Begin(name_, "is drawn");
     COffscreenContext picture(std::max(1, static_cast<int>(module_.getWidth())),
                               std::max(1, static_cast<int>(module_.getHeight())));
     module_.drawRect(&picture, module_.getViewSize());
@@ -51,6 +54,7 @@ class Trial {
  private:
   void CheckSound(const std::string& when) {
     if (hasBrokenSound_) return;
+    crash_.Begin(name_, "plays " + when);
     for (const float level : {0.0f, 1.0f, -1.0f}) {
       for (PatchPoint* point : module_.Points()) {
         if (point->type == kInputPoint && !point->twoState) point->in = level;
@@ -93,10 +97,12 @@ class Trial {
   Module& module_;
   const std::string name_;
   const CheckReport& report_;
+  CrashReport& crash_;
   bool hasBrokenSound_ = false;
 };
 
-void CheckModule(LibraryRig& rig, const ModuleEntry& entry, const CheckReport& report) {
+void CheckModule(LibraryRig& rig, const ModuleEntry& entry, const CheckReport& report,
+                 CrashReport& crash) {
   const std::string& vendor = entry.library->vendor;
   for (const std::string& problem : entry.problems) report(entry.name, problem);
   const bool isBuiltIn = FindInCatalogue(entry.name, vendor) != nullptr;
@@ -104,13 +110,16 @@ void CheckModule(LibraryRig& rig, const ModuleEntry& entry, const CheckReport& r
   if (isBuiltIn) report(entry.name, "a built-in module has this name and vendor");
   if (!isFirst) report(entry.name, "is listed twice");
   if (!entry.create || isBuiltIn || !isFirst) return;
+  crash.Begin(entry.name, "is created");
   Module* module = rig.Add(entry.name, vendor);
   if (!module) {
     report(entry.name, "create gives no instance");
     return;
   }
-  Trial(rig.Engine(), *module, report).Run();
+  Trial(rig.Engine(), *module, report, crash).Run();
+  crash.Begin(entry.name, "is destroyed");
   rig.Rack().RemoveModule(module, true);
+  crash.Begin(entry.name, "plays 16 times side by side");
   CheckInstances(entry.library->dll_path, entry.name, vendor, report);
 }
 
@@ -141,9 +150,11 @@ int CheckLibrary(const std::string& path, std::ostream& out) {
   }
   int faults = 0;
   const CheckReport report = [&](const std::string& place, const std::string& cause) {
-    out << place << (place.empty() ? "" : ": ") << cause << "\n";
+    // At once: the library may bring the program down.
+    out << place << (place.empty() ? "" : ": ") << cause << "\n" << std::flush;
     ++faults;
   };
+  CrashReport crash;
   CheckIniNames(std::filesystem::path(whole).replace_extension(".ini").string(), report);
   LibraryRig rig;
   std::string problem;
@@ -155,11 +166,12 @@ int CheckLibrary(const std::string& path, std::ostream& out) {
   }
   const bool isComplete = CheckExports(whole, report);
   if (isComplete && library && !library->modules.empty()) {
+    crash.Begin("the library", "is asked for its modules");
     rig.Rack().externalModules.Prepare(library->modules.front());
     if (!library->failure.empty()) report("", library->failure);
     for (const ModuleEntry& entry : library->modules) {
       const int before = faults;
-      if (library->handle) CheckModule(rig, entry, report);
+      if (library->handle) CheckModule(rig, entry, report, crash);
       if (library->handle && faults == before) {
         out << entry.name << " (" << library->vendor << "): in order\n";
       }

@@ -112,7 +112,7 @@ std::string ModulePage(const Json& module) {
   std::ostringstream page;
   BeginPage(page, module["name"].get<std::string>());
   page << "<p><a href=\"" << kIndexPage << "\">All modules</a> &rsaquo; "
-       << TextOf(module["category"]) << "</p>\n<p>"
+       << TextOf(module["category"]) << "</p>\n<p>" << TextOf(module["summary"]) << "</p>\n<p>"
        << (module["mono"].get<bool>() ? "One instance serves all voices"
                                       : "Each voice has an instance of its own")
        << (module["mono_selectable"].get<bool>() ? ", unless its menu says otherwise" : "") << "."

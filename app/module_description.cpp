@@ -113,6 +113,9 @@ Json DescribeModule(const ListedModule& listed, Module* module) {
             {"category", NamesOf(listed.category).display}};
   if (listed.library.empty()) {
     json["class"] = listed.className;
+    if (const CatalogueEntry* entry = FindInCatalogue(listed.name, listed.vendor)) {
+      json["summary"] = entry->summary;
+    }
   } else {
     json["library"] = listed.library;
   }

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "benchmarks/hand_knobs.h"
 #include "benchmarks/rack_rig.h"
-#include "framework/module_controls.h"
 #include "framework/signal.h"
 #include "framework/voice_group.h"
 #include "platform/denormals.h"
@@ -11,20 +11,6 @@
 namespace halveron::benchmarks {
 
 namespace {
-
-template <std::size_t N>
-void SetKnobs(std::array<KnobCell, N>& knobs, const float (&values)[N], float rate) {
-  for (std::size_t i = 0; i < N; ++i) {
-    knobs[i].value = values[i];
-    knobs[i].smoothed_value = values[i];
-    knobs[i].smooth_step = 1000.0f / (kDefaultSmoothDelay * rate);
-  }
-}
-
-template <std::size_t N>
-void SmoothAll(std::array<KnobCell, N>& knobs) {
-  for (KnobCell& knob : knobs) knob.SmoothValue();
-}
 
 constexpr int kTriangle = 4;
 constexpr float kGain = 0.45f;

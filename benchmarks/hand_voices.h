@@ -50,15 +50,25 @@ class HandVoice {
   std::array<KnobCell, 4> ampKnobs_;
 };
 
-class HandPad {
+/// A scene that a held note plays.
+class HandScene {
+ public:
+  virtual ~HandScene() = default;
+  /// The next note begins `delay` steps after the next block.
+  virtual void HoldNote(MidiCableWord word, int delay) = 0;
+  virtual void RunBlock(int frames) = 0;
+  virtual const std::vector<float>& Left() const = 0;
+};
+
+class HandPad final : public HandScene {
  public:
   /// `menuEntry` of the oversampling factor.
   HandPad(int voices, int menuEntry);
 
-  /// The next voice's note begins `delay` steps after the next block.
-  void HoldNote(MidiCableWord word, int delay);
-  void RunBlock(int frames);
-  const std::vector<float>& Left() const { return left_; }
+  /// For the next voice.
+  void HoldNote(MidiCableWord word, int delay) override;
+  void RunBlock(int frames) override;
+  const std::vector<float>& Left() const override { return left_; }
 
  private:
   std::vector<HandVoice> voices_;

@@ -6,10 +6,11 @@
 #include <bit>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <vector>
 
 #include "benchmarks/block_times.h"
-#include "benchmarks/hand_voices.h"
+#include "benchmarks/hand_mono.h"
 #include "benchmarks/rack_rig.h"
 #include "benchmarks/scenarios.h"
 #include "editor/known_modules.h"
@@ -27,9 +28,11 @@ struct PadScene {
   int hops;             ///< cables from the host's MIDI port to a voice
   double aim;           ///< most of the hand loop's time; 0: none
   bool hasHand = true;  ///< a hand-written loop gives the same numbers
+  bool isPad = true;    ///< else the mono scene
 };
 
-constexpr PadScene kPads[] = {{"p1", 1, 0, 1, 0.0},
+constexpr PadScene kPads[] = {{"m32", 1, 0, 1, 0.35, true, false},
+                              {"p1", 1, 0, 1, 0.0},
                               {"p16", 16, 0, 2, 0.5},
                               {"p16x4", 16, 2, 2, 0.0},
                               {"p16full", 16, 0, 2, 0.0, false}};
@@ -63,22 +66,28 @@ class ScenePad {
 
 class ByHand {
  public:
-  explicit ByHand(const PadScene& scene) : scene_(scene), pad_(scene.voices, scene.menuEntry) {}
+  explicit ByHand(const PadScene& scene) : scene_(scene) {
+    if (scene.isPad) {
+      hand_ = std::make_unique<HandPad>(scene.voices, scene.menuEntry);
+    } else {
+      hand_ = std::make_unique<HandMono>();
+    }
+  }
 
   void RunBlock() {
     if (held_ < scene_.voices) {
       // In the first block the start of the transport comes first.
       const int delay = scene_.hops + (held_ == 0 ? 1 : 0);
       const auto key = static_cast<unsigned>(KeyOf(held_++));
-      pad_.HoldNote(MidiCableWord::FromBytes(0x90, key, kVelocity), delay);
+      hand_->HoldNote(MidiCableWord::FromBytes(0x90, key, kVelocity), delay);
     }
-    pad_.RunBlock(kBlock);
+    hand_->RunBlock(kBlock);
   }
-  const float* Left() const { return pad_.Left().data(); }
+  const float* Left() const { return hand_->Left().data(); }
 
  private:
   PadScene scene_;
-  HandPad pad_;
+  std::unique_ptr<HandScene> hand_;
   int held_ = 0;
 };
 

@@ -341,6 +341,13 @@ inline void LoadPairs(const float* const* addresses, Pack<float, Unit>& first,
   (std::make_index_sequence<kLanesOf<Unit>>());
 }
 
+/// Of each lane the float at its address.
+template <class Unit>
+inline Pack<float, Unit> LoadEach(const float* const* addresses) {
+  return Pack<float, Unit>::Each(
+      [&](int) { return (typename Pack<float, Unit>::Part)VectorOps<Unit>::LoadEach(addresses); });
+}
+
 template <class T, class Unit>
 inline T& Lane(Pack<T, Unit>& x, int lane) {
   return reinterpret_cast<T*>(x.part)[lane];

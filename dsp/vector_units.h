@@ -55,6 +55,9 @@ struct VectorOps<Sse2> {
   static unsigned Bits64(Ints mask) {
     return static_cast<unsigned>(_mm_movemask_pd(_mm_castsi128_pd(mask)));
   }
+  static Floats LoadEach(const float* const* at) {
+    return _mm_setr_ps(*at[0], *at[1], *at[2], *at[3]);
+  }
 };
 
 #ifdef __AVX2__
@@ -91,6 +94,9 @@ struct VectorOps<Avx2> {
   }
   static unsigned Bits64(Ints mask) {
     return static_cast<unsigned>(_mm256_movemask_pd(_mm256_castsi256_pd(mask)));
+  }
+  static Floats LoadEach(const float* const* at) {
+    return _mm256_setr_ps(*at[0], *at[1], *at[2], *at[3], *at[4], *at[5], *at[6], *at[7]);
   }
 };
 #endif
@@ -129,6 +135,10 @@ struct VectorOps<Avx512> {
   }
   static unsigned Bits32(Ints mask) { return _mm512_movepi32_mask(mask); }
   static unsigned Bits64(Ints mask) { return _mm512_movepi64_mask(mask); }
+  static Floats LoadEach(const float* const* at) {
+    return _mm512_setr_ps(*at[0], *at[1], *at[2], *at[3], *at[4], *at[5], *at[6], *at[7], *at[8],
+                          *at[9], *at[10], *at[11], *at[12], *at[13], *at[14], *at[15]);
+  }
 };
 #endif
 

@@ -9,6 +9,8 @@ namespace halveron {
 
 namespace {
 
+constexpr float kPaleAlpha = 0.25f;  // of the others while some cables are lifted
+
 CRect PlugRect(const CBitmap& image, const CPoint& at) {
   const CPoint size(image.getWidth(), image.getHeight());
   return CRect::FromSize(CPoint(std::floor(at.x - size.x / 2), std::floor(at.y - size.y / 2)),
@@ -19,6 +21,9 @@ CRect PlugRect(const CBitmap& image, const CPoint& at) {
 
 void CableLayer::SetStyle(const CableStyle& style) {
   painter_ = CablePainter(style);
+  CableStyle opaque = style;
+  opaque.alpha = 255;
+  liftedPainter_ = CablePainter(opaque);
   layer_.InvalidateAll();
 }
 
@@ -65,6 +70,10 @@ void CableLayer::Update(const std::vector<CableStrand>& present) {
                  [](const Shown& a, const CableStrand& b) { return a.strand == b; });
   if (isSame) return;
   Match(present);
+  std::erase_if(lifted_, [&](const Cable* cable) {
+    return std::none_of(present.begin(), present.end(),
+                        [&](const CableStrand& strand) { return strand.cable == cable; });
+  });
   // New cables usually lie above all others: these are added to the picture as it is.
   std::size_t top = shown_.size();
   while (top > 0 && (shown_[top - 1].isNew || shown_[top - 1].moves)) --top;
@@ -101,11 +110,14 @@ void CableLayer::Refresh() {
   });
 }
 
-void CableLayer::Draw(CDrawContext& context, const CRect& area) {
-  if (shown_.empty()) return;
-  Refresh();
-  layer_.DrawTo(context, area);
+bool CableLayer::IsLifted(const Shown& shown) const {
+  return std::find(lifted_.begin(), lifted_.end(), shown.strand.cable) != lifted_.end();
+}
+
+void CableLayer::DrawUnlifted(CDrawContext& context, const CRect& area) {
   const DrawStateScope scope(context);
+  if (!lifted_.empty()) context.setGlobalAlpha(kPaleAlpha);
+  layer_.DrawTo(context, area);
   context.pushOffset(corner_);
   for (const Shown& each : shown_) {
     if (each.moves && InView(BoundsOf(each.strand)).rectOverlap(area)) {
@@ -114,14 +126,28 @@ void CableLayer::Draw(CDrawContext& context, const CRect& area) {
   }
 }
 
-void CableLayer::DrawStrand(CDrawContext& context, const CableStrand& strand,
-                            CBitmap& plugAtEnd) const {
+void CableLayer::Draw(CDrawContext& context, const CRect& area) {
+  if (shown_.empty()) return;
+  Refresh();
+  if (!isHidden_) DrawUnlifted(context, area);
+  if (lifted_.empty()) return;
+  const DrawStateScope scope(context);
+  context.pushOffset(corner_);
+  for (const Shown& each : shown_) {
+    if (IsLifted(each) && InView(BoundsOf(each.strand)).rectOverlap(area)) {
+      DrawStrand(context, each.strand, *images_.connectedMidiPlug, liftedPainter_);
+    }
+  }
+}
+
+void CableLayer::DrawStrand(CDrawContext& context, const CableStrand& strand, CBitmap& plugAtEnd,
+                            const CablePainter& painter) const {
   if (strand.isMidi) {
     CBitmap& plug = *images_.connectedMidiPlug;
     plug.draw(context, PlugRect(plug, strand.from));
     plugAtEnd.draw(context, PlugRect(plugAtEnd, strand.to));
   }
-  painter_.Draw(context, strand.from, strand.to, strand.colour);
+  painter.Draw(context, strand.from, strand.to, strand.colour);
 }
 
 CRect CableLayer::BoundsOf(const CableStrand& strand, const CBitmap& plugAtEnd) const {

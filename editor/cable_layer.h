@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "editor/cable_painter.h"
@@ -43,7 +44,16 @@ class CableLayer {
   /// Draws a part, given in the coordinates of the view.
   void Draw(CDrawContext& context, const CRect& area);
 
-  void DrawStrand(CDrawContext& context, const CableStrand& strand, CBitmap& plugAtEnd) const;
+  /// Draws these cables above all others, opaque, and the others pale; none for all as usual.
+  void Lift(std::vector<const Cable*> cables) { lifted_ = std::move(cables); }
+  const std::vector<const Cable*>& Lifted() const { return lifted_; }
+  /// Draws lifted cables only.
+  void Hide(bool hidden) { isHidden_ = hidden; }
+  bool IsHidden() const { return isHidden_; }
+
+  void DrawStrand(CDrawContext& context, const CableStrand& strand, CBitmap& plugAtEnd) const {
+    DrawStrand(context, strand, plugAtEnd, painter_);
+  }
   /// What a cable may touch, with its shadow and plugs.
   CRect BoundsOf(const CableStrand& strand, const CBitmap& plugAtEnd) const;
   CRect BoundsOf(const CableStrand& strand) const {
@@ -60,6 +70,10 @@ class CableLayer {
     bool isNew = false;
   };
 
+  void DrawStrand(CDrawContext& context, const CableStrand& strand, CBitmap& plugAtEnd,
+                  const CablePainter& painter) const;
+  bool IsLifted(const Shown& shown) const;
+  void DrawUnlifted(CDrawContext& context, const CRect& area);
   void Match(const std::vector<CableStrand>& present);
   void Refresh();
   void Outdate(const CableStrand& strand);
@@ -67,9 +81,12 @@ class CableLayer {
 
   const WindowImages& images_;
   CablePainter painter_{CableStyle()};
+  CablePainter liftedPainter_{CableStyle()};
   RackLayer layer_;
   CPoint corner_;
   std::vector<Shown> shown_;
+  std::vector<const Cable*> lifted_;
+  bool isHidden_ = false;
   std::size_t drawnStrands_ = 0;
 };
 

@@ -68,16 +68,17 @@ int CableStyle::WidthStep() const {
   return static_cast<int>(std::lround((width - 1) * kStepPerPixel));
 }
 
-CPoint CablePainter::Middle(const CPoint& from, const CPoint& to) {
+CPoint CablePainter::Middle(const CPoint& from, const CPoint& to, double slack) {
   const CCoord bulge = IsSteep(from, to) ? kBulge : 0;
-  return {(from.x + to.x) / 2 + bulge, std::trunc(std::max(from.y, to.y) + uiScale * kSag)};
+  return {(from.x + to.x) / 2 + bulge, std::trunc(std::max(from.y, to.y) + uiScale * kSag * slack)};
 }
 
 CRect CablePainter::BoundsOf(const CPoint& from, const CPoint& to) const {
   const CCoord edge = std::floor(style.width / 2.0) + 1;
   const CCoord span = std::abs(to.y - from.y);
   const CCoord bulge = IsSteep(from, to) ? kBulge : 0;
-  const CCoord sag = (span * kBoundsSag / panelHeight + 1.0) * uiScale * kSag * kBoundsSag;
+  const CCoord sag =
+      (span * kBoundsSag / panelHeight + std::max(style.slack, 1.0)) * uiScale * kSag * kBoundsSag;
   const CCoord shadow = std::trunc(uiScale * kSag);
   return {std::min(from.x, to.x) - edge, std::min(from.y, to.y) - edge,
           std::max(from.x, to.x) + edge + uiScale * kSag + bulge,
@@ -102,7 +103,7 @@ void CablePainter::DrawShadow(CDrawContext& context, const CPoint& from, const C
   colour.alpha = static_cast<std::uint8_t>(style.alpha * kShadowAlpha / 255);
   context.setFrameColor(colour);
   context.setLineWidth(style.width);
-  DrawCurve(context, from, Middle(from, to) + CPoint(offset, offset), to);
+  DrawCurve(context, from, Middle(from, to, style.slack) + CPoint(offset, offset), to);
 }
 
 void CablePainter::DrawTube(CDrawContext& context, const CPoint& from, const CPoint& to,
@@ -117,7 +118,7 @@ void CablePainter::DrawTube(CDrawContext& context, const CPoint& from, const CPo
     FillEnd(context, from, width);
     FillEnd(context, to, width);
   }
-  const CPoint middle = Middle(from, to);
+  const CPoint middle = Middle(from, to, style.slack);
   for (int pass = 0; pass < layers; ++pass) {
     context.setLineWidth(std::max(style.width - pass * style.WidthStep(), 1));
     context.setFrameColor(Highlighted(base, firstLayer + pass));
@@ -129,7 +130,8 @@ void CablePainter::DrawLite(CDrawContext& context, const CPoint& from, const CPo
                             int colour) const {
   constexpr double kLiteSagPerPixel = 0.0068728523;  // 2/291, at every size of the skin
   constexpr double kLiteSag = 22.0;
-  const CCoord sag = std::trunc((std::abs(to.y - from.y) * kLiteSagPerPixel + 1.0) * kLiteSag);
+  const CCoord sag =
+      std::trunc((std::abs(to.y - from.y) * kLiteSagPerPixel + 1.0) * kLiteSag * style.slack);
   const CPoint control(Middle(from, to).x, std::max(from.y, to.y) + sag);
   const int firstLayer = style.isFlat ? 1 : 0;
   const int layers = style.isFlat ? 1 : kLayers;

@@ -16,6 +16,7 @@ struct CableStyle {
   int alpha = 255;      ///< 0 to 255
   bool isFlat = false;  ///< one line instead of a tube of three
   bool isLite = false;  ///< hard edges, no alpha, no shadow
+  double slack = 1.0;   ///< how far cables sag, 0 and up; 1 is 15 panel units
 
   /// By how much each layer of the tube is narrower than the one below it.
   int WidthStep() const;
@@ -31,7 +32,7 @@ class CablePainter {
   CRect BoundsOf(const CPoint& from, const CPoint& to) const;
   /// The point by which a cable's curve passes midway: below both ends, and beside them where they
   /// are one above the other.
-  static CPoint Middle(const CPoint& from, const CPoint& to);
+  static CPoint Middle(const CPoint& from, const CPoint& to, double slack = 1.0);
 
  private:
   void DrawShadow(CDrawContext& context, const CPoint& from, const CPoint& to) const;

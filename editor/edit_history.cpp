@@ -46,6 +46,15 @@ Difference Compare(const RackSnapshot& before, const RackSnapshot& after) {
   return difference;
 }
 
+/// Whether two lists of cables join the same points, in whatever colours.
+bool HaveSameEnds(std::vector<RackSnapshot::Cable> a, std::vector<RackSnapshot::Cable> b) {
+  for (auto* cables : {&a, &b}) {
+    for (RackSnapshot::Cable& cable : *cables) cable.colour = 0;
+    std::sort(cables->begin(), cables->end());
+  }
+  return a == b;
+}
+
 std::string OfModules(const std::string& verb, const std::vector<const ModuleRecord*>& modules) {
   if (modules.size() == 1) return verb + " " + modules.front()->preset.name;
   return verb + " " + std::to_string(modules.size()) + " modules";
@@ -83,7 +92,9 @@ std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) 
   if (before.rack.rows > after.rack.rows) return "Remove row";
   if (!difference.removed.empty()) return OfModules("Remove", difference.removed);
   if (before.rack.voices != after.rack.voices) return "Change voices";
-  if (difference.newCables > 0 && difference.lostCables > 0) return "Move cable";
+  if (difference.newCables > 0 && difference.lostCables > 0) {
+    return HaveSameEnds(before.cables, after.cables) ? "Colour cable" : "Move cable";
+  }
   if (difference.newCables > 0) return "Connect cable";
   if (difference.lostCables > 0) return "Unplug cable";
   if (difference.changed.size() == 1) {

@@ -12,6 +12,7 @@ namespace {
 constexpr const char* kFactorTexts[] = {"None", "2X",  "4X",   "8X",  "16X",
                                         "32X",  "64X", "128X", "256X"};
 constexpr const char* kTransparencyTexts[] = {"None", "1", "2", "3", "4"};
+constexpr const char* kSlackTexts[] = {"Tight", "Short", "Usual", "Long", "Very Long"};
 constexpr double kAboutWidth = 420;
 
 void Toggle(Option<bool>& option) { option.Set(!option.Get()); }
@@ -44,6 +45,7 @@ struct MainMenu::Entry {
   void (*act)(SynEditor&, RackWindow&) = nullptr;
   Menu (MainMenu::*submenu)() const = nullptr;
   bool (*isChecked)(const SynEditor&) = nullptr;
+  bool (*isCheckedIn)(RackWindow&) = nullptr;
   bool (*isEnabled)(const SynEditor&) = nullptr;
   bool (*isOffered)(const SynEditor&) = nullptr;
 };
@@ -102,6 +104,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
            RedrawCables(window);
          },
      .isChecked = [](const SynEditor& editor) { return editor.options.cpuLiteCables.Get(); }},
+    {.text = "Cables", .submenu = &MainMenu::MakeCables},
     {.text = "LEDs Always ON",
      .act = [](SynEditor& editor, RackWindow&) { Toggle(editor.options.ledsAlwaysOn); },
      .isChecked = [](const SynEditor& editor) { return editor.options.ledsAlwaysOn.Get(); }},
@@ -113,8 +116,32 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "About", .act = ShowAbout},
 };
 
+const MainMenu::Entry MainMenu::kCables[] = {
+    {.text = "Hide Cables",
+     .keys = "Ctrl+H",
+     .act =
+         [](SynEditor&, RackWindow& window) {
+           window.Rack().HideCables(!window.Rack().Cables().IsHidden());
+         },
+     .isCheckedIn = [](RackWindow& window) { return window.Rack().Cables().IsHidden(); }},
+    {.text = "Lift Cables under the Mouse",
+     .act = [](SynEditor& editor, RackWindow&) { Toggle(editor.options.liftCables); },
+     .isChecked = [](const SynEditor& editor) { return editor.options.liftCables.Get(); }},
+    {.text = "Colour by Signal",
+     .act =
+         [](SynEditor& editor, RackWindow& window) {
+           Toggle(editor.options.signalColours);
+           RedrawCables(window);
+         },
+     .isChecked = [](const SynEditor& editor) { return editor.options.signalColours.Get(); }},
+    {.text = "Slack", .submenu = &MainMenu::MakeCableSlack},
+};
+
 // Shortcuts of commands that no entry shows.
 const MainMenu::Entry MainMenu::kKeysOnly[] = {
+    {.text = "Browse Modules",
+     .keys = "Return Ctrl+B",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenModuleBrowser(); }},
     {.text = "Modules",
      .keys = "Ctrl+M",
      .act = [](SynEditor&, RackWindow& window) { window.OpenModulePicker(); }},
@@ -130,7 +157,8 @@ SharedPointer<SynOptionMenu> MainMenu::Make() const {
 
 bool MainMenu::RunShortcut(const CKeyEvent& event) const {
   for (const std::span<const Entry> table :
-       {std::span<const Entry>(kEntries), std::span<const Entry>(kKeysOnly)}) {
+       {std::span<const Entry>(kEntries), std::span<const Entry>(kCables),
+        std::span<const Entry>(kKeysOnly)}) {
     for (const Entry& entry : table) {
       if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
       editor_.history.Settle();
@@ -156,7 +184,8 @@ MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
     const std::string text = entry.text + (entry.detail ? entry.detail(editor_) : "");
     SynMenuItem& item = menu->Add(
         text, [act = entry.act, &editor = editor_, &window = window_] { act(editor, window); });
-    item.setChecked(entry.isChecked && entry.isChecked(editor_));
+    item.setChecked((entry.isChecked && entry.isChecked(editor_)) ||
+                    (entry.isCheckedIn && entry.isCheckedIn(window_)));
     item.setShortcut(ShownShortcut(entry.keys));
     item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
   }
@@ -259,6 +288,22 @@ MainMenu::Menu MainMenu::MakeCableThickness() const {
       RedrawCables(window);
     };
     menu->AddChecked(std::to_string(units), editor_.options.cableThickness.Get() == units, choose);
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeCables() const { return MakeFrom(kCables); }
+
+MainMenu::Menu MainMenu::MakeCableSlack() const {
+  Menu menu = SynOptionMenu::Make();
+  int step = 0;
+  for (const char* text : kSlackTexts) {
+    const auto choose = [step, &editor = editor_, &window = window_] {
+      editor.options.cableSlack.Set(step);
+      RedrawCables(window);
+    };
+    menu->AddChecked(text, editor_.options.cableSlack.Get() == step, choose);
+    ++step;
   }
   return menu;
 }

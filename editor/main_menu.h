@@ -24,6 +24,7 @@ class MainMenu {
  private:
   struct Entry;
   static const Entry kEntries[];
+  static const Entry kCables[];
   static const Entry kKeysOnly[];
 
   using Menu = SharedPointer<SynOptionMenu>;
@@ -35,6 +36,8 @@ class MainMenu {
   Menu MakeWindowHeight() const;
   Menu MakeCableTransparency() const;
   Menu MakeCableThickness() const;
+  Menu MakeCables() const;
+  Menu MakeCableSlack() const;
 
   SynEditor& editor_;
   RackWindow& window_;

@@ -41,6 +41,8 @@ struct CatalogueEntry {
   Category category;
   const char* name;
   const char* className;
+  const char* summary;   ///< one sentence for users
+  const char* keywords;  ///< what else users may look for, in small letters, by blanks
   Module* (*make)(CFrame* frame, const HostTable& table, int voiceIndex);
   void (*setUpClass)();
   void (*tearDownClass)();

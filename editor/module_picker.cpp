@@ -3,6 +3,7 @@
 #include <array>
 
 #include "editor/module_catalogue.h"
+#include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 
 namespace halveron {
@@ -10,6 +11,12 @@ namespace halveron {
 SharedPointer<SynOptionMenu> MakeModulePicker(SynEditor& editor) {
   SharedPointer<SynOptionMenu> menu = SynOptionMenu::Make();
   menu->setStyle(kFindInSubmenus);
+  menu->Add("Browse...",
+            [&editor] {
+              if (RackWindow* window = editor.Window()) window->OpenModuleBrowser();
+            })
+      .setShortcut("Return");
+  menu->addSeparator();
   std::array<SharedPointer<SynOptionMenu>, kCategoryCount> categories;
   for (int i = 0; i < kCategoryCount; ++i) {
     categories[static_cast<std::size_t>(i)] = SynOptionMenu::Make();

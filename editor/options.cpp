@@ -55,6 +55,9 @@ Options::Options(const std::string& configFile, HostKind hostKind)
       flatCables(file_, "flat_cables", false),
       transparency(file_, "Transparency", 0, 0, kMostTransparency),
       cpuLiteCables(file_, "cpu_lite_cables", false),
+      cableSlack(file_, "cable_slack", kUsualSlack, 0, kMostSlack),
+      liftCables(file_, "lift_cables", true),
+      signalColours(file_, "signal_colours", false),
       ledsAlwaysOn(file_, "LEDs_always_on", true),
       sampleAccurate(file_, "sample_accurate", false) {
   if (hostKind != HostKind::kClap) sampleAccurate.value_ = false;

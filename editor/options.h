@@ -36,6 +36,8 @@ class Options {
   static constexpr int kFewestViewableRows = 2;
   static constexpr int kMostViewableRows = 10;
   static constexpr int kMostTransparency = 4;
+  static constexpr int kUsualSlack = 2;
+  static constexpr int kMostSlack = 4;
 
   /// An empty path gives the defaults, and nothing is written.
   Options(const std::string& configFile, HostKind hostKind);
@@ -56,6 +58,9 @@ class Options {
   Option<bool> flatCables;            ///< false
   Option<int> transparency;           ///< step of the cables' menu, 0
   Option<bool> cpuLiteCables;         ///< false
+  Option<int> cableSlack;             ///< step of the cables' menu, kUsualSlack
+  Option<bool> liftCables;            ///< those of the jack under the mouse, true
+  Option<bool> signalColours;         ///< cables show the kind of their signal, false
   Option<bool> ledsAlwaysOn;          ///< true
   Option<bool> sampleAccurate;        ///< false, and off under any host kind but CLAP
 };

@@ -48,7 +48,9 @@ void RackCommands::InsertModule(std::string_view name, std::string_view vendor) 
     return;
   }
   editor_.PrepareModule(name, vendor);
-  Insert(editor_.AddModule(name, vendor));
+  Module* module = editor_.AddModule(name, vendor);
+  if (module) editor_.moduleShelf.NoteUse({std::string(name), std::string(vendor)});
+  Insert(module);
 }
 
 void RackCommands::PasteModule() {

@@ -28,10 +28,12 @@ constexpr CColor kBehindRack{24, 24, 27};
 CableStyle StyleOf(const Options& options) {
   constexpr int kAlpha[][Options::kMostTransparency + 1] = {{255, 150, 100, 70, 45},
                                                             {255, 210, 180, 150, 100}};
+  constexpr double kSlack[Options::kMostSlack + 1] = {0.0, 0.5, 1.0, 3.0, 6.0};
   CableStyle style;
   style.width = options.cableThickness.Get() * panelHeight / kReferencePanelHeight;
   style.isFlat = options.flatCables.Get();
   style.isLite = options.cpuLiteCables.Get();
+  style.slack = kSlack[options.cableSlack.Get()];
   style.alpha = kAlpha[style.isFlat ? 1 : 0][options.transparency.Get()];
   return style;
 }
@@ -45,7 +47,8 @@ RackWindow::RackWindow(SynEditor& editor)
       geometry_(images_.Geometry(editor.rows, editor.options.viewableRows.Get())),
       frame_(SharedPointer<SynFrame>::Adopt(new SynFrame(geometry_.WindowRect(), *this))),
       rack_(SharedPointer<SynRack>::Adopt(new SynRack(editor, images_, geometry_))),
-      drag_(*rack_, geometry_) {
+      drag_(*rack_, geometry_),
+      jackTools_(editor, *this) {
   frame_->setUiScale(uiScale);
   BuildRack();
   BuildViews();
@@ -69,6 +72,10 @@ void RackWindow::BuildRack() {
   rack_->onContextPress = [this] {
     PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
   };
+  rack_->onDoubleClick = [this](const CPoint& where) { OpenModuleBrowser(where); };
+  rack_->onJackPress = [this](PatchPoint& jack, const CButtonState& buttons) {
+    return jackTools_.Press(jack, buttons);
+  };
   rack_->onKey = [this](const CKeyEvent& event) {
     return event.key == kKeyEscape && EndByEscape();
   };
@@ -84,10 +91,11 @@ void RackWindow::BuildViews() {
                               geometry_.rowHeight, images_.rightStrip, images_.shortRightStrip);
   rackScroll_ = new SynScrollbar(this, geometry_);
   bar_ = new TopBar(CRect(0, 0, window.right, view.top), images_, config_);
+  browser_ = new ModuleBrowser(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
   for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_,
-                                                   dialog_, nestedDialog_}) {
+                                                   browser_, dialog_, nestedDialog_}) {
     frame_->addView(part);
   }
 }
@@ -106,6 +114,14 @@ void RackWindow::ConnectBar() {
 
 void RackWindow::OpenModulePicker() {
   PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
+}
+
+void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
+  LandInsertion();
+  browser_->Open([this, place](const ModuleIdentity& module) {
+    editor_.commands.InsertModule(module.first, module.second);
+    if (place && drag_.IsInserting()) EndDrag(*place, {});
+  });
 }
 
 void RackWindow::OpenMainMenu() {
@@ -187,7 +203,10 @@ void RackWindow::ShowPreset(const std::string& name, const std::string& author) 
   if (screen.HasAuthor()) frame_->presetDisplay.start();
 }
 
-void RackWindow::TakeCableStyle() { rack_->SetCableStyle(StyleOf(editor_.options)); }
+void RackWindow::TakeCableStyle() {
+  rack_->SetCableStyle(StyleOf(editor_.options));
+  rack_->ShowSignalColours(editor_.options.signalColours.Get());
+}
 
 void RackWindow::valueChanged(CControl* control) {
   if (control == rackScroll_) ScrollTo(rackScroll_->getValue());
@@ -374,6 +393,7 @@ bool RackWindow::EndByEscape() {
 
 void RackWindow::FollowMouse(const CPoint& where, const CButtonState& buttons) {
   MoveCableEnd(where);
+  jackTools_.FollowMouse();
   for (Module* module : std::vector<Module*>(editor_.mouseModules)) {
     CPoint point = where;
     int state = buttons();
@@ -393,7 +413,9 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
   }
   if (!std::exchange(followsCable_, true)) {
     auto* pressed = dynamic_cast<PatchPoint*>(editor_.ViewUnderMouse());
-    pulledFrom_ = pressed != editor_.cables.dragOrigin ? pressed : nullptr;
+    // The input of a cable that was copied still has its own.
+    const bool wasPulled = pressed && pressed != editor_.cables.dragOrigin && !pressed->source;
+    pulledFrom_ = wasPulled ? pressed : nullptr;
     frame_->setFocusView(rack_);
   }
   if (ScrollAtEdge(where.y, kCableMargin, kCableSpeed)) {

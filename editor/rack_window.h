@@ -2,10 +2,13 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 
 #include "editor/dialog_window.h"
+#include "editor/jack_tools.h"
+#include "editor/module_browser.h"
 #include "editor/module_drag.h"
 #include "editor/rack_geometry.h"
 #include "editor/syn_frame.h"
@@ -36,6 +39,7 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ModuleBrowser& Browser() { return *browser_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
   // Notifications from the rack.
@@ -59,6 +63,8 @@ class RackWindow final : private CControlListener {
   bool ScrollByWheel(float distance, const CButtonState& buttons);
   bool OpenDroppedPreset(std::span<const std::string> files);
   void OpenModulePicker();
+  /// What is chosen there lands at a place of the rack, or, without one, follows the mouse.
+  void OpenModuleBrowser(std::optional<CPoint> place = std::nullopt);
   void OpenMainMenu();
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
@@ -68,6 +74,7 @@ class RackWindow final : private CControlListener {
   /// them, by `speed` pixels for each that it does. False if nothing moved.
   bool ScrollAtEdge(CCoord y, CCoord margin, double speed);
   void ScrollTo(float value);
+  void ScrollToShow(const Module& module);
 
   /// A new module begins to follow the mouse, until a left click puts it down or Escape or a right
   /// click discards it. Whatever else ends this puts it down where its outline is.
@@ -108,7 +115,6 @@ class RackWindow final : private CControlListener {
   void ReleaseMouse();
   /// Ends the drag of a module or a cable as if it had not begun; false if there is none.
   bool EndByEscape();
-  void ScrollToShow(const Module& module);
   void MoveCableEnd(const CPoint& where);
   CPoint ToRack(const CPoint& framePoint) const;
   void valueChanged(CControl* control) override;
@@ -124,9 +130,11 @@ class RackWindow final : private CControlListener {
   SideStrip* leftStrip_ = nullptr;
   SideStrip* rightStrip_ = nullptr;
   TopBar* bar_ = nullptr;
+  ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
   ModuleDrag drag_;
+  JackTools jackTools_;
   bool insertionPressed_ = false;     // the click that puts a new module down has begun
   PatchPoint* pulledFrom_ = nullptr;  // where the dragged cable was plugged; null for a new one
   bool followsCable_ = false;

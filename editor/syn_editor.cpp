@@ -48,6 +48,7 @@ SynEditor::SynEditor(EngineContext& owner, DataFolders dataFolders)
       options(folders.ConfigFile(), owner.hostKind),
       skin(folders, options),
       presets(folders.Presets()),
+      moduleShelf(folders.ConfigFile()),
       presetsFolder(folders.Presets()) {
   externalModules.ScanModuleLibraries(folders.ModuleLibraries());
   externalModules.ScanModuleLibraries(folders.ownModules);

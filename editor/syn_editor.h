@@ -13,6 +13,7 @@
 #include "editor/edit_history.h"
 #include "editor/external_modules.h"
 #include "editor/module_clipboard.h"
+#include "editor/module_shelf.h"
 #include "editor/options.h"
 #include "editor/placeholder_module.h"
 #include "editor/preset_commands.h"
@@ -138,6 +139,7 @@ class SynEditor : public RackModel {
   PresetCommands presetCommands{*this};
   PresetLibrary presets;
   ModuleClipboard moduleClipboard;
+  ModuleShelf moduleShelf;
   float knobClipboard = 0.0f;
   float scrollValue = 0.0f;  ///< where the window was scrolled to, and opens again
 

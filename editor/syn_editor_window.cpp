@@ -61,6 +61,7 @@ void SynEditor::Idle() {
   if (idling_) return;
   idling_ = true;
   EmptyTrash();
+  RegroupModules();
   if (window_) {
     window_->Frame().idle();
     history.Settle();

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
+#include "editor/signal_kind.h"
 #include "framework/module.h"
 #include "framework/panel_metrics.h"
 #include "framework/rack_model.h"
@@ -84,6 +86,9 @@ void SynRack::drawRect(CDrawContext* context, const CRect& updateRect) {
   context->setClipRect(area);
   if (landing_) DrawLanding(*context);
   cables_.Draw(*context, area);
+  context->pushOffset(viewSize.getTopLeft());
+  marks_.Draw(*context, CRect(area).offset(-viewSize.left, -viewSize.top));
+  context->popOffset();
   DrawDraggedCable(*context, area);
 }
 
@@ -173,8 +178,17 @@ void SynRack::invalidateDirtyViews() {
 }
 
 CMouseEventResult SynRack::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  auto* jack = dynamic_cast<PatchPoint*>(getViewAt(where, true));
+  if (jack && onJackPress && onJackPress(*jack, buttons)) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   const CMouseEventResult result = CViewContainer::onMouseDown(where, buttons);
-  if (result != kMouseEventNotHandled || !buttons.isRightButton() || !onContextPress) return result;
+  if (result != kMouseEventNotHandled) return result;
+  if (buttons.isLeftButton() && buttons.isDoubleClick() && onDoubleClick) {
+    onDoubleClick(toChildren(where));
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
+  if (!buttons.isRightButton() || !onContextPress) return result;
   onContextPress();
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
 }
@@ -197,6 +211,47 @@ void SynRack::ResizeCableLayer(int height) {
 void SynRack::SetCableStyle(const CableStyle& style) {
   cables_.SetStyle(style);
   RequestRedraw();
+}
+
+void SynRack::ShowSignalColours(bool on) {
+  if (std::exchange(showsSignalColours_, on) != on) RequestRedraw();
+}
+
+void SynRack::LiftCables(std::vector<const Cable*> cables) {
+  if (cables == cables_.Lifted()) return;
+  cables_.Lift(std::move(cables));
+  CViewContainer::invalid();
+}
+
+void SynRack::HideCables(bool hidden) {
+  if (hidden == cables_.IsHidden()) return;
+  cables_.Hide(hidden);
+  CViewContainer::invalid();
+}
+
+void SynRack::FlashJack(const PatchPoint& jack) {
+  if (!getFrame()) return;
+  marks_.Flash(PlaceOf(jack), getFrame()->getTime());
+  setWantsIdle(true);
+}
+
+void SynRack::onIdle() { setWantsIdle(marks_.StepFlash(getFrame()->getTime())); }
+
+CRect SynRack::PlaceOf(const PatchPoint& jack) {
+  return CRect(jack.getViewSize()).offset(jack.Owner()->getViewSize().getTopLeft());
+}
+
+std::vector<CRect> SynRack::FittingJacks() const {
+  std::vector<CRect> places;
+  for (const Module* module : rack_.modules[0]) {
+    for (PatchPoint* point : module->Points()) {
+      if (point->isVisible() && point != rack_.cables.dragOrigin &&
+          rack_.cables.CanConnect(point)) {
+        places.push_back(PlaceOf(*point));
+      }
+    }
+  }
+  return places;
 }
 
 CRect SynRack::VisiblePart() const {
@@ -249,7 +304,8 @@ CPoint SynRack::CableEnd(const PatchPoint& point) const {
 }
 
 CableStrand SynRack::StrandOf(const Cable& cable) const {
-  return {&cable, CableEnd(*cable.destination), CableEnd(*cable.origin), cable.colour,
+  const int colour = showsSignalColours_ ? ColourOf(KindOf(cable)) : cable.colour;
+  return {&cable, CableEnd(*cable.destination), CableEnd(*cable.origin), colour,
           cable.destination->twoState};
 }
 
@@ -286,9 +342,13 @@ void SynRack::MoveDraggedCable(std::optional<CPoint> mouse) {
   if (!mouse && !draggedEnd_) return;
   redrawFrames_ = kMovingPaints;
   Repaint(draggedRect_);
+  if (mouse.has_value() != draggedEnd_.has_value()) {
+    marks_.ShowFitting(mouse ? FittingJacks() : std::vector<CRect>());
+  }
   draggedEnd_ = mouse;
   draggedRect_ = GetDraggedCableRect();
   Repaint(draggedRect_);
+  if (mouse) marks_.MoveEnd(*mouse);
 }
 
 }  // namespace halveron

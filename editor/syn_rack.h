@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "editor/cable_layer.h"
+#include "editor/jack_marks.h"
 #include "editor/rack_geometry.h"
 #include "editor/rack_layer.h"
 #include "editor/window_images.h"
@@ -43,7 +44,12 @@ class SynRack final : public CViewContainer {
   void invalidateDirtyViews() override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   bool onKeyDown(const CKeyEvent& event) override;
+  void onIdle() override;
 
+  /// Called for a press on a jack before the jack gets it; true if that is all there is to do.
+  std::function<bool(PatchPoint&, const CButtonState&)> onJackPress;
+  /// Called for a double click where no module is, at a point of the rack.
+  std::function<void(const CPoint&)> onDoubleClick;
   /// Called for a right press where no module is.
   std::function<void()> onContextPress;
   /// Called for a key while the rack has the focus; true if it was used.
@@ -57,6 +63,15 @@ class SynRack final : public CViewContainer {
   /// Takes the height in pixels of what shows of the rack.
   void ResizeCableLayer(int height);
   void SetCableStyle(const CableStyle& style);
+  /// Cables have the colours of the kinds of their signals, or their own.
+  void ShowSignalColours(bool on);
+  /// The cables that are drawn above all others, with these pale; none for all as usual.
+  void LiftCables(std::vector<const Cable*> cables);
+  /// Cables are not drawn, except lifted ones and the one that is dragged.
+  void HideCables(bool hidden);
+  /// Leads the eye to a jack.
+  void FlashJack(const PatchPoint& jack);
+  const JackMarks& Marks() const { return marks_; }
   const CableLayer& Cables() const { return cables_; }
 
   /// What shows of the rack, in its own coordinates.
@@ -91,6 +106,9 @@ class SynRack final : public CViewContainer {
   CRect ReachOf(const Module& module) const;
   CableStrand StrandOf(const Cable& cable) const;
   CableStrand DraggedStrand() const;
+  /// The jacks in which the dragged cable fits.
+  std::vector<CRect> FittingJacks() const;
+  static CRect PlaceOf(const PatchPoint& jack);
   void UpdateCables();
   void UpdatePanels(const CRect& area);
   void DrawDraggedCable(CDrawContext& context, const CRect& area) const;
@@ -106,10 +124,12 @@ class SynRack final : public CViewContainer {
   CableLayer cables_;
   int redrawFrames_ = kMovingPaints;
   bool cablesMayDiffer_ = true;
+  bool showsSignalColours_ = false;
   std::uint64_t lastPaint_ = 0;
   std::optional<CRect> landing_;
   std::optional<CPoint> draggedEnd_;
   CRect draggedRect_;  // what the dragged cable covered when it was moved last
+  JackMarks marks_{[this](const CRect& rect) { Repaint(rect); }};
 };
 
 }  // namespace halveron

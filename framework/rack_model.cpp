@@ -38,7 +38,8 @@ RackModel::~RackModel() {
 }
 
 SamplePlan::Patch RackModel::PatchToPlay() const {
-  return {activeModules, cables.cableList, cables.sumCableList, blockStartModules, eventModules};
+  return {activeModules,     cables.cableList, cables.sumCableList,
+          blockStartModules, eventModules,     engine.processingLock};
 }
 
 void RackModel::HoldProcessingLock() {
@@ -79,16 +80,9 @@ void RackModel::CommitHeld() {
 
 void RackModel::CommitBeside() {
   if (!planOutdated_ && waitingChanges_.empty()) return;
-  SamplePlan::OwnDraft draft;
-  if (std::exchange(planOutdated_, false)) {
-    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kNearby);
-  }
-  engine.processingLock.lock();
-  if (draft && !SamplePlan::Fits(*draft)) {
-    engine.processingLock.unlock();
-    draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kStill);
-    engine.processingLock.lock();
-  }
+  const bool movesPlan = std::exchange(planOutdated_, false);
+  const SamplePlan::OwnDraft draft = movesPlan ? PrepareBeside() : nullptr;
+  if (!draft) engine.processingLock.lock();
   holdsProcessingLock_ = true;
   RunWaitingChanges();
   if (draft) plan.Swap(*draft);
@@ -99,6 +93,32 @@ void RackModel::CommitBeside() {
   holdsProcessingLock_ = false;
   engine.processingLock.unlock();
   waitingChanges_.clear();
+  // Only now do modules know of their cables.
+  if (movesPlan) Regroup();
+}
+
+/// Leaves the processing lock held.
+SamplePlan::OwnDraft RackModel::PrepareBeside() {
+  SamplePlan::OwnDraft draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kNearby);
+  engine.processingLock.lock();
+  if (SamplePlan::Fits(*draft)) return draft;
+  engine.processingLock.unlock();
+  draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kStill);
+  engine.processingLock.lock();
+  return draft;
+}
+
+void RackModel::Regroup() {
+  if (!plan.HasOutgrownTeams(PatchToPlay())) return;
+  const SamplePlan::OwnDraft draft = PrepareBeside();
+  plan.Swap(*draft);
+  engine.processingLock.unlock();
+}
+
+void RackModel::RegroupModules() {
+  if (!plan.TakeTeamsBroke()) return;
+  const std::lock_guard edit(engine.editLock);
+  if (editDepth_ == 0) Regroup();
 }
 
 Module* RackModel::GetVoiceModule(Module* module, int voice) const {

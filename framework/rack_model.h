@@ -72,6 +72,9 @@ class RackModel : public CControlListener {
   void RemoveAllModules();
   /// Puts modules of voice 0, and with them their clones, in an order. Those not named follow.
   void SortModules(const std::vector<Module*>& named);
+  /// Lets modules that have come to differ, or to be alike, run in other company. Whoever has time
+  /// for it calls it now and then; costs nothing while no module asks for it.
+  void RegroupModules();
   /// Puts a module into the list of those that are processed, or takes it out, by its cables and
   /// alwaysOn; `force` takes it out in any case.
   void UpdateActiveState(Module* module, bool force);
@@ -197,6 +200,8 @@ class RackModel : public CControlListener {
   void RunWaitingChanges();
   void CommitHeld();
   void CommitBeside();
+  SamplePlan::OwnDraft PrepareBeside();
+  void Regroup();
   bool RegisterIn(std::vector<Module*>& list, int RackPlace::*index, Module* module);
   void UnregisterFrom(std::vector<Module*>& list, int RackPlace::*index, Module* module);
   void Discard(Module* instance);

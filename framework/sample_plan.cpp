@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <map>
+#include <mutex>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 
@@ -12,8 +15,12 @@ namespace halveron {
 
 namespace {
 
-/// Fewer voices are as fast by themselves.
-constexpr std::size_t kFewestVoices = 3;
+/// Fewer instances are as fast by themselves.
+constexpr std::size_t kFewestLanes = 3;
+/// Fewer cables into the lanes of an input are as fast one by one.
+constexpr int kFewestGathered = 3;
+/// Instances whose keys are read in one hold of the lock.
+constexpr std::size_t kKeysInAHold = 48;
 /// In shorter blocks it does not pay to take up state and put it back.
 constexpr int kFewestSteps = 8;
 /// Inputs that one edit may turn to the image beside what it changes; the others follow with later
@@ -22,11 +29,11 @@ constexpr std::size_t kMostNewReaders = 64;
 
 constexpr std::size_t kLine = SignalStore::kLine;
 
-/// The narrowest unit that has a lane for each voice: idle lanes cost as much as others.
-VectorUnit UnitFor(std::size_t voices, VectorUnit widest) {
-  const VectorUnit enough = voices <= dsp::kLanesOf<dsp::Sse2>   ? VectorUnit::kSse2
-                            : voices <= dsp::kLanesOf<dsp::Avx2> ? VectorUnit::kAvx2
-                                                                 : VectorUnit::kAvx512;
+/// The narrowest unit that has a lane for each instance: idle lanes cost as much as others.
+VectorUnit UnitFor(std::size_t lanes, VectorUnit widest) {
+  const VectorUnit enough = lanes <= dsp::kLanesOf<dsp::Sse2>   ? VectorUnit::kSse2
+                            : lanes <= dsp::kLanesOf<dsp::Avx2> ? VectorUnit::kAvx2
+                                                                : VectorUnit::kAvx512;
   return std::min(enough, widest);
 }
 
@@ -41,17 +48,84 @@ std::vector<Module*> ActiveOf(std::span<Module* const> modules) {
   return active;
 }
 
+/// A module with those of its voices that run at one rate; one voice if it is mono.
+struct ModuleRow {
+  std::vector<Module*> voices;
+  VoiceGroupMaker joins = nullptr;  // what names the class, if its modules may share a team
+  std::uint64_t key = 0;            // of what must be alike for that
+  bool isPlaced = false;
+
+  auto TeamKey() const {
+    return std::tuple(reinterpret_cast<std::uintptr_t>(joins), voices.front()->oversampled, key);
+  }
+};
+
+/// The module rows of a patch.
+std::vector<ModuleRow> ModuleRowsOf(const SamplePlan::ActiveModules& active) {
+  std::vector<ModuleRow> rows;
+  std::vector<std::size_t> rowOf;  // by module index
+  for (const std::vector<Module*>& ofVoice : active) {
+    for (Module* module : ofVoice) {
+      const auto index = static_cast<std::size_t>(module->place.moduleIndex);
+      if (rowOf.size() <= index) rowOf.resize(index + 1, SIZE_MAX);
+      // A voice joins its row if all voices below it have, and runs at the same rate.
+      ModuleRow* row = rowOf[index] == SIZE_MAX ? nullptr : &rows[rowOf[index]];
+      if (!row || row->voices.size() != static_cast<std::size_t>(module->voice) ||
+          row->voices.front()->oversampled != module->oversampled) {
+        if (!row) rowOf[index] = rows.size();
+        row = &rows.emplace_back();
+      }
+      row->voices.push_back(module);
+    }
+  }
+  return rows;
+}
+
+/// What names a class that has groups.
+VoiceGroupMaker ClassOf(const Module& module) {
+  return module.GetVoiceGroupMaker(VectorUnit::kSse2);
+}
+
+/// Finds the rows that may share a team with others, and reads their keys in short holds of the
+/// lock. Rows whose own voices differ stay alone.
+void ReadKeys(std::vector<ModuleRow>& rows, platform::RecursiveLock& lock) {
+  std::map<VoiceGroupMaker, std::vector<ModuleRow*>> classes;
+  for (ModuleRow& row : rows) {
+    if (row.voices.size() >= kLine) continue;
+    if (const VoiceGroupMaker named = ClassOf(*row.voices.front())) classes[named].push_back(&row);
+  }
+  for (const auto& [named, members] : classes) {
+    if (members.size() < 2) continue;
+    const OwnVoiceGroup reader = named({});
+    if (!reader) continue;
+    for (std::size_t next = 0; next < members.size();) {
+      const std::lock_guard hold(lock);
+      for (std::size_t read = 0; read < kKeysInAHold && next < members.size(); ++next) {
+        ModuleRow& row = *members[next];
+        row.key = reader->KeyOf(*row.voices.front());
+        const bool isAlike = std::all_of(row.voices.begin(), row.voices.end(), [&](Module* voice) {
+          return reader->KeyOf(*voice) == row.key;
+        });
+        if (isAlike) row.joins = named;
+        read += row.voices.size();
+      }
+    }
+  }
+}
+
 }  // namespace
 
 /// Where everything lies, for those who edit.
 class SamplePlan::Layout {
  public:
-  /// A module with its voices; one voice if it is mono.
+  /// Instances of a class whose points lie in lines, an instance in each lane: the voices of one
+  /// module, or a team of several.
   struct Row {
     std::vector<Module*> voices;
+    std::vector<std::size_t> starts;  // the lanes in which its modules begin
     VoiceGroupMaker maker = nullptr;
     std::shared_ptr<VoiceGroup> group;
-    std::size_t firstPoint = 0;  // the points of voice 0 come first, in their order
+    std::size_t firstPoint = 0;  // the points of lane 0 come first, in their order
 
     std::size_t PlaceCount() const { return voices.front()->Points().size(); }
     std::pair<bool, std::uintptr_t> Key() const {
@@ -62,6 +136,7 @@ class SamplePlan::Layout {
   struct Point {
     PatchPoint* point = nullptr;
     std::size_t row = 0;
+    std::size_t lane = 0;
     std::size_t place = 0;  // among the points of its module
     std::vector<PatchPoint*> feeds;
     bool copied = false;                         // the first of the feeds is a copy, not a sum
@@ -120,11 +195,44 @@ class PlanBuilder {
         draw_(draw) {}
 
   void CollectModules(const SamplePlan::Patch& patch) {
-    CollectRows(patch.active);
+    CollectRows(patch);
     MatchRows();
     NumberPoints();
     program_.blockStart = ActiveOf(patch.blockStart);
     program_.events = ActiveOf(patch.events);
+  }
+
+  /// Whether the rows collected so far are those of the present plan.
+  bool HasSameRows() const {
+    const auto voicesOf = [](const std::vector<Row>& rows) {
+      std::vector<std::vector<Module*>> voices;
+      for (const Row& row : rows) voices.push_back(row.voices);
+      std::sort(voices.begin(), voices.end());
+      return voices;
+    };
+    return voicesOf(layout_.rows) == voicesOf(old_.rows);
+  }
+  void CollectRows(const SamplePlan::Patch& patch) {
+    std::vector<ModuleRow> modules = ModuleRowsOf(patch.active);
+    ReadKeys(modules, patch.lock);
+    std::vector<Row>& rows = layout_.rows;
+    if (draw_ != Draw::kAll) KeepTeams(modules);
+    std::vector<ModuleRow*> rest;
+    for (ModuleRow& module : modules) {
+      if (!module.isPlaced) rest.push_back(&module);
+    }
+    // In the order of the rack, so that chains of equal modules take equal lanes.
+    std::stable_sort(rest.begin(), rest.end(), [](const ModuleRow* a, const ModuleRow* b) {
+      return a->voices.front()->place.moduleIndex < b->voices.front()->place.moduleIndex;
+    });
+    for (const ModuleRow* module : rest) PlaceInTeam(*module);
+    DissolveSmallTeams();
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const Row& a, const Row& b) { return a.Key() < b.Key(); });
+    for (Row& row : rows) {
+      if (row.voices.size() < kFewestLanes) continue;
+      row.maker = row.voices.front()->GetVoiceGroupMaker(UnitFor(row.voices.size(), unit_));
+    }
   }
 
   void CollectFeeds(const CableList& copying, const CableList& summing) {
@@ -153,7 +261,7 @@ class PlanBuilder {
     std::size_t newReaders = 0;
     for (const Row& row : layout_.rows) {
       ForEachPlace(row, [&](std::size_t place) {
-        if (row.maker && !ReadsWholeRow(row, place)) {
+        if (row.maker && !ReadsLanesInOrder(row, place)) {
           ForEachVoice(row, place, [](Point& point) { point.readsImage = false; });
         }
         if (draw_ == Draw::kAll) return;
@@ -179,9 +287,14 @@ class PlanBuilder {
     }
     ReserveStores();
     for (const bool inLines : {true, false}) {
-      for (const Row& row : layout_.rows) {
-        if ((row.voices.size() > 1) == inLines) LayOutputs(row);
-      }
+      ForEachClass([&](std::span<const Row> rows) {
+        // All lines of one point before those of the next.
+        ForEachPlace(rows.front(), [&](std::size_t place) {
+          for (const Row& row : rows) {
+            if ((row.voices.size() > 1) == inLines) LayOutput(row, place);
+          }
+        });
+      });
     }
     for (const Row& row : layout_.rows) LayInputs(row);
     for (Point& point : layout_.points) {
@@ -219,47 +332,46 @@ class PlanBuilder {
 
   void PlanCables() {
     for (const Row& row : layout_.rows) {
+      const std::size_t firstGather = program_.gathers.size();
       ForEachPlace(row, [&](std::size_t place) {
         if (row.maker && IsFedByOne(row, place)) {
           const Point& first = At(row, 0, place);
           program_.fills.push_back({first.cell, CellOf(first.feeds[0])});
           return;
         }
-        ForEachVoice(row, place, [&](const Point& point) { PlanInput(point); });
+        const bool gathers = row.maker && PlanGather(row, place);
+        ForEachVoice(row, place, [&](const Point& point) {
+          if (!gathers || !IsOneCopy(point)) PlanInput(point);
+        });
       });
+      if (const std::size_t count = program_.gathers.size() - firstGather; count > 0) {
+        program_.gatherRuns.push_back({row.group.get(), firstGather, count});
+      }
     }
   }
 
+  /// The rows are in the order of the functions' addresses: any order sounds the same.
   void PlanModules() {
-    std::vector<Row*> ordered;
-    for (Row& row : layout_.rows) ordered.push_back(&row);
-    // Ordered by the functions' addresses: any order sounds the same.
-    std::stable_sort(ordered.begin(), ordered.end(),
-                     [](const Row* a, const Row* b) { return a->Key() < b->Key(); });
-    for (const Row* row : ordered) {
-      program_.modules.insert(program_.modules.end(), row->voices.begin(), row->voices.end());
+    for (const Row& row : layout_.rows) {
+      program_.modules.insert(program_.modules.end(), row.voices.begin(), row.voices.end());
     }
     Module* const* next = program_.modules.data();
     const Row* last = nullptr;
-    for (Row* row : ordered) {
-      const Module& module = *row->voices.front();
-      const SamplePlan::ModuleRun run{module.GetRunFunction(), next, row->voices.size()};
-      next += row->voices.size();
+    for (Row& row : layout_.rows) {
+      const Module& module = *row.voices.front();
+      const SamplePlan::ModuleRun run{module.GetRunFunction(), next, row.voices.size()};
+      next += row.voices.size();
       SamplePlan::Stage& stage = module.oversampled ? program_.everyStep : program_.firstStep;
-      if (row->maker) {
-        TakeGroup(*row);
-        program_.voiceRows.push_back({row->group.get(), run, module.oversampled});
-      } else if (last && last->Key() == row->Key()) {
-        stage.runs.back().count += run.count;
+      const bool continues = last && !last->maker && !row.maker && last->Key() == row.Key();
+      if (row.maker) TakeGroup(row);
+      if (!ClassOf(module)) {
+        continues ? void(stage.runs.back().count += run.count) : stage.runs.push_back(run);
+      } else if (continues) {
+        stage.teams.back().single.count += run.count;
       } else {
-        stage.runs.push_back(run);
+        stage.teams.push_back({row.group.get(), run, row.starts.size()});
       }
-      last = row->maker ? nullptr : row;
-    }
-    for (SamplePlan::Stage* stage : {&program_.everyStep, &program_.firstStep}) {
-      stage->fixedRuns = stage->runs.size();
-      stage->runs.reserve(stage->fixedRuns + program_.voiceRows.size());
-      stage->groups.reserve(program_.voiceRows.size());
+      last = &row;
     }
   }
 
@@ -289,35 +401,90 @@ class PlanBuilder {
     for (std::size_t place = 0; place < row.PlaceCount(); ++place) f(place);
   }
 
+  /// f(span of rows) for the rows of each class. Modules of a class may differ in their points, as
+  /// those of other authors do; then each row stands alone.
+  template <class F>
+  void ForEachClass(F&& f) {
+    const std::vector<Row>& rows = layout_.rows;
+    for (std::size_t first = 0, end = 0; first < rows.size(); first = end) {
+      while (end < rows.size() && rows[end].Key() == rows[first].Key() &&
+             rows[end].PlaceCount() == rows[first].PlaceCount()) {
+        ++end;
+      }
+      f(std::span(rows).subspan(first, end - first));
+    }
+  }
+
   template <class F>
   void ForEachVoice(const Row& row, std::size_t place, F&& f) {
     for (std::size_t voice = 0; voice < row.voices.size(); ++voice) f(At(row, voice, place));
   }
 
-  void CollectRows(const SamplePlan::ActiveModules& active) {
-    std::vector<Row>& rows = layout_.rows;
-    std::vector<std::size_t> rowOf;  // by module index
-    for (const std::vector<Module*>& ofVoice : active) {
-      for (Module* module : ofVoice) {
-        const auto index = static_cast<std::size_t>(module->place.moduleIndex);
-        if (rowOf.size() <= index) rowOf.resize(index + 1, SIZE_MAX);
-        // A voice joins its row if all voices below it have, and runs at the same rate.
-        Row* row = rowOf[index] == SIZE_MAX ? nullptr : &rows[rowOf[index]];
-        if (!row || row->voices.size() != static_cast<std::size_t>(module->voice) ||
-            row->voices.front()->oversampled != module->oversampled) {
-          if (!row) rowOf[index] = rows.size();
-          row = &rows.emplace_back();
-        }
-        row->voices.push_back(module);
-      }
+  /// Puts a module behind those of a row.
+  static void Append(Row& row, const std::vector<Module*>& voices) {
+    row.starts.push_back(row.voices.size());
+    row.voices.insert(row.voices.end(), voices.begin(), voices.end());
+  }
+
+  /// The teams of the present plan go on without the modules that have gone or differ now.
+  void KeepTeams(std::vector<ModuleRow>& modules) {
+    std::unordered_map<const Module*, ModuleRow*> byFirst;
+    for (ModuleRow& module : modules) {
+      if (module.joins) byFirst.emplace(module.voices.front(), &module);
     }
-    for (Row& row : rows) {
-      if (row.voices.size() < kFewestVoices) continue;
-      row.maker = row.voices.front()->GetVoiceGroupMaker(UnitFor(row.voices.size(), unit_));
+    for (const Row& before : old_.rows) {
+      if (before.starts.size() < 2) continue;
+      Row* row = nullptr;
+      const ModuleRow* leader = nullptr;
+      for (std::size_t i = 0; i < before.starts.size(); ++i) {
+        const std::size_t start = before.starts[i];
+        const std::size_t end =
+            i + 1 < before.starts.size() ? before.starts[i + 1] : before.voices.size();
+        const auto found = byFirst.find(before.voices[start]);
+        if (found == byFirst.end()) continue;
+        ModuleRow& module = *found->second;
+        if (module.isPlaced || module.voices.size() != end - start ||
+            (leader && module.TeamKey() != leader->TeamKey())) {
+          continue;
+        }
+        if (!leader) {
+          leader = &module;
+          openTeams_[module.TeamKey()].push_back(layout_.rows.size());
+          row = &layout_.rows.emplace_back();
+        }
+        Append(*row, module.voices);
+        module.isPlaced = true;
+      }
     }
   }
 
-  /// Finds the rows that the present plan has in the same form.
+  /// Into the first team with room, or a new one.
+  void PlaceInTeam(const ModuleRow& module) {
+    if (module.joins) {
+      std::vector<std::size_t>& open = openTeams_[module.TeamKey()];
+      for (const std::size_t team : open) {
+        Row& row = layout_.rows[team];
+        if (row.voices.size() + module.voices.size() > kLine) continue;
+        Append(row, module.voices);
+        return;
+      }
+      open.push_back(layout_.rows.size());
+    }
+    Append(layout_.rows.emplace_back(), module.voices);
+  }
+
+  void DissolveSmallTeams() {
+    std::vector<Row>& rows = layout_.rows;
+    for (std::size_t i = 0, count = rows.size(); i < count; ++i) {
+      if (rows[i].starts.size() < 2 || rows[i].voices.size() >= kFewestLanes) continue;
+      // So few lanes hold mono modules.
+      for (Module* module : std::exchange(rows[i], Row{}).voices) {
+        Append(rows[i].voices.empty() ? rows[i] : rows.emplace_back(), {module});
+      }
+    }
+  }
+
+  /// Finds the rows that the present plan has in the same form, each lane where it was.
   void MatchRows() {
     rowsBefore_.assign(layout_.rows.size(), nullptr);
     if (draw_ == Draw::kAll) return;
@@ -328,20 +495,31 @@ class PlanBuilder {
       const auto found = standing.find(row.voices.front());
       if (found == standing.end()) continue;
       const Row& before = *found->second;
-      if (before.voices == row.voices && before.maker == row.maker) rowsBefore_[i] = &before;
+      // Lanes at the end may have come or gone: the line is the row's as a whole.
+      const std::size_t common = std::min(before.voices.size(), row.voices.size());
+      if (!std::equal(row.voices.begin(), row.voices.begin() + static_cast<std::ptrdiff_t>(common),
+                      before.voices.begin())) {
+        continue;
+      }
+      const auto form = [](const Row& each) {
+        return std::pair(each.voices.size() > 1, each.maker != nullptr);
+      };
+      if (form(before) == form(row)) rowsBefore_[i] = &before;
     }
   }
 
   void NumberPoints() {
     for (std::size_t row = 0; row < layout_.rows.size(); ++row) {
       layout_.rows[row].firstPoint = layout_.points.size();
-      for (const Module* voice : layout_.rows[row].voices) {
+      for (std::size_t lane = 0; lane < layout_.rows[row].voices.size(); ++lane) {
+        const Module* voice = layout_.rows[row].voices[lane];
         for (std::size_t place = 0; place < voice->Points().size(); ++place) {
           PatchPoint* point = voice->Points()[place];
           point->planIndex = static_cast<int>(layout_.points.size());
           Point& planned = layout_.points.emplace_back();
           planned.point = point;
           planned.row = row;
+          planned.lane = lane;
           planned.place = place;
         }
       }
@@ -352,6 +530,7 @@ class PlanBuilder {
   const Point* Before(const Point& point) const {
     const Row* before = rowsBefore_[point.row];
     if (!before) return nullptr;
+    if (point.lane >= before->voices.size()) return nullptr;
     const auto index = static_cast<std::size_t>(&point - layout_.points.data());
     return &old_.points[before->firstPoint + index - layout_.rows[point.row].firstPoint];
   }
@@ -369,19 +548,30 @@ class PlanBuilder {
     return point.readsImage && !(before && before->readsImage);
   }
 
-  /// Whether each voice of an input reads the same voice of one output.
-  bool ReadsWholeRow(const Row& row, std::size_t place) {
-    const Point* firstFeed = nullptr;
+  /// Whether the lanes of an input could read cells of one point that follow one another, as far as
+  /// this is known before these have their places.
+  bool ReadsLanesInOrder(const Row& row, std::size_t place) {
+    const Point* last = nullptr;
     for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
       const Point& point = At(row, voice, place);
       if (!point.readsImage) return false;
       const Point& feed = PlannedOf(point.feeds[0]);
-      if (voice == 0) firstFeed = &feed;
-      const std::vector<Module*>& origins = layout_.rows[feed.row].voices;
-      if (feed.row != firstFeed->row || feed.place != firstFeed->place || voice >= origins.size() ||
-          origins[voice]->Points()[feed.place] != point.feeds[0]) {
-        return false;
-      }
+      if (last && !(feed.place == last->place && Follows(*last, feed))) return false;
+      last = &feed;
+    }
+    return true;
+  }
+  /// In the next lane, or in the first one of a line that may lie behind this one.
+  bool Follows(const Point& last, const Point& next) const {
+    if (next.row == last.row) return next.lane == last.lane + 1;
+    return last.lane == kLine - 1 && next.lane == 0 &&
+           layout_.rows[next.row].Key() == layout_.rows[last.row].Key();
+  }
+  /// The same once they have.
+  bool ReadsCellsInOrder(const Row& row, std::size_t place) {
+    const SignalStore::Place first = PlannedOf(At(row, 0, place).feeds[0]).where;
+    for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
+      if (PlannedOf(At(row, voice, place).feeds[0]).where != first.Next(voice)) return false;
     }
     return true;
   }
@@ -414,30 +604,32 @@ class PlanBuilder {
   }
 
   /// Rows of several voices take lines, single points lie side by side.
-  void LayOutputs(const Row& row) {
-    ForEachPlace(row, [&](std::size_t place) {
-      Point& first = At(row, 0, place);
-      if (first.point->type != kOutputPoint) return;
-      const Point* before = Before(first);
-      const bool isRead = AnyVoice(row, place, &Point::hasImage);
-      SignalStore::Place where;
-      if (before && (!isRead || ImageOf(*before))) {
-        where = before->where;
-      } else {
-        const bool mayBeRead = draw_ != Draw::kAll && AnyVoice(row, place, &Point::wantsImage);
-        SignalStore& store = isRead || mayBeRead ? layout_.imaged : layout_.plain;
-        where = row.voices.size() > 1 ? TakeLine(store) : store.Take(1);
-      }
-      for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
-        SetPlace(At(row, voice, place), where.Next(voice));
-      }
-    });
+  void LayOutput(const Row& row, std::size_t place) {
+    Point& first = At(row, 0, place);
+    if (first.point->type != kOutputPoint) return;
+    const Point* before = Before(first);
+    const bool isRead = AnyVoice(row, place, &Point::hasImage);
+    SignalStore::Place where;
+    if (before && (!isRead || ImageOf(*before))) {
+      where = before->where;
+    } else {
+      const bool mayBeRead = draw_ != Draw::kAll && AnyVoice(row, place, &Point::wantsImage);
+      SignalStore& store = isRead || mayBeRead ? layout_.imaged : layout_.plain;
+      where = row.voices.size() > 1 ? TakeLine(store) : store.Take(1);
+    }
+    for (std::size_t voice = 0; voice < row.voices.size(); ++voice) {
+      SetPlace(At(row, voice, place), where.Next(voice));
+    }
   }
 
   void LayInputs(const Row& row) {
     ForEachPlace(row, [&](std::size_t place) {
       const Point& first = At(row, 0, place);
-      if (first.point->type == kOutputPoint || (row.maker && first.readsImage)) return;
+      if (first.point->type == kOutputPoint) return;
+      if (row.maker && first.readsImage) {
+        if (ReadsCellsInOrder(row, place)) return;
+        ForEachVoice(row, place, [](Point& point) { point.readsImage = false; });
+      }
       const Point* before = Before(first);
       const bool inLine = row.maker && first.point->type == kInputPoint;
       SignalStore::Place line;
@@ -522,6 +714,28 @@ class PlanBuilder {
     }
   }
 
+  static bool IsOneCopy(const Point& point) {
+    return point.copied && !point.readsImage && point.feeds.size() == 1;
+  }
+
+  /// One line for the single cables into the lanes of an input, if they are many. What else
+  /// arrives there comes after.
+  bool PlanGather(const Row& row, std::size_t place) {
+    const Point& first = At(row, 0, place);
+    if (first.point->type != kInputPoint || first.readsImage) return false;
+    LineGather line{first.cell, static_cast<int>(row.voices.size()), {}};
+    for (std::size_t lane = 0; lane < kLine; ++lane) line.from[lane] = first.cell + lane;
+    int cables = 0;
+    ForEachVoice(row, place, [&](const Point& point) {
+      if (!IsOneCopy(point)) return;
+      line.from[point.lane] = CellOf(point.feeds[0]);
+      ++cables;
+    });
+    if (cables < kFewestGathered) return false;
+    program_.gathers.push_back(line);
+    return true;
+  }
+
   bool LieSideBySide(const std::vector<PatchPoint*>& points) {
     for (std::size_t i = 0; i < points.size(); ++i) {
       if (CellOf(points[i]) != CellOf(points[0]) + i) return false;
@@ -532,7 +746,7 @@ class PlanBuilder {
   /// A group knows where its signals lie: it serves as long as none of them moves.
   void TakeGroup(Row& row) {
     const Row* before = rowsBefore_[static_cast<std::size_t>(&row - layout_.rows.data())];
-    bool stays = before != nullptr;
+    bool stays = before && before->maker == row.maker && before->voices == row.voices;
     for (std::size_t i = 0; stays && i < row.voices.size() * row.PlaceCount(); ++i) {
       stays = layout_.points[row.firstPoint + i].cell == old_.points[before->firstPoint + i].cell;
     }
@@ -548,6 +762,7 @@ class PlanBuilder {
   VectorUnit unit_;
   Draw draw_;
   std::vector<const Row*> rowsBefore_;  // by row: its like in the present plan
+  std::map<std::tuple<std::uintptr_t, bool, std::uint64_t>, std::vector<std::size_t>> openTeams_;
 };
 
 SamplePlan::SamplePlan() : layout_(std::make_unique<Layout>()) {}
@@ -562,9 +777,16 @@ SamplePlan::OwnDraft SamplePlan::Prepare(const Patch& patch, Draw draw) const {
   builder.ChooseReaders();
   builder.LaySignals();
   builder.ListMoves();
-  builder.PlanCables();
   builder.PlanModules();
+  builder.PlanCables();
   return draft;
+}
+
+bool SamplePlan::HasOutgrownTeams(const Patch& patch) const {
+  Draft draft;
+  PlanBuilder builder(*this, draft, Draw::kNearby);
+  builder.CollectRows(patch);
+  return !builder.HasSameRows();
 }
 
 bool SamplePlan::Fits(const Draft& draft) {
@@ -600,30 +822,37 @@ void SamplePlan::Swap(Draft& draft) {
   std::swap(*layout_, draft.layout);
 }
 
+std::size_t SamplePlan::Stage::VectorRows() const {
+  std::size_t rows = 0;
+  for (const Team& team : teams) rows += team.inVectors ? team.rows : 0;
+  return rows;
+}
+
 void SamplePlan::BeginBlock(int steps) {
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
-    stage->runs.resize(stage->fixedRuns);
-    stage->groups.clear();
-  }
-  for (const VoiceRow& row : program_.voiceRows) {
-    Stage& stage = row.everyStep ? program_.everyStep : program_.firstStep;
-    if (steps >= kFewestSteps && row.group->Load()) {
-      stage.groups.push_back(row.group);
-    } else {
-      stage.runs.push_back(row.single);
+    for (Team& team : stage->teams) {
+      team.inVectors = team.group && steps >= kFewestSteps && team.group->Load();
+      if (!team.group || steps < kFewestSteps || team.rows < 2) continue;
+      if (team.fitted && !team.inVectors) teamsBroke_.store(true, std::memory_order_relaxed);
+      team.fitted = team.inVectors;
     }
   }
 }
 
 void SamplePlan::EndBlock() {
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
-    for (VoiceGroup* group : stage->groups) group->Store();
+    for (const Team& team : stage->teams) {
+      if (team.inVectors) team.group->Store();
+    }
   }
 }
 
 void SamplePlan::CarryCables() {
   for (const ImageSpan& span : program_.images) std::copy_n(span.outs, span.lines, span.image);
   for (const SignalMove& fill : program_.fills) std::fill_n(fill.to, kLine, *fill.from);
+  for (const GatherRun& run : program_.gatherRuns) {
+    run.by->Gather(std::span(program_.gathers).subspan(run.first, run.count));
+  }
   for (const SignalMove& copy : program_.copies) *copy.to = *copy.from;
   for (const RowSum& row : program_.rowSums) {
     float sum = row.from[0];

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -12,6 +13,7 @@
 #include "framework/rack_limits.h"
 #include "framework/signal_store.h"
 #include "framework/voice_group.h"
+#include "platform/recursive_lock.h"
 
 namespace halveron {
 
@@ -23,8 +25,9 @@ namespace halveron {
 /// after the modules have run, which is what a copy would hold. The other inputs have a cell that
 /// cables are copied and summed into.
 ///
-/// The cells of a point's voices lie side by side. Where a class offers a VoiceGroup, it runs all
-/// voices of a module in one call.
+/// Where a class offers a VoiceGroup, up to sixteen of its instances form a team: the voices of one
+/// module, or of several modules that differ in nothing that must be alike. The cells of a point of
+/// a team lie side by side, and the team runs in one call.
 class SamplePlan {
  public:
   using ActiveModules = std::array<std::vector<Module*>, kMaxVoices>;
@@ -36,6 +39,7 @@ class SamplePlan {
     const CableList& summing;
     std::span<Module* const> blockStart;  ///< those of them that are active get BlockStart
     std::span<Module* const> events;
+    platform::RecursiveLock& lock;  ///< taken now and then, for as long as a few keys take to read
   };
   enum class Draw {
     kAll,     ///< lays out all signals again; reads them, so inside the processing lock
@@ -64,6 +68,11 @@ class SamplePlan {
   /// touches, not with the rack, unless all is laid out again.
   void Swap(Draft& draft);
 
+  /// Whether modules have changed such that they would form other teams. Any thread that edits.
+  bool HasOutgrownTeams(const Patch& patch) const;
+  /// Whether since the last call modules of a team came to differ while they played. Any thread.
+  bool TakeTeamsBroke() { return teamsBroke_.exchange(false, std::memory_order_relaxed); }
+
   /// The widest vectors that groups may use, by default the machine's; kNone runs every voice by
   /// itself. The next draft follows.
   void AllowVectors(VectorUnit unit) { unit_ = unit; }
@@ -81,13 +90,14 @@ class SamplePlan {
   void RunFirstStep() const { program_.firstStep.Run(); }
   void CarryCables();
 
-  /// Inputs that are copied or summed into, of those with cables.
+  /// Inputs that are copied or summed into, of those with cables; a line of a team counts as one.
   std::size_t CarriedInputs() const {
-    return program_.fills.size() + program_.copies.size() + program_.rowSums.size();
+    return program_.fills.size() + program_.gathers.size() + program_.copies.size() +
+           program_.rowSums.size();
   }
-  /// Module rows that the present block runs in vectors.
+  /// Modules that the present block runs in vectors, with all their voices.
   std::size_t VectorRows() const {
-    return program_.everyStep.groups.size() + program_.firstStep.groups.size();
+    return program_.everyStep.VectorRows() + program_.firstStep.VectorRows();
   }
 
  private:
@@ -100,21 +110,30 @@ class SamplePlan {
     Module* const* modules;
     std::size_t count;
   };
+  /// Instances of a class that has groups.
+  struct Team {
+    VoiceGroup* group;  ///< null if they always run by themselves
+    ModuleRun single;
+    std::size_t rows;  ///< modules, each with all its voices
+    bool inVectors = false;
+    bool fitted = true;  ///< in the last block that was long enough
+  };
   struct Stage {
     std::vector<ModuleRun> runs;
-    std::vector<VoiceGroup*> groups;
-    std::size_t fixedRuns = 0;  // those that do not depend on the block
+    std::vector<Team> teams;
 
     void Run() const {
       for (const ModuleRun& each : runs) each.run(each.modules, each.count);
-      for (VoiceGroup* group : groups) group->Run();
+      // In a fixed order, whichever way they run: some draw from the same random numbers.
+      for (const Team& team : teams) {
+        if (team.inVectors) {
+          team.group->Run();
+        } else {
+          team.single.run(team.single.modules, team.single.count);
+        }
+      }
     }
-  };
-  /// A module of several voices that can run in vectors, and how it runs without.
-  struct VoiceRow {
-    VoiceGroup* group;
-    ModuleRun single;
-    bool everyStep;
+    std::size_t VectorRows() const;
   };
   struct ImageSpan {
     SignalLine* image;
@@ -125,6 +144,11 @@ class SamplePlan {
     float* to;
     const float* from;
   };
+  /// Lines that a group of the fitting width fills.
+  struct GatherRun {
+    const VoiceGroup* by;
+    std::size_t first, count;
+  };
   struct RowSum {
     float* to;
     const float* from;
@@ -133,11 +157,12 @@ class SamplePlan {
   /// All that the audio thread walks.
   struct Program {
     Stage everyStep, firstStep;
-    std::vector<VoiceRow> voiceRows;
     std::vector<Module*> modules;  // what the runs point into
     std::vector<Module*> blockStart, events;
     std::vector<ImageSpan> images;
-    std::vector<SignalMove> fills;   // one output into all voices of an input
+    std::vector<SignalMove> fills;    // one output into all lanes of an input
+    std::vector<LineGather> gathers;  // cells into the lanes of an input
+    std::vector<GatherRun> gatherRuns;
     std::vector<SignalMove> copies;  // one cell into another
     std::vector<RowSum> rowSums;     // the voices of an output into one input
     std::vector<SignalMove> sums;    // what is added to a copied cell, in order
@@ -145,6 +170,7 @@ class SamplePlan {
 
   Program program_;
   std::unique_ptr<Layout> layout_;
+  std::atomic<bool> teamsBroke_ = false;
   VectorUnit unit_ = WidestVectorUnit();
 };
 

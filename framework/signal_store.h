@@ -26,11 +26,13 @@ class SignalStore {
     explicit Block(std::size_t count, bool withImage)
         : size(count),
           lines(std::make_unique<SignalLine[]>(count)),
-          image(withImage ? std::make_unique<SignalLine[]>(count) : nullptr) {}
+          image(withImage ? std::make_unique<SignalLine[]>(count + 1) : nullptr) {}
 
     std::size_t size;
     std::unique_ptr<SignalLine[]> lines;
-    std::unique_ptr<SignalLine[]> image;  ///< of as many lines, if the store has one
+    /// Of as many lines, if the store has one, and one behind them: a vector may be read from any
+    /// cell on.
+    std::unique_ptr<SignalLine[]> image;
   };
   /// Cells that lie side by side within a line.
   struct Place {

@@ -9,4 +9,12 @@ VectorUnit WidestVectorUnit() {
   return platform::HasAvx2() ? VectorUnit::kAvx2 : VectorUnit::kSse2;
 }
 
+std::uint64_t VoiceGroup::KeyOf(Module&) const { return 0; }
+
+void VoiceGroup::Gather(std::span<const LineGather> lines) const {
+  for (const LineGather& line : lines) {
+    for (int lane = 0; lane < line.count; ++lane) line.to[lane] = *line.from[lane];
+  }
+}
+
 }  // namespace halveron

@@ -1,8 +1,12 @@
-// All voices of one module in one call.
+// Instances of a module class, and their voices, in one call.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <memory>
+#include <span>
 
+#include "framework/rack_limits.h"
 #include "framework/voice_group_maker.h"
 
 namespace halveron {
@@ -10,23 +14,39 @@ namespace halveron {
 /// The widest that this machine has.
 VectorUnit WidestVectorUnit();
 
-/// Runs the instances of a module, from voice 0 up, side by side in the lanes of vectors, with the
-/// same bits as their ProcessSample.
+/// Brings signals from anywhere into cells that lie side by side.
+struct LineGather {
+  float* to = nullptr;
+  int count = 0;  ///< of lanes; what lies behind them in the line stays as it is or repeats
+  std::array<const float*, kMaxVoices> from{};
+};
+
+/// Runs up to kMaxVoices instances of a class side by side in the lanes of vectors, with the same
+/// bits as their ProcessSample: the voices of one module, or of several modules after one another.
 ///
 /// Between blocks all state is in the modules, where everyone else finds it; a group takes it up
 /// when a block begins and puts it back when the block ends. Audio thread, inside the processing
 /// lock.
+///
+/// A maker that gets no instances answers with a group that only reads keys, or with null if
+/// instances of different modules cannot share a group.
 class VoiceGroup {
  public:
   virtual ~VoiceGroup() = default;
 
-  /// Takes up what the modules hold. False, with nothing changed, if the voices differ in what
+  /// Takes up what the modules hold. False, with nothing changed, if the instances differ in what
   /// must be alike for one call: then each runs by itself.
   virtual bool Load() = 0;
-  /// One sample of all voices.
+  /// One sample of all instances.
   virtual void Run() = 0;
   /// Puts the state back into the modules.
   virtual void Store() = 0;
+
+  /// Equal for instances of this class that may share a group, as far as Load would tell now; all
+  /// but certainly different for others. Inside the processing lock.
+  virtual std::uint64_t KeyOf(Module& instance) const;
+  /// Fills lines of inputs.
+  virtual void Gather(std::span<const LineGather> lines) const;
 };
 
 /// What a VoiceGroupMaker gives.

@@ -3,9 +3,12 @@
 #pragma once
 
 #include <array>
+#include <bit>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "dsp/pack.h"
@@ -39,10 +42,65 @@ struct KnobRow {
   }
 };
 
+/// Mixes numbers, and tuples of them, into one.
+template <class Unit>
+class VoiceKey {
+ public:
+  template <class T>
+  void Add(const T& value) {
+    if constexpr (std::is_floating_point_v<T>) {
+      Mix(std::bit_cast<std::uint64_t>(static_cast<double>(value)));
+    } else if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
+      Mix(static_cast<std::uint64_t>(value));
+    } else {
+      std::apply([this](const auto&... each) { (Add(each), ...); }, value);
+    }
+  }
+  std::uint64_t Value() const { return value_; }
+
+ private:
+  void Mix(std::uint64_t bits) {
+    // One round of splitmix64's finaliser (Steele, Lea and Flood 2014).
+    value_ = (value_ ^ bits) * 0xbf58476d1ce4e5b9u;
+    value_ ^= value_ >> 29;
+  }
+
+  std::uint64_t value_ = 0x9e3779b97f4a7c15u;
+};
+
+/// Reads the keys of instances of M from what Voices, a VoiceLanes<M, Unit>, wants equal: what its
+/// `Alike(voice)` gives, if it has one, and the Settings of its `KernelOf(voice)`, if it has one.
+template <class Voices, class M, class Unit>
+class KeyReader final : public VoiceGroup {
+ public:
+  bool Load() override { return false; }
+  void Run() override {}
+  void Store() override {}
+  std::uint64_t KeyOf(Module& module) const override {
+    auto& voice = static_cast<M&>(module);
+    VoiceKey<Unit> key;
+    if constexpr (requires { Voices::Alike(voice); }) key.Add(Voices::Alike(voice));
+    if constexpr (requires { Voices::KernelOf(voice); }) {
+      auto& kernel = Voices::KernelOf(voice);
+      key.Add(kernel.Settings(std::as_const(kernel)));
+    }
+    return key.Value();
+  }
+};
+
 /// The instances of module class M in the lanes of a unit's registers. Lanes without a voice repeat
 /// the last voice's state; nobody hears them.
 template <class M, class Unit>
 class VoiceLanes : public VoiceGroup {
+ public:
+  void Gather(std::span<const LineGather> lines) const override {
+    for (const LineGather& line : lines) {
+      for (int lane = 0; lane < line.count; lane += kLanes) {
+        dsp::LoadEach<Unit>(line.from.data() + lane).Store(line.to + lane);
+      }
+    }
+  }
+
  protected:
   using Lanes = dsp::VoicesOf<Unit>;
   using Float = typename Lanes::Float;

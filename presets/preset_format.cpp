@@ -21,11 +21,15 @@ constexpr int kHeaderSize = 28;
 /// Higher numbers are not versions; the first four characters of a text, for example, are far
 /// above.
 constexpr int kLastPlausibleVersion = 99'999;
+constexpr const char* kTextPatch = "it is a text patch; `halveron convert` makes a preset of it";
 constexpr int kModuleNumbersSize = 31;
 constexpr int kCableHeaderSize = 8;
 constexpr int kCableSize = 12;
 constexpr int kLowest = std::numeric_limits<int>::min();
 constexpr int kHighest = std::numeric_limits<int>::max();
+
+/// Whether what stands for the version are the first characters of a text patch.
+bool BeginsATextPatch(int version) { return (version & 0xFF) == '{'; }
 
 /// Thrown to end a read.
 struct Refusal {
@@ -80,7 +84,10 @@ class Source {
     Take("version", version);
     Require(
         version >= 0 && version <= kLastPlausibleVersion,
-        [&] { return std::to_string(version) + " is not a preset version"; },
+        [&] {
+          return BeginsATextPatch(version) ? std::string(kTextPatch)
+                                           : std::to_string(version) + " is not a preset version";
+        },
         PresetFault::kNotAPreset);
     if (version > kPresetVersion) RefuseLater(version);
   }

@@ -9,7 +9,7 @@
 namespace halveron {
 
 class CControl;
-class CPoint;
+struct CPoint;
 class Module;
 class RackModel;
 

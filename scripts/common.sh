@@ -29,12 +29,14 @@ prepare() {
 }
 
 # build PRESET [TARGET...]: configures, printing only errors, and builds the targets or everything.
+# The array `definitions` holds further arguments for CMake.
+definitions=()
 build() {
   local preset=$1 log="build/configure-$1.log" targets=()
   shift
   [ $# -eq 0 ] || targets=(--target "$@")
   printf 'Building %s%s\n' "$preset" "${*:+ ($*)}"
-  if ! cmake --preset "$preset" >"$log" 2>&1; then
+  if ! cmake --preset "$preset" "${definitions[@]}" >"$log" 2>&1; then
     cat "$log" >&2
     die "configuring preset $preset failed; CMake's reason stands above"
   fi

@@ -482,7 +482,9 @@ struct Table {
     }
     if constexpr (kIsOwn<decltype(&M::IsFresh), decltype(&Module::IsFresh)>) {
       table.is_display_fresh = [](void* m, uint32_t display) -> int32_t {
-        return Of(m).IsFresh(display) ? 1 : 0;
+        bool fresh = false;
+        Guarded([&] { fresh = Of(m).IsFresh(display); });
+        return fresh ? 1 : 0;
       };
     }
     if constexpr (kIsOwn<decltype(&M::Mouse), decltype(&Module::Mouse)>) {
@@ -572,13 +574,15 @@ struct Table {
   }
 
   static void AddSoundFunctions(HalveronModule& table) {
-    table.process_sample = [](void* m) { Of(m).ProcessSample(); };
+    table.process_sample = [](void* m) { Guarded([&] { Of(m).ProcessSample(); }); };
     if constexpr (kIsOwn<decltype(&M::BlockStart), decltype(&Module::BlockStart)>) {
-      table.block_start = [](void* m, int32_t frames) { Of(m).BlockStart(frames); };
+      table.block_start = [](void* m, int32_t frames) {
+        Guarded([&] { Of(m).BlockStart(frames); });
+      };
     }
     if constexpr (kIsOwn<decltype(&M::ProcessEvents), decltype(&Module::ProcessEvents)>) {
       table.midi_events = [](void* m, const HalveronMidiEvent* events, uint32_t count) {
-        Of(m).ProcessEvents({events, count});
+        Guarded([&] { Of(m).ProcessEvents({events, count}); });
       };
     }
     if constexpr (requires { typename M::Voices; }) {
@@ -593,10 +597,14 @@ struct Table {
             });
             return made;
           },
-          .destroy_voices = [](void* v) { delete static_cast<Voices*>(v); },
-          .load_voices = [](void* v) -> int32_t { return static_cast<Voices*>(v)->Load() ? 1 : 0; },
-          .run_voices = [](void* v) { static_cast<Voices*>(v)->Run(); },
-          .store_voices = [](void* v) { static_cast<Voices*>(v)->Store(); }};
+          .destroy_voices = [](void* v) { Guarded([&] { delete static_cast<Voices*>(v); }); },
+          .load_voices = [](void* v) -> int32_t {
+            bool loaded = false;
+            Guarded([&] { loaded = static_cast<Voices*>(v)->Load(); });
+            return loaded ? 1 : 0;
+          },
+          .run_voices = [](void* v) { Guarded([&] { static_cast<Voices*>(v)->Run(); }); },
+          .store_voices = [](void* v) { Guarded([&] { static_cast<Voices*>(v)->Store(); }); }};
       table.voices = &kVoices;
     }
   }

@@ -23,12 +23,11 @@ class S400DVCAVoices final : public VoiceLanes<S400DVCA, Unit> {
     out2_ = this->RowOf(first.out2_);
   }
 
+  static auto Alike(const S400DVCA& voice) { return std::tuple(voice.cv2Cabled_, voice.clipLevel); }
+
   bool Load() override {
-    const auto choices = [](const S400DVCA& voice) {
-      return std::tuple(voice.cv2Cabled_, voice.clipLevel);
-    };
-    if (!this->AreAlike(choices)) return false;
-    const auto [cv2Cabled, level] = choices(this->Voice(0));
+    if (!this->AreAlike(Alike)) return false;
+    const auto [cv2Cabled, level] = Alike(this->Voice(0));
     cv2Cabled_ = cv2Cabled;
     clip1_.Load(
         this->Count(), level, [this](int i) -> auto& { return this->Voice(i).clip1_; });

@@ -22,8 +22,10 @@ class S401VCAAtnVoices final : public VoiceLanes<S401VCAAtn, Unit> {
     out2_ = this->RowOf(first.out2_);
   }
 
+  static auto Alike(const S401VCAAtn& voice) { return voice.clipLevel; }
+
   bool Load() override {
-    if (!this->AreAlike([](const S401VCAAtn& voice) { return voice.clipLevel; })) return false;
+    if (!this->AreAlike(Alike)) return false;
     const float level = this->Voice(0).clipLevel;
     clip1_.Load(
         this->Count(), level, [this](int i) -> auto& { return this->Voice(i).clip1_; });

@@ -25,11 +25,10 @@ class S404VCAVoices final : public VoiceLanes<S404VCA, Unit> {
     out2_ = this->RowOf(first.out2_);
   }
 
+  static auto Alike(const S404VCA& voice) { return std::tuple(voice.law_, voice.clipLevel); }
+
   bool Load() override {
-    const auto choices = [](const S404VCA& voice) {
-      return std::tuple(voice.law_, voice.clipLevel);
-    };
-    if (!this->AreAlike(choices)) return false;
+    if (!this->AreAlike(Alike)) return false;
     law_ = this->Voice(0).law_;
     clip_.Load(this->Count(), this->Voice(0).clipLevel,
                [this](int i) -> ClipLamp& { return this->Voice(i).clip_; });

@@ -16,10 +16,11 @@ class S902EGLFOLevelConverterVoices final : public VoiceLanes<S902EGLFOLevelConv
     half_ = this->RowOf(this->Voice(0).half_);
   }
 
+  static auto Alike(const S902EGLFOLevelConverter& voice) { return voice.bipolarIn_; }
+
   bool Load() override {
-    const auto direction = [](const S902EGLFOLevelConverter& voice) { return voice.bipolarIn_; };
-    if (!this->AreAlike(direction)) return false;
-    bipolarIn_ = direction(this->Voice(0));
+    if (!this->AreAlike(Alike)) return false;
+    bipolarIn_ = Alike(this->Voice(0));
     return true;
   }
 

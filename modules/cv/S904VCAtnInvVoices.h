@@ -21,10 +21,11 @@ class S904VCAtnInvVoices final : public VoiceLanes<S904VCAtnInv, Unit> {
     inverted_ = this->RowOf(first.inverted_);
   }
 
+  static auto Alike(const S904VCAtnInv& voice) { return voice.hasControl_; }
+
   bool Load() override {
-    const auto cabled = [](const S904VCAtnInv& voice) { return voice.hasControl_; };
-    if (!this->AreAlike(cabled)) return false;
-    hasControl_ = cabled(this->Voice(0));
+    if (!this->AreAlike(Alike)) return false;
+    hasControl_ = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }

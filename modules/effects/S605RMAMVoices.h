@@ -23,11 +23,12 @@ class S605RMAMVoices final : public VoiceLanes<S605RMAM, Unit> {
     amplitude_ = this->RowOf(first.amplitude_);
   }
 
+  static auto Alike(const S605RMAM& voice) {
+    return std::pair(voice.clipLevel, voice.amplitude_.IsCabled());
+  }
+
   bool Load() override {
-    const auto shared = [](const S605RMAM& voice) {
-      return std::pair(voice.clipLevel, voice.amplitude_.IsCabled());
-    };
-    if (!this->AreAlike(shared)) return false;
+    if (!this->AreAlike(Alike)) return false;
     hasAmplitude_ = this->Voice(0).amplitude_.IsCabled();
     clip_.Load(this->Count(), this->Voice(0).clipLevel,
                [&](int i) -> ClipLamp& { return this->Voice(i).clip_; });

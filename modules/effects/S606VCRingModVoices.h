@@ -25,11 +25,12 @@ class S606VCRingModVoices final : public VoiceLanes<S606VCRingMod, Unit> {
     productAndX_ = this->RowOf(first.productAndX_);
   }
 
+  static auto Alike(const S606VCRingMod& voice) {
+    return std::pair(voice.clipLevel, voice.productAndX_.IsCabled());
+  }
+
   bool Load() override {
-    const auto shared = [](const S606VCRingMod& voice) {
-      return std::pair(voice.clipLevel, voice.productAndX_.IsCabled());
-    };
-    if (!this->AreAlike(shared)) return false;
+    if (!this->AreAlike(Alike)) return false;
     hasSum_ = this->Voice(0).productAndX_.IsCabled();
     clip_.Load(this->Count(), this->Voice(0).clipLevel,
                [&](int i) -> ClipLamp& { return this->Voice(i).clip_; });

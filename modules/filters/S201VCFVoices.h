@@ -22,10 +22,12 @@ class S201VCFVoices final : public VoiceLanes<S201VCF, Unit> {
     lowPass_ = this->RowOf(first.lowPass_);
   }
 
+  static auto Alike(const S201VCF& voice) { return voice.clipLevel; }
+  static auto& KernelOf(S201VCF& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto clipLevel = [](const S201VCF& voice) { return voice.clipLevel; };
-    if (!this->AreAlike(clipLevel) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    clipLevel_ = clipLevel(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    clipLevel_ = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -54,8 +56,6 @@ class S201VCFVoices final : public VoiceLanes<S201VCF, Unit> {
   static constexpr typename Base::template KnobList<5> kKnobs = {
       &S201VCF::inputLevel_, &S201VCF::cutoff_, &S201VCF::cutoffAmount_, &S201VCF::resonanceAmount_,
       &S201VCF::resonance_};
-
-  static auto& KernelOf(S201VCF& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

@@ -22,12 +22,14 @@ class S202HPLSVCFVoices final : public VoiceLanes<S202HPLSVCF, Unit> {
     out_ = this->RowOf(first.out_);
   }
 
+  static auto Alike(const S202HPLSVCF& voice) {
+    return std::tuple(voice.lowShelf_, voice.clipLevel);
+  }
+  static auto& KernelOf(S202HPLSVCF& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto choices = [](const S202HPLSVCF& voice) {
-      return std::tuple(voice.lowShelf_, voice.clipLevel);
-    };
-    if (!this->AreAlike(choices) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    std::tie(lowShelf_, clipLevel_) = choices(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    std::tie(lowShelf_, clipLevel_) = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -61,8 +63,6 @@ class S202HPLSVCFVoices final : public VoiceLanes<S202HPLSVCF, Unit> {
   static constexpr typename Base::template KnobList<5> kKnobs = {
       &S202HPLSVCF::inputLevel_, &S202HPLSVCF::cutoff_, &S202HPLSVCF::cutoffAmount_,
       &S202HPLSVCF::resonance_, &S202HPLSVCF::shelfLevel_};
-
-  static auto& KernelOf(S202HPLSVCF& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

@@ -22,10 +22,12 @@ class S205LPGVoices final : public VoiceLanes<S205LPG, Unit> {
     out_ = this->RowOf(first.out_);
   }
 
+  static auto Alike(const S205LPG& voice) { return voice.mode_; }
+  static auto& KernelOf(S205LPG& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto modeOf = [](const S205LPG& voice) { return voice.mode_; };
-    if (!this->AreAlike(modeOf) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    mode_ = modeOf(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    mode_ = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -53,8 +55,6 @@ class S205LPGVoices final : public VoiceLanes<S205LPG, Unit> {
   static constexpr typename Base::template KnobList<5> kKnobs = {
       &S205LPG::level_, &S205LPG::cutoff_, &S205LPG::cutoffAmount_, &S205LPG::resonanceBase_,
       &S205LPG::resonance_};
-
-  static auto& KernelOf(S205LPG& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

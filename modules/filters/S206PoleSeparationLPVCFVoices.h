@@ -22,12 +22,12 @@ class S206PoleSeparationLPVCFVoices final : public VoiceLanes<S206PoleSeparation
     out_ = this->RowOf(first.out_);
   }
 
+  static auto Alike(const Filter& voice) { return std::tuple(voice.inSeries_, voice.clipLevel); }
+  static auto& KernelOf(Filter& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto choices = [](const Filter& voice) {
-      return std::tuple(voice.inSeries_, voice.clipLevel);
-    };
-    if (!this->AreAlike(choices) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    std::tie(inSeries_, clipLevel_) = choices(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    std::tie(inSeries_, clipLevel_) = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -57,8 +57,6 @@ class S206PoleSeparationLPVCFVoices final : public VoiceLanes<S206PoleSeparation
   static constexpr typename Base::template KnobList<6> kKnobs = {
       &Filter::level_,      &Filter::cutoff_,   &Filter::cutoffAmount_, &Filter::separationAmount_,
       &Filter::separation_, &Filter::resonance_};
-
-  static auto& KernelOf(Filter& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

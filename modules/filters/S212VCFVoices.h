@@ -25,14 +25,16 @@ class S212VCFVoices final : public VoiceLanes<S212VCF, Unit> {
     notch_ = this->RowOf(first.notch_);
   }
 
+  static auto Alike(const S212VCF& voice) {
+    return std::tuple(voice.fourPoles_, voice.hasHighPass_, voice.hasBandPass_, voice.hasLowPass_,
+                      voice.hasNotch_);
+  }
+  static auto& KernelOf(S212VCF& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto choices = [](const S212VCF& voice) {
-      return std::tuple(voice.fourPoles_, voice.hasHighPass_, voice.hasBandPass_, voice.hasLowPass_,
-                        voice.hasNotch_);
-    };
-    if (!this->AreAlike(choices) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     std::tie(fourPoles_, hasHighPass_, hasBandPass_, hasLowPass_, hasNotch_) =
-        choices(this->Voice(0));
+        Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -64,8 +66,6 @@ class S212VCFVoices final : public VoiceLanes<S212VCF, Unit> {
   static constexpr typename Base::template KnobList<6> kKnobs = {
       &S212VCF::inputLevel_,      &S212VCF::cutoff_,    &S212VCF::fmAmount_,
       &S212VCF::resonanceAmount_, &S212VCF::resonance_, &S212VCF::instability_};
-
-  static auto& KernelOf(S212VCF& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

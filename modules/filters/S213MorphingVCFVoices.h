@@ -26,10 +26,12 @@ class S213MorphingVCFVoices final : public VoiceLanes<S213MorphingVCF, Unit> {
     out_ = this->RowOf(first.out_);
   }
 
+  static auto Alike(const Filter& voice) { return voice.hasIn2_; }
+  static auto& KernelOf(Filter& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto hasIn2 = [](const Filter& voice) { return voice.hasIn2_; };
-    if (!this->AreAlike(hasIn2) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    forHigh_ = hasIn2(this->Voice(0)) ? in2_ : in_;
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    forHigh_ = Alike(this->Voice(0)) ? in2_ : in_;
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -62,8 +64,6 @@ class S213MorphingVCFVoices final : public VoiceLanes<S213MorphingVCF, Unit> {
       &Filter::level_,           &Filter::cutoff_,    &Filter::cutoffAmount_,
       &Filter::resonanceAmount_, &Filter::resonance_, &Filter::morph_,
       &Filter::morphAmount_,     &Filter::drive_,     &Filter::driveAmount_};
-
-  static auto& KernelOf(Filter& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

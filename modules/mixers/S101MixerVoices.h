@@ -18,8 +18,10 @@ class S101MixerVoices final : public VoiceLanes<S101Mixer, Unit> {
     out_ = this->RowOf(first.out_);
   }
 
+  static auto Alike(const S101Mixer& voice) { return voice.squareLaw_; }
+
   bool Load() override {
-    if (!this->AreAlike([](const S101Mixer& voice) { return voice.squareLaw_; })) return false;
+    if (!this->AreAlike(Alike)) return false;
     squareLaw_ = this->Voice(0).squareLaw_;
     for (int i = 0; i < 4; ++i) this->LoadKnob(levels_[i], LevelOf(i));
     this->LoadKnob(master_, MasterOf);

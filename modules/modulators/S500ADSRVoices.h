@@ -23,6 +23,8 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
     envelope_ = this->RowOf(first.envelope_);
   }
 
+  static auto& KernelOf(S500ADSR& voice) { return voice.kernel_; }
+
   bool Load() override {
     if (!this->LoadKernels(kernels_, KernelOf)) return false;
     this->LoadKnobs(knobs_, kKnobs);
@@ -59,8 +61,6 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
   static constexpr typename Base::template KnobList<5> kKnobs = {
       &S500ADSR::timeAmount_, &S500ADSR::attack_, &S500ADSR::decay_, &S500ADSR::sustain_,
       &S500ADSR::release_};
-
-  static auto& KernelOf(S500ADSR& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

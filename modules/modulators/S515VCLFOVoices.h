@@ -24,12 +24,14 @@ class S515VCLFOVoices final : public VoiceLanes<S515VCLFO, Unit> {
     unipolar_ = this->RowOf(first.unipolar_);
   }
 
+  static auto Alike(const S515VCLFO& voice) {
+    return std::tuple(voice.clocked_, voice.stepsCabled_);
+  }
+  static auto& KernelOf(S515VCLFO& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto choices = [](const S515VCLFO& voice) {
-      return std::tuple(voice.clocked_, voice.stepsCabled_);
-    };
-    if (!this->AreAlike(choices) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    std::tie(clocked_, stepsCabled_) = choices(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    std::tie(clocked_, stepsCabled_) = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -55,21 +57,18 @@ class S515VCLFOVoices final : public VoiceLanes<S515VCLFO, Unit> {
       this->Write(bipolar_, p, dsp::ToFloat(v));
       this->Write(unipolar_, p, dsp::ToFloat((v + 1.0) * 0.5));
     }
-    // The panel shows voice 0.
-    this->Voice(0).activity_.Set(*unipolar_);
   }
 
+  /// Lamps are seen no faster than blocks go by.
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
-    for (int i = 1; i < this->Count(); ++i) this->Voice(i).activity_.Set(unipolar_[i]);
+    for (int i = 0; i < this->Count(); ++i) this->Voice(i).activity_.Set(unipolar_[i]);
   }
 
  private:
   static constexpr typename Base::template KnobList<4> kKnobs = {
       &S515VCLFO::rate_, &S515VCLFO::rateAmount_, &S515VCLFO::steps_, &S515VCLFO::phase_};
-
-  static auto& KernelOf(S515VCLFO& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

@@ -30,10 +30,12 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
     }
   }
 
+  static auto Alike(const S516RSH& voice) { return voice.clocked_; }
+  static auto& KernelOf(S516RSH& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto clocked = [](const S516RSH& voice) { return voice.clocked_; };
-    if (!this->AreAlike(clocked) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    clocked_ = clocked(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    clocked_ = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -68,8 +70,6 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
  private:
   static constexpr typename Base::template KnobList<2> kKnobs = {&S516RSH::rate_,
                                                                  &S516RSH::rateAmount_};
-
-  static auto& KernelOf(S516RSH& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

@@ -28,6 +28,8 @@ class S525VCEnvelopeGeneratorLFOVoices final : public VoiceLanes<S525VCEnvelopeG
     out_ = this->RowOf(first.out_);
   }
 
+  static auto& KernelOf(Envelope& voice) { return voice.kernel_; }
+
   bool Load() override {
     if (!this->LoadKernels(kernels_, KernelOf)) return false;
     this->LoadKnobs(knobs_, kKnobs);
@@ -71,8 +73,6 @@ class S525VCEnvelopeGeneratorLFOVoices final : public VoiceLanes<S525VCEnvelopeG
       &Envelope::release_,       &Envelope::attackAmount_,  &Envelope::decayAmount_,
       &Envelope::sustainAmount_, &Envelope::releaseAmount_, &Envelope::attackShape_,
       &Envelope::decayShape_,    &Envelope::releaseShape_,  &Envelope::restart_};
-
-  static auto& KernelOf(Envelope& voice) { return voice.kernel_; }
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;

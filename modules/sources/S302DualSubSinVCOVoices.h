@@ -19,10 +19,12 @@ class S302DualSubSinVCOVoices final : public VoiceLanes<S302DualSubSinVCO, Unit>
     sine2_ = this->RowOf(first.sine2_);
   }
 
+  static auto Alike(const S302DualSubSinVCO& voice) { return voice.hasSine2_; }
+  static auto& KernelOf(S302DualSubSinVCO& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto hasSine2 = [](const S302DualSubSinVCO& voice) { return voice.hasSine2_; };
-    if (!this->AreAlike(hasSine2) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    hasSine2_ = hasSine2(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    hasSine2_ = Alike(this->Voice(0));
     this->LoadKnob(spread_, SpreadOf);
     return true;
   }
@@ -44,8 +46,6 @@ class S302DualSubSinVCOVoices final : public VoiceLanes<S302DualSubSinVCO, Unit>
 
  private:
   static Knob& SpreadOf(S302DualSubSinVCO& voice) { return voice.spread_; }
-  static auto& KernelOf(S302DualSubSinVCO& voice) { return voice.kernel_; }
-
   KnobRow<Unit> spread_;
   typename Base::template PerPack<Kernel> kernels_;
   bool hasSine2_ = false;

@@ -21,10 +21,12 @@ class S304VCOVoices final : public VoiceLanes<S304VCO, Unit> {
     pulse_ = this->RowOf(first.pulse_);
   }
 
+  static auto Alike(const S304VCO& voice) { return voice.hasPulse_; }
+  static auto& KernelOf(S304VCO& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto hasPulse = [](const S304VCO& voice) { return voice.hasPulse_; };
-    if (!this->AreAlike(hasPulse) || !this->LoadKernels(kernels_, KernelOf)) return false;
-    hasPulse_ = hasPulse(this->Voice(0));
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    hasPulse_ = Alike(this->Voice(0));
     this->LoadKnobs(knobs_, kKnobs);
     return true;
   }
@@ -52,8 +54,6 @@ class S304VCOVoices final : public VoiceLanes<S304VCO, Unit> {
  private:
   static constexpr typename Base::template KnobList<3> kKnobs = {
       &S304VCO::frequency_, &S304VCO::fmAmount_, &S304VCO::detune_};
-
-  static auto& KernelOf(S304VCO& voice) { return voice.kernel_; }
 
   /// A smoothing step of Detune, and what follows where it had not arrived.
   void MoveDetune(KnobRow<Unit>& detune) {

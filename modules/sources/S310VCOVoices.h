@@ -26,13 +26,15 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
     pulse_ = this->RowOf(first.pulse_);
   }
 
+  static auto Alike(const S310VCO& voice) {
+    return std::tuple(voice.cables_.pwm, voice.cables_.sync, voice.cables_.saw,
+                      voice.cables_.triangle, voice.cables_.round, voice.cables_.pulse,
+                      voice.kernel_.sawBlep.Stride());
+  }
+  static auto& KernelOf(S310VCO& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto choices = [](const S310VCO& voice) {
-      return std::tuple(voice.cables_.pwm, voice.cables_.sync, voice.cables_.saw,
-                        voice.cables_.triangle, voice.cables_.round, voice.cables_.pulse,
-                        voice.kernel_.sawBlep.Stride());
-    };
-    if (!this->AreAlike(choices) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     const S310VCO& first = this->Voice(0);
     cables_ = {first.cables_.pwm,      first.cables_.sync,  first.cables_.saw,
                first.cables_.triangle, first.cables_.round, first.cables_.pulse};
@@ -82,8 +84,6 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
       &S310VCO::fineTune_, &S310VCO::fmAmount_, &S310VCO::pulseWidth_, &S310VCO::shape_};
 
   static Knob& OctaveOf(S310VCO& voice) { return voice.octave_; }
-  static auto& KernelOf(S310VCO& voice) { return voice.kernel_; }
-
   bool IsPulseHeard() const { return cables_.pulse || cables_.triangle || cables_.round; }
 
   void LoadRings(int stride) {

@@ -27,12 +27,14 @@ class S321FMPMVCOVoices final : public VoiceLanes<S321FMPMVCO, Unit> {
     for (Kernel& kernel : kernels_) kernel.ForgetSteps();
   }
 
+  static auto Alike(const S321FMPMVCO& voice) {
+    const auto& c = voice.cables_;
+    return std::tuple(c.sync, c.sine, c.triangle, c.saw, c.pulse);
+  }
+  static auto& KernelOf(S321FMPMVCO& voice) { return voice.kernel_; }
+
   bool Load() override {
-    const auto cables = [](const S321FMPMVCO& voice) {
-      const auto& c = voice.cables_;
-      return std::tuple(c.sync, c.sine, c.triangle, c.saw, c.pulse);
-    };
-    if (!this->AreAlike(cables) || !this->LoadKernels(kernels_, KernelOf)) return false;
+    if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     const auto& first = this->Voice(0).cables_;
     cables_ = {first.sync, first.sine, first.triangle, first.saw, first.pulse};
     for (int i = 0; i < this->Packs() * Base::kLanes; ++i) {
@@ -89,8 +91,6 @@ class S321FMPMVCOVoices final : public VoiceLanes<S321FMPMVCO, Unit> {
       &S321FMPMVCO::pmAmount_, &S321FMPMVCO::feedback_};
 
   static Knob& OctaveOf(S321FMPMVCO& voice) { return voice.octave_; }
-  static auto& KernelOf(S321FMPMVCO& voice) { return voice.kernel_; }
-
   /// The rings in which steps may be under way.
   template <class Packs, class Single, class F>
   void ForEachRing(Packs& packs, Single& single, F&& f) const {

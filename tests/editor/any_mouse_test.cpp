@@ -16,7 +16,7 @@ class AnyHand {
 
   void DoSomething() {
     const int modifiers = Dice(4) == 0 ? kControl : Dice(6) == 0 ? kShift : 0;
-    switch (Dice(12)) {
+    switch (Dice(15)) {
       case 0:
       case 1:
         rig.Press(Anywhere(), kLButton | modifiers);
@@ -39,6 +39,22 @@ class AnyHand {
         break;
       case 8:
         ChangeRack();
+        break;
+      case 11:
+        // The module browser.
+        if (rig.editor.ModuleCount() >= 20) break;
+        if (Dice(2)) {
+          rig.Press(Anywhere(), kLButton | kDoubleClick);
+        } else {
+          rig.Key(Dice(3) ? kKeyDown : kKeyReturn);
+        }
+        break;
+      case 9:
+        rig.Shortcut('h');
+        break;
+      case 10:
+        rig.Press(Anywhere(), kRButton);
+        if (rig.window.OpenMenu()) rig.Key(kKeyEscape);
         break;
       default:
         rig.Move(Anywhere(), Dice(2) ? kLButton | modifiers : 0);

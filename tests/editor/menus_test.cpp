@@ -46,6 +46,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Cable Thickness",
                            "Flat Cables",
                            "CPU Lite Cables",
+                           "Cables",
                            "LEDs Always ON",
                            "Sample Accurate Automation",
                            "About"};
@@ -115,8 +116,9 @@ TEST_F(Menus, MoreVoicesBringAWayToReachThem) {
 TEST_F(Menus, ModulesAreChosenByCategoryOrFoundByTyping) {
   OpenModules();
   const Titles titles = rig.MenuTitles();
-  ASSERT_EQ(titles.size(), 14u);
-  EXPECT_EQ(titles.front(), "Mixer/Panner");
+  ASSERT_EQ(titles.size(), 16u);
+  EXPECT_EQ(titles.front(), "Browse...");
+  EXPECT_EQ(titles[2], "Mixer/Panner");
   EXPECT_EQ(titles.back(), "Other");
   rig.Choose({"Filter", "S212 VCF"});
   ASSERT_EQ(rig.editor.ModuleCount(), 1);

@@ -221,6 +221,9 @@ TEST(CheckLibrary, ReportsEverythingThatIsWrong) {
   const Answer none = Call({"modules", "--check", folder.Path() + "none.so"});
   EXPECT_EQ(none.status, kExitMisuse);
   EXPECT_NE(none.err.find("is no file"), std::string::npos) << none.err;
+  const std::string falling = folder.Add("unruly", Ini("Filter", {"Falls"}));
+  EXPECT_EXIT(Call({"modules", "--check", falling}), ::testing::ExitedWithCode(kExitMisuse),
+              "Falls: crashes while it plays with its defaults .access to invalid memory");
   const std::string alone = folder.Add("no_get_module", "");
   fs::remove(folder.Path() + "no_get_module.ini");
   const Answer withoutIni = Call({"modules", "--check", alone});

@@ -1,4 +1,4 @@
-// Voices in vectors give the bits that each gives by itself.
+// Instances in vectors give the bits that each gives by itself.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -100,14 +100,22 @@ const std::vector<const char*>& ClassesWithGroups() {
   return names;
 }
 
-/// Polyphonic modules of every class in turn, played by zoos through the bridge into voices, and
-/// patched to each other at random. The same seed makes the same rack, and the same changes to it.
+/// What a random rack is made of.
+struct RackKind {
+  VectorUnit unit = VectorUnit::kNone;
+  int voices = 16;
+  unsigned classes = kModules;  ///< among its modules
+  bool isMixed = false;         ///< most modules are mono, and modules come and go
+};
+
+/// Modules of every class in turn, played by zoos through the bridge into voices, and patched to
+/// each other at random. The same seed makes the same rack, and the same changes to it.
 class RandomRack {
  public:
-  RandomRack(unsigned seed, VectorUnit unit, int voices) : random_(seed) {
+  RandomRack(unsigned seed, const RackKind& kind) : kind_(kind), random_(seed) {
     Reseed();
-    rack_.editor.plan.AllowVectors(unit);
-    rack_.editor.voices.ApplyVoiceCount(voices);
+    rack_.editor.plan.AllowVectors(kind.unit);
+    rack_.editor.voices.ApplyVoiceCount(kind.voices);
     for (int i = 0; i < 3; ++i) {
       auto& zoo = static_cast<SignalZoo&>(
           rack_.Adopt(new SignalZoo(rack_.editor.hostTable, seed * 10 + static_cast<unsigned>(i))));
@@ -117,15 +125,22 @@ class RandomRack {
       }
       // The bridge's sixteen outputs lie on one another; the first carries all voices.
       sources_.push_back(bridge.Points()[kLines]);
-      sources_.push_back(zoo.outs[0]);
+      for (int line = 0; line < (kind.isMixed ? kLines : 1); ++line) {
+        sources_.push_back(zoo.outs[static_cast<std::size_t>(line)]);
+      }
     }
     const std::vector<const char*>& classes = ClassesWithGroups();
-    for (unsigned i = 0; i < kModules; ++i) {
-      modules_.push_back(&rack_.Add(classes[(seed * kModules + i) % classes.size()]));
+    const unsigned count = kind.isMixed ? 3 * kModules : kModules;
+    for (unsigned i = 0; i < count; ++i) {
+      const unsigned type = seed * kind.classes + i % kind.classes;
+      names_.push_back(classes[type % classes.size()]);
+      modules_.push_back(&rack_.Add(names_.back()));
+      if (kind.isMixed && random_() % 4 != 0) {
+        rack_.editor.voices.SetModuleMono(modules_.back(), true);
+      }
     }
-    for (Module* module : modules_) AddSources(*module);
-    for (int i = 0; i < 50; ++i) ChangeCable();
-    for (int i = 0; i < 100; ++i) ChangeControl();
+    for (unsigned i = 0; i < 4 * count; ++i) ChangeCable();
+    for (unsigned i = 0; i < (kind.isMixed ? count : 8 * count); ++i) ChangeControl();
   }
 
   void RunBlock() {
@@ -135,7 +150,7 @@ class RandomRack {
 
   void Change() {
     Reseed();
-    switch (random_() % 6) {
+    switch (random_() % (kind_.isMixed ? 8 : 6)) {
       case 0:
         ChangeCable();
         break;
@@ -148,6 +163,14 @@ class RandomRack {
       case 3:
         rack_.editor.SetModuleBandlimitMode(&AnyModule(), static_cast<int>(random_() % 2));
         break;
+      case 6: {
+        Module& module = AnyModule();
+        rack_.editor.voices.SetModuleMono(&module, !module.mono);
+        break;
+      }
+      case 7:
+        ReplaceModule();
+        break;
       default:
         ChangeControl();
     }
@@ -155,6 +178,11 @@ class RandomRack {
 
   void SetOversampling(int menuEntry) { rack_.engine.ApplyOversamplingFactor(menuEntry); }
   std::size_t VectorRows() const { return rack_.editor.plan.VectorRows(); }
+  /// Also where nobody has noticed that modules came to differ, as without vectors.
+  void Regroup() {
+    PatchEdit edit(rack_.editor, PatchEdit::Hold::kAtTheEnd);
+    edit.OutdatePlan();
+  }
 
   /// Every signal and every knob of every voice, as bits.
   std::vector<std::uint64_t> Bits() const {
@@ -182,17 +210,26 @@ class RandomRack {
 
   Module& AnyModule() { return *modules_[random_() % modules_.size()]; }
 
-  void AddSources(const Module& module) {
-    for (PatchPoint* point : module.Points()) {
-      if (point->type == kOutputPoint) sources_.push_back(point);
+  void ReplaceModule() {
+    const std::size_t index = random_() % modules_.size();
+    rack_.editor.RemoveModule(modules_[index], true);
+    modules_[index] = &rack_.Add(names_[index]);
+    if (random_() % 4 != 0) rack_.editor.voices.SetModuleMono(modules_[index], true);
+  }
+
+  PatchPoint* AnySource() {
+    if (random_() % (sources_.size() + 3 * modules_.size()) < sources_.size()) {
+      return sources_[random_() % sources_.size()];
     }
+    const std::span<PatchPoint* const> points = AnyModule().Points();
+    return points[random_() % points.size()];
   }
 
   void ChangeCable() {
     const std::span<PatchPoint* const> points = AnyModule().Points();
     PatchPoint* to = points[random_() % points.size()];
-    PatchPoint* from = sources_[random_() % sources_.size()];
-    if (to->type == kOutputPoint) return;
+    PatchPoint* from = AnySource();
+    if (to->type == kOutputPoint || from->type != kOutputPoint) return;
     if (to->firstCable) {
       rack_.editor.cables.RemoveCable(to->firstCable, kAllVoices, false);
     } else {
@@ -223,10 +260,12 @@ class RandomRack {
     rack_.editor.parameters.SetParameterOffset(control->getTag(), voice, offset, false);
   }
 
+  RackKind kind_;
   unsigned seed_ = 0;
   TestRack rack_;
   std::mt19937 random_;
   std::vector<Module*> modules_;
+  std::vector<const char*> names_;
   std::vector<PatchPoint*> sources_;
 };
 
@@ -236,39 +275,76 @@ struct UnitCase {
   bool isHere;
 };
 
-TEST(VoiceGroups, GiveTheBitsOfSingleVoicesInRandomPatches) {
+/// Plays the rack of a seed by single instances and by every unit that is here, with edits between
+/// blocks. Fails unless at least `fewest` of its modules have run in vectors at once.
+void CompareUnits(unsigned seed, RackKind kind, int blocks, std::size_t fewest) {
   const UnitCase units[] = {{VectorUnit::kSse2, "SSE2", true},
                             {VectorUnit::kAvx2, "AVX2", platform::HasAvx2()},
                             {VectorUnit::kAvx512, "AVX-512", platform::HasAvx512()}};
-  constexpr int kBlocks = 150;
+  for (const UnitCase& unit : units) {
+    if (!unit.isHere) continue;
+    kind.unit = VectorUnit::kNone;
+    RandomRack single(seed, kind);
+    kind.unit = unit.unit;
+    RandomRack vectors(seed, kind);
+    std::size_t rows = 0;
+    for (int block = 0; block < blocks; ++block) {
+      for (RandomRack* rack : {&single, &vectors}) {
+        if (block == blocks * 2 / 3) rack->SetOversampling(2);
+        rack->RunBlock();
+        if (block % 4 == 0) rack->Regroup();
+      }
+      ASSERT_EQ(single.VectorRows(), 0u);
+      rows = std::max(rows, vectors.VectorRows());
+      ASSERT_EQ(single.Bits(), vectors.Bits())
+          << unit.name << ", seed " << seed << ", block " << block;
+      if (block % 3 == 0) {
+        single.Change();
+        vectors.Change();
+      }
+    }
+    EXPECT_GE(rows, fewest) << unit.name << ", seed " << seed;
+  }
+}
+
+TEST(VoiceGroups, GiveTheBitsOfSingleVoicesInRandomPatches) {
   const auto classes = static_cast<unsigned>(ClassesWithGroups().size());
   const unsigned seeds = std::max(6u, 2 * (classes + kModules - 1) / kModules);
   for (unsigned seed = 1; seed <= seeds; ++seed) {
-    for (const UnitCase& unit : units) {
-      if (!unit.isHere) continue;
-      const int voices = seed % 2 ? 16 : static_cast<int>(3 + seed % 13);
-      RandomRack single(seed, VectorUnit::kNone, voices);
-      RandomRack vectors(seed, unit.unit, voices);
-      std::size_t rows = 0;
-      for (int block = 0; block < kBlocks; ++block) {
-        if (block == 100) {
-          single.SetOversampling(2);
-          vectors.SetOversampling(2);
-        }
-        single.RunBlock();
-        vectors.RunBlock();
-        ASSERT_EQ(single.VectorRows(), 0u);
-        rows = std::max(rows, vectors.VectorRows());
-        ASSERT_EQ(single.Bits(), vectors.Bits())
-            << unit.name << ", seed " << seed << ", block " << block;
-        if (block % 3 == 0) {
-          single.Change();
-          vectors.Change();
-        }
-      }
-      EXPECT_GE(rows, 10u) << unit.name << ", seed " << seed;
-    }
+    CompareUnits(seed, {.voices = seed % 2 ? 16 : static_cast<int>(3 + seed % 13)}, 150, 10);
   }
+}
+
+// Teams of mono modules and of modules with few voices, which differ in switches and cables.
+TEST(VoiceGroups, GiveTheBitsOfSingleInstancesInRandomPatches) {
+  constexpr unsigned kClasses = 3;
+  const auto classes = static_cast<unsigned>(ClassesWithGroups().size());
+  for (unsigned seed = 0; seed * kClasses < classes; ++seed) {
+    CompareUnits(seed,
+                 {.voices = static_cast<int>(1 + seed % 6), .classes = kClasses, .isMixed = true},
+                 60, 10);
+  }
+}
+
+TEST(VoiceGroups, ModulesThatComeToDifferFormOtherTeams) {
+  TestRack rack;
+  std::vector<Module*> mixers;
+  for (int i = 0; i < 8; ++i) mixers.push_back(&rack.Add("S101 Mixer"));
+  const SamplePlan& plan = rack.editor.plan;
+  rack.RunBlock(16);
+  EXPECT_EQ(plan.VectorRows(), 8u);
+  for (int i = 0; i < 4; ++i) rack.MoveControl(*mixers[2 * i], "Law", 1.0f);
+  rack.RunBlock(16);
+  EXPECT_EQ(plan.VectorRows(), 0u) << "each runs by itself until somebody regroups";
+  rack.editor.RegroupModules();
+  rack.RunBlock(16);
+  EXPECT_EQ(plan.VectorRows(), 8u) << "in two teams of four";
+  rack.RunBlock(4);
+  EXPECT_EQ(plan.VectorRows(), 0u) << "a block too short for vectors";
+  rack.editor.RegroupModules();
+  for (int i = 0; i < 6; ++i) rack.editor.RemoveModule(mixers[i], true);
+  rack.RunBlock(16);
+  EXPECT_EQ(plan.VectorRows(), 0u) << "two are too few";
 }
 
 }  // namespace

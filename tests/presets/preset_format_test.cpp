@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 namespace halveron {
 namespace {
@@ -203,10 +205,15 @@ TEST(PresetFormat, TellsALaterVersionFromWhatIsNoPreset) {
     PutInt(broken, at, -1);
     EXPECT_EQ(MustRefuse(broken).fault, PresetFault::kNotAPreset) << at;
   }
-  constexpr const char kHello[] = "hello\n";
-  const auto text = std::as_bytes(std::span(kHello, sizeof kHello - 1));
-  const PresetError notAPreset = MustRefuse(Bytes(text.begin(), text.end()));
-  EXPECT_EQ(notAPreset.fault, PresetFault::kNotAPreset) << notAPreset.message;
+  const std::pair<std::string, const char*> texts[] = {
+      {"hello\n", "is not a preset version"},
+      {"{\"halveron\": 1}\n", "it is a text patch; `halveron convert` makes a preset of it"}};
+  for (const auto& [text, expected] : texts) {
+    const auto bytes = std::as_bytes(std::span(text));
+    const PresetError notAPreset = MustRefuse(Bytes(bytes.begin(), bytes.end()));
+    EXPECT_EQ(notAPreset.fault, PresetFault::kNotAPreset) << text;
+    EXPECT_NE(notAPreset.message.find(expected), std::string::npos) << notAPreset.message;
+  }
 }
 
 TEST(PresetFormat, RefusesWhateverIsCutShort) {

@@ -103,11 +103,16 @@ static void LoadData(void* instance, const void* data, uint32_t size, int32_t ve
 }
 
 #if FAULT == UNRULY
-/* "Few" makes four instances, "Shared" hands sound from one to the next, "Skewed" sounds otherwise
+/* "Falls" crashes when it plays, "Few" makes four instances, "Shared" hands sound from one to the next, "Skewed" sounds otherwise
  * when its voices run in one call. */
 static void* CreateFew(const HalveronHost* host, HalveronContext* context,
                        const HalveronPanel* panel, int32_t voice) {
   return test_instances < 4 ? Create(host, context, panel, voice) : NULL;
+}
+static void ProcessFalling(void* instance) {
+  static volatile int* nowhere = NULL;
+  (void)instance;
+  *nowhere = 1;
 }
 static void ProcessShared(void* instance) {
   static float before = 0;
@@ -186,6 +191,7 @@ static void FillTable(const char* name) {
   table.save_data = SaveData;
   table.load_data = LoadData;
 #if FAULT == UNRULY
+  if (strcmp(name, "Falls") == 0) table.process_sample = ProcessFalling;
   if (strcmp(name, "Few") == 0) table.create = CreateFew;
   if (strcmp(name, "Shared") == 0) table.process_sample = ProcessShared;
   if (strcmp(name, "Skewed") == 0) table.voices = &skewed;
