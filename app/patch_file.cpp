@@ -48,7 +48,7 @@ void LoadPresetFile(const std::string& path, SynEditor& editor) {
   editor.dialogs = [&](const DialogText& dialog) { failure = dialog.text; };
   const bool loaded = editor.LoadPreset(path);
   editor.dialogs = formerDialogs;
-  if (!loaded) throw FileError(path, "", failure);
+  if (!loaded) throw FileError(path, "", failure, "--placeholders goes on without it");
 }
 
 void WarnOfPlaceholders(const std::string& path, const PresetDocument& preset,

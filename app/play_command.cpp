@@ -249,7 +249,7 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   const int block = card ? card->BlockSize() : options.block;
   std::unique_ptr<media::MidiOutput> output;  // outlives the host, which sends to it
   LiveHost host({rate, block, true, SongPosition(options.tempo)});
-  if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err);
+  if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err, options.placeholders);
   if (!options.midiOutput.empty()) {
     output = std::make_unique<media::MidiOutput>(options.midiOutput);
     host.onMessage = [&output](std::span<const std::uint8_t> bytes) { output->Send(bytes); };

@@ -10,6 +10,7 @@ namespace halveron {
 
 struct PlayOptions {
   std::string patch;              ///< empty: an empty rack
+  bool placeholders = false;      ///< for modules of the patch that are missing
   std::string device;             ///< a number or part of a name; empty: the default
   std::vector<std::string> midi;  ///< inputs, likewise; empty: all that are there
   std::string midiOutput;         ///< likewise; empty: none

@@ -86,6 +86,7 @@ struct CommandLine {
     playCall->add_option("--tempo", play.tempo, "Quarter notes a minute")
         ->check(CLI::Range(1.0, 1000.0))
         ->capture_default_str();
+    playCall->add_flag("--placeholders", play.placeholders, kPlaceholdersHelp);
     playCall->add_flag("!--no-window", play.hasWindow, "Without a window");
   }
 

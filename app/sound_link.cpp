@@ -22,6 +22,8 @@ constexpr double kBlocksInACheck = 4;
 constexpr double kSlowest = 0.1;
 constexpr double kFastest = 10;
 constexpr std::chrono::milliseconds kSearchPatience{100};
+constexpr double kFadeSeconds = 0.01;
+constexpr std::chrono::milliseconds kFadePatience{70};
 
 /// Plays in silence, at the host's rate.
 void PlaySilently(const std::stop_token& stop, LiveHost& host, int block) {
@@ -53,8 +55,34 @@ SoundLink::SoundLink(LiveHost& host, std::unique_ptr<media::SoundOutput> card, O
   }
 }
 
+void FadeOut::Apply(float* const* outs, int outCount, int frames, int rate) {
+  if (!isFading_) return;
+  const float step = 1.0f / static_cast<float>(kFadeSeconds * rate);
+  for (int i = 0; i < frames; ++i) {
+    for (int channel = 0; channel < outCount; ++channel) outs[channel][i] *= gain_;
+    gain_ = std::max(gain_ - step, 0.0f);
+  }
+  if (gain_ == 0.0f) isDone_ = true;
+}
+
+void SoundLink::FadeCard() {
+  if (!card_->IsRunning()) return;
+  fade_.Begin();
+  const auto end = std::chrono::steady_clock::now() + kFadePatience;
+  while (!fade_.IsDone() && std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  // What the card still has to play ends in silence; stopping takes it away.
+  constexpr double kBlocksWaiting = 3;
+  const std::chrono::duration<double> waiting(kBlocksWaiting * card_->BlockSize() / card_->Rate());
+  std::this_thread::sleep_for(std::min<std::chrono::duration<double>>(waiting, kFadePatience));
+}
+
 SoundLink::~SoundLink() {
-  if (card_) card_->Stop();
+  if (card_) {
+    FadeCard();
+    card_->Stop();
+  }
   if (!search_.valid() || search_.wait_for(kSearchPatience) == std::future_status::ready) return;
   // Drivers may take seconds to find that there is nothing, and cannot be asked to stop: the search
   // ends with the process.
@@ -115,8 +143,11 @@ bool SoundLink::TakeNewCard(double now) {
 void SoundLink::StartCard() {
   host_.ChangeSampleRate(card_->Rate());
   checkedAt_ = -1;
-  card_->Start([this](const float* const* ins, int inCount, float* const* outs, int outCount,
-                      int frames) { host_.Process(ins, inCount, outs, outCount, frames); });
+  card_->Start(
+      [this](const float* const* ins, int inCount, float* const* outs, int outCount, int frames) {
+        host_.Process(ins, inCount, outs, outCount, frames);
+        fade_.Apply(outs, outCount, frames, host_.SampleRate());
+      });
 }
 
 void SoundLink::StartSilence() {

@@ -1,6 +1,7 @@
 // Keeps a live host playing: by a sound card, or in silence while there is none.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <future>
@@ -13,6 +14,20 @@
 namespace halveron {
 
 class LiveHost;
+
+/// Lets sound die away, so that its end does not click.
+class FadeOut {
+ public:
+  void Begin() { isFading_ = true; }
+  bool IsDone() const { return isDone_; }
+  /// Audio thread.
+  void Apply(float* const* outs, int outCount, int frames, int rate);
+
+ private:
+  std::atomic<bool> isFading_ = false;
+  std::atomic<bool> isDone_ = false;
+  float gain_ = 1;
+};
 
 /// When its card goes away, it plays on by a clock of its own, in silence, and looks for the card
 /// until it is back. All operations belong to one thread, which is not the audio thread.
@@ -40,11 +55,13 @@ class SoundLink {
   bool TakeNewCard(double now);
   void StartCard();
   void StartSilence();
+  void FadeCard();
 
   LiveHost& host_;
   std::unique_ptr<media::SoundOutput> card_;
   Opener open_;
   int silentBlock_;  // samples
+  FadeOut fade_;
   std::string notice_;
   std::string system_;                        // of the card that has gone
   std::unique_ptr<media::SoundOutput> gone_;  // until its sound system is done with it

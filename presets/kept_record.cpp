@@ -158,7 +158,7 @@ void LoadKept(const TextPatch::ModuleEntry& entry, Placeholder& placeholder) {
 
 void LoadKeptParameters(const TextPatch::ModuleEntry& entry, Placeholder& placeholder) {
   std::vector<int> indices;
-  for (const SavedEntry& each : *entry.saved) indices.push_back(each.index);
+  for (const SavedEntry& each : *entry.saved) indices.push_back(each.jack ? 0 : each.index);
   placeholder.LoadPatchPointIndices(indices.data(),
                                     static_cast<unsigned>(indices.size() * sizeof(int)));
 }

@@ -24,7 +24,7 @@ std::string FailureOf(const PresetModule& record, const RackModel& rack) {
 
 }  // namespace
 
-PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint) {
+PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* nextPoint) {
   if (module.GetNbControls() < 0) module.CountControls();
   PresetModule record;
   record.name = module.GetName();
@@ -40,11 +40,16 @@ PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* next
   record.bandlimitMode = module.GetBandlimitMode();
   record.clipLevel = module.GetClipLevel();
   record.mono = module.mono;
-  record.data.resize(static_cast<std::size_t>(module.GetPresetSize()));
-  module.SavePreset(record.data.data(), static_cast<int>(record.data.size()));
   record.indices.resize(static_cast<std::size_t>(module.GetPatchPointIndicesSize()) /
                         sizeof(std::int32_t));
   module.SavePatchPointIndices(record.indices.data());
+  return record;
+}
+
+PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint) {
+  PresetModule record = CapturePresetSettings(module, corner, nextPoint);
+  record.data.resize(static_cast<std::size_t>(module.GetPresetSize()));
+  module.SavePreset(record.data.data(), static_cast<int>(record.data.size()));
   return record;
 }
 

@@ -16,6 +16,8 @@ class RackModel;
 
 /// The settings of the rack itself, without modules and cables.
 PresetDocument CaptureRackSettings(const RackModel& rack);
+/// A module as a preset keeps it, but for its data; as CapturePresetModule.
+PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* nextPoint);
 /// A module as a preset keeps it, its corner in pixels. Numbers its patch points on from
 /// `nextPoint`. To be called inside the processing lock.
 PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint);

@@ -7,9 +7,11 @@
 
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "app/live_host.h"
 #include "app/midi_link.h"
@@ -201,6 +203,23 @@ class DummyServer {
 
   pid_t process_ = 0;
 };
+
+TEST(FadeOut, EndsWithoutAStepWithin10Ms) {
+  FadeOut fade;
+  std::vector<float> left(960, 1.0f), right(960, -0.5f);
+  float* outs[] = {left.data(), right.data()};
+  fade.Apply(outs, 2, 480, 48000);
+  EXPECT_EQ(left[479], 1.0f) << "not yet";
+  fade.Begin();
+  float* later[] = {left.data() + 400, right.data() + 400};
+  fade.Apply(later, 2, 500, 48000);
+  for (std::size_t i = 400; i < 900; ++i) {
+    EXPECT_LE(std::abs(left[i] - left[i - 1]), 1.0f / 479) << i;
+    EXPECT_EQ(right[i], left[i] * -0.5f);
+  }
+  EXPECT_EQ(left[890], 0.0f);
+  EXPECT_TRUE(fade.IsDone());
+}
 
 TEST_F(SoundLinkTest, EndsAtOnceWhateverItWaitsFor) {
   const auto isSearching = std::make_shared<std::atomic<bool>>(false);
