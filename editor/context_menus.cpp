@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "editor/main_menu.h"
+#include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "framework/module.h"
 
@@ -66,7 +68,7 @@ void SetKnob(SynEditor& editor, ModuleKnob& knob, float value) {
 SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
   Menu menu = SynOptionMenu::Make();
   menu->Add("Delete Module", [&] { editor.commands.DeleteModule(module); });
-  menu->Add("Copy", [&] { editor.moduleClipboard.Copy(module); });
+  menu->Add("Copy", [&] { editor.moduleClipboard.Copy(editor, module); });
   menu->Add("Paste", [&] { editor.moduleClipboard.PasteOnto(module, editor); })
       .setEnabled(editor.moduleClipboard.HasData());
   menu->addSeparator();
@@ -82,6 +84,14 @@ SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
   menu->AddSubmenu("Clip Level", MakeClipMenu(editor, module));
   menu->setEntryEnabled(menu->getNbEntries() - 1, module.GetClipLevel() > -1.0f);
   menu->Add("Info...", [&] { editor.manual.ShowPageOf(module); });
+  return menu;
+}
+
+SharedPointer<SynOptionMenu> MakeSelectionMenu(SynEditor& editor, RackWindow& window,
+                                               Module& module) {
+  Menu menu = MainMenu(editor, window).MakeEdit();
+  menu->addSeparator();
+  menu->AddSubmenu("Module", MakeModuleMenu(editor, module));
   return menu;
 }
 

@@ -28,6 +28,8 @@ struct DataFolders {
   std::string Presets() const { return In(data, "Presets/"); }
   /// Racks that were not saved.
   std::string Autosaves() const { return In(data, "Autosave/"); }
+  /// Parts of racks that the user saved; need not exist.
+  std::string Snippets() const { return In(data, "Snippets/"); }
   std::string Skins() const { return In(program, "Skins/"); }
   std::string ModuleLibraries() const { return In(program, "Modules.x64/"); }
   /// What comes with the program for the presets folder.

@@ -63,13 +63,13 @@ std::string OfModules(const std::string& verb, const std::vector<const ModuleRec
 std::string OfChange(const ModuleRecord& was, const ModuleRecord& is) {
   const PresetModule& a = was.preset;
   const PresetModule& b = is.preset;
-  if (a.data == b.data && (a.x != b.x || a.y != b.y)) return "Move " + b.name;
+  if (was.HasDataOf(is) && (a.x != b.x || a.y != b.y)) return "Move " + b.name;
   return "Change " + b.name;
 }
 
-/// Whether two records differ in one control at most; which one, in `control`.
+/// Whether two records differ in one control; which one, in `control`.
 bool DifferInOneControl(const ModuleRecord& a, const ModuleRecord& b, std::size_t* control) {
-  if (a.values.size() != b.values.size()) return false;
+  if (a.values.size() != b.values.size() || a.ownData.size() != b.ownData.size()) return false;
   PresetModule rest = a.preset;
   rest.data = b.preset.data;
   if (rest != b.preset) return false;
@@ -101,7 +101,12 @@ std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) 
     return OfChange(*difference.changed.front().first, *difference.changed.front().second);
   }
   if (!difference.changed.empty()) {
-    return "Change " + std::to_string(difference.changed.size()) + " modules";
+    const auto isMove = [](const auto& pair) {
+      return OfChange(*pair.first, *pair.second).starts_with("Move ");
+    };
+    const bool areMoves = std::all_of(difference.changed.begin(), difference.changed.end(), isMove);
+    return (areMoves ? "Move " : "Change ") + std::to_string(difference.changed.size()) +
+           " modules";
   }
   if (before.rack.oversamplingFactor != after.rack.oversamplingFactor ||
       before.rack.oversamplingFilter != after.rack.oversamplingFilter) {
@@ -122,7 +127,7 @@ EditHistory::File EditHistory::FileNow() const {
 
 void EditHistory::Follow() {
   edited_ = false;
-  touched_.clear();
+  ForgetTouched();
   replacement_.clear();
   present_ = snapshots_.Take(present_);
   file_ = FileNow();
@@ -149,10 +154,27 @@ bool EditHistory::IsChanged() const {
 }
 
 void EditHistory::ControlMoved(const CControl& control) {
-  if (const auto* module = dynamic_cast<const Module*>(control.getParentView())) {
-    touched_.insert(snapshots_.IdOf(*module));
-  }
   edited_ = true;
+  const auto* module = dynamic_cast<const Module*>(control.getParentView());
+  if (!module) return;
+  const ControlEffect effect = module->EffectOf(control);
+  if (effect == ControlEffect::kPlayback) return;
+  touched_.insert(snapshots_.IdOf(*module));
+  if (effect == ControlEffect::kOtherModules && !touchedAll_ && editor_.Window()) {
+    // What the other modules are now is where the step begins.
+    present_ = Begin(snapshots_.Take(present_));
+    touchedAll_ = true;
+  }
+}
+
+void EditHistory::ModuleEdited(const Module& module) {
+  edited_ = true;
+  touched_.insert(snapshots_.IdOf(module));
+}
+
+void EditHistory::ForgetTouched() {
+  touched_.clear();
+  touchedAll_ = false;
 }
 
 void EditHistory::GestureEnded() { gestures_ = std::max(gestures_ - 1, 0); }
@@ -219,12 +241,15 @@ bool EditHistory::IsBusy() const {
 
 RackSnapshot EditHistory::Begin(const RackSnapshot& now) const {
   RackSnapshot before = present_;
+  if (touchedAll_) return before;
   for (RackSnapshot::Entry& entry : before.modules) {
     const ModuleRecord* present = now.Find(entry.id);
     if (!present || present == entry.record.get() || touched_.contains(entry.id)) continue;
     // Its controls were moved by the host or by another module; the rest only the user changes.
     ModuleRecord drifted = *entry.record;
     drifted.preset.data = present->preset.data;
+    drifted.ownData = present->ownData;
+    drifted.revision = present->revision;
     drifted.values = present->values;
     entry.record = std::make_shared<const ModuleRecord>(std::move(drifted));
   }
@@ -236,7 +261,7 @@ void EditHistory::Settle() {
   edited_ = false;
   RackSnapshot now = snapshots_.Take(present_);
   RackSnapshot before = Begin(now);
-  touched_.clear();
+  ForgetTouched();
   if (before == now) {
     present_ = std::move(now);
     file_ = FileNow();
@@ -326,7 +351,7 @@ void EditHistory::Move(std::deque<Step>& from, std::deque<Step>& to, bool back) 
   present_ = snapshots_.Take(goal);
   file_ = FileNow();
   edited_ = false;
-  touched_.clear();
+  ForgetTouched();
   state_ = back ? step.stateBefore : step.stateAfter;
   to.push_back(std::move(step));
 }

@@ -17,8 +17,8 @@ class SynEditor;
 
 /// A step is all that changed between two moments without a gesture: a control turned, a module
 /// moved, a cable dropped, a preset loaded. What modules or the host change by themselves meanwhile
-/// is not part of it, except in the module that the user moved. Belongs to the window thread, but
-/// for MarkEdited.
+/// is not part of it, except in the module that the user moved, and in all of them where a control
+/// of it moves others. Belongs to the window thread, but for MarkEdited.
 class EditHistory {
  public:
   static constexpr std::size_t kMostSteps = 500;
@@ -53,8 +53,10 @@ class EditHistory {
 
   /// The patch changed in another way than by a control. Any thread.
   void MarkEdited() { edited_ = true; }
-  /// The user moved a control.
+  /// The user is about to have a control's new value take effect.
   void ControlMoved(const CControl& control);
+  /// The user changed a module in another way than by a control.
+  void ModuleEdited(const Module& module);
   void GestureBegan() { ++gestures_; }
   void GestureEnded();
   /// The user has replaced the whole rack. The step has that name, and brings the path of the
@@ -88,6 +90,7 @@ class EditHistory {
   bool IsBusy() const;
   double Now() const;
   File FileNow() const;
+  void ForgetTouched();
   /// Without what changed by itself: the place where the step that ends now began.
   RackSnapshot Begin(const RackSnapshot& now) const;
   void Record(RackSnapshot before, RackSnapshot now);
@@ -102,7 +105,8 @@ class EditHistory {
   std::deque<Step> done_;
   std::deque<Step> undone_;
   std::size_t bytes_ = 0;
-  std::set<int> touched_;    ///< modules whose controls the user moved since
+  std::set<int> touched_;  ///< modules that the user changed since
+  bool touchedAll_ = false;
   std::string replacement_;  ///< name of the step while the whole rack is replaced
   std::atomic<bool> edited_ = false;
   int gestures_ = 0;

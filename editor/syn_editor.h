@@ -115,6 +115,7 @@ class SynEditor : public RackModel {
 
   // What modules and the model ask of a window.
 
+  void ModuleEdited(Module& module) override;
   void valueChanged(CControl* control) override;
   void controlBeginEdit(CControl* control) override;
   void controlEndEdit(CControl* control) override;

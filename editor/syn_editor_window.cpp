@@ -152,6 +152,11 @@ CPoint SynEditor::RestingCorner(const Module& module) const {
   return window_ ? window_->RestingCorner(module) : RackModel::RestingCorner(module);
 }
 
+void SynEditor::ModuleEdited(Module& module) {
+  history.ModuleEdited(module);
+  RackModel::ModuleEdited(module);
+}
+
 void SynEditor::valueChanged(CControl* control) {
   history.ControlMoved(*control);
   RackModel::valueChanged(control);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 #include <string>
@@ -52,6 +53,11 @@ class BarView : public CControl {
   }
   /// Any thread.
   void ShowNews() { dirty = true; }
+  /// What the mouse edits is about to be that of another page; a drag goes on there, a line begins
+  /// there. Any thread.
+  void TurnTo(int page) { page_.store(page, std::memory_order_release); }
+  /// Whether the last change was made to the present page.
+  bool IsOnPage() const { return page_.load(std::memory_order_acquire) == drawnPage_; }
 
   /// Draws behind the bars.
   std::function<void(CDrawContext&, const CRect& gains)> paintGrid;
@@ -77,9 +83,9 @@ class BarView : public CControl {
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override {
     if (!buttons.isLeftButton()) return kMouseEventNotHandled;
     drawsPhase_ = where.y >= PhaseArea().top;
-    before_ = Edited();
-    anchorBar_ = lastBar_ = BarAt(where);
-    anchorValue_ = lastValue_ = ValueAt(where);
+    lastBar_ = BarAt(where);
+    lastValue_ = ValueAt(where);
+    BeginOnPage();
     isDrawing_ = true;
     beginEdit();
     if (buttons.isControlSet()) {
@@ -95,6 +101,7 @@ class BarView : public CControl {
     if (!isDrawing_) return kMouseEventNotHandled;
     const int bar = BarAt(where);
     const T value = ValueAt(where);
+    if (!IsOnPage()) BeginOnPage();
     if (buttons.isShiftSet()) {
       // The line leaves what it passed over before as it was.
       const int first = std::min({anchorBar_, bar, firstDrawn_});
@@ -164,10 +171,17 @@ class BarView : public CControl {
     valueChanged();
     ShowNews();
   }
-  void EndDrawing() {
-    isDrawing_ = false;
+  /// What is drawn from here on begins where the mouse was last.
+  void BeginOnPage() {
+    drawnPage_ = page_.load(std::memory_order_acquire);
+    before_ = Edited();
+    anchorBar_ = lastBar_;
+    anchorValue_ = lastValue_;
     firstDrawn_ = Count();
     lastDrawn_ = -1;
+  }
+  void EndDrawing() {
+    isDrawing_ = false;
     endEdit();
   }
 
@@ -197,9 +211,11 @@ class BarView : public CControl {
   bool isDrawing_ = false;
   int anchorBar_ = 0, lastBar_ = 0;
   T anchorValue_{}, lastValue_{};
-  int firstDrawn_ = Count(), lastDrawn_ = -1;  ///< since the press
+  int firstDrawn_ = Count(), lastDrawn_ = -1;  ///< since the press, on the present page
   int firstChanged_ = 0, lastChanged_ = -1;
   std::vector<T> before_;
+  std::atomic<int> page_ = 0;
+  int drawnPage_ = 0;
 };
 
 }  // namespace halveron

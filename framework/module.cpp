@@ -180,7 +180,7 @@ void Module::LoadControlValues(const float* buffer, unsigned size) {
     CControl* control = AsTaggedControl(view);
     if (!control) continue;
     float value = 0.0f;
-    if (!reader.Read(value)) return;
+    if (!reader.Read(value)) break;
     if (!std::isfinite(value)) continue;  // never saved by a control: keep the value
     // A push that was under way when the preset was saved is over.
     const bool isMomentary = dynamic_cast<CKickButton*>(control) != nullptr;
@@ -193,6 +193,7 @@ void Module::LoadControlValues(const float* buffer, unsigned size) {
     }
     ValueChanged(control);
   }
+  for (HeldLamp* lamp : heldLamps_) lamp->HoldLight();
 }
 
 void Module::SavePatchPointIndices(int* buffer) {
@@ -428,6 +429,11 @@ void Module::AddLamp(Lamp& handle, const char* role, float x, float y, SharedBit
   auto* lamp = new CMovieBitmapEx(PlaceControl(x, y, bitmap), editor, TAG_UNASSIGNED,
                                   InfoOf(bitmap).frames, BitmapOf(bitmap));
   handle.Bind(AdoptControl(lamp, role, 0.0f, TAG_UNASSIGNED));
+}
+
+void Module::AddLamp(HeldLamp& handle, const char* role, float x, float y, SharedBitmap bitmap) {
+  AddLamp(static_cast<Lamp&>(handle), role, x, y, bitmap);
+  heldLamps_.push_back(&handle);
 }
 
 CMovieBitmap* Module::AddMovieBitmap(const char* role, float x, float y, SharedBitmap bitmap,

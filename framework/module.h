@@ -5,6 +5,7 @@
 // the cable notices run on the thread that made the change; the cable notices come inside the lock.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
@@ -52,6 +53,13 @@ struct RackPlace {
   int trashIndex = -1;       ///< in trashList
   int cableCount = 0;        ///< cable ends on the instance's patch points
   bool isDragged = false;    ///< the mouse moves the panel
+};
+
+/// What the user changes by a control.
+enum class ControlEffect {
+  kSetting,       ///< a setting of the module
+  kPlayback,      ///< what plays at present, as a song's position: it goes on, and is not undone
+  kOtherModules,  ///< controls of other modules as well
 };
 
 class Module : public ModuleWrapper {
@@ -145,6 +153,15 @@ class Module : public ModuleWrapper {
   virtual void SavePreset(void* buffer, int size);
   /// `version` is what GetVersion gave when the data was saved. Stops quietly where data ends.
   virtual void LoadPreset(const void* buffer, int size, int version);
+  /// A number that changes with the preset data behind the control values; 0 where the class does
+  /// not say. Large data that stay as they are need not be read again for every step of the undo
+  /// history. Inside the processing lock.
+  virtual std::uint64_t GetDataRevision() { return 0; }
+  /// What undo has to know of a move of a control.
+  virtual ControlEffect EffectOf(const CControl& control) const {
+    (void)control;
+    return ControlEffect::kSetting;
+  }
 
   virtual void EnterProcessingCriticalSection();
   virtual void LeaveProcessingCriticalSection();
@@ -254,6 +271,8 @@ class Module : public ModuleWrapper {
                                      int tag = TAG_UNASSIGNED);
   /// A lamp that follows a signal, or, with a HeldLamp handle, events.
   void AddLamp(Lamp& handle, const char* role, float x, float y, SharedBitmap bitmap);
+  /// One that a preset lights goes dark as after an event.
+  void AddLamp(HeldLamp& handle, const char* role, float x, float y, SharedBitmap bitmap);
   CMovieBitmap* AddMovieBitmap(const char* role, float x, float y, SharedBitmap bitmap,
                                bool centred);
   /// `area` in panel units.
@@ -296,6 +315,7 @@ class Module : public ModuleWrapper {
   std::string infoUrl_;
   std::vector<PatchPoint*> points_;
   std::vector<ModuleTimer*> timers_;
+  std::vector<HeldLamp*> heldLamps_;
 };
 
 /// Holds the processing lock for a scope, from panel logic that touches what ProcessSample uses.

@@ -200,6 +200,10 @@ class HeldLamp : public Lamp {
     if (counter_.Tick()) Set(0.0f);
   }
   bool IsHeld() const { return counter_.IsRunning(); }
+  /// Holds the light that a preset has given.
+  void HoldLight() {
+    if (Level() > 0.0f) counter_.Start(holdSamples_);
+  }
   void Darken() {
     counter_.Cancel();
     Set(0.0f);

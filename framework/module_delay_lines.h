@@ -23,6 +23,12 @@ class ModuleDelayLines {
   void Resize(int lines, int size);
   /// From CableConnected.
   void TakeIfCabled();
+  /// The same, and where there are lines, attaches them to a kernel. From SetSampleRate as well.
+  template <class Kernel>
+  void TakeIfCabled(Kernel& kernel) {
+    TakeIfCabled();
+    if (AreTaken()) kernel.Attach(*this);
+  }
 
   bool AreTaken() const { return memory_.IsTaken(); }
   /// Cells a line, taken or not.

@@ -19,7 +19,8 @@ struct PatchValue {
   using List = std::vector<PatchValue>;
   using Members = std::vector<PatchMember>;
 
-  std::variant<std::string, double, List, Members> value;
+  /// Without a value it is what no key takes, such as null.
+  std::variant<std::string, double, List, Members, std::monostate> value;
 
   const std::string* Text() const { return std::get_if<std::string>(&value); }
   const double* Number() const { return std::get_if<double>(&value); }

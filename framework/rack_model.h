@@ -110,6 +110,9 @@ class RackModel : public CControlListener {
   void controlBeginEdit(CControl* control) override { parameters.ControlTaken(control); }
   void controlEndEdit(CControl* control) override { parameters.ControlLeft(control); }
 
+  /// The user has changed a module in another way than by its controls.
+  virtual void ModuleEdited(Module&) { engine.PatchEdited(); }
+
   // Registration.
 
   bool RegisterForEvents(Module* module);

@@ -32,9 +32,19 @@ bool IsCutOff(SNDFILE* file) {
   std::string log(4096, '\0');
   const int length = sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
   log.resize(static_cast<std::size_t>(std::max(length, 0)));
-  const auto data = log.find("data : ");
-  return data != std::string::npos &&
-         log.substr(data, log.find('\n', data) - data).find("should be") != std::string::npos;
+  // What the formats call their samples: WAV, AIFF, 8SVX, AU; a W64 file has its whole size.
+  constexpr const char* kSizes[] = {"data : ", "SSND : ", "BODY : ", "Data Size   : ", "riff : "};
+  constexpr const char* kPhrases[] = {"does not match value from 'ds64'",
+                                      "Seems to be a truncated file", "File ended unexpectedly"};
+  return std::any_of(std::begin(kSizes), std::end(kSizes),
+                     [&log](const char* size) {
+                       const auto at = log.find(size);
+                       return at != std::string::npos &&
+                              log.substr(at, log.find('\n', at) - at).find("should be") !=
+                                  std::string::npos;
+                     }) ||
+         std::any_of(std::begin(kPhrases), std::end(kPhrases),
+                     [&log](const char* phrase) { return log.find(phrase) != std::string::npos; });
 }
 
 // The chunk that samplers share, as it is laid out in RIFF files since 1994: nine words, and six
@@ -54,7 +64,7 @@ SF_CHUNK_INFO SamplerChunkInfo() {
 
 /// From the chunk itself, since the library keeps only whole cents of it; else from what other
 /// formats say in their own way.
-std::optional<double> RootNoteOf(SNDFILE* file) {
+std::optional<double> RootNoteOf(SNDFILE* file, int format) {
   SF_CHUNK_INFO info = SamplerChunkInfo();
   if (SF_CHUNK_ITERATOR* const found = sf_get_chunk_iterator(file, &info)) {
     std::array<std::uint32_t, kSamplerWords> words{};
@@ -71,7 +81,9 @@ std::optional<double> RootNoteOf(SNDFILE* file) {
       instrument.basenote < 0) {
     return std::nullopt;
   }
-  return instrument.basenote + instrument.detune / 100.0;
+  // AIFF says by how much its sound is to be raised, so it is at its own rate below the note.
+  const bool isAiff = (format & SF_FORMAT_TYPEMASK) == SF_FORMAT_AIFF;
+  return instrument.basenote + (isAiff ? -1 : 1) * instrument.detune / 100.0;
 }
 
 void SetKey(SNDFILE* file, const SampleKey& key, int sampleRate) {
@@ -138,7 +150,7 @@ AudioFileReader::AudioFileReader(const std::string& path, int maxChannels)
   channels_ = info.channels;
   sampleRate_ = info.samplerate;
   frames_ = info.frames;
-  rootNote_ = RootNoteOf(file_->handle.get());
+  rootNote_ = RootNoteOf(file_->handle.get(), info.format);
 }
 
 AudioFileReader::~AudioFileReader() = default;

@@ -1,18 +1,10 @@
 #include "media/ffmpeg_decoder.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/channel_layout.h>
-#include <libavutil/log.h>
-#include <libswresample/swresample.h>
-}
-
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <new>
 
+#include "media/ffmpeg_parts.h"
 #include "platform/file_error.h"
 
 namespace halveron::media {
@@ -24,28 +16,6 @@ namespace {
 constexpr int kMostChannels = 64;
 constexpr int kMostRate = 768000;  // hertz
 
-struct FormatCloser {
-  void operator()(AVFormatContext* format) const { avformat_close_input(&format); }
-};
-struct CodecCloser {
-  void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
-};
-struct ResamplerCloser {
-  void operator()(SwrContext* resampler) const { swr_free(&resampler); }
-};
-struct PacketCloser {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct FrameCloser {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-
-std::string TextOf(int code) {
-  std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-  av_strerror(code, text.data(), text.size());
-  return text.data();
-}
-
 /// Whether a stop was requested; FFmpeg asks this while it blocks.
 int IsStopped(void* stop) { return static_cast<std::stop_token*>(stop)->stop_requested() ? 1 : 0; }
 
@@ -54,9 +24,7 @@ int IsStopped(void* stop) { return static_cast<std::stop_token*>(stop)->stop_req
 struct FfmpegDecoder::State {
   State(const FfmpegSource& from, std::stop_token stopToken)
       : name(from.name.empty() ? from.url : from.name), stop(std::move(stopToken)) {
-    // Its messages go to the standard error stream, which is the host's. A host that has set the
-    // level uses the library itself.
-    if (av_log_get_level() == AV_LOG_INFO) av_log_set_level(AV_LOG_FATAL);
+    QuietFfmpeg();
     OpenFormat(from);
     OpenCodec();
     packet.reset(av_packet_alloc());
@@ -80,75 +48,36 @@ struct FfmpegDecoder::State {
     const int opened = avformat_open_input(&raw, from.url.c_str(), nullptr, &options);
     av_dict_free(&options);
     // On failure the context is freed already.
-    if (opened < 0) Fail("cannot be read as sound: " + TextOf(opened));
+    if (opened < 0) Fail("cannot be read as sound: " + FfmpegErrorText(opened));
     format.reset(raw);
     const int found = avformat_find_stream_info(raw, nullptr);
-    if (found < 0) Fail("cannot be read as sound: " + TextOf(found));
+    if (found < 0) Fail("cannot be read as sound: " + FfmpegErrorText(found));
   }
 
   void OpenCodec() {
     const AVCodec* decoder = nullptr;
     stream = av_find_best_stream(format.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &decoder, 0);
     if (stream < 0 || !decoder) Fail("has no sound in it that can be decoded");
-    for (unsigned i = 0; i < format->nb_streams; ++i) {
-      if (static_cast<int>(i) != stream) format->streams[i]->discard = AVDISCARD_ALL;
-    }
+    ChooseStream(*format, stream);
     codec.reset(avcodec_alloc_context3(decoder));
     if (!codec) throw std::bad_alloc();
     int result = avcodec_parameters_to_context(codec.get(), format->streams[stream]->codecpar);
     if (result >= 0) result = avcodec_open2(codec.get(), decoder, nullptr);
-    if (result < 0) Fail("cannot be decoded: " + TextOf(result));
+    if (result < 0) Fail("cannot be decoded: " + FfmpegErrorText(result));
     channels = codec->ch_layout.nb_channels;
     sampleRate = codec->sample_rate;
     if (channels < 1 || channels > kMostChannels || sampleRate < 1 || sampleRate > kMostRate) {
       Fail("has " + std::to_string(channels) + " channels at " + std::to_string(sampleRate) +
            " Hz, which is out of range");
     }
-  }
-
-  /// The resampler for frames as the decoder gives them now; their format may change under way.
-  void FitResampler() {
-    if (resampler && frame->format == sourceFormat && frame->sample_rate == sourceRate &&
-        frame->ch_layout.nb_channels == sourceChannels) {
-      return;
-    }
-    AVChannelLayout target;
-    av_channel_layout_default(&target, channels);
-    AVChannelLayout from;
-    const int count = frame->ch_layout.nb_channels;
-    const bool isKnown = frame->ch_layout.order != AV_CHANNEL_ORDER_UNSPEC;
-    if (isKnown && count != channels) {
-      av_channel_layout_copy(&from, &frame->ch_layout);
-    } else {
-      // Equal layouts: channels pass as they are, whatever they are called.
-      av_channel_layout_default(&from, count);
-    }
-    SwrContext* raw = nullptr;
-    int result = swr_alloc_set_opts2(&raw, &target, AV_SAMPLE_FMT_FLT, sampleRate, &from,
-                                     static_cast<AVSampleFormat>(frame->format), frame->sample_rate,
-                                     0, nullptr);
-    av_channel_layout_uninit(&from);
-    av_channel_layout_uninit(&target);
-    resampler.reset(raw);
-    if (result >= 0) result = swr_init(raw);
-    if (result < 0) Fail("cannot be converted: " + TextOf(result));
-    sourceFormat = frame->format;
-    sourceRate = frame->sample_rate;
-    sourceChannels = count;
+    converter.SetTarget(channels, sampleRate);
   }
 
   void Convert() {
-    FitResampler();
-    const int room = swr_get_out_samples(resampler.get(), frame->nb_samples);
-    if (room < 0) Fail("cannot be converted: " + TextOf(room));
-    ready.resize(static_cast<std::size_t>(room) * static_cast<std::size_t>(channels));
-    auto* out = reinterpret_cast<std::uint8_t*>(ready.data());
-    const int got =
-        swr_convert(resampler.get(), &out, room,
-                    const_cast<const std::uint8_t**>(frame->extended_data), frame->nb_samples);
-    if (got < 0) Fail("cannot be converted: " + TextOf(got));
-    ready.resize(static_cast<std::size_t>(got) * static_cast<std::size_t>(channels));
+    ready.clear();
     taken = 0;
+    const int result = converter.Append(*frame, ready);
+    if (result < 0) Fail("cannot be converted: " + FfmpegErrorText(result));
     for (const float sample : ready) {
       if (!std::isfinite(sample)) Fail("a sample is no finite number", "save it again");
     }
@@ -166,7 +95,7 @@ struct FfmpegDecoder::State {
         continue;
       }
       if (received == AVERROR_EOF) return false;
-      if (received != AVERROR(EAGAIN)) Fail("cannot be decoded: " + TextOf(received));
+      if (received != AVERROR(EAGAIN)) Fail("cannot be decoded: " + FfmpegErrorText(received));
       SendPacket();
     }
   }
@@ -177,30 +106,27 @@ struct FfmpegDecoder::State {
       av_packet_unref(packet.get());
       result = av_read_frame(format.get(), packet.get());
     } while (result >= 0 && packet->stream_index != stream);
-    if (result < 0 && result != AVERROR_EOF) Fail("cannot be read: " + TextOf(result));
+    if (result < 0 && result != AVERROR_EOF) Fail("cannot be read: " + FfmpegErrorText(result));
     const bool isEnd = result == AVERROR_EOF;
     result = avcodec_send_packet(codec.get(), isEnd ? nullptr : packet.get());
     av_packet_unref(packet.get());
     // A damaged packet costs its own samples only; so do players treat it.
     if (result == AVERROR_INVALIDDATA && ++damaged <= kMostDamaged) return;
-    if (result < 0 && result != AVERROR_EOF) Fail("cannot be decoded: " + TextOf(result));
+    if (result < 0 && result != AVERROR_EOF) Fail("cannot be decoded: " + FfmpegErrorText(result));
   }
 
   static constexpr int kMostDamaged = 100;  // packets in a row
 
   std::string name;
   std::stop_token stop;
-  std::unique_ptr<AVFormatContext, FormatCloser> format;
-  std::unique_ptr<AVCodecContext, CodecCloser> codec;
-  std::unique_ptr<SwrContext, ResamplerCloser> resampler;
-  std::unique_ptr<AVPacket, PacketCloser> packet;
-  std::unique_ptr<AVFrame, FrameCloser> frame;
+  FfmpegHandle<AVFormatContext> format;
+  FfmpegHandle<AVCodecContext> codec;
+  FfmpegHandle<AVPacket> packet;
+  FfmpegHandle<AVFrame> frame;
+  FrameConverter converter;
   int stream = -1;
   int channels = 0;
   int sampleRate = 0;
-  int sourceFormat = -1;
-  int sourceRate = 0;
-  int sourceChannels = 0;
   int damaged = 0;
   std::vector<float> ready;
   std::size_t taken = 0;  // values of `ready` that were handed out

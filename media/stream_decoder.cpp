@@ -1,12 +1,5 @@
 #include "media/stream_decoder.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/opt.h>
-#include <libswresample/swresample.h>
-}
-
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -16,6 +9,7 @@ extern "C" {
 #include <exception>
 #include <limits>
 
+#include "media/ffmpeg_parts.h"
 #include "platform/file_error.h"
 
 namespace halveron::media {
@@ -38,28 +32,6 @@ constexpr const char* kForms =
     "ogg,"
     "tta,w64,wav,wv";
 constexpr const char* kLiveForms = "hls,aac,ac3,flac,mov,mp4,m4a,mp3,mpegts";
-
-struct FormatClose {
-  void operator()(AVFormatContext* format) const { avformat_close_input(&format); }
-};
-struct CodecFree {
-  void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
-};
-struct ResamplerFree {
-  void operator()(SwrContext* resampler) const { swr_free(&resampler); }
-};
-struct PacketFree {
-  void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct FrameFree {
-  void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-
-std::string ErrorText(int error) {
-  std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-  av_strerror(error, text.data(), text.size());
-  return text.data();
-}
 
 std::int64_t NumberOf(AVDictionary* options, const char* key, std::int64_t fallback) {
   const AVDictionaryEntry* const entry = av_dict_get(options, key, nullptr, 0);
@@ -160,14 +132,11 @@ struct StreamDecoder::State {
   std::exception_ptr failure;
   std::chrono::steady_clock::time_point deadline = std::chrono::steady_clock::now() + kPatience;
   std::unique_ptr<Input> input;
-  std::unique_ptr<AVFormatContext, FormatClose> format;  // before the input in destruction
-  std::unique_ptr<AVCodecContext, CodecFree> codec;
-  std::unique_ptr<SwrContext, ResamplerFree> resampler;
-  std::unique_ptr<AVPacket, PacketFree> packet{av_packet_alloc()};
-  std::unique_ptr<AVFrame, FrameFree> frame{av_frame_alloc()};
-  AVChannelLayout takenLayout{};  // of what the resampler takes
-  int takenRate = 0;
-  int takenForm = -1;
+  FfmpegHandle<AVFormatContext> format;  // before the input in destruction
+  FfmpegHandle<AVCodecContext> codec;
+  FfmpegHandle<AVPacket> packet{av_packet_alloc()};
+  FfmpegHandle<AVFrame> frame{av_frame_alloc()};
+  FrameConverter converter;
   int index = -1;
   int channels = 0;
   int rate = 0;
@@ -207,9 +176,7 @@ void StreamDecoder::State::Open(std::unique_ptr<ByteSource> source) {
   if (avformat_find_stream_info(context, nullptr) < 0) Fail("holds no sound that can be read");
   index = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
   if (index < 0) Fail("holds no sound", "choose another one");
-  for (unsigned i = 0; i < context->nb_streams; ++i) {
-    if (static_cast<int>(i) != index) context->streams[i]->discard = AVDISCARD_ALL;
-  }
+  ChooseStream(*context, index);
   OpenCodec();
 }
 
@@ -257,39 +224,14 @@ void StreamDecoder::State::Convert() {
   if (rate == 0) {
     rate = frame->sample_rate;
     channels = frameChannels == 1 ? 1 : 2;
+    converter.SetTarget(channels, rate);
   }
-  if (!resampler || takenRate != frame->sample_rate || takenForm != frame->format ||
-      av_channel_layout_compare(&takenLayout, &frame->ch_layout) != 0) {
-    AVChannelLayout from{}, to{};
-    if (frame->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
-      av_channel_layout_default(&from, frameChannels);
-    } else {
-      av_channel_layout_copy(&from, &frame->ch_layout);
-    }
-    av_channel_layout_default(&to, channels);
-    SwrContext* made = nullptr;
-    const int result = swr_alloc_set_opts2(&made, &to, AV_SAMPLE_FMT_FLT, rate, &from,
-                                           static_cast<AVSampleFormat>(frame->format),
-                                           frame->sample_rate, 0, nullptr);
-    resampler.reset(made);
-    av_channel_layout_uninit(&from);
-    if (result < 0 || swr_init(made) < 0) {
-      resampler.reset();
-      ++damaged;
-      return;
-    }
-    av_channel_layout_copy(&takenLayout, &frame->ch_layout);
-    takenRate = frame->sample_rate;
-    takenForm = frame->format;
-  }
-  const int room = swr_get_out_samples(resampler.get(), frame->nb_samples);
   const std::size_t before = ready.size();
-  ready.resize(before + static_cast<std::size_t>(std::max(room, 0) * channels));
-  auto* target = reinterpret_cast<std::uint8_t*>(ready.data() + before);
-  const int made =
-      swr_convert(resampler.get(), &target, room,
-                  const_cast<const std::uint8_t**>(frame->extended_data), frame->nb_samples);
-  ready.resize(before + static_cast<std::size_t>(std::max(made, 0) * channels));
+  if (converter.Append(*frame, ready) < 0) {
+    ++damaged;
+    return;
+  }
+  const bool isSound = ready.size() > before;
   const std::size_t dropped =
       std::min(static_cast<std::size_t>(skipped * channels), ready.size() - before);
   ready.erase(ready.begin() + static_cast<std::ptrdiff_t>(before),
@@ -297,7 +239,7 @@ void StreamDecoder::State::Convert() {
   for (std::size_t i = before; i < ready.size(); ++i) {
     ready[i] = std::isfinite(ready[i]) ? std::clamp(ready[i], -kLoudest, kLoudest) : 0.0f;
   }
-  if (made > 0) damaged = 0;
+  if (isSound) damaged = 0;
 }
 
 /// Decodes one piece; false at the end.
@@ -310,7 +252,7 @@ bool StreamDecoder::State::Decode() {
     isDrained = true;
     avcodec_send_packet(codec.get(), nullptr);
   } else if (read < 0) {
-    Fail("cannot be read on: " + ErrorText(read));
+    Fail("cannot be read on: " + FfmpegErrorText(read));
   } else if (packet->stream_index == index) {
     if (avcodec_send_packet(codec.get(), packet.get()) < 0) ++damaged;
   }
@@ -326,17 +268,14 @@ bool StreamDecoder::State::Decode() {
 StreamDecoder::StreamDecoder(std::unique_ptr<ByteSource> source, const std::string& name,
                              std::stop_token stop, Opener opener)
     : state_(std::make_unique<State>()) {
-  [[maybe_unused]] static const bool isQuiet = [] {
-    av_log_set_level(AV_LOG_QUIET);
-    return true;
-  }();
+  QuietFfmpeg();
   state_->name = name;
   state_->stop = std::move(stop);
   state_->opener = std::move(opener);
   state_->Open(std::move(source));
 }
 
-StreamDecoder::~StreamDecoder() { av_channel_layout_uninit(&state_->takenLayout); }
+StreamDecoder::~StreamDecoder() = default;
 
 int StreamDecoder::Channels() const { return state_->channels; }
 int StreamDecoder::SampleRate() const { return state_->rate; }

@@ -30,6 +30,7 @@ class JsonPlace {
   bool IsList() const { return value_.is_array(); }
   bool IsObject() const { return value_.is_object(); }
   bool IsNumber() const { return value_.is_number(); }
+  bool IsText() const { return value_.is_string(); }
   int Integer(int least, int most) const;
   double Number() const;
   bool Flag() const;

@@ -4,6 +4,7 @@
 #include <bit>
 #include <mutex>
 #include <set>
+#include <span>
 
 #include "framework/module.h"
 #include "framework/rack_model.h"
@@ -17,15 +18,34 @@ namespace {
 std::vector<float> ValuesOf(const Module& module) {
   std::vector<float> values;
   for (const SettableControl& settable : SettableControls(module)) {
-    values.push_back(BaseValueOf(*settable.control));
+    const bool isSet = module.EffectOf(*settable.control) != ControlEffect::kPlayback;
+    values.push_back(isSet ? BaseValueOf(*settable.control) : 0.0f);
   }
   return values;
 }
 
-ModuleRecord RecordOf(RackModel& rack, Module& module) {
-  const std::lock_guard lock(rack.engine.processingLock);
-  int nextPoint = 0;
-  return {CapturePresetModule(module, rack.RestingCorner(module), &nextPoint), ValuesOf(module)};
+/// Shares with the record before what is the same there.
+std::vector<ModuleRecord::Piece> InPieces(std::span<const std::byte> data,
+                                          const ModuleRecord* previous) {
+  std::vector<ModuleRecord::Piece> pieces;
+  while (!data.empty()) {
+    const auto bytes = data.first(std::min(data.size(), ModuleRecord::kPieceBytes));
+    data = data.subspan(bytes.size());
+    const std::size_t i = pieces.size();
+    const bool isKnown = previous && i < previous->ownData.size() &&
+                         std::ranges::equal(*previous->ownData[i], bytes);
+    pieces.push_back(
+        isKnown ? previous->ownData[i]
+                : std::make_shared<const std::vector<std::byte>>(bytes.begin(), bytes.end()));
+  }
+  return pieces;
+}
+
+bool MovesOthers(const Module& module) {
+  const std::vector<SettableControl> controls = SettableControls(module);
+  return std::any_of(controls.begin(), controls.end(), [&](const SettableControl& settable) {
+    return module.EffectOf(*settable.control) == ControlEffect::kOtherModules;
+  });
 }
 
 /// Moves a control as its panel would.
@@ -41,9 +61,27 @@ void MoveControl(RackModel& rack, CControl& control, float value) {
 
 }  // namespace
 
-std::size_t ModuleRecord::Bytes() const {
+bool ModuleRecord::HasDataOf(const ModuleRecord& other) const {
+  return preset.data == other.preset.data &&
+         std::equal(ownData.begin(), ownData.end(), other.ownData.begin(), other.ownData.end(),
+                    [](const Piece& a, const Piece& b) { return a == b || *a == *b; });
+}
+
+PresetModule ModuleRecord::Whole() const {
+  PresetModule whole = preset;
+  for (const Piece& piece : ownData) {
+    whole.data.insert(whole.data.end(), piece->begin(), piece->end());
+  }
+  return whole;
+}
+
+std::size_t ModuleRecord::Size() const {
   return sizeof *this + preset.data.size() + preset.indices.size() * sizeof(std::int32_t) +
-         values.size() * sizeof(float);
+         values.size() * sizeof(float) + ownData.size() * sizeof(Piece);
+}
+
+bool operator==(const ModuleRecord& a, const ModuleRecord& b) {
+  return a.preset == b.preset && a.values == b.values && a.HasDataOf(b);
 }
 
 const ModuleRecord* RackSnapshot::Find(int id) const {
@@ -53,11 +91,17 @@ const ModuleRecord* RackSnapshot::Find(int id) const {
 }
 
 std::size_t RackSnapshot::BytesBeside(const RackSnapshot& other) const {
-  std::set<const ModuleRecord*> shared;
-  for (const Entry& entry : other.modules) shared.insert(entry.record.get());
+  std::set<const void*> shared;
+  for (const Entry& entry : other.modules) {
+    shared.insert(entry.record.get());
+    for (const ModuleRecord::Piece& piece : entry.record->ownData) shared.insert(piece.get());
+  }
   std::size_t bytes = modules.size() * sizeof(Entry) + cables.size() * sizeof(Cable);
   for (const Entry& entry : modules) {
-    if (!shared.contains(entry.record.get())) bytes += entry.record->Bytes();
+    if (!shared.contains(entry.record.get())) bytes += entry.record->Size();
+    for (const ModuleRecord::Piece& piece : entry.record->ownData) {
+      if (!shared.contains(piece.get())) bytes += piece->size();
+    }
   }
   return bytes;
 }
@@ -93,6 +137,45 @@ PatchPoint* RackSnapshots::FindPoint(int id, int point) const {
   return point < count ? points[static_cast<std::size_t>(point)] : nullptr;
 }
 
+ModuleRecord RackSnapshots::RecordOf(Module& module, const ModuleRecord* previous) {
+  ModuleRecord record;
+  std::vector<std::byte>& data = record.preset.data;
+  const auto capture = [&](std::vector<std::byte> room, int size) {
+    int nextPoint = 0;
+    record.preset = CapturePresetSettings(module, rack_.RestingCorner(module), &nextPoint);
+    data = std::move(room);
+    data.resize(static_cast<std::size_t>(size));
+  };
+  int size = 0;
+  {
+    const std::lock_guard lock(rack_.engine.processingLock);
+    record.revision = module.GetDataRevision();
+    if (previous && record.revision != 0 && record.revision == previous->revision) {
+      capture({}, module.GetControlValuesSize());
+      module.SaveControlValues(reinterpret_cast<float*>(data.data()));
+      record.values = ValuesOf(module);
+      record.ownData = previous->ownData;
+      return record;
+    }
+    size = module.GetPresetSize();
+  }
+  // The audio thread does not wait for the memory that much data takes.
+  std::vector<std::byte> room(static_cast<std::size_t>(size));
+  {
+    const std::lock_guard lock(rack_.engine.processingLock);
+    size = module.GetPresetSize();
+    record.revision = module.GetDataRevision();
+    capture(std::move(room), size);
+    module.SavePreset(data.data(), size);
+    record.values = ValuesOf(module);
+  }
+  const auto controls = static_cast<std::size_t>(module.GetControlValuesSize());
+  const auto own = std::span<const std::byte>(data).subspan(std::min(controls, data.size()));
+  record.ownData = InPieces(own, previous);
+  data.resize(data.size() - own.size());
+  return record;
+}
+
 RackSnapshot RackSnapshots::Take(const RackSnapshot& previous) {
   std::map<int, std::shared_ptr<const ModuleRecord>> known;
   for (const RackSnapshot::Entry& entry : previous.modules) known[entry.id] = entry.record;
@@ -101,9 +184,9 @@ RackSnapshot RackSnapshots::Take(const RackSnapshot& previous) {
   snapshot.rack = CaptureRackSettings(rack_);
   for (Module* module : rack_.modules[0]) {
     const int id = IdOf(*module);
-    ModuleRecord record = RecordOf(rack_, *module);
     std::shared_ptr<const ModuleRecord> shared = known[id];
-    if (!shared || *shared != record) {
+    ModuleRecord record = RecordOf(*module, shared.get());
+    if (!shared || shared->revision != record.revision || *shared != record) {
       shared = std::make_shared<const ModuleRecord>(std::move(record));
     }
     snapshot.modules.push_back({id, std::move(shared)});
@@ -180,7 +263,7 @@ bool RackSnapshots::AddModules(const RackSnapshot& to) {
   std::vector<CControl*> newControls;
   for (const RackSnapshot::Entry& entry : to.modules) {
     if (FindModule(entry.id)) continue;
-    if (Module* module = LoadPresetModule(entry.record->preset, rack_, newControls)) {
+    if (Module* module = LoadPresetModule(entry.record->Whole(), rack_, newControls)) {
       ids_[module] = entry.id;
     } else {
       complete = false;
@@ -215,20 +298,20 @@ void RackSnapshots::RestoreOptions(Module& module, const PresetModule& was,
 }
 
 void RackSnapshots::RestoreData(Module& module, const ModuleRecord& from, const ModuleRecord& to) {
-  if (from.preset.data == to.preset.data) return;
+  if (from.HasDataOf(to)) return;
   const std::vector<SettableControl> controls = SettableControls(module);
   if (from.values.size() == controls.size() && to.values.size() == controls.size()) {
     for (std::size_t i = 0; i < controls.size(); ++i) {
       if (controls[i].isLamp || from.values[i] == to.values[i]) continue;
       MoveControl(rack_, *controls[i].control, to.values[i]);
     }
-    if (RecordOf(rack_, module).preset.data == to.preset.data) return;
+    if (RecordOf(module, &from).HasDataOf(to)) return;
   }
   // More than controls: the module takes its whole data, as from a preset.
+  const PresetModule whole = to.Whole();
   const PatchEdit edit(rack_);
   rack_.ForEachVoice(&module, [&](Module& instance) {
-    instance.LoadPreset(to.preset.data.data(), static_cast<int>(to.preset.data.size()),
-                        to.preset.version);
+    instance.LoadPreset(whole.data.data(), static_cast<int>(whole.data.size()), whole.version);
   });
   module.invalid();
 }
@@ -262,10 +345,13 @@ bool RackSnapshots::Restore(const RackSnapshot& from, const RackSnapshot& to) {
   });
   NumberPoints();
   AddCables(to);
-  // Last, because data has the state of MIDI jacks, which the cables have restored.
-  forEachChanged([&](Module& module, const ModuleRecord& was, const ModuleRecord& will) {
-    RestoreData(module, was, will);
-  });
+  // Last, because data has the state of MIDI jacks, which the cables have restored. What moves the
+  // controls of others comes before those.
+  for (const bool movesOthers : {true, false}) {
+    forEachChanged([&](Module& module, const ModuleRecord& was, const ModuleRecord& will) {
+      if (MovesOthers(module) == movesOthers) RestoreData(module, was, will);
+    });
+  }
   if (to.rack.highestParameterIndex) {
     rack_.parameters.highestParameterIndex = *to.rack.highestParameterIndex;
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <tuple>
@@ -18,13 +19,23 @@ class RackModel;
 
 /// A module as a preset keeps it; its patch points are counted from 0.
 struct ModuleRecord {
-  PresetModule preset;
-  std::vector<float>
-      values;  ///< of its controls without the host's modulation, as SettableControls
+  using Piece = std::shared_ptr<const std::vector<std::byte>>;
+  static constexpr std::size_t kPieceBytes = std::size_t{1} << 16;
 
-  bool operator==(const ModuleRecord&) const = default;
-  std::size_t Bytes() const;
+  PresetModule preset;  ///< of its data only the control values
+  /// What comes behind them, in pieces that all records share between which they stay as they are.
+  std::vector<Piece> ownData;
+  std::uint64_t revision = 0;  ///< of the module's own data, 0 if the class does not say
+  /// Of its controls without the host's modulation, as SettableControls; 0 for what plays.
+  std::vector<float> values;
+
+  bool HasDataOf(const ModuleRecord& other) const;
+  /// The preset with all its data.
+  PresetModule Whole() const;
+  std::size_t Size() const;
 };
+
+bool operator==(const ModuleRecord& a, const ModuleRecord& b);
 
 /// Snapshots share the record of a module that did not change between them.
 struct RackSnapshot {
@@ -61,7 +72,8 @@ class RackSnapshots {
   explicit RackSnapshots(RackModel& rack) : rack_(rack) {}
 
   /// Reads one module at a time inside the processing lock, so that the audio thread waits for one
-  /// at most. What equals its record in `previous` is shared with it.
+  /// at most. What equals its record in `previous` is shared with it; data of an unchanged revision
+  /// are not read.
   RackSnapshot Take(const RackSnapshot& previous);
   /// Brings the rack from `from` to `to`: only what differs between the two changes, and everything
   /// else sounds on as it is. False if a module could not be made; the others are restored.
@@ -80,6 +92,7 @@ class RackSnapshots {
   void AddCables(const RackSnapshot& to);
   bool AddModules(const RackSnapshot& to);
   void RestoreOptions(Module& module, const PresetModule& was, const PresetModule& will);
+  ModuleRecord RecordOf(Module& module, const ModuleRecord* previous);
   void RestoreData(Module& module, const ModuleRecord& from, const ModuleRecord& to);
   RackSnapshot::Cable Describe(const Cable& cable);
 

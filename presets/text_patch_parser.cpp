@@ -71,7 +71,8 @@ PatchValue ParseValue(const JsonPlace& place) {
     return {members};
   }
   if (place.IsNumber()) return {place.Number()};
-  return {place.Text()};
+  if (place.IsText()) return {place.Text()};
+  return {std::monostate()};  // the module says what it takes
 }
 
 void ParseOwnKey(const JsonPlace& place, ModuleEntry& entry) {

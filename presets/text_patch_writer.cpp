@@ -165,8 +165,10 @@ Json FormatValue(const PatchValue& value) {
     for (const PatchValue& item : *items) json.push_back(FormatValue(item));
     return json;
   }
+  const PatchValue::Members* members = value.Object();
+  if (!members) return nullptr;
   Json json = Json::object();
-  for (const auto& [key, member] : *value.Object()) json[key] = FormatValue(member);
+  for (const auto& [key, member] : *members) json[key] = FormatValue(member);
   return json;
 }
 

@@ -40,12 +40,7 @@ void S612OctetChorus::SetSampleRate(float rate) {
   finishRight_.Prepare(rate);
   kernel_.Prepare(rate);
   lines_.Resize(S612OctetChorusKernel::kMostVoices, S612OctetChorusKernel::SizeAt(rate));
-  TakeLines();
-}
-
-void S612OctetChorus::TakeLines() {
-  lines_.TakeIfCabled();
-  if (lines_.AreTaken()) kernel_.Attach(lines_);
+  lines_.TakeIfCabled(kernel_);
 }
 
 void S612OctetChorus::ValueChanged(CControl* control) {
@@ -57,7 +52,7 @@ void S612OctetChorus::ValueChanged(CControl* control) {
 }
 
 void S612OctetChorus::CableConnected(PatchPoint*) {
-  TakeLines();
+  lines_.TakeIfCabled(kernel_);
   NoteCables();
 }
 

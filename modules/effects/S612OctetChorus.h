@@ -27,7 +27,6 @@ class S612OctetChorus final : public BuiltInModule<S612OctetChorus> {
 
  private:
   void NoteCables();
-  void TakeLines();
 
   Knob feedback_, depth_, depthCvAmount_, rate_, rateCvAmount_, spread_, mix_, voices_;
   ClipLamp clip_;

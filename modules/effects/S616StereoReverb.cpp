@@ -41,12 +41,7 @@ void S616StereoReverb::SetSampleRate(float rate) {
   finishRight_.Prepare(rate);
   kernel_.Prepare(rate);
   lines_.Resize(S616StereoReverbKernel::kLines, S616StereoReverbKernel::SizeAt(rate));
-  TakeLines();
-}
-
-void S616StereoReverb::TakeLines() {
-  lines_.TakeIfCabled();
-  if (lines_.AreTaken()) kernel_.Attach(lines_);
+  lines_.TakeIfCabled(kernel_);
 }
 
 void S616StereoReverb::ValueChanged(CControl* control) {
@@ -67,7 +62,7 @@ void S616StereoReverb::ValueChanged(CControl* control) {
 }
 
 void S616StereoReverb::CableConnected(PatchPoint*) {
-  TakeLines();
+  lines_.TakeIfCabled(kernel_);
   NoteCables();
 }
 

@@ -26,7 +26,6 @@ class S616StereoReverb final : public BuiltInModule<S616StereoReverb> {
 
  private:
   void NoteCables();
-  void TakeLines();
 
   Knob decay_, modulationDepth_, damping_, modulationRate_, size_, width_, mix_, lineCount_;
   CVerticalSwitch* diffusion_;

@@ -240,19 +240,29 @@ void S218SpectralFilter::Redesign() {
   bars_->ShowNews();
   lastFrame_.Set(frameIndex_ == frames_.Last() ? 1.0f : 0.0f);
   for (std::size_t k = 0; k < shaped_.size(); ++k) shaped_[k] = Shaped(bars_->barGain[k]);
+  // One change of mode after the other.
+  if (kernel_.IsSwitching() && kernel_.mode != settings_.mode) {
+    MarkStale();
+    return;
+  }
   RunDesign(kernel_.main, settings_, 1.0f);
-  if (kernel_.secondStage) {
+  if (hasSecondStage_) {
     // The gain at the output makes up for one stage.
     constexpr float kGain = S218SpectralFilterKernel::kOutGain;
     Design::Settings plain = settings_;
     plain.mode = 0;
     plain.keepLength = false;
     RunDesign(kernel_.aux, plain, kGain);
+  } else {
+    kernel_.aux.Pass();
   }
   isStale_ = false;
   designCountdown_ = designInterval_;
   if (designCount_++ == 0) {
+    kernel_.mode = settings_.mode;
     kernel_.Jump();
+  } else if (kernel_.mode != settings_.mode) {
+    kernel_.SwitchTo(settings_.mode);
   } else {
     kernel_.StartFade();
   }
@@ -287,6 +297,7 @@ void S218SpectralFilter::ShowFrame() {
 }
 
 void S218SpectralFilter::ShowOwnBars() {
+  bars_->TurnTo(frameIndex_);
   for (int k = 0; k < kBars; ++k) {
     const auto at = static_cast<std::size_t>(k);
     bars_->ownGain[at] = frames_.Gain(frameIndex_, k);
@@ -299,6 +310,11 @@ void S218SpectralFilter::TakeBars(const S218SpectralFilter& from, int first, int
   auto spare = Frames::Make();
   const ProcessingSection section(*this);
   const int frame = from.frameIndex_;
+  if (!from.bars_->IsOnPage()) {
+    // A step came after the mouse had drawn: that belongs to no frame any more.
+    if (this == &from) ShowOwnBars();
+    return;
+  }
   if (frame > frames_.Last()) return;
   Frames::Frame bars = frames_.Copy(frame);
   for (int k = first; k <= last; ++k) {
@@ -358,12 +374,12 @@ void S218SpectralFilter::ValueChanged(CControl* control) {
   } else if (control == taps_) {
     SetUpDesign();
   } else if (control == mode_) {
-    kernel_.mode = settings_.mode = std::clamp(mode_.View().SnapToStep(), 0, kModes - 1);
+    settings_.mode = std::clamp(mode_.View().SnapToStep(), 0, kModes - 1);
     // A lattice has a section for each tap, and none to fill up groups.
     settings_.keepLength = settings_.mode > 0;
     SetUpDesign();
   } else if (control == secondStage_) {
-    kernel_.secondStage = isOn;
+    hasSecondStage_ = isOn;
   } else if (control == equalLength_) {
     settings_.equalLength = isOn;
   } else if (control == shortHigh_) {

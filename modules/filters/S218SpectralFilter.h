@@ -92,6 +92,7 @@ class S218SpectralFilter final : public BuiltInModule<S218SpectralFilter>, publi
   int frameIndex_ = 0;
   float framePosition_ = 0.0f;
   DesignInputs designInputs_{-1000.0f, -1000.0f, -1000.0f, -1000.0f};
+  bool hasSecondStage_ = false;
   bool isStale_ = true;  ///< bars, knobs or switches have changed since the last design
   int designInterval_ = 150;
   int designCountdown_ = 0;  // samples

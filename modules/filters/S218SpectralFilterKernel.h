@@ -32,6 +32,13 @@ struct S218Taps {
     live = next;
     liveCount = nextCount;
   }
+  /// In `next`: what leaves the sound as it is.
+  void Pass() {
+    next.fill(0.0f);
+    next[0] = 1.0f;
+    nextCount = 1;
+  }
+  bool IsPass() const { return liveCount == 1 && live[0] == 1.0f; }
 };
 
 class S218SpectralFilterKernel {
@@ -45,7 +52,10 @@ class S218SpectralFilterKernel {
   };
 
   explicit S218SpectralFilterKernel(VectorUnit unit = S218Loops::BestUnit())
-      : convolve_(S218Loops::Of(unit).convolve) {}
+      : convolve_(S218Loops::Of(unit).convolve) {
+    aux.Pass();
+    aux.Arrive();
+  }
 
   /// `rate` in hertz.
   void Prepare(float rate);
@@ -53,6 +63,11 @@ class S218SpectralFilterKernel {
   void StartFade() { fadeCount_ = fadeLength_; }
   /// Goes over to it at once.
   void Jump();
+  /// Begins the fade to another mode, with the design of `next` in it. What sounded until now goes
+  /// on beside it meanwhile, and alone until a lattice is filled. Not while another such fade is
+  /// under way.
+  void SwitchTo(int newMode);
+  bool IsSwitching() const { return switchCount_ > 0; }
   /// Silences lines and lattice.
   void Clear();
 
@@ -60,10 +75,10 @@ class S218SpectralFilterKernel {
   float Step(float x, const Controls& controls);
 
   int mode = 0;                ///< 0 FIR, 1 to 4 lattices
-  bool secondStage = false;    ///< the filter of `aux` before that of `main`
   float rateIncrement = 1.0f;  ///< filter rate over sample rate, up to 1
   double dcCoefficient = 1.0;  ///< of the DC blocker; 1 for none
-  S218Taps main, aux;
+  S218Taps main;
+  S218Taps aux;  ///< of the stage before
 
  private:
   /// The last samples, twice, so that a run of them never wraps; the index goes down.
@@ -72,20 +87,39 @@ class S218SpectralFilterKernel {
     int write = 0;
   };
 
+  struct Lattice {
+    std::array<float, kMostTaps> state{}, prev{};  // of the all-passes
+    float energy = 0.0f;
+  };
+  /// What sounds until a change of mode is done.
+  struct Former {
+    alignas(64) std::array<float, kMostTaps> taps{};
+    int count = 0;
+    int mode = 0;
+    Lattice lattice;
+  };
+
   void StepFade();
-  float Convolve(const S218Taps& taps, Line& line, float x) const;
-  float RunLattice(float x, const Controls& controls);
+  static void Put(Line& line, float x);
+  float Convolve(const float* taps, int count, const Line& line) const;
+  float Run(int mode, const float* taps, int count, Lattice& lattice, float x,
+            const Controls& controls) const;
+  static float RunLattice(int mode, const float* taps, int count, Lattice& lattice, float x,
+                          const Controls& controls);
   template <int kStride>
-  void RunSections(int begin, float& s, float& energy, float f, float q);
+  static void RunSections(int begin, int count, const float* taps, Lattice& lattice, float& s,
+                          float& energy, float f, float q);
 
   float (*convolve_)(const float*, const float*, int);
   Line mainLine_, auxLine_;
-  std::array<float, kMostTaps> state_{}, prev_{};  // of the all-passes
-  float energy_ = 0.0f;
+  Lattice lattice_;
+  Former former_;
   dsp::DcBlocker<double> dc_;
   float ratePhase_ = 0.0f;
   float held_ = 0.0f;
-  int fadeCount_ = 0;  // samples
+  int fadeCount_ = 0;    // samples
+  int fillCount_ = 0;    // samples of the filter until the fade of a mode begins
+  int switchCount_ = 0;  // samples of that fade
   int fadeLength_ = 960;
   float fadeRate_ = 0.0f;
 };

@@ -34,12 +34,7 @@ void S224AllPassDiffusion::SetSampleRate(float rate) {
   kernel_.Prepare(rate);
   // For the longest chain, so that another number of stages takes no memory.
   lines_.Resize(Kernel::kMostStages, Kernel::SizeFor(Kernel::kMostStages, rate));
-  TakeLines();
-}
-
-void S224AllPassDiffusion::TakeLines() {
-  lines_.TakeIfCabled();
-  if (lines_.AreTaken()) kernel_.Attach(lines_);
+  lines_.TakeIfCabled(kernel_);
 }
 
 void S224AllPassDiffusion::ValueChanged(CControl* control) {
@@ -60,7 +55,7 @@ void S224AllPassDiffusion::ValueChanged(CControl* control) {
 }
 
 void S224AllPassDiffusion::CableConnected(PatchPoint*) {
-  TakeLines();
+  lines_.TakeIfCabled(kernel_);
   hasReturn_ = return_.IsCabled();
 }
 

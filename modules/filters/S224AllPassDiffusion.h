@@ -28,8 +28,6 @@ class S224AllPassDiffusion final : public BuiltInModule<S224AllPassDiffusion> {
   void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
-  void TakeLines();
-
   Knob amount_, time_, spacing_, stages_;
   CVerticalSwitch* mode_;
   ClipLamp clip_;

@@ -8,6 +8,7 @@
 #include "framework/display_view.h"
 #include "framework/pitch_text.h"
 #include "framework/preset_tail.h"
+#include "framework/rack_model.h"
 
 namespace halveron {
 
@@ -17,11 +18,13 @@ using Kernel = SE06HardwareTunerKernel;
 
 constexpr double kLowestReference = 430.0, kReferences = 20.0;  // hertz
 constexpr double kStepsPerHertz = 10.0;
+constexpr int kReportMilliseconds = 100;
 
 }  // namespace
 
 SE06HardwareTuner::SE06HardwareTuner(CFrame* frame, const HostTable& table, int voiceIndex)
-    : BuiltInModule(frame, table, voiceIndex) {
+    : BuiltInModule(frame, table, voiceIndex),
+      timer_(*this, kReportMilliseconds, [this] { ReportTable(); }) {
   constexpr float kLeft = 24, kMiddle = 60, kRight = 96, kControls = 154;
   AddModuleKnob(reference_, "Reference", 18, kControls, SharedBitmap::kGrayKnob, 0.5f);
   calibrate_ = AddKickButton("Calibrate", 56, kControls, SharedBitmap::kRedButton);
@@ -42,11 +45,19 @@ SE06HardwareTuner::SE06HardwareTuner(CFrame* frame, const HostTable& table, int 
   SetSampleRate(sampleRate);
   ValueChanged(reference_);
   ValueChanged(correction_);
+  timer_.Start();
 }
 
 void SE06HardwareTuner::ProcessSample() {
+  const bool wasRunning = kernel_.IsRunning();
   if (kernel_.Step(audio_->in)) Publish();
+  if (wasRunning && kernel_.Now().outcome == Kernel::Outcome::kDone) isTableNew_ = true;
   pitchOut_->out = kernel_.Output(pitch_->in, corrects_, referenceHertz_);
+}
+
+/// A calibration is the user's edit, which the audio thread brings to its end.
+void SE06HardwareTuner::ReportTable() {
+  if (isTableNew_.exchange(false)) editor->ModuleEdited(*this);
 }
 
 void SE06HardwareTuner::Publish() {

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <string>
 
 #include "framework/module.h"
+#include "framework/module_timer.h"
 #include "framework/triple_buffer.h"
 #include "modules/other/SE06HardwareTunerKernel.h"
 
@@ -44,6 +46,7 @@ class SE06HardwareTuner final : public BuiltInModule<SE06HardwareTuner> {
     bool isTuned = false;  ///< there is a table
   };
 
+  void ReportTable();
   void Publish();
   void Draw(CDrawContext& context, const CRect& area, const Picture& picture) const;
 
@@ -59,7 +62,9 @@ class SE06HardwareTuner final : public BuiltInModule<SE06HardwareTuner> {
   double referenceHertz_ = SE06HardwareTunerKernel::kStandard;
   bool corrects_ = true;
   bool isLoading_ = false;
+  std::atomic<bool> isTableNew_ = false;  ///< by a calibration that nobody was told of yet
   TripleBuffer<Picture> feed_;
+  ModuleTimer timer_;
 };
 
 }  // namespace halveron

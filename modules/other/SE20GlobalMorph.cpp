@@ -106,6 +106,11 @@ void SE20GlobalMorph::ValueChanged(CControl* control) {
   }
 }
 
+ControlEffect SE20GlobalMorph::EffectOf(const CControl& control) const {
+  const bool movesOthers = &control == randomise_ || &control == &morph_.View();
+  return movesOthers ? ControlEffect::kOtherModules : ControlEffect::kSetting;
+}
+
 void SE20GlobalMorph::LoadControlValues(const float* buffer, unsigned size) {
   isLoading_ = true;
   Module::LoadControlValues(buffer, size);

@@ -20,6 +20,7 @@ class SE20GlobalMorph final : public BuiltInModule<SE20GlobalMorph> {
   void ProcessSample() override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
+  ControlEffect EffectOf(const CControl& control) const override;
   void LoadControlValues(const float* buffer, unsigned size) override;
   int GetPresetSize() override;
   void SavePreset(void* buffer, int size) override;

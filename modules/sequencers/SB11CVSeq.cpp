@@ -1,7 +1,6 @@
 #include "modules/sequencers/SB11CVSeq.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "dsp/shaping.h"
 #include "framework/numbered_role.h"
@@ -61,7 +60,7 @@ void SB11CVSeq::ProcessSample() {
   if (moving_.Smooth()) SetOffset();
   const float clock = clock_->in, reset = reset_->in;
   if (reset > dsp::kResetLow) {
-    if (!(lastReset_ > dsp::kResetLow)) samplesSinceClock_ = clockPeriod_;
+    if (!(lastReset_ > dsp::kResetLow)) clockPeriod_.Hold();
     if (dsp::IsRisingEdge(lastReset_, reset)) GoToStart();
     if (!IsDraggingSelected()) WriteSelectedStep();
   } else if (!clock_.IsCabled()) {
@@ -70,7 +69,7 @@ void SB11CVSeq::ProcessSample() {
     TakeClock();
   } else {
     if (!IsDraggingSelected()) WriteHeads();
-    dsp::CountInterval(samplesSinceClock_);
+    clockPeriod_.Count();
     RunGate();
   }
   lastClock_ = clock;
@@ -82,9 +81,8 @@ void SB11CVSeq::TakeClock() {
   panel_.Advance();
   FlushHeads();
   WriteHeads();
-  clockPeriod_ = std::max(samplesSinceClock_, 1);
-  samplesSinceClock_ = 1;
-  gateIncrement_ = 1.0 / clockPeriod_;
+  clockPeriod_.TakeClock();
+  gateIncrement_ = clockPeriod_.Increment();
   gatePhase_ = 0.0;
   gate_->out = gate_->out < 1.0f ? 1.0f : 0.0f;
 }
@@ -177,10 +175,10 @@ void SB11CVSeq::TouchStep(int step) {
   WriteSelectedStep();
 }
 
-int SB11CVSeq::GetPresetSize() { return PresetTail(*this).SizeWith(sizeof(std::int32_t)); }
+int SB11CVSeq::GetPresetSize() { return PresetTail(*this).SizeWith(ClockPeriod::kBytes); }
 
 void SB11CVSeq::SavePreset(void* buffer, int size) {
-  PresetTail(*this).Save(buffer, size).Write(static_cast<std::int32_t>(clockPeriod_));
+  clockPeriod_.Write(PresetTail(*this).Save(buffer, size));
 }
 
 void SB11CVSeq::LoadPreset(const void* buffer, int size, int version) {
@@ -192,13 +190,12 @@ void SB11CVSeq::LoadPreset(const void* buffer, int size, int version) {
   SetRange();
   SetOffset();
   quantises_ = quantise_->getValue() == 0.0f;
-  clockPeriod_ = samplesSinceClock_ = dsp::kIdleCounter;
+  clockPeriod_.Forget();
   gateIncrement_ = 1.0;
-  std::int32_t period = 0;
-  if (version < kFirstVersionWithPeriod || !reader.Read(period)) return;
+  if (version < kFirstVersionWithPeriod || !clockPeriod_.Read(reader)) return;
   // The first clock measures from here: its gate is as long as those before.
-  clockPeriod_ = samplesSinceClock_ = std::clamp(period, 1, dsp::kIdleCounter);
-  gateIncrement_ = 1.0 / clockPeriod_;
+  clockPeriod_.Hold();
+  gateIncrement_ = clockPeriod_.Increment();
 }
 
 }  // namespace halveron

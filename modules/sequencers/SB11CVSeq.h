@@ -1,9 +1,9 @@
 // SB11 CV Sequencer: up to four rows of voltages, and a gate in proportion to the clock.
 #pragma once
 
-#include "dsp/counters.h"
 #include "framework/module.h"
 #include "framework/moving_knobs.h"
+#include "modules/sequencers/clock_period.h"
 #include "modules/sequencers/step_panel.h"
 
 namespace halveron {
@@ -55,8 +55,7 @@ class SB11CVSeq final : public BuiltInModule<SB11CVSeq> {
 
   int selectedStep_ = 0;
   float lastClock_ = 0.0f, lastReset_ = 0.0f;
-  int samplesSinceClock_ = dsp::kIdleCounter;
-  int clockPeriod_ = dsp::kIdleCounter;
+  ClockPeriod clockPeriod_;
   double gatePhase_ = 1.0;
   double gateIncrement_ = 1.0;
   bool isLoading_ = false;

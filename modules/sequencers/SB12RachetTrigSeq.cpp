@@ -1,7 +1,6 @@
 #include "modules/sequencers/SB12RachetTrigSeq.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include "dsp/shaping.h"
 #include "framework/numbered_role.h"
@@ -53,7 +52,7 @@ void SB12RachetTrigSeq::ProcessSample() {
   lastReset_ = reset;
   const bool clocked = clockEdges_.Step(clock_->in);
   if (reset_.IsCabled() && reset > dsp::kResetLow) {
-    if (!(lastReset > dsp::kResetLow)) samplesSinceClock_ = clockPeriod_;
+    if (!(lastReset > dsp::kResetLow)) clockPeriod_.Hold();
     if (dsp::IsRisingEdge(lastReset, reset)) panel_.GoToStart();
     return;
   }
@@ -63,12 +62,11 @@ void SB12RachetTrigSeq::ProcessSample() {
     stepPhase_ += increment_;
     if (stepPhase_ >= 1.0) Advance();
   } else if (clocked) {
-    clockPeriod_ = std::max(samplesSinceClock_, 1);
-    samplesSinceClock_ = 1;
-    increment_ = 1.0 / clockPeriod_;
+    clockPeriod_.TakeClock();
+    increment_ = clockPeriod_.Increment();
     Advance();
   } else {
-    dsp::CountInterval(samplesSinceClock_);
+    clockPeriod_.Count();
     if (stepPhase_ < 1.0) stepPhase_ += increment_;
   }
   WriteRows();
@@ -129,8 +127,7 @@ void SB12RachetTrigSeq::ValueChanged(CControl* control) {
 void SB12RachetTrigSeq::CableConnected(PatchPoint* point) {
   if (point != clock_) return;
   const double period = increment_ > 0.0 ? 1.0 / increment_ : dsp::kIdleCounter;
-  clockPeriod_ = static_cast<int>(std::min<double>(period + 0.5, dsp::kIdleCounter));
-  samplesSinceClock_ = clockPeriod_;
+  clockPeriod_.Set(static_cast<int>(std::min<double>(period + 0.5, dsp::kIdleCounter)));
 }
 
 void SB12RachetTrigSeq::CableDisconnected(PatchPoint* point) {
@@ -139,10 +136,10 @@ void SB12RachetTrigSeq::CableDisconnected(PatchPoint* point) {
   FollowRateKnob();
 }
 
-int SB12RachetTrigSeq::GetPresetSize() { return PresetTail(*this).SizeWith(sizeof(std::int32_t)); }
+int SB12RachetTrigSeq::GetPresetSize() { return PresetTail(*this).SizeWith(ClockPeriod::kBytes); }
 
 void SB12RachetTrigSeq::SavePreset(void* buffer, int size) {
-  PresetTail(*this).Save(buffer, size).Write(static_cast<std::int32_t>(clockPeriod_));
+  clockPeriod_.Write(PresetTail(*this).Save(buffer, size));
 }
 
 void SB12RachetTrigSeq::LoadPreset(const void* buffer, int size, int version) {
@@ -152,13 +149,10 @@ void SB12RachetTrigSeq::LoadPreset(const void* buffer, int size, int version) {
   isLoading_ = false;
   panel_.RestoreHeads();
   counts_ = {};
-  clockPeriod_ = samplesSinceClock_ = dsp::kIdleCounter;
-  std::int32_t period = 0;
-  if (version >= 1001 && reader.Read(period)) {
-    clockPeriod_ = std::clamp(period, 1, dsp::kIdleCounter);
-  }
+  clockPeriod_.Forget();
+  if (version >= 1001) clockPeriod_.Read(reader);
   // The cable on Clock comes after this, and takes the period back from the increment.
-  increment_ = 1.0 / clockPeriod_;
+  increment_ = clockPeriod_.Increment();
 }
 
 }  // namespace halveron

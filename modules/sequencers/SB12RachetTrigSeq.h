@@ -3,8 +3,9 @@
 
 #include <array>
 
-#include "dsp/counters.h"
+#include "dsp/edge.h"
 #include "framework/module.h"
+#include "modules/sequencers/clock_period.h"
 #include "modules/sequencers/step_panel.h"
 
 namespace halveron {
@@ -49,8 +50,7 @@ class SB12RachetTrigSeq final : public BuiltInModule<SB12RachetTrigSeq> {
   std::array<int, StepGrid::kRows> counts_{};  // sub-pulses of the present steps
   double stepPhase_ = 1.0;                     // 0..1 of the step; 1 while it has run out
   double increment_ = 0.0;
-  int samplesSinceClock_ = dsp::kIdleCounter;
-  int clockPeriod_ = dsp::kIdleCounter;
+  ClockPeriod clockPeriod_;
   dsp::EdgeDetector<> clockEdges_;
   float lastReset_ = 0.0f;
   bool isLoading_ = false;

@@ -114,7 +114,7 @@ void S313InternetRadio::BlockStart(int frames) {
   if (isSilent_) return;
   const auto stored = static_cast<std::size_t>(kStoredSeconds * fileRate_) *
                       static_cast<std::size_t>(ring_.channels);
-  if (isStoring_ && feed.Available() < stored && !feed.HasEnded()) return;
+  if (isStoring_ && feed.Available() < stored && !feed.IsClosed()) return;
   ring_.Fill(feed, frames, fileRate_ / static_cast<double>(dawSampleRate));
   isStoring_ = ring_.Held() < ring_.channels;
 }

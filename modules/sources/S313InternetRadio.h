@@ -11,7 +11,8 @@
 
 namespace halveron {
 
-/// Plays from half a second of stored sound on, and stores again after it ran dry. A preset keeps
+/// Plays from half a second of stored sound on, and stores again after it ran dry; the end of a
+/// stream, however short, is played. A preset keeps
 /// the number of the station, but does not connect.
 class S313InternetRadio final : public BuiltInModule<S313InternetRadio> {
  public:

@@ -16,7 +16,6 @@ constexpr int kSettlingMilliseconds = 300;
 constexpr int kBlockBytes = 42;  // before the samples
 constexpr float kMiddleC = 60.0f;
 constexpr double kFarthestPitch = 10.0;
-constexpr double kHighestRate = 200.0e6;  // hertz: 768 kHz, oversampled by 256
 // Tables of samples up to here are ready when a preset is loaded, so that what is rendered does
 // not depend on how fast a worker is.
 constexpr int kAwaitedLength = 1 << 22;
@@ -288,6 +287,28 @@ void S315MiniSampler::SavePreset(void* buffer, int size) {
   }
 }
 
+std::uint64_t S315MiniSampler::GetDataRevision() {
+  static std::atomic<std::uint64_t> revisions = 0;  // of all instances, so that none has another's
+  if (!shared_) return 0;
+  const SampleWorkshop& workshop = shared_->workshop;
+  const DataState state{workshop.Changes(),
+                        format_->getValue(),
+                        screen_->IsZoomed(),
+                        workshop.RootPitch(),
+                        workshop.Tuning(),
+                        QualityPosition(),
+                        IsCycle()};
+  if (dataRevision_ == 0 || state != dataState_) dataRevision_ = ++revisions;
+  dataState_ = state;
+  return dataRevision_;
+}
+
+void S315MiniSampler::leavingFrame(CFrame* root) {
+  BuiltInModule::leavingFrame(root);
+  // The window closes before the knob has settled.
+  if (settlingTimer_.IsStarted()) ApplyQuality();
+}
+
 void S315MiniSampler::LoadPreset(const void* buffer, int size, int) {
   if (IsOwner()) EndRecording();
   isLoading_ = true;  // a button that was down when the preset was saved is not pressed now
@@ -322,8 +343,8 @@ void S315MiniSampler::LoadBlock(ByteReader& reader) {
   reader.Read(tableMode);  // follows from the controls
   reader.Read(tableBase);  // follows from the rate
   const bool isWhole = !reader.Failed() && last >= -1 && last < SampleBuffer::kLargest &&
-                       rate >= 1.0 && rate <= kHighestRate && std::fabs(root) <= kFarthestPitch &&
-                       std::fabs(tuning) <= kFarthestPitch;
+                       rate >= kLowestSampleRate && rate <= kHighestSampleRate &&
+                       std::fabs(root) <= kFarthestPitch && std::fabs(tuning) <= kFarthestPitch;
   if (isWhole) {
     const auto stored = static_cast<std::int32_t>(std::min<std::size_t>(
         static_cast<std::size_t>(last) + 1, reader.Remaining() / sizeof(float)));

@@ -51,6 +51,8 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   int GetPresetSize() override;
   void SavePreset(void* buffer, int size) override;
   void LoadPreset(const void* buffer, int size, int version) override;
+  std::uint64_t GetDataRevision() override;
+  void leavingFrame(CFrame* root) override;
 
   /// "sample": the path of a sound file.
   const char* PatchKey() const override { return kPatchKeys[0]; }
@@ -77,6 +79,18 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
     bool recording = false;
     unsigned serial = 1;  ///< of the sample that voices play
     std::atomic<double> playhead = -1.0;
+  };
+
+  /// What the preset data behind the control values are made of.
+  struct DataState {
+    unsigned changes = 0;  ///< of the sample
+    float format = 0.0f;
+    bool isZoomed = false;
+    double root = 0.0, tuning = 0.0;
+    int quality = 0;
+    bool isCycle = false;
+
+    bool operator==(const DataState&) const = default;
   };
 
   /// The images that this class alone has.
@@ -118,8 +132,8 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void Edit(CControl* button);
   void Tune();
   void MoveRoot(int semitones);
-  /// Goes over to a part of the sample, changed.
-  void Replace(int first, int end, const std::function<void(std::span<float>)>& change = {});
+  /// Goes over to a part of the sample, changed. False if there is no memory.
+  bool Replace(int first, int end, const std::function<void(std::span<float>)>& change = {});
   /// The first sample of the window as the knobs stand, and the one after its last.
   std::pair<int, int> Window(int length) const;
   void AskForFile();
@@ -145,6 +159,8 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   bool overdub_ = false;
   bool isLoading_ = false;
   bool isBlinking_ = false;
+  DataState dataState_;
+  std::uint64_t dataRevision_ = 0;
   int shownLoads_ = 0;
   int shownLength_ = -1;
   unsigned screenVersion_ = 0;

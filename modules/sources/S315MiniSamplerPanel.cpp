@@ -7,6 +7,7 @@
 
 #include "framework/rack_model.h"
 #include "modules/sources/S315MiniSampler.h"
+#include "modules/sources/dropped_files.h"
 #include "modules/sources/sample_edit.h"
 #include "platform/file_error.h"
 
@@ -29,12 +30,6 @@ const std::vector<CFileExtension>& SoundFiles() {
                                                  {"Ogg Vorbis audio file", "ogg", "audio/ogg"},
                                                  {"Apple AIFF audio file", "aiff", "audio/x-aiff"}};
   return kinds;
-}
-
-/// What the rack itself takes when it is dropped.
-bool IsPatchFile(const std::string& path) {
-  const std::string extension = std::filesystem::path(path).extension().string();
-  return extension == ".hvp" || extension == ".json";
 }
 
 double PitchOfNote(double note) { return (note - kMiddleC) / kSemitonesPerPitch; }
@@ -124,7 +119,7 @@ void S315MiniSampler::Edit(CControl* button) {
     Show("There is no sample yet");
   } else if (button == crop_) {
     const auto [first, end] = Window(length);
-    Replace(first, end);
+    if (!Replace(first, end)) return;
     MoveKnob(start_, 0.0);
     MoveKnob(fineStart_, 0.0);
     MoveKnob(length_, 1.0);
@@ -138,14 +133,14 @@ void S315MiniSampler::Edit(CControl* button) {
   }
 }
 
-void S315MiniSampler::Replace(int first, int end,
+bool S315MiniSampler::Replace(int first, int end,
                               const std::function<void(std::span<float>)>& change) {
   const SampleSet set = shared_->workshop.Latest();
   const int length = end - first;
   auto buffer = SampleBuffer::Make(std::max(length, 1));
   if (!buffer) {
     Show("There is no memory for this");
-    return;
+    return false;
   }
   std::copy_n(set.buffer->Samples() + first, length, buffer->Samples());
   if (change) change({buffer->Samples(), static_cast<std::size_t>(length)});
@@ -154,7 +149,8 @@ void S315MiniSampler::Replace(int first, int end,
   TakeOver();
   shared_->workshop.Resume();
   ShowNumbers();
-  engine->PatchEdited();
+  editor->ModuleEdited(*this);
+  return true;
 }
 
 std::pair<int, int> S315MiniSampler::Window(int length) const {
@@ -239,6 +235,10 @@ void S315MiniSampler::EndRecording() {
     shared_->workshop.Current().buffer->FillGuards(IsCycle());
     // The recording plays from its start, as a loop at once.
     kernel_.Stop();
+    for (int v = 1; v < engine->voiceCount; ++v) {
+      if (auto* player = dynamic_cast<S315MiniSampler*>(GetVoiceModule(v))) player->kernel_.Stop();
+    }
+    shared_->workshop.MarkChanged();
     ++shared_->serial;
     ++screenVersion_;
   }
@@ -320,7 +320,7 @@ void S315MiniSampler::Poll() {
     shownLength_ = -1;  // the line gives way to the sample's size
     TakeOver();
     ShowRoot();
-    engine->PatchEdited();
+    editor->ModuleEdited(*this);
   }
   isBlinking_ = workshop.IsBusy() && !isBlinking_;
   lamp_.Set(isBlinking_ ? 1.0f : 0.0f);

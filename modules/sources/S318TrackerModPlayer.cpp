@@ -11,6 +11,7 @@
 #include "framework/rack_model.h"
 #include "framework/text_label.h"
 #include "gui/slider.h"
+#include "modules/sources/dropped_files.h"
 #include "modules/sources/player_labels.h"
 #include "platform/desktop.h"
 #include "platform/file_error.h"
@@ -367,9 +368,13 @@ void S318TrackerModPlayer::CableDisconnected(PatchPoint* point) {
 }
 
 bool S318TrackerModPlayer::onDrop(std::span<const std::string> files, const CPoint& where) {
-  if (files.size() != 1) return Module::onDrop(files, where);
+  if (files.size() != 1 || IsPatchFile(files[0])) return Module::onDrop(files, where);
   LoadFile(files[0]);
   return true;
+}
+
+ControlEffect S318TrackerModPlayer::EffectOf(const CControl& control) const {
+  return &control == position_ ? ControlEffect::kPlayback : ControlEffect::kSetting;
 }
 
 void S318TrackerModPlayer::LoadFile(const std::string& path) {
@@ -379,7 +384,7 @@ void S318TrackerModPlayer::LoadFile(const std::string& path) {
   SongPlayer::Order order;
   order.path = path;
   Load(std::move(order));
-  engine->PatchEdited();
+  editor->ModuleEdited(*this);
 }
 
 void S318TrackerModPlayer::Load(SongPlayer::Order order) {
@@ -458,7 +463,7 @@ void S318TrackerModPlayer::TakeFetched() {
   order.path = downloadName_;
   order.bytes = download_.bytes;
   Load(std::move(order));
-  engine->PatchEdited();
+  editor->ModuleEdited(*this);
 }
 
 void S318TrackerModPlayer::SaveDownload() {
@@ -480,7 +485,7 @@ void S318TrackerModPlayer::SaveDownload() {
     if (data.empty() || error) throw platform::FileError(path, "", "no folder");
     platform::WriteWholeFile(path, std::as_bytes(std::span(download_.bytes)));
     path_ = path;
-    engine->PatchEdited();
+    editor->ModuleEdited(*this);
     Say("File saved to: " + path);
   } catch (const platform::FileError&) {
     Say("Save failed!!");
@@ -562,6 +567,7 @@ void S318TrackerModPlayer::LoadPreset(const void* buffer, int size, int) {
     if (hasPitch && pitch != PitchOfKnob()) SetPitch(pitch);
   }
   if (path->empty() && path_.empty()) return;
+  if (*path == path_ && hasMoved_ && player.Shown().hasSong) return;
   if (*path != path_) {
     download_ = {};
     link_.clear();
@@ -586,6 +592,7 @@ void S318TrackerModPlayer::TakePatchKey(const PatchValue& value, const std::stri
     throw platform::UserError("", "", "there is no file " + path.string(),
                               "put it beside the patch, or correct the path");
   }
+  media::OpenSong(path.string(), {}, {});  // throws if it is none
   path_ = path.string();
 }
 

@@ -48,9 +48,11 @@ class S318TrackerModPlayer final : public BuiltInModule<S318TrackerModPlayer>,
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
   bool onDrop(std::span<const std::string> files, const CPoint& where) override;
+  ControlEffect EffectOf(const CControl& control) const override;
 
   /// The control values, then the file's path with its NUL, the position in seconds (double), the
-  /// tempo in beats a minute (float, 0 for the song's own), the pitch as a ratio (float).
+  /// tempo in beats a minute (float, 0 for the song's own), the pitch as a ratio (float). Loading
+  /// leaves a song that plays where it is, if it is the one of the preset.
   int GetPresetSize() override;
   void SavePreset(void* buffer, int size) override;
   void LoadPreset(const void* buffer, int size, int version) override;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <vector>
 
 namespace halveron {
@@ -9,6 +10,7 @@ namespace halveron {
 namespace {
 
 constexpr double kLowest = 20.0;            // hertz
+constexpr double kMostRate = 192000.0;      // hertz, at which periods are searched for
 constexpr std::size_t kShortestPeriod = 8;  // samples
 constexpr std::size_t kWindow = 4096;       // samples compared
 constexpr double kClearlyPeriodic = 0.1;
@@ -40,6 +42,16 @@ void Normalise(std::span<float> samples) {
 }
 
 std::optional<double> FrequencyOf(std::span<const float> samples, double rate) {
+  // A recording at a multiple of the host's rate has hundreds of thousands of samples in a period.
+  if (const auto share = static_cast<std::size_t>(rate / kMostRate); share > 1) {
+    const auto most = static_cast<std::size_t>(2.0 * kMostRate / kLowest) + kWindow;
+    std::vector<float> thinned(std::min(samples.size() / share, most));
+    for (std::size_t i = 0; i < thinned.size(); ++i) {
+      const auto part = samples.subspan(i * share, share);
+      thinned[i] = std::accumulate(part.begin(), part.end(), 0.0f) / static_cast<float>(share);
+    }
+    return FrequencyOf(thinned, rate / static_cast<double>(share));
+  }
   const auto longest = std::min(static_cast<std::size_t>(rate / kLowest), samples.size() / 2);
   if (longest < kShortestPeriod + 2) return std::nullopt;
   const std::size_t window = std::min(kWindow, samples.size() - longest);

@@ -72,6 +72,8 @@ class SampleFeed {
     DropOld();
     return queue_.Available();
   }
+  /// Whether nothing more comes behind what waits; and whether that has been read as well.
+  bool IsClosed() const { return end_.load(std::memory_order_acquire) != kNoEnd; }
   bool HasEnded() const { return TotalRead() >= end_.load(std::memory_order_acquire); }
 
  private:

@@ -19,12 +19,26 @@ inline float HeldSample(float value) {
   return std::isfinite(value) ? std::clamp(value, -kLargestValue, kLargestValue) : 0.0f;
 }
 
+inline constexpr int kFrontSampleGuard = 10, kBackSampleGuard = 11;
+
+/// Fills what lies around samples: with the other end of a cycle, else with the value at the end.
+inline void FillSampleGuards(float* samples, int length, bool isCycle) {
+  for (int i = 1; i <= kFrontSampleGuard; ++i) {
+    samples[-i] = length == 0 ? 0.0f
+                  : isCycle   ? samples[length - 1 - (i - 1) % length]
+                              : samples[0];
+  }
+  for (int i = 0; i < kBackSampleGuard; ++i) {
+    samples[length + i] = length == 0 ? 0.0f : isCycle ? samples[i % length] : samples[length - 1];
+  }
+}
+
 /// A mono sample in memory, with guards on both sides so that interpolation may read past its ends.
 class SampleBuffer {
  public:
   static constexpr int kLargest = 250000000;  ///< samples
-  static constexpr int kFrontGuard = 10;
-  static constexpr int kBackGuard = 11;
+  static constexpr int kFrontGuard = kFrontSampleGuard;
+  static constexpr int kBackGuard = kBackSampleGuard;
 
   /// Room for `capacity` samples, all 0, of which none is in use. Null if there is no memory.
   static std::shared_ptr<SampleBuffer> Make(int capacity) {
@@ -45,26 +59,17 @@ class SampleBuffer {
 
   /// Fills the guards around the samples in use: with the other end of a cycle, else with the value
   /// at the end.
-  void FillGuards(bool isCycle) {
-    const int length = Length();
-    float* const samples = Samples();
-    for (int i = 1; i <= kFrontGuard; ++i) {
-      samples[-i] = length == 0 ? 0.0f
-                    : isCycle   ? samples[length - 1 - (i - 1) % length]
-                                : samples[0];
-    }
-    for (int i = 0; i < kBackGuard; ++i) {
-      samples[length + i] = length == 0 ? 0.0f
-                            : isCycle   ? samples[i % length]
-                                        : samples[length - 1];
-    }
-  }
+  void FillGuards(bool isCycle) { FillSampleGuards(Samples(), Length(), isCycle); }
 
  private:
   dsp::ZeroedMemory memory_;
   int capacity_ = 0;
   std::atomic<int> length_ = 0;
 };
+
+/// Sample rates that a sample may have, in hertz: 768 kHz, oversampled by 256, is the highest at
+/// which anything is recorded.
+inline constexpr double kLowestSampleRate = 1.0, kHighestSampleRate = 200.0e6;
 
 /// A sample as it is handed to the audio thread. The buffer's samples belong to that thread while
 /// it records; at all other times nobody changes them.

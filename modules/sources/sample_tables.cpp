@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <new>
 #include <span>
+#include <utility>
 
 #include "dsp/fft.h"
 #include "dsp/fir_design.h"
@@ -42,16 +44,12 @@ constexpr float kHalvingCutoff = 0.25f - 2.75f / kHalvingTaps;
 constexpr int kLanes = 16;               // sums that run side by side
 constexpr std::size_t kBlock = 1 << 14;  // samples between two looks at the stop token
 
-/// Copies samples into a level, with the guards of a cycle or of a passage.
-void Store(SampleTables::Level& level, const std::vector<float>& samples, bool isCycle) {
-  const auto length = static_cast<std::ptrdiff_t>(samples.size());
-  level.memory.resize(samples.size() + SampleBuffer::kFrontGuard + SampleBuffer::kBackGuard);
-  for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(level.memory.size()); ++i) {
-    std::ptrdiff_t from = i - SampleBuffer::kFrontGuard;
-    from = isCycle ? (from % length + length) % length
-                   : std::clamp<std::ptrdiff_t>(from, 0, length - 1);
-    level.memory[static_cast<std::size_t>(i)] = samples[static_cast<std::size_t>(from)];
+/// Memory for a level of so many samples and its guards.
+std::span<float> TakeRoom(SampleTables::Level& level, std::size_t length) {
+  if (!level.memory.Take(length + SampleBuffer::kFrontGuard + SampleBuffer::kBackGuard)) {
+    throw std::bad_alloc();
   }
+  return {level.memory.Floats() + SampleBuffer::kFrontGuard, length};
 }
 
 /// The levels of a cycle: its own harmonics, fewer from level to level.
@@ -82,20 +80,22 @@ bool BuildCycleLevels(const SampleBuffer& buffer, double rate, SampleTables& tab
     }
     synthesis.Inverse();
     const auto signal = synthesis.Signal().first(static_cast<std::size_t>(length * density));
-    tables.levels.emplace_back().ratio = density;
-    Store(tables.levels.back(), {signal.begin(), signal.end()}, true);
+    SampleTables::Level& level = tables.levels.emplace_back();
+    level.ratio = density;
+    const std::span<float> samples = TakeRoom(level, signal.size());
+    std::copy(signal.begin(), signal.end(), samples.begin());
+    FillSampleGuards(samples.data(), length * density, true);
   }
   return true;
 }
 
 /// The half of the band that a halving keeps; 0 stands beyond the ends. False once a stop is
 /// requested.
-bool LowPass(std::span<const float> samples, std::vector<float>& out, const std::stop_token& stop) {
+bool LowPass(std::span<const float> samples, std::span<float> out, const std::stop_token& stop) {
   constexpr std::size_t kHalf = kHalvingTaps / 2;
   constexpr std::size_t kPadded = (kHalvingTaps + kLanes - 1) / kLanes * kLanes;
   std::array<float, kPadded> filter{};
   dsp::DesignFirFilter(filter.data(), kHalvingTaps, dsp::FirWindow::kBlackman, kHalvingCutoff);
-  out.assign(samples.size(), 0.0f);
   std::vector<float> input(kBlock + kPadded);
   for (std::size_t first = 0; first < out.size(); first += kBlock) {
     if (stop.stop_requested()) return false;
@@ -117,6 +117,15 @@ bool LowPass(std::span<const float> samples, std::vector<float>& out, const std:
   return true;
 }
 
+/// Every second sample. False once a stop is requested.
+bool Thin(std::span<const float> samples, std::span<float> out, const std::stop_token& stop) {
+  for (std::size_t n = 0; n < out.size(); ++n) {
+    if (n % kBlock == 0 && stop.stop_requested()) return false;
+    out[n] = samples[2 * n];
+  }
+  return true;
+}
+
 /// The levels of a passage, an octave apart. The first keeps the sample's density, which is twice
 /// what its band needs; each of the others has half the density of the one before.
 bool BuildPassageLevels(const SampleBuffer& buffer, int position, SampleTables& tables,
@@ -124,15 +133,20 @@ bool BuildPassageLevels(const SampleBuffer& buffer, int position, SampleTables& 
   const double octaves = kOctaves + std::max(0, position - kFirstWiderPosition + 1);
   const int count = static_cast<int>(octaves * tables.levelScale);
   std::span<const float> from(buffer.Samples(), static_cast<std::size_t>(buffer.Length()));
-  std::vector<float> thinned, level;
+  dsp::ZeroedMemory thinned;
   double ratio = 1.0;
   for (int i = 1; i < count; ++i, ratio *= 0.5) {
-    if (!LowPass(from, level, stop)) return false;
-    tables.levels.emplace_back().ratio = ratio;
-    Store(tables.levels.back(), level, false);
-    thinned.resize((level.size() + 1) / 2);
-    for (std::size_t n = 0; n < thinned.size(); ++n) thinned[n] = level[2 * n];
-    from = thinned;
+    SampleTables::Level& level = tables.levels.emplace_back();
+    level.ratio = ratio;
+    const std::span<float> samples = TakeRoom(level, from.size());
+    if (!LowPass(from, samples, stop)) return false;
+    FillSampleGuards(samples.data(), static_cast<int>(samples.size()), false);
+    dsp::ZeroedMemory half;
+    const std::size_t halfLength = (samples.size() + 1) / 2;
+    if (!half.Take(halfLength)) throw std::bad_alloc();
+    if (!Thin(samples, {half.Floats(), halfLength}, stop)) return false;
+    thinned = std::move(half);
+    from = {thinned.Floats(), halfLength};
   }
   return true;
 }

@@ -29,10 +29,10 @@ SampleQuality QualityOf(int position, bool isCycle);
 
 struct SampleTables {
   struct Level {
-    std::vector<float> memory{};  ///< empty in level 0, which is the sample itself
-    double ratio = 1.0;           ///< table position = sample position * ratio
+    dsp::ZeroedMemory memory{};  ///< none in level 0, which is the sample itself
+    double ratio = 1.0;          ///< table position = sample position * ratio
 
-    const float* First() const { return memory.data() + SampleBuffer::kFrontGuard; }
+    const float* First() const { return memory.Floats() + SampleBuffer::kFrontGuard; }
   };
 
   std::vector<Level> levels;       ///< 1 or more
@@ -42,8 +42,8 @@ struct SampleTables {
   std::vector<float> decimator{};  ///< taps * factor coefficients, none for factor 1
 };
 
-/// Makes the tables of a set's buffer for a quality position above 0. Null if a stop was requested.
-/// Throws std::bad_alloc.
+/// Makes the tables of a set's buffer for a quality position above 0. Null soon after a stop was
+/// requested, however long the sample is. Throws std::bad_alloc.
 std::shared_ptr<const SampleTables> BuildSampleTables(const SampleBuffer& buffer, double rate,
                                                       bool isCycle, int position,
                                                       const std::stop_token& stop);

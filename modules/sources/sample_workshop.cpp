@@ -22,6 +22,7 @@ namespace {
 constexpr std::int64_t kMostBytes = 1000000000;  // of the decoded file, in all its channels
 constexpr std::int64_t kBlockFrames = 1 << 14;
 constexpr int kFirstCapacity = 1 << 18;
+constexpr int kCopiedSamples = 1 << 20;                // between two looks at the stop token
 constexpr std::int64_t kNeverStoppedFrames = 1 << 22;  // written in some hundredths of a second
 constexpr double kMiddleC = 60.0;
 constexpr int kHighestNote = 127;
@@ -44,12 +45,19 @@ std::string LineOf(const std::exception& error, const std::string& path) {
   return line;
 }
 
-/// A buffer of another capacity with the samples of `from` that fit.
-std::shared_ptr<SampleBuffer> Resized(const SampleBuffer& from, int capacity) {
+/// A buffer of another capacity with the samples of `from` that fit. Null if there is no memory,
+/// and once a stop is requested.
+std::shared_ptr<SampleBuffer> Resized(const SampleBuffer& from, int capacity,
+                                      const std::stop_token& stop = {}) {
   auto buffer = SampleBuffer::Make(capacity);
   if (!buffer) return nullptr;
-  buffer->SetLength(std::min(from.Length(), capacity));
-  std::copy_n(from.Samples(), buffer->Length(), buffer->Samples());
+  const int length = std::min(from.Length(), capacity);
+  for (int done = 0; done < length; done += kCopiedSamples) {
+    if (stop.stop_requested()) return nullptr;
+    std::copy_n(from.Samples() + done, std::min(kCopiedSamples, length - done),
+                buffer->Samples() + done);
+  }
+  buffer->SetLength(length);
   return buffer;
 }
 
@@ -72,6 +80,12 @@ SampleWorkshop::Loaded SampleWorkshop::Decode(const std::string& path,
     throw FileError(path, "", "is too large: more than a thousand million bytes when decoded",
                     "cut it into parts");
   };
+  const auto rate = static_cast<double>(decoder->SampleRate());
+  if (rate < kLowestSampleRate || rate > kHighestSampleRate) {
+    throw FileError(path, "header",
+                    "has a rate of " + std::to_string(decoder->SampleRate()) + " Hz",
+                    "convert it to one of up to 768000 Hz");
+  }
   if (decoder->Frames() == 0) throw FileError(path, "", "has no samples", "give another file");
   if (decoder->Frames() > kMostBytes / frameBytes) refuse();
   const auto expected = std::max<std::int64_t>(decoder->Frames(), kFirstCapacity);
@@ -83,8 +97,8 @@ SampleWorkshop::Loaded SampleWorkshop::Decode(const std::string& path,
     if ((length + got) * frameBytes > kMostBytes) refuse();
     if (buffer && length + got > buffer->Capacity()) {
       const std::int64_t doubled = std::max<std::int64_t>(2 * length, length + got);
-      buffer = Resized(*buffer,
-                       static_cast<int>(std::min<std::int64_t>(doubled, SampleBuffer::kLargest)));
+      buffer = Resized(
+          *buffer, static_cast<int>(std::min<std::int64_t>(doubled, SampleBuffer::kLargest)), stop);
     }
     if (!buffer) throw std::bad_alloc();
     float* const samples = buffer->Samples() + length;
@@ -99,9 +113,9 @@ SampleWorkshop::Loaded SampleWorkshop::Decode(const std::string& path,
   }
   if (length == 0) throw FileError(path, "", "has no samples", "give another file");
   if (buffer->Capacity() / 2 > length) {
-    if (auto fitting = Resized(*buffer, static_cast<int>(length))) buffer = std::move(fitting);
+    if (auto fitting = Resized(*buffer, static_cast<int>(length), stop)) buffer = fitting;
   }
-  return {std::move(buffer), static_cast<double>(decoder->SampleRate()), decoder->RootNote()};
+  return {std::move(buffer), rate, decoder->RootNote()};
 }
 
 void SampleWorkshop::Load(const std::string& path, double otherRoot) {
@@ -123,6 +137,7 @@ void SampleWorkshop::Use(std::shared_ptr<SampleBuffer> buffer, double rate) {
   const std::lock_guard lock(mutex_);
   buffer->FillGuards(wantsCycle_);
   Publish({std::move(buffer), rate, nullptr, 0, wantsCycle_});
+  ++changes_;
 }
 
 bool SampleWorkshop::UseRoomToRecord(double rate, bool keepsSample) {
@@ -185,36 +200,40 @@ void SampleWorkshop::Accept(const Loaded& loaded, double otherRoot) {
   Publish({loaded.buffer, loaded.rate, nullptr, 0, wantsCycle_});
   message_.reset();
   ++loads_;
+  ++changes_;
+}
+
+std::optional<SampleWorkshop::Wish> SampleWorkshop::TakeWish(const std::stop_token& stop) {
+  const std::lock_guard lock(mutex_);
+  if (HasWantedTables() || stop.stop_requested()) {
+    working_ = false;
+    return std::nullopt;
+  }
+  // The old tables go before the new ones take memory.
+  SampleSet set = latest_;
+  set.tables = nullptr;
+  set.quality = 0;
+  Publish(set);
+  return Wish{std::move(set), wantedQuality_, wantsCycle_};
 }
 
 void SampleWorkshop::MakeTables(const std::stop_token& stop) {
-  for (;;) {
-    SampleSet set;
-    int quality = 0;
-    {
+  while (std::optional<Wish> wish = TakeWish(stop)) {
+    SampleSet& set = wish->set;
+    if (set.isCycle != wish->isCycle) {
+      set.isCycle = wish->isCycle;
+      // The audio thread may be reading the guards, so a copy takes the new ones.
+      if (auto copy = Resized(*set.buffer, std::max(set.buffer->Length(), 1), stop)) {
+        copy->FillGuards(set.isCycle);
+        set.buffer = std::move(copy);
+      }
+      if (stop.stop_requested()) continue;
       const std::lock_guard lock(mutex_);
-      if (HasWantedTables() || stop.stop_requested()) {
-        working_ = false;
-        return;
-      }
-      set = latest_;
-      quality = wantedQuality_;
-      if (set.isCycle != wantsCycle_) {
-        // The audio thread may be reading the guards, so a copy takes the new ones.
-        set.isCycle = wantsCycle_;
-        if (auto copy = Resized(*set.buffer, std::max(set.buffer->Length(), 1))) {
-          copy->FillGuards(wantsCycle_);
-          set.buffer = std::move(copy);
-        }
-      }
-      // The old tables go before the new ones take memory.
-      set.tables = nullptr;
-      set.quality = 0;
       Publish(set);
     }
-    if (quality == 0) continue;
+    if (wish->quality == 0) continue;
     try {
-      set.tables = BuildSampleTables(*set.buffer, set.rate, set.isCycle, quality, stop);
+      set.tables = BuildSampleTables(*set.buffer, set.rate, set.isCycle, wish->quality, stop);
     } catch (const std::bad_alloc&) {
       const std::lock_guard lock(mutex_);
       wantedQuality_ = 0;
@@ -222,7 +241,7 @@ void SampleWorkshop::MakeTables(const std::stop_token& stop) {
       continue;
     }
     if (!set.tables) continue;
-    set.quality = quality;
+    set.quality = wish->quality;
     const std::lock_guard lock(mutex_);
     Publish(set);
   }
@@ -230,8 +249,13 @@ void SampleWorkshop::MakeTables(const std::stop_token& stop) {
 
 void SampleWorkshop::Save(const std::string& path, media::SampleFormat format,
                           const media::SampleKey& key) {
+  if (saver_.IsBusy()) {
+    const std::lock_guard lock(mutex_);
+    message_ = "Still saving the file before; save this one after it";
+    return;
+  }
   const SampleSet set = Latest();
-  const bool started = saver_.Restart([this, set, path, format, key](const std::stop_token& stop) {
+  const bool started = saver_.Start([this, set, path, format, key](const std::stop_token& stop) {
     std::string message = "Saved " + std::filesystem::path(path).filename().string();
     try {
       const std::int64_t length = set.buffer->Length();
@@ -300,6 +324,16 @@ std::optional<std::string> SampleWorkshop::TakeMessage() {
 bool SampleWorkshop::TakeFailure() {
   const std::lock_guard lock(mutex_);
   return std::exchange(failed_, false);
+}
+
+unsigned SampleWorkshop::Changes() const {
+  const std::lock_guard lock(mutex_);
+  return changes_;
+}
+
+void SampleWorkshop::MarkChanged() {
+  const std::lock_guard lock(mutex_);
+  ++changes_;
 }
 
 int SampleWorkshop::Loads() const {

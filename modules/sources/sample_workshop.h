@@ -37,7 +37,8 @@ class SampleWorkshop {
   void SetQuality(int position, bool isCycle);
   /// Has the tables made that are wanted and not there; until then the sample is played raw.
   void Resume();
-  /// Writes a WAV file in the background; a message says how it went.
+  /// Writes a WAV file in the background; a message says how it went. One that is under way is
+  /// finished; until then another is not begun, which a message says, too.
   void Save(const std::string& path, media::SampleFormat format, const media::SampleKey& key);
 
   /// Ends what the worker does, but for saving.
@@ -56,6 +57,10 @@ class SampleWorkshop {
   bool TakeFailure();
   /// How many files were loaded so far.
   int Loads() const;
+  /// How many samples there were so far. One that is being recorded counts from its end, when
+  /// MarkChanged is called.
+  unsigned Changes() const;
+  void MarkChanged();
 
   /// Any thread: the pitch at which the sample plays at its own rate, and how far that lies from
   /// the note that the panel shows.
@@ -87,7 +92,14 @@ class SampleWorkshop {
   void Start(const std::optional<File>& file);
   void Work(const std::optional<File>& file, const std::stop_token& stop);
   void Accept(const Loaded& loaded, double otherRoot);
+  struct Wish {
+    SampleSet set;  ///< without tables
+    int quality;
+    bool isCycle;
+  };
   bool HasWantedTables() const;
+  /// What is to be made; nothing once a stop is requested.
+  std::optional<Wish> TakeWish(const std::stop_token& stop);
   void MakeTables(const std::stop_token& stop);
   void Publish(SampleSet set);
 
@@ -98,6 +110,7 @@ class SampleWorkshop {
   bool working_ = false;  ///< the worker will look at the wishes again
   bool failed_ = false;
   int loads_ = 0;
+  unsigned changes_ = 0;
   std::optional<std::string> message_;
   Handover<SampleSet> handover_;
   std::atomic<double> rootPitch_ = 0.0;

@@ -268,7 +268,7 @@ TEST(Play, AsksBeforeChangesGoAndOffersThemAfterAnInterrupt) {
   ASSERT_TRUE(shows("Halveron")) << next.Log();
   ASSERT_TRUE(WaitUntil([&] {
     press("r");
-    return (window = display->FindByTitle(kChanged)) != 0;
+    return display->FindByTitle(kChanged) != 0;
   }));
   display->AskToClose(window);
   int status = -1;

@@ -16,7 +16,7 @@ class AnyHand {
 
   void DoSomething() {
     const int modifiers = Dice(4) == 0 ? kControl : Dice(6) == 0 ? kShift : 0;
-    switch (Dice(16)) {
+    switch (Dice(18)) {
       case 0:
       case 1:
         rig.Press(Anywhere(), kLButton | modifiers);
@@ -49,10 +49,17 @@ class AnyHand {
           rig.Key(Dice(3) ? kKeyDown : kKeyReturn);
         }
         break;
+      case 12:
+        // Selections; copies follow the mouse.
+        rig.Shortcut(U"acvd"[Dice(rig.editor.ModuleCount() < 20 ? 4 : 2)]);
+        break;
+      case 13:
+        if (Dice(4) == 0) rig.Key(kKeyDelete);
+        break;
       case 9:
         rig.Shortcut('h');
         break;
-      case 12:
+      case 14:
         UseKeys();
         break;
       case 10:

@@ -84,6 +84,43 @@ TEST(EditHistory, LeavesWhatTheHostDoesAlone) {
   EXPECT_NE(rig.rack.Control(moved, "Fine tune").getValue(), 0.25f);
 }
 
+TEST(EditHistory, WhatAModuleMovesInOthersIsOneStep) {
+  WindowRig rig;
+  EditHistory& history = rig.editor.history;
+  Module& before = rig.Add(kOscillator, 0, 0);
+  Module& morph = rig.Add("SE20 Global Morph", 20, 0);
+  Module& after = rig.Add(kOscillator, 40, 0);
+  CControl& automated = rig.rack.Control(before, "Fine tune");
+  rig.rack.SetControl(morph, "Random amount", 0.5f);
+  history.Follow();
+  rig.editor.parameters.Post(automated.getTag(), 0.75f);  // what the host moves stays
+  const std::vector<std::byte> played = BytesOf(rig);
+  rig.Click(rig.Middle(rig.rack.Control(morph, "Randomise")));
+  history.Settle();
+  EXPECT_EQ(history.Steps(), 1u);
+  EXPECT_NE(automated.getValue(), 0.75f);
+  const std::vector<std::byte> randomised = BytesOf(rig);
+  history.Undo();
+  EXPECT_EQ(BytesOf(rig), played);
+  history.Redo();
+  EXPECT_EQ(BytesOf(rig), randomised);
+
+  // The same for a knob that leads through snapshots, which moves others when it is undone itself.
+  rig.rack.SetControl(morph, "Morph", 0.0f);
+  rig.Click(rig.Middle(rig.rack.Control(morph, "Store")));
+  rig.rack.SetControl(after, "Fine tune", 0.25f);
+  rig.rack.SetControl(before, "Fine tune", 0.25f);
+  rig.editor.valueChanged(&rig.rack.Control(after, "Fine tune"));
+  history.Settle();
+  const std::vector<std::byte> byHand = BytesOf(rig);
+  rig.frame.advanceTime(1.0);
+  rig.rack.MoveControl(morph, "Morph", 0.0f);
+  history.Settle();
+  EXPECT_NE(BytesOf(rig), byHand);
+  history.Undo();
+  EXPECT_EQ(BytesOf(rig), byHand);
+}
+
 TEST(EditHistory, KeepsTheFileOfALoadedPresetAndMarksChanges) {
   const testing::ScratchFolder folder;
   WindowRig rig;

@@ -36,6 +36,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "-",
                            "Undo",
                            "Redo",
+                           "Edit",
                            "-",
                            "Refresh Presets Library",
                            "Preset Description",

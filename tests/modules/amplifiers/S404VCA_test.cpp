@@ -76,6 +76,17 @@ TEST(S404VCA, LimitsAndHoldsItsLampForAFifthOfASecond) {
   int lit = 0;
   for (; lamp.getValue() == 1.0f && lit < 1000; ++lit) rack.Run(1);
   EXPECT_NEAR(80 + lit, 50 + 200, 3);
+
+  // A preset that was saved meanwhile has it lit, and it goes dark in time.
+  rack.SetControl(vca, "Clip LED", 1.0f);
+  const std::vector<std::byte> saved = rack.SavedPreset(vca);
+  rack.SetControl(vca, "Clip LED", 0.0f);
+  vca.LoadPreset(saved.data(), static_cast<int>(saved.size()), vca.GetVersion());
+  EXPECT_EQ(rack.SavedPreset(vca), saved);
+  rack.Run(190);
+  EXPECT_EQ(lamp.getValue(), 1.0f);
+  rack.Run(20);
+  EXPECT_EQ(lamp.getValue(), 0.0f);
 }
 
 }  // namespace

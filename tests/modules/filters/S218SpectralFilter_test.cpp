@@ -4,7 +4,10 @@
 #include <numeric>
 #include <random>
 
+#include "editor/known_modules.h"
 #include "framework/preset_tail.h"
+#include "platform/user_error.h"
+#include "presets/text_patch.h"
 #include "tests/modules/filters/filter_rig.h"
 #include "tests/support/allocation_trap.h"
 #include "tests/support/spectrum.h"
@@ -383,6 +386,35 @@ TEST_F(S218, ADesignFadesInWithoutAClick) {
   EXPECT_NEAR(AmplitudeAt(out, 8000, 200.0, kRate), 0.1 * gain, 0.01 * gain);
 }
 
+TEST_F(S218, StageAndModeComeInWithoutAGapOrAClick) {
+  SetFrames({Flat(0.5f)});
+  rack.SetControl(filter, "DC block", 0.0f);
+  constexpr double kHertz = 300.0;
+  const auto switchOver = [&](const char* role, float to) {
+    rack.Feed(filter, "In", Sine(16000, kHertz, kRate, 0.1));
+    rack.Tap(filter, "Out");
+    rack.Run(8040);  // not where the sine is 0
+    rack.MoveControl(filter, role, to);
+    rack.Run(7960);
+    const auto& out = rack.Recorded(filter, "Out");
+    const std::size_t begin = out.size() - 8000;
+    double greatest = 0.0;
+    for (std::size_t n = begin; n < out.size(); ++n) {
+      greatest = std::max(greatest, std::abs(static_cast<double>(out[n]) - out[n - 1]));
+    }
+    const auto amplitudeBefore = [&](std::size_t end) {
+      const auto at = out.begin() + static_cast<std::ptrdiff_t>(end);
+      return AmplitudeAt({at - 2400, at}, 0, kHertz, kRate);
+    };
+    const double both = amplitudeBefore(begin) + amplitudeBefore(out.size());
+    // The slopes of both sines, and what the fade adds, every fourth sample.
+    EXPECT_LT(greatest, both * (2 * kPi * kHertz / kRate + 14.0 / 960.0 * 4.0)) << role << to;
+  };
+  switchOver("Second stage", 1.0f);
+  switchOver("Second stage", 0.0f);
+  for (const float mode : {0.25f, 0.75f, 0.0f, 0.5f, 1.0f}) switchOver("Mode", mode);
+}
+
 TEST_F(S218, CutAndResonanceShapeTheResponse) {
   // A step at 1.5 kHz or so: low bars above the middle, high ones below it.
   Frame step = Flat(0.25f);
@@ -438,7 +470,7 @@ TEST_F(S218, ExtremesStayFinite) {
     rack.Feed(filter, "Resonance mod 2", warp);
     rack.Tap(filter, "Out");
     rack.Run(3000);
-    for (const float y : rack.Recorded(filter, "Out")) ASSERT_LE(std::abs(y), 64.0f);
+    for (const float y : rack.Recorded(filter, "Out")) ASSERT_LE(std::abs(y), 64.001f);
   }
   for (const float bad : kBadWords) {
     for (const char* input : {"In", "Frame mod", "Cut mod", "Resonance mod 1", "Resonance mod 2"}) {
@@ -484,6 +516,45 @@ TEST_F(S218, TheMouseDrawsBarsFreelyAndInLines) {
   const Frame kept = filter.GetFrames().Copy(0);
   EXPECT_TRUE(std::equal(kept.gain.begin(), kept.gain.end(), bars.ownGain.begin()));
   EXPECT_TRUE(std::equal(kept.phase.begin(), kept.phase.end(), bars.ownPhase.begin()));
+}
+
+TEST_F(S218, ALineThatIsDrawnOverAStepLeavesTheNextFrameItsBars) {
+  SetFrames({Flat(0.2f), Flat(0.6f)});
+  BarView<float>& bars = filter.Bars();
+  const CRect area = bars.GainArea();
+  const auto point = [&](int bar, double value) {
+    return CPoint(area.left + (bar + 0.5) * area.getWidth() / kBars,
+                  area.bottom - value * area.getHeight());
+  };
+  const CButtonState shift(kLButton | kShift);
+  CPoint from = point(10, 0.9), over = point(20, 0.9), to = point(24, 0.9), back = point(22, 0.9);
+  bars.onMouseDown(from, shift);
+  bars.onMouseMoved(over, shift);
+  rack.Feed(filter, "Clock", Pulses(100, {10}));
+  rack.Run(100);
+  ASSERT_EQ(Digit(), 1.0f);
+  bars.onMouseMoved(to, shift);
+  bars.onMouseMoved(back, shift);
+  bars.onMouseUp(back, shift);
+  const Frame second = filter.GetFrames().Copy(1);
+  EXPECT_NEAR(filter.GetFrames().Copy(0).gain[15], 0.9f, 0.01f);
+  EXPECT_FLOAT_EQ(second.gain[15], 0.6f);
+  EXPECT_NEAR(second.gain[21], 0.9f, 0.01f);
+  EXPECT_FLOAT_EQ(second.gain[24], 0.6f) << "given back as it was in this frame";
+}
+
+TEST_F(S218, BarsOfATextPatchThatAreNoneAreRefusedByWhatTheyShouldBe) {
+  for (const char* bars : {"null", "true", "[]", R"([{"gain": null}])", R"(["x"])"}) {
+    const std::string text = R"({"halveron": 1, "modules": [{"id": "f", "bars": )" +
+                             std::string(bars) + R"(, "name": "S218 Spectral Filter"}]})";
+    try {
+      ToPreset(ParseTextPatch(text, "a.json"), "a.json", rack.editor, KnownModules());
+      ADD_FAILURE() << bars;
+    } catch (const platform::UserError& error) {
+      EXPECT_NE(std::string(error.what()).find("give "), std::string::npos) << error.what();
+      EXPECT_EQ(std::string(error.what()).find("quotes"), std::string::npos) << error.what();
+    }
+  }
 }
 
 TEST_F(S218, FramesAreInsertedDeletedAndKept) {

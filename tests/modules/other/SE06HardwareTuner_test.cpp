@@ -9,6 +9,7 @@
 #include <random>
 #include <vector>
 
+#include "editor/rack_window.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -115,6 +116,23 @@ TEST(SE06HardwareTuner, PlaysADetunedOscillatorInTune) {
     ASSERT_EQ(rig.Points(), 0) << cut;
   }
   EXPECT_GT(std::abs(rig.CentsOff(0.2f)), 50.0);
+}
+
+TEST(SE06HardwareTuner, ACalibrationIsAStepThatUndoTakesBack) {
+  Rig rig;
+  SynEditor& editor = rig.rack.editor;
+  SynFrame& frame = editor.OpenViews().Frame();
+  editor.history.Follow();
+  rig.Calibrate();
+  const int points = rig.Points();
+  ASSERT_GT(points, 0);
+  frame.advanceTime(1.0);
+  editor.history.Settle();
+  EXPECT_EQ(editor.history.UndoName(), "Change SE06 Hardware Tuner");
+  editor.history.Undo();
+  EXPECT_EQ(rig.Points(), 0);
+  editor.history.Redo();
+  EXPECT_EQ(rig.Points(), points);
 }
 
 TEST(SE06HardwareTuner, ReportsWhatItCannotMeasureAndKeepsItsTable) {

@@ -204,6 +204,21 @@ TEST(S313InternetRadio, PlaysAStationAtItsPitchInARackOfAnotherRate) {
   EXPECT_EQ(rig.Label("Status"), "");
 }
 
+TEST(S313InternetRadio, PlaysAStreamThatIsShorterThanItsStore) {
+  WebServer server;
+  server.Stream("/short", "application/ogg", SineFile("ogg", 0.3, 1000.0, 48000), After::kEnd);
+  RadioRig rig({server.Address("/short")});
+  rig.module->player.times.firstPause = 60s;
+  rig.Connect();
+  ASSERT_TRUE(rig.AwaitState(State::kReconnecting));
+  const std::size_t begin = rig.rack.Recorded(*rig.module, "Left").size();
+  rig.rack.Run(24000);
+  const std::vector<float>& left = rig.rack.Recorded(*rig.module, "Left");
+  int moving = 0;  // after the end the output stands still
+  for (std::size_t i = begin + 1; i < left.size(); ++i) moving += left[i] != left[i - 1] ? 1 : 0;
+  EXPECT_NEAR(moving, 0.3 * 48000, 1000);
+}
+
 TEST(S313InternetRadio, SaysWhatFailsAndStepsRoundItsSlots) {
   WebServer server;
   server.Serve("/page", "text/html", "<html></html>");

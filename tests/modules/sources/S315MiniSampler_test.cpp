@@ -160,6 +160,41 @@ TEST(S315MiniSampler, AFileWithAKeyPlaysAtItsRateThere) {
   }
 }
 
+/// 16-bit samples at 44100 Hz with the chunk of an instrument.
+std::string AiffFile(const std::vector<float>& samples, int note, int detune) {
+  const auto number = [](std::uint32_t value, int bytes) {
+    std::string text;
+    for (int i = bytes - 1; i >= 0; --i) text += static_cast<char>(value >> (8 * i));
+    return text;
+  };
+  const auto chunk = [&](const char* id, const std::string& data) {
+    return id + number(static_cast<std::uint32_t>(data.size()), 4) + data;
+  };
+  const auto count = static_cast<std::uint32_t>(samples.size());
+  const std::string rate("\x40\x0E\xAC\x44\0\0\0\0\0\0", 10);
+  std::string sound(8, '\0');
+  for (const float x : samples) {
+    sound += number(static_cast<std::uint32_t>(std::lround(x * 32767.0f)), 2);
+  }
+  const std::string instrument = {
+      static_cast<char>(note), static_cast<char>(detune), 0, 127, 1, 127};
+  return chunk("FORM",
+               "AIFF" + chunk("COMM", number(1, 2) + number(count, 4) + number(16, 2) + rate) +
+                   chunk("INST", instrument + std::string(14, '\0')) + chunk("SSND", sound));
+}
+
+TEST(S315MiniSampler, AnAiffThatIsToBeRaisedPlaysAtItsRateBelowItsNote) {
+  const ScratchFolder folder;
+  for (const int detune : {0, 20, -30}) {
+    folder.Write("a.aiff", AiffFile(Noise(50), 64, detune));
+    Rig rig;
+    rig.module.Load(folder.At("a.aiff"));
+    rig.Wait();
+    EXPECT_EQ(rig.Sample().size(), 50u);
+    EXPECT_NEAR(rig.module.Workshop().RootPitch(), (64 - 0.01 * detune - 60) / 120.0, 1e-9);
+  }
+}
+
 TEST(S315MiniSampler, AFileThatCannotBePlayedIsRefusedInOneLine) {
   const ScratchFolder folder;
   Rig rig;
@@ -183,10 +218,17 @@ TEST(S315MiniSampler, AFileThatCannotBePlayedIsRefusedInOneLine) {
   std::memcpy(header.data() + 4, &riff, 4);
   folder.Write("large.wav", header.substr(0, data + 8));
   std::filesystem::resize_file(folder.At("large.wav"), data + 8 + bytes);
+  std::string aiff = AiffFile(noise, 60, 0);
+  folder.Write("cut.aiff", aiff.substr(0, aiff.size() - 50));
+  std::string fast = ReadFile(folder.At("good.wav"));
+  const std::uint32_t rate = 300000000;
+  std::memcpy(fast.data() + 24, &rate, 4);
+  folder.Write("fast.wav", fast);
   const std::pair<const char*, const char*> cases[] = {
-      {"none.wav", "no samples"}, {"broken.wav", "ends before"},
-      {"empty.wav", "is empty"},  {"words.mp3", "cannot be read as sound"},
-      {"large.wav", "too large"}, {"missing.wav", "is not there"}};
+      {"none.wav", "no samples"},  {"broken.wav", "ends before"},
+      {"empty.wav", "is empty"},   {"words.mp3", "cannot be read as sound"},
+      {"large.wav", "too large"},  {"missing.wav", "is not there"},
+      {"cut.aiff", "ends before"}, {"fast.wav", "has a rate of 300000000 Hz"}};
   for (const auto& [name, cause] : cases) {
     rig.module.Load(folder.At(name));
     rig.Wait();
@@ -295,6 +337,15 @@ TEST(S315MiniSampler, VoicesShareOneSample) {
     EXPECT_EQ(&clone.Workshop(), &module.Workshop());
   }
   EXPECT_NEAR(rack.Out(module, "Out"), 0.5f, 1e-6);
+  // All of them begin a recording at its start.
+  rack.MoveControl(module, "Record", 1.0f);
+  rack.FeedConstant(module, "In", 0.25f);
+  rack.Run(2000);
+  rack.MoveControl(module, "Record", 0.0f);
+  rack.Run(1);
+  for (int v = 0; v < 4; ++v) {
+    EXPECT_EQ(rack.Out(*module.GetVoiceModule(v), "Out"), rack.Out(module, "Out")) << v;
+  }
   rack.editor.voices.ApplyVoiceCount(2);
   rack.editor.voices.ApplyVoiceCount(16);
   module.Workshop().Use(BufferOf(std::vector<float>(50, -0.5f)), 48000.0);
@@ -329,6 +380,11 @@ TEST(S315MiniSampler, ButtonsEditTheSample) {
   rig.Use(Tone(100, 0.01, 4));
   rig.Press("Tune");
   EXPECT_NEAR(rig.module.Workshop().RootPitch(), std::log2(480.0 / 261.62558) / 10.0, 1e-7);
+  // At a multiple of the rate as soon, and as well.
+  rig.rack.MoveControl(rig.module, "Single cycle", 0.0f);
+  rig.Use(Tone(400000, 440.0 / 12288000.0, 4), 12288000.0);
+  rig.Press("Tune");
+  EXPECT_NEAR(rig.module.Workshop().RootPitch(), 0.075, 1e-4);
   rig.rack.FeedConstant(rig.module, "Pitch", 0.2f);
   rig.rack.Run(10);
   rig.Press("Root from pitch");
@@ -388,6 +444,50 @@ TEST(S315MiniSampler, ClosesAtOnceWhileAWorkerIsBusy) {
   }
 }
 
+TEST(S315MiniSampler, AStopEndsTheWorkOnAHugeSampleAtOnce) {
+  auto buffer = SampleBuffer::Make(40000000);
+  ASSERT_TRUE(buffer);
+  buffer->SetLength(40000000);
+  for (const int delay : {0, 20, 60, 150, 300}) {
+    std::stop_source stop;
+    std::chrono::steady_clock::time_point end;
+    std::thread worker([&] {
+      EXPECT_FALSE(BuildSampleTables(*buffer, 44100.0, false, 12, stop.get_token()));
+      end = std::chrono::steady_clock::now();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+    const auto begin = std::chrono::steady_clock::now();
+    stop.request_stop();
+    worker.join();
+    EXPECT_LT(end - begin, std::chrono::milliseconds(400)) << delay;
+  }
+}
+
+TEST(S315MiniSampler, ASecondSaveDoesNotEndTheFirst) {
+  const ScratchFolder folder;
+  Rig rig;
+  rig.module.Workshop().Use(BufferOf(std::vector<float>(1 << 23)), 48000.0);
+  rig.module.Save(folder.At("first.wav"));
+  rig.module.Save(folder.At("second.wav"));
+  rig.module.Poll();
+  EXPECT_EQ(std::string(rig.module.Message()).find("Still saving"), 0u);
+  rig.Wait();
+  EXPECT_STREQ(rig.module.Message(), "Saved first.wav");
+  EXPECT_GT(std::filesystem::file_size(folder.At("first.wav")), std::size_t{1} << 25);
+  EXPECT_FALSE(std::filesystem::exists(folder.At("second.wav")));
+}
+
+TEST(S315MiniSampler, AQualityOutlivesTheWindow) {
+  WindowRig rig;
+  auto& sampler = dynamic_cast<S315MiniSampler&>(rig.Add("S315 Mini Sampler VCO", 0, 0));
+  sampler.Workshop().Use(BufferOf(Noise(100)), 48000.0);
+  rig.rack.MoveControl(sampler, "Quality", 1.0f);
+  EXPECT_EQ(sampler.Workshop().Latest().quality, 0) << "the knob may still turn";
+  rig.editor.CloseWindow();
+  sampler.Workshop().Finish();
+  EXPECT_EQ(sampler.Workshop().Latest().quality, 12);
+}
+
 TEST(S315MiniSampler, ATextPatchNamesAFileBesideIt) {
   const ScratchFolder folder;
   const std::vector<float> noise = Noise(40);
@@ -420,6 +520,70 @@ TEST(S315MiniSampler, ATextPatchNamesAFileBesideIt) {
                 .buffer->Length(),
             40)
       << "the rack stays";
+}
+
+/// A sampler in a rack with its window.
+struct WindowedSampler {
+  testing::WindowRig rig;
+  S315MiniSampler& module = dynamic_cast<S315MiniSampler&>(rig.Add("S315 Mini Sampler VCO", 0, 0));
+  EditHistory& history = rig.editor.history;
+
+  std::vector<float> Sample() const {
+    const SampleSet set = module.Workshop().Latest();
+    return {set.buffer->Samples(), set.buffer->Samples() + set.buffer->Length()};
+  }
+  void Load(const std::string& path) {
+    module.Load(path);
+    while (module.Workshop().IsBusy()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    module.Poll();
+    rig.frame.advanceTime(1.0);
+    history.Settle();
+  }
+};
+
+TEST(S315MiniSampler, ALoadedSampleIsUndoneAndOnlyItsChangesAreRead) {
+  const ScratchFolder folder;
+  const std::vector<float> samples[] = {Noise(300, 1), Noise(300, 2)};
+  for (int i = 0; i < 2; ++i) {
+    media::AudioFileWriter writer(folder.At(i == 0 ? "a.wav" : "b.wav"), 1, 44100, 300);
+    writer.Write(samples[i].data(), 300);
+    writer.Commit();
+  }
+  WindowedSampler window;
+  EditHistory& history = window.history;
+  history.Follow();
+  window.Load(folder.At("a.wav"));
+  window.Load(folder.At("b.wav"));
+  ASSERT_EQ(history.Steps(), 2u);
+  EXPECT_EQ(history.UndoName(), "Change S315 Mini Sampler VCO");
+  history.Undo();
+  EXPECT_EQ(window.Sample(), samples[0]);
+  history.Undo();
+  EXPECT_TRUE(window.Sample().empty());
+  history.Redo();
+  history.Redo();
+  EXPECT_EQ(window.Sample(), samples[1]);
+
+  // A knob leaves the data as they are; each thing that they hold changes them.
+  testing::TestRack& rack = window.rig.rack;
+  std::uint64_t last = window.module.GetDataRevision();
+  const auto isNew = [&] {
+    const std::uint64_t before = last;
+    last = window.module.GetDataRevision();
+    return last != before;
+  };
+  rack.MoveControl(window.module, "Speed", 0.75f);
+  EXPECT_FALSE(isNew());
+  for (const char* role : {"Format", "Root note", "Single cycle", "Quality"}) {
+    CControl& control = rack.Control(window.module, role);
+    rack.MoveControl(window.module, role, control.getValue() == 0.0f ? 1.0f : 0.0f);
+    EXPECT_TRUE(isNew()) << role;
+  }
+  rack.MoveControl(window.module, "Reverse", 1.0f);
+  EXPECT_TRUE(isNew());
+  window.module.Screen().SetZoomed(true);
+  EXPECT_TRUE(isNew());
+  EXPECT_FALSE(isNew());
 }
 
 TEST(S315MiniSampler, GoesOnRecordingWhileTheWindowRuns) {

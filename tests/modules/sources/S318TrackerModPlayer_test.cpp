@@ -261,6 +261,38 @@ TEST(S318TrackerModPlayer, KeepsFilePlaceTempoAndPitchInItsPreset) {
   EXPECT_TRUE(std::equal(kept.end() - static_cast<std::ptrdiff_t>(tail), kept.end(), block));
 }
 
+TEST(S318TrackerModPlayer, UndoOfAKnobLeavesTheSongWhereItIs) {
+  PlayerRig rig;
+  SynEditor& editor = rig.rack.editor;
+  editor.OpenViews();
+  EditHistory& history = editor.history;
+  history.Follow();
+  rig.module->LoadFile(rig.song);
+  rig.Run(24000);
+  history.Settle();
+  EXPECT_EQ(history.Steps(), 1u);
+  rig.rack.MoveControl(*rig.module, "Pitch", 0.75f);
+  history.Settle();
+  rig.Run(24000);
+  const auto stretch = rig.module->player.feed.Present().number;
+  history.Undo();
+  rig.AwaitLoad();
+  rig.Run(4800);
+  EXPECT_EQ(rig.rack.Control(*rig.module, "Pitch").getValue(), 0.5f);
+  EXPECT_EQ(rig.module->player.feed.Present().number, stretch) << "it plays on without a break";
+  rig.rack.MoveControl(*rig.module, "Position", 0.1f);
+  rig.Run(4800);
+  EXPECT_NE(rig.module->player.feed.Present().number, stretch);
+  history.Settle();
+  EXPECT_EQ(history.Steps(), 1u) << "where a song is belongs to no step";
+  history.Undo();
+  rig.AwaitLoad();
+  EXPECT_FALSE(rig.module->player.Shown().hasSong);
+  history.Redo();
+  rig.AwaitLoad();
+  EXPECT_TRUE(rig.module->player.Shown().hasSong);
+}
+
 TEST(S318TrackerModPlayer, IsNamedItsFileByATextPatch) {
   PlayerRig rig;
   const std::string file = rig.folder.At("patch.json");
@@ -280,6 +312,8 @@ TEST(S318TrackerModPlayer, IsNamedItsFileByATextPatch) {
   const TextPatch text = ToText(preset, rig.rack.editor);
   EXPECT_EQ(ToPreset(text, file, rig.rack.editor, KnownModules()), preset);
   EXPECT_THROW(presetOf(player, R"(,"file":"gone.mod")"), platform::UserError);
+  rig.folder.Write("words.py", "print()");
+  EXPECT_THROW(presetOf(player, R"(,"file":"words.py")"), platform::UserError);
   EXPECT_THROW(presetOf("S303 Noise", R"(,"file":"song.mod")"), platform::UserError);
 }
 
