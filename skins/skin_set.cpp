@@ -116,7 +116,8 @@ void PaintSkins(const std::string& folder) {
                                std::as_bytes(std::span(config)), platform::Durability::kAtomic);
       if (!font.empty()) {
         platform::WriteWholeFile((target.parent_path() / font.filename()).string(),
-                                 platform::ReadWholeFile(font.string()), platform::Durability::kAtomic);
+                                 platform::ReadWholeFile(font.string()),
+                                 platform::Durability::kAtomic);
       }
     }
     RunAll(jobs);
