@@ -8,6 +8,7 @@
 #include "framework/module.h"
 #include "framework/rack_model.h"
 #include "presets/grown_record.h"
+#include "presets/midi_bindings.h"
 #include "presets/module_roles.h"
 
 namespace halveron {
@@ -139,6 +140,7 @@ class PresetLoader {
       }
       GiveParameters(newControls_, rack_);
       for (const PresetCable& cable : document_.cables) Connect(cable);
+      ApplyMidiBindings(document_.midi, rack_);
     }
     rack_.voices.ResetPolyphonyIfUnused();
     return {};
@@ -185,6 +187,7 @@ PresetDocument CaptureRackSettings(const RackModel& rack) {
   document.highestParameterIndex = rack.parameters.highestParameterIndex;
   document.author = rack.author;
   document.description = rack.description;
+  document.midi = CaptureMidiBindings(rack);
   return document;
 }
 
