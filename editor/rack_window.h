@@ -20,9 +20,12 @@
 
 namespace halveron {
 
+class MidiLearning;
+class ModuleKnob;
 class PatchPoint;
 class SideStrip;
 class SynEditor;
+class ValueBubble;
 
 /// Made when the window opens, or to draw or test the rack without one; all
 /// of it works on a frame without a window. Modules are borrowed as views.
@@ -39,6 +42,10 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ValueBubble& Bubble() { return *bubble_; }
+  const ValueBubble& Bubble() const { return *bubble_; }
+  MidiLearning& Learning() { return *learning_; }
+  const MidiLearning& Learning() const { return *learning_; }
   ModuleBrowser& Browser() { return *browser_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
@@ -66,6 +73,11 @@ class RackWindow final : private CControlListener {
   /// What is chosen there lands at a place of the rack, or, without one, follows the mouse.
   void OpenModuleBrowser(std::optional<CPoint> place = std::nullopt);
   void OpenMainMenu();
+  /// Asks for a value of the control under the mouse, or of the one that has the focus. False if
+  /// there is none that takes one.
+  bool EnterValue();
+  /// The next controller turns this knob.
+  void BeginLearning(ModuleKnob& knob);
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
@@ -133,6 +145,8 @@ class RackWindow final : private CControlListener {
   ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
+  MidiLearning* learning_ = nullptr;
+  ValueBubble* bubble_ = nullptr;
   ModuleDrag drag_;
   JackTools jackTools_;
   bool insertionPressed_ = false;     // the click that puts a new module down has begun
