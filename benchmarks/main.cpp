@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   halveron::benchmarks::RegisterModules();
+  halveron::benchmarks::RegisterLanes();
   halveron::benchmarks::RegisterKernels();
   halveron::benchmarks::RegisterSilence();
   halveron::benchmarks::RegisterMixerScene();

@@ -19,6 +19,9 @@ inline constexpr const char* kPlainNsPerStep = "plain_ns_per_step";  ///< withou
 inline constexpr const char* kOverPlain = "over_plain";
 inline constexpr const char* kRackOverHand = "rack_over_hand";
 inline constexpr const char* kMostOverHand = "most_over_hand";  ///< the aim of the ratio
+inline constexpr const char* kOverLongBlocks = "over_long_blocks";
+inline constexpr const char* kAloneNsPerSample = "alone_ns_per_sample";  ///< without vectors
+inline constexpr const char* kOverAlone = "over_alone";
 
 /// The scene of mixers; the others are pads.
 inline constexpr const char* kMixerScene = "e200";
@@ -29,6 +32,9 @@ inline constexpr double kMeasuringTime = 0.3;
 /// `module/<display name>`: each module that can be made, alone, and net of a module that does
 /// nothing at as many cables. `voices16/<display name>`: each polyphonic one in 16 voices.
 void RegisterModules();
+/// `lanes/<display name>`: eight mono modules of each class that has a group, in vectors and each
+/// by itself.
+void RegisterLanes();
 /// `silence/<display name>`: an effect or filter long after its sound has died away, when what is
 /// left in its loops would be denormal, against the same one in full sound.
 void RegisterSilence();

@@ -39,6 +39,8 @@ constexpr PadScene kPads[] = {{"m32", 1, 0, 1, 0.35, true, false},
 constexpr int kLowestKey = 36;
 constexpr unsigned kVelocity = 100;
 constexpr int kCheckedBlocks = 20;
+constexpr int kShortBlock = 16;
+constexpr double kMostOverLongBlocks = 1.1;
 
 std::string PathOf(const std::string& scene) {
   return HALVERON_SOURCE_DIR "/benchmarks/scenes/" + scene + ".json";
@@ -54,6 +56,10 @@ class ScenePad {
   void RunBlock() {
     if (held_ < scene_.voices) rig_.HoldNote(KeyOf(held_++), static_cast<int>(kVelocity));
     rig_.RunBlock();
+  }
+  /// As many samples in blocks of `frames`.
+  void RunInPieces(int frames) {
+    for (int done = 0; done < kBlock; done += frames) rig_.RunBlock(frames);
   }
   const float* Left() const { return rig_.Output(0); }
   bool IsComplete() const { return held_ == scene_.voices; }
@@ -165,6 +171,21 @@ void MeasureScene(benchmark::State& state, const PadScene& scene) {
   state.counters[kTimesRealTime] = kBlock / (kRate * Median(times));
 }
 
+/// What short blocks cost, against one of 512 samples.
+void MeasureShortBlocks(benchmark::State& state, const PadScene& scene) {
+  ScenePad rack(scene);
+  while (!rack.IsComplete()) rack.RunBlock();
+  std::vector<double> shortTimes, longTimes;
+  for ([[maybe_unused]] auto _ : state) {
+    shortTimes.push_back(SecondsOf([&] { rack.RunInPieces(kShortBlock); }));
+    longTimes.push_back(SecondsOf([&] { rack.RunInPieces(kBlock); }));
+    state.SetIterationTime(shortTimes.back());
+  }
+  state.counters[kNsPerSample] = NanosecondsPerSample(Median(shortTimes), kBlock);
+  state.counters[kOverLongBlocks] = Median(shortTimes) / Median(longTimes);
+  state.counters[kMostOverHand] = kMostOverLongBlocks;
+}
+
 }  // namespace
 
 void RegisterScenes() {
@@ -177,6 +198,14 @@ void RegisterScenes() {
                                      MeasureScene(state, scene);
                                    }
                                  })
+        ->UseManualTime()
+        ->MinTime(kMeasuringTime);
+  }
+  for (const PadScene& scene : kPads) {
+    if (!scene.hasHand || scene.menuEntry > 0) continue;
+    benchmark::RegisterBenchmark(
+        (std::string("scene/") + scene.name + " in blocks of 16").c_str(),
+        [scene](benchmark::State& state) { MeasureShortBlocks(state, scene); })
         ->UseManualTime()
         ->MinTime(kMeasuringTime);
   }

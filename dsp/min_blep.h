@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 #include "dsp/lanes.h"
 
@@ -39,6 +40,7 @@ class MinBlepRing {
     size_ = kMinBlepSize / stride_ + 3;
     slots_.fill(Float(0.0f));
     read_ = 0;
+    quietAt_.fill(now_);
   }
   int Stride() const { return stride_; }
   /// Samples that the ring holds, more than any step is long.
@@ -57,6 +59,7 @@ class MinBlepRing {
       Lane(slots_[slot], lane) += (1.0f - value) * amplitude;
       if (++slot == size_) slot = 0;
     }
+    quietAt_[static_cast<std::size_t>(lane)] = now_ + size_;
   }
 
   /// The residual of the present sample; goes on to the next.
@@ -64,11 +67,14 @@ class MinBlepRing {
     const Float residual = slots_[read_];
     slots_[read_] = Float(0.0f);
     if (++read_ == size_) read_ = 0;
+    ++now_;
     return residual;
   }
 
   /// Takes over the steps under way of one voice, whose ring has the same stride.
   void LoadLane(int lane, const MinBlepRing<OneVoice>& voice) {
+    if (Rest(lane) == 0 && voice.Rest(0) == 0) return;
+    quietAt_[static_cast<std::size_t>(lane)] = now_ + voice.Rest(0);
     for (int i = 0, from = voice.read_, to = read_; i < size_; ++i) {
       Lane(slots_[to], lane) = voice.slots_[from];
       if (++from == size_) from = 0;
@@ -76,6 +82,8 @@ class MinBlepRing {
     }
   }
   void StoreLane(int lane, MinBlepRing<OneVoice>& voice) const {
+    if (Rest(lane) == 0 && voice.Rest(0) == 0) return;
+    voice.quietAt_[0] = voice.now_ + Rest(lane);
     for (int i = 0, from = read_, to = voice.read_; i < size_; ++i) {
       voice.slots_[to] = Lane(slots_[from], lane);
       if (++from == size_) from = 0;
@@ -87,10 +95,18 @@ class MinBlepRing {
   template <class Other>
   friend class MinBlepRing;
 
+  /// Samples after which a lane is all zeros, at most.
+  std::int64_t Rest(int lane) const {
+    const std::int64_t rest = quietAt_[static_cast<std::size_t>(lane)] - now_;
+    return rest > 0 ? rest : 0;
+  }
+
   const float* table_ = GetMinBlepTable().data();
   int stride_ = kMinBlepDensity;
   int size_ = kMinBlepSize / kMinBlepDensity + 3;
   int read_ = 0;
+  std::int64_t now_ = 0;  // samples read
+  std::array<std::int64_t, Lanes::kLanes> quietAt_{};
   std::array<Float, kMinBlepSize + 3> slots_{};
 };
 

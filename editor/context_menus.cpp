@@ -3,7 +3,9 @@
 #include <filesystem>
 #include <limits>
 
+#include "editor/main_menu.h"
 #include "editor/midi_learning.h"
+#include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "editor/value_entry.h"
 #include "framework/control_scale.h"
@@ -73,7 +75,7 @@ void SetKnob(SynEditor& editor, ModuleKnob& knob, float value) {
 SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
   Menu menu = SynOptionMenu::Make();
   menu->Add("Delete Module", [&] { editor.commands.DeleteModule(module); });
-  menu->Add("Copy", [&] { editor.moduleClipboard.Copy(module); });
+  menu->Add("Copy", [&] { editor.moduleClipboard.Copy(editor, module); });
   menu->Add("Paste", [&] { editor.moduleClipboard.PasteOnto(module, editor); })
       .setEnabled(editor.moduleClipboard.HasData());
   menu->addSeparator();
@@ -100,6 +102,14 @@ SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
       editor.ShowDialog({"Manual", "No program could be started to show\n" + page});
     }
   });
+  return menu;
+}
+
+SharedPointer<SynOptionMenu> MakeSelectionMenu(SynEditor& editor, RackWindow& window,
+                                               Module& module) {
+  Menu menu = MainMenu(editor, window).MakeEdit();
+  menu->addSeparator();
+  menu->AddSubmenu("Module", MakeModuleMenu(editor, module));
   return menu;
 }
 

@@ -6,10 +6,14 @@
 namespace halveron {
 
 class Module;
+class RackWindow;
 class ModuleKnob;
 class SynEditor;
 
 SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module);
+/// Of a module that is selected with others.
+SharedPointer<SynOptionMenu> MakeSelectionMenu(SynEditor& editor, RackWindow& window,
+                                               Module& module);
 SharedPointer<SynOptionMenu> MakeKnobMenu(SynEditor& editor, ModuleKnob& knob);
 SharedPointer<SynOptionMenu> MakeRackMenu(SynEditor& editor);
 

@@ -24,6 +24,8 @@ struct DataFolders {
   /// How wide external modules are, for when one is missing.
   std::string ModuleWidths() const { return In(data, "Module Widths.ini"); }
   std::string Presets() const { return In(data, "Presets/"); }
+  /// Parts of racks that the user saved; need not exist.
+  std::string Snippets() const { return In(data, "Snippets/"); }
   std::string Skins() const { return In(program, "Skins/"); }
   std::string ModuleLibraries() const { return In(program, "Modules.x64/"); }
   /// What comes with the program for the presets folder.

@@ -102,7 +102,12 @@ std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) 
     return OfChange(*difference.changed.front().first, *difference.changed.front().second);
   }
   if (!difference.changed.empty()) {
-    return "Change " + std::to_string(difference.changed.size()) + " modules";
+    const auto isMove = [](const auto& pair) {
+      return OfChange(*pair.first, *pair.second).starts_with("Move ");
+    };
+    const bool areMoves = std::all_of(difference.changed.begin(), difference.changed.end(), isMove);
+    return (areMoves ? "Move " : "Change ") + std::to_string(difference.changed.size()) +
+           " modules";
   }
   if (before.rack.oversamplingFactor != after.rack.oversamplingFactor ||
       before.rack.oversamplingFilter != after.rack.oversamplingFilter) {

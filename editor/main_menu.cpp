@@ -2,6 +2,7 @@
 
 #include "editor/midi_learning.h"
 #include "editor/rack_window.h"
+#include "editor/selection_commands.h"
 #include "editor/syn_editor.h"
 #include "framework/oversampling_filters.h"
 #include "gui/shortcut.h"
@@ -48,6 +49,7 @@ struct MainMenu::Entry {
   bool (*isChecked)(const SynEditor&) = nullptr;
   bool (*isCheckedIn)(RackWindow&) = nullptr;
   bool (*isEnabled)(const SynEditor&) = nullptr;
+  bool needsSelection = false;
   bool (*isOffered)(const SynEditor&) = nullptr;
 };
 
@@ -74,6 +76,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .detail = [](SynEditor& editor) { return AfterBlank(editor.history.RedoName()); },
      .act = [](SynEditor& editor, RackWindow&) { editor.history.Redo(); },
      .isEnabled = [](const SynEditor& editor) { return editor.history.CanRedo(); }},
+    {.text = "Edit", .submenu = &MainMenu::MakeEdit},
     {.text = nullptr},
     {.text = "Refresh Presets Library",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.RefreshLibrary(); }},
@@ -118,6 +121,37 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "About", .act = ShowAbout},
 };
 
+const MainMenu::Entry MainMenu::kEdit[] = {
+    {.text = "Copy",
+     .keys = "Ctrl+C",
+     .act = [](SynEditor& editor, RackWindow& window) { SelectionCommands(editor, window).Copy(); },
+     .needsSelection = true},
+    {.text = "Paste",
+     .keys = "Ctrl+V",
+     .act = [](SynEditor& editor, RackWindow&) { editor.commands.PasteModule(); },
+     .isEnabled = [](const SynEditor& editor) { return editor.moduleClipboard.HasData(); }},
+    {.text = "Duplicate",
+     .keys = "Ctrl+D",
+     .act = [](SynEditor& editor,
+               RackWindow& window) { SelectionCommands(editor, window).Duplicate(); },
+     .needsSelection = true},
+    {.text = "Delete",
+     .keys = "Delete",
+     .act = [](SynEditor& editor,
+               RackWindow& window) { SelectionCommands(editor, window).Delete(); },
+     .needsSelection = true},
+    {.text = "Select All",
+     .keys = "Ctrl+A",
+     .act = [](SynEditor& editor,
+               RackWindow& window) { SelectionCommands(editor, window).SelectAll(); }},
+    {.text = nullptr},
+    {.text = "Save Selection as Snippet...",
+     .act = [](SynEditor& editor,
+               RackWindow& window) { SelectionCommands(editor, window).SaveSnippet(); },
+     .needsSelection = true},
+    {.text = "Insert Snippet", .submenu = &MainMenu::MakeSnippets},
+};
+
 const MainMenu::Entry MainMenu::kCables[] = {
     {.text = "Hide Cables",
      .keys = "Ctrl+H",
@@ -160,14 +194,19 @@ SharedPointer<SynOptionMenu> MainMenu::Make() const {
   return MakeFrom(kEntries);
 }
 
+bool MainMenu::IsEnabled(const Entry& entry) const {
+  if (entry.needsSelection && window_.Selection().IsEmpty()) return false;
+  return !entry.isEnabled || entry.isEnabled(editor_);
+}
+
 bool MainMenu::RunShortcut(const CKeyEvent& event) const {
   for (const std::span<const Entry> table :
-       {std::span<const Entry>(kEntries), std::span<const Entry>(kCables),
-        std::span<const Entry>(kKeysOnly)}) {
+       {std::span<const Entry>(kEntries), std::span<const Entry>(kEdit),
+        std::span<const Entry>(kCables), std::span<const Entry>(kKeysOnly)}) {
     for (const Entry& entry : table) {
       if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
       editor_.history.Settle();
-      if (!entry.isEnabled || entry.isEnabled(editor_)) entry.act(editor_, window_);
+      if (IsEnabled(entry)) entry.act(editor_, window_);
       return true;
     }
   }
@@ -192,7 +231,7 @@ MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
     item.setChecked((entry.isChecked && entry.isChecked(editor_)) ||
                     (entry.isCheckedIn && entry.isCheckedIn(window_)));
     item.setShortcut(ShownShortcut(entry.keys));
-    item.setEnabled(!entry.isEnabled || entry.isEnabled(editor_));
+    item.setEnabled(IsEnabled(entry));
   }
   return menu;
 }
@@ -296,6 +335,19 @@ MainMenu::Menu MainMenu::MakeCableThickness() const {
     };
     menu->AddChecked(std::to_string(units), editor_.options.cableThickness.Get() == units, choose);
   }
+  return menu;
+}
+
+SharedPointer<SynOptionMenu> MainMenu::MakeEdit() const { return MakeFrom(kEdit); }
+
+MainMenu::Menu MainMenu::MakeSnippets() const {
+  Menu menu = SynOptionMenu::Make();
+  for (const Snippet& snippet : SelectionCommands(editor_, window_).Snippets()) {
+    menu->Add(snippet.name, [snippet, &editor = editor_, &window = window_] {
+      SelectionCommands(editor, window).InsertSnippet(snippet);
+    });
+  }
+  if (menu->getNbEntries() == 0) menu->Add("None saved yet").setEnabled(false);
   return menu;
 }
 

@@ -18,6 +18,8 @@ class MainMenu {
   MainMenu(SynEditor& editor, RackWindow& window) : editor_(editor), window_(window) {}
 
   SharedPointer<SynOptionMenu> Make() const;
+  /// What can be done with the selected modules.
+  SharedPointer<SynOptionMenu> MakeEdit() const;
   /// Runs the enabled entry with these keys. False if no entry has them.
   bool RunShortcut(const CKeyEvent& event) const;
 
@@ -25,9 +27,11 @@ class MainMenu {
   struct Entry;
   static const Entry kEntries[];
   static const Entry kCables[];
+  static const Entry kEdit[];
   static const Entry kKeysOnly[];
 
   using Menu = SharedPointer<SynOptionMenu>;
+  bool IsEnabled(const Entry& entry) const;
   Menu MakeFrom(std::span<const Entry> entries) const;
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
@@ -39,6 +43,7 @@ class MainMenu {
   Menu MakeCableThickness() const;
   Menu MakeCables() const;
   Menu MakeCableSlack() const;
+  Menu MakeSnippets() const;
 
   SynEditor& editor_;
   RackWindow& window_;

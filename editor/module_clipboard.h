@@ -1,38 +1,31 @@
-// A copied module, to be pasted onto another one or as a new one.
+// Copied modules, to be pasted onto another one or as new ones.
 #pragma once
 
-#include <cstddef>
+#include <span>
 #include <string>
 #include <vector>
+
+#include "presets/preset_document.h"
 
 namespace halveron {
 
 class Module;
 class RackModel;
 
-/// Keeps copies of all data, since the module may be deleted before it is pasted.
+/// Keeps copies of all data, since the modules may be deleted before they are pasted.
 class ModuleClipboard {
  public:
-  bool HasData() const { return !name_.empty(); }
-  /// Takes the processing lock while it reads the module.
-  void Copy(Module& module);
-  /// Applies the copy to all voices of a module of the same class; others do not change.
+  bool HasData() const { return !excerpt_.modules.empty(); }
+  /// With the cables among them. Takes the processing lock while it reads the modules.
+  void Copy(RackModel& rack, std::span<Module* const> modules);
+  void Copy(RackModel& rack, Module& module);
+  /// Applies the copy of a single module to all voices of one of the same class; others do not
+  /// change.
   void PasteOnto(Module& module, RackModel& rack) const;
-  /// Adds a copy of the module to the rack; null if it cannot be made.
-  Module* PasteNew(RackModel& rack) const;
+  const PresetDocument& Excerpt() const { return excerpt_; }
 
  private:
-  void Apply(Module& module, RackModel& rack) const;
-
-  std::string name_;
-  std::string vendor_;
-  int version_ = 0;
-  std::vector<std::byte> data_;
-  bool oversampled_ = true;
-  bool alwaysOn_ = false;
-  bool mono_ = false;
-  int bandlimitMode_ = -1;
-  float clipLevel_ = 0.0f;
+  PresetDocument excerpt_;
 };
 
 }  // namespace halveron

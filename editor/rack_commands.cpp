@@ -7,6 +7,7 @@
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "framework/module.h"
+#include "presets/rack_excerpt.h"
 #include "presets/scratch_rack.h"
 
 namespace halveron {
@@ -23,38 +24,45 @@ std::string LowerCase(std::string text) {
 
 }  // namespace
 
-void RackCommands::Insert(Module* module) {
-  if (!module) {
-    editor_.ShowDialog({"Module failed", std::string("Module") + editor_.ModuleFailureText(), 400});
-    return;
-  }
-  if (RackWindow* window = editor_.Window()) window->BeginInsertion(*module);
-}
-
-bool RackCommands::BringBack(const ModuleIdentity& identity) {
-  editor_.PrepareModule(identity.first, identity.second);
-  const PlaceholderPlans former = editor_.Placeholders();
-  PlaceholderPlans others = former;
-  others.erase(identity);
-  editor_.UsePlaceholders(others);
-  const bool isThere = ScratchRack(editor_).Add(identity.first, identity.second) != nullptr;
-  editor_.UsePlaceholders(former);
-  return isThere && editor_.history.ReplacePlaceholders(identity);
+void RackCommands::Insert(const std::vector<Module*>& modules, const std::string& failure) {
+  if (!failure.empty()) editor_.ShowDialog({"Module failed", failure, 400});
+  RackWindow* window = editor_.Window();
+  if (window && !modules.empty()) window->BeginInsertion(modules);
 }
 
 void RackCommands::InsertModule(std::string_view name, std::string_view vendor) {
-  if (editor_.IsMissing(name, vendor) && !BringBack({std::string(name), std::string(vendor)})) {
-    Insert(nullptr);
+  Module* module = nullptr;
+  if (!editor_.IsMissing(name, vendor)) {
+    editor_.PrepareModule(name, vendor);
+    module = editor_.AddModule(name, vendor);
+  }
+  if (!module) {
+    Insert({}, std::string("Module") + editor_.ModuleFailureText());
     return;
   }
-  editor_.PrepareModule(name, vendor);
-  Module* module = editor_.AddModule(name, vendor);
-  if (module) editor_.moduleShelf.NoteUse({std::string(name), std::string(vendor)});
-  Insert(module);
+  editor_.moduleShelf.NoteUse({std::string(name), std::string(vendor)});
+  Insert({module}, "");
 }
 
 void RackCommands::PasteModule() {
-  if (editor_.moduleClipboard.HasData()) Insert(editor_.moduleClipboard.PasteNew(editor_));
+  if (editor_.moduleClipboard.HasData()) InsertExcerpt(editor_.moduleClipboard.Excerpt());
+}
+
+void RackCommands::InsertExcerpt(const PresetDocument& excerpt) {
+  if (RackWindow* window = editor_.Window()) window->LandInsertion();
+  for (const PresetModule& record : excerpt.modules) {
+    editor_.PrepareModule(record.name, record.vendor);
+  }
+  std::string failure;
+  const std::vector<Module*> added = AddExcerpt(excerpt, editor_, &failure);
+  Insert(added, failure);
+  if (RackWindow* window = editor_.Window()) {
+    window->Selection().Select(added.size() > 1 ? added : std::vector<Module*>());
+  }
+}
+
+void RackCommands::DeleteModules(const std::vector<Module*>& modules) {
+  for (Module* module : modules) DeleteModule(*module);
 }
 
 void RackCommands::DeleteModule(Module& module) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "editor/placeholder_module.h"
 
@@ -10,6 +11,7 @@ namespace halveron {
 
 class Module;
 class SynEditor;
+struct PresetDocument;
 
 class RackCommands {
  public:
@@ -17,10 +19,13 @@ class RackCommands {
 
   /// Adds a module, which then follows the mouse. A dialog reports one that cannot be made.
   void InsertModule(std::string_view name, std::string_view vendor);
-  /// The same for a copy of the module on the clipboard.
+  /// The same for copies of the modules on the clipboard.
   void PasteModule();
   /// With all its voices; the last one that voices can be reached by takes them along.
   void DeleteModule(Module& module);
+  void DeleteModules(const std::vector<Module*>& modules);
+  /// Adds a part of a rack, whose modules then follow the mouse as one and are selected.
+  void InsertExcerpt(const PresetDocument& excerpt);
 
   void AddRow();
   /// With the modules in it. The only row stays.
@@ -32,7 +37,7 @@ class RackCommands {
   void ChangeViewableRows(int count);
 
  private:
-  void Insert(Module* module);
+  void Insert(const std::vector<Module*>& modules, const std::string& failure);
   /// Makes modules of the placeholders of one identity, if its library is there again.
   bool BringBack(const ModuleIdentity& identity);
 

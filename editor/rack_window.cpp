@@ -51,11 +51,13 @@ RackWindow::RackWindow(SynEditor& editor)
       frame_(SharedPointer<SynFrame>::Adopt(new SynFrame(geometry_.WindowRect(), *this))),
       rack_(SharedPointer<SynRack>::Adopt(new SynRack(editor, images_, geometry_))),
       drag_(*rack_, geometry_),
+      selection_(editor, *rack_),
       jackTools_(editor, *this) {
   frame_->setUiScale(uiScale);
   BuildRack();
   BuildViews();
   ConnectBar();
+  ConnectSelection();
   TakeCableStyle();
   ScrollTo(editor.scrollValue);
 }
@@ -80,7 +82,28 @@ void RackWindow::BuildRack() {
     return jackTools_.Press(jack, buttons);
   };
   rack_->onKey = [this](const CKeyEvent& event) {
-    return event.key == kKeyEscape && EndByEscape();
+    if (event.key != kKeyEscape) return false;
+    const bool hadSelection = !selection_.IsEmpty();
+    if (EndByEscape()) return true;
+    selection_.EndFrame();
+    selection_.Clear();
+    return hadSelection;
+  };
+}
+
+void RackWindow::ConnectSelection() {
+  rack_->onFreePress = [this](const CPoint& where, const CButtonState& buttons) {
+    // The keys come here now, also in a host's window.
+    frame_->setFocusView(rack_);
+    selection_.BeginFrame(where, buttons.isShiftSet());
+  };
+  rack_->onFreeDrag = [this](const CPoint& where) {
+    ScrollAtEdge(frame_->getCurrentMouseLocation().y, kCableMargin, kCableSpeed);
+    selection_.MoveFrame(where);
+  };
+  rack_->onFreeRelease = [this] {
+    selection_.EndFrame();
+    if (selection_.IsEmpty() && frame_->getFocusView() == rack_) frame_->setFocusView(nullptr);
   };
 }
 
@@ -185,10 +208,15 @@ void RackWindow::AddModuleView(Module& module) {
 
 void RackWindow::RemoveModuleView(Module& module) {
   if (openMenu_) openMenu_->closePopup();
-  if (drag_.DraggedModule() == &module) {
+  if (drag_.Holds(module)) {
     drag_.Drop(module);
-    ReleaseMouse();
+    if (drag_.DraggedModule()) {
+      frame_->setCapture(drag_.DraggedModule());
+    } else {
+      ReleaseMouse();
+    }
   }
+  selection_.Drop(module);
   if (pulledFrom_ && pulledFrom_->Owner() == &module) pulledFrom_ = nullptr;
   rack_->removeView(&module);
 }
@@ -271,8 +299,7 @@ CPoint RackWindow::ToRack(const CPoint& framePoint) const {
 }
 
 CPoint RackWindow::RestingCorner(const Module& module) const {
-  return drag_.DraggedModule() == &module ? drag_.RestingCorner()
-                                          : module.getViewSize().getTopLeft();
+  return drag_.Holds(module) ? drag_.RestingCorner(module) : module.getViewSize().getTopLeft();
 }
 
 CMouseEventResult RackWindow::ModuleMouseDown(Module& module, const CPoint& where,
@@ -285,12 +312,27 @@ CMouseEventResult RackWindow::ModuleMouseDown(Module& module, const CPoint& wher
     insertionPressed_ = insertionPressed_ || buttons.isLeftButton();
     return kMouseEventHandled;
   }
+  const bool isOfSeveral = selection_.Holds(module) && selection_.Modules().size() > 1;
   if (buttons.isRightButton()) {
-    PopUp(MakeModuleMenu(editor_, module), frame_->getCurrentMouseLocation());
+    PopUp(isOfSeveral ? MakeSelectionMenu(editor_, *this, module) : MakeModuleMenu(editor_, module),
+          frame_->getCurrentMouseLocation());
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }
   if (!buttons.isLeftButton()) return kMouseEventNotHandled;
-  drag_.Begin(module, where);
+  if (buttons.isShiftSet()) {
+    selection_.Toggle(module);
+    frame_->setFocusView(rack_);
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
+  std::vector<Module*> group = {&module};
+  if (!selection_.Holds(module)) {
+    selection_.Clear();
+  } else {
+    for (Module* other : selection_.Modules()) {
+      if (other != &module) group.push_back(other);
+    }
+  }
+  drag_.Begin(group, where);
   frame_->setFocusView(rack_);
   // A drag that begins near an edge is not meant to scroll.
   const CRect view = geometry_.ViewRect();
@@ -332,7 +374,9 @@ void RackWindow::EndDrag(const CPoint& where, const CButtonState& buttons) {
   Module& module = *drag_.DraggedModule();
   const bool isNew = drag_.IsInserting();
   ModuleDrag::Outcome outcome = drag_.End(where, buttons);
-  if (outcome == ModuleDrag::Outcome::kNoPlace) {
+  // Modules in several rows may need as many.
+  const int mostRows = 1 + static_cast<int>(drag_.Size().y / geometry_.rowHeight);
+  for (int i = 0; i < mostRows && outcome == ModuleDrag::Outcome::kNoPlace; ++i) {
     editor_.commands.AddRow();
     outcome = drag_.End(where, buttons);
   }
@@ -348,7 +392,7 @@ void RackWindow::ReleaseMouse() {
   insertionPressed_ = false;
   frame_->dragRepeat.stop();
   frame_->releaseCapture();
-  if (frame_->getFocusView() == rack_) frame_->setFocusView(nullptr);
+  if (frame_->getFocusView() == rack_ && selection_.IsEmpty()) frame_->setFocusView(nullptr);
 }
 
 void RackWindow::ScrollToShow(const Module& module) {
@@ -360,16 +404,17 @@ void RackWindow::ScrollToShow(const Module& module) {
   if (top != rack_->getViewSize().top) ScrollTo(geometry_.ScrollOf(top));
 }
 
-void RackWindow::BeginInsertion(Module& module) {
+void RackWindow::BeginInsertion(const std::vector<Module*>& modules) {
   LandInsertion();
   drag_.Abort();
-  const CRect place = module.getViewSize();
-  drag_.BeginInsertion(module, place.getTopLeft() + CPoint(std::floor(place.getWidth() / 3),
-                                                           ScaleToPixels(kGrabDepth)));
+  CRect place;
+  for (const Module* module : modules) place.unite(module->getViewSize());
+  drag_.BeginInsertion(modules, place.getTopLeft() + CPoint(std::floor(place.getWidth() / 3),
+                                                            ScaleToPixels(kGrabDepth)));
   insertionPressed_ = false;
   dragMargin_ = kDragMargin;
   drag_.MoveTo(ToRack(frame_->getCurrentMouseLocation()), {});
-  frame_->setCapture(&module);
+  frame_->setCapture(modules.front());
   frame_->setFocusView(rack_);
   rack_->RequestRedraw();
 }
@@ -380,10 +425,10 @@ void RackWindow::LandInsertion() {
 
 void RackWindow::CancelInsertion() {
   if (!drag_.IsInserting()) return;
-  Module& module = *drag_.DraggedModule();
+  const std::vector<Module*> modules = drag_.Group();
   drag_.Abort();
   ReleaseMouse();
-  editor_.commands.DeleteModule(module);
+  editor_.commands.DeleteModules(modules);
 }
 
 void RackWindow::EndDrags() {

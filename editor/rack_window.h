@@ -5,11 +5,13 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "editor/dialog_window.h"
 #include "editor/jack_tools.h"
 #include "editor/module_browser.h"
 #include "editor/module_drag.h"
+#include "editor/module_selection.h"
 #include "editor/rack_geometry.h"
 #include "editor/syn_frame.h"
 #include "editor/syn_option_menu.h"
@@ -47,6 +49,7 @@ class RackWindow final : private CControlListener {
   MidiLearning& Learning() { return *learning_; }
   const MidiLearning& Learning() const { return *learning_; }
   ModuleBrowser& Browser() { return *browser_; }
+  ModuleSelection& Selection() { return selection_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
   // Notifications from the rack.
@@ -90,7 +93,7 @@ class RackWindow final : private CControlListener {
 
   /// A new module begins to follow the mouse, until a left click puts it down or Escape or a right
   /// click discards it. Whatever else ends this puts it down where its outline is.
-  void BeginInsertion(Module& module);
+  void BeginInsertion(const std::vector<Module*>& modules);
   /// A module follows the mouse, new or not.
   bool IsDragging() const { return drag_.DraggedModule() != nullptr; }
   bool IsInserting() const { return drag_.IsInserting(); }
@@ -118,6 +121,7 @@ class RackWindow final : private CControlListener {
  private:
   void BuildViews();
   void BuildRack();
+  void ConnectSelection();
   void ConnectBar();
   /// A menu right under a view of the bar.
   void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
@@ -148,6 +152,7 @@ class RackWindow final : private CControlListener {
   MidiLearning* learning_ = nullptr;
   ValueBubble* bubble_ = nullptr;
   ModuleDrag drag_;
+  ModuleSelection selection_;
   JackTools jackTools_;
   bool insertionPressed_ = false;     // the click that puts a new module down has begun
   PatchPoint* pulledFrom_ = nullptr;  // where the dragged cable was plugged; null for a new one

@@ -27,6 +27,7 @@ constexpr int kRailHeight = 6;  // panel units
 // The outline of the place where a dragged module will land.
 constexpr int kOutlineWidth = 2;  // panel units
 constexpr int kOutlineAlpha = 48;
+constexpr CColor kSelectedOutline{110, 170, 240};
 
 }  // namespace
 
@@ -84,7 +85,7 @@ void SynRack::drawRect(CDrawContext* context, const CRect& updateRect) {
   panels_.ReplaceIn(*context, area);
   const DrawStateScope scope(*context);
   context->setClipRect(area);
-  if (landing_) DrawLanding(*context);
+  DrawOutlines(*context);
   cables_.Draw(*context, area);
   context->pushOffset(viewSize.getTopLeft());
   marks_.Draw(*context, CRect(area).offset(-viewSize.left, -viewSize.top));
@@ -136,20 +137,42 @@ void SynRack::DrawDraggedCable(CDrawContext& context, const CRect& area) const {
   cables_.DrawStrand(context, DraggedStrand(), *images_.midiPlug);
 }
 
-void SynRack::DrawLanding(CDrawContext& context) const {
-  CColor tint = theme::kAccent;
-  tint.alpha = kOutlineAlpha;
-  context.setFillColor(tint);
-  context.setFrameColor(theme::kAccent);
+void SynRack::DrawOutlines(CDrawContext& context) const {
+  if (landing_.empty() && selected_.empty() && !frame_) return;
+  const DrawStateScope scope(context);
+  context.pushOffset(viewSize.getTopLeft());
   context.setLineWidth(ScaleToPixels(kOutlineWidth));
-  context.drawRect(CRect(*landing_).offset(viewSize.getTopLeft()), kDrawFilledAndStroked);
+  const auto draw = [&](const CColor& colour, const CRect& place, CDrawStyle style) {
+    CColor tint = colour;
+    tint.alpha = kOutlineAlpha;
+    context.setFillColor(tint);
+    context.setFrameColor(colour);
+    context.drawRect(place, style);
+  };
+  for (const CRect& place : landing_) draw(theme::kAccent, place, kDrawFilledAndStroked);
+  for (const Module* module : selected_) {
+    draw(kSelectedOutline, module->getViewSize(), kDrawFilledAndStroked);
+  }
+  if (frame_) draw(kSelectedOutline, *frame_, kDrawFilledAndStroked);
 }
 
-void SynRack::ShowLanding(std::optional<CRect> place) {
-  if (place == landing_) return;
-  if (landing_) Repaint(*landing_);
-  landing_ = place;
-  if (landing_) Repaint(*landing_);
+void SynRack::ShowLanding(const std::vector<CRect>& places) {
+  if (places == landing_) return;
+  for (const CRect& place : landing_) Repaint(place);
+  landing_ = places;
+  for (const CRect& place : landing_) Repaint(place);
+}
+
+void SynRack::ShowSelected(std::vector<const Module*> modules) {
+  selected_ = std::move(modules);
+  CViewContainer::invalid();
+}
+
+void SynRack::ShowFrame(std::optional<CRect> frame) {
+  if (frame == frame_) return;
+  if (frame_) Repaint(*frame_);
+  frame_ = frame;
+  if (frame_) Repaint(*frame_);
 }
 
 void SynRack::OutdatePanels(const CRect& rect) {
@@ -188,9 +211,31 @@ CMouseEventResult SynRack::onMouseDown(CPoint& where, const CButtonState& button
     onDoubleClick(toChildren(where));
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
   }
+  if (buttons.isLeftButton() && onFreePress) {
+    isPressed_ = true;
+    onFreePress(toChildren(where), buttons);
+    return kMouseEventHandled;
+  }
   if (!buttons.isRightButton() || !onContextPress) return result;
   onContextPress();
   return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+CMouseEventResult SynRack::onMouseMoved(CPoint& where, const CButtonState& buttons) {
+  if (isPressed_ && !buttons.isLeftButton()) {
+    // The release went to a menu.
+    isPressed_ = false;
+    onFreeRelease();
+  }
+  if (!isPressed_) return CViewContainer::onMouseMoved(where, buttons);
+  onFreeDrag(toChildren(where));
+  return kMouseEventHandled;
+}
+
+CMouseEventResult SynRack::onMouseUp(CPoint& where, const CButtonState& buttons) {
+  if (!std::exchange(isPressed_, false)) return CViewContainer::onMouseUp(where, buttons);
+  onFreeRelease();
+  return kMouseEventHandled;
 }
 
 bool SynRack::onKeyDown(const CKeyEvent& event) { return onKey && onKey(event); }
@@ -283,12 +328,18 @@ void SynRack::RaiseModule(Module& module) {
   addView(&module);
 }
 
-std::vector<CRect> SynRack::PlacesWithout(const Module& module) const {
+std::vector<CRect> SynRack::PlacesWithout(std::span<Module* const> modules) const {
   std::vector<CRect> places;
   for (const Module* other : rack_.modules[0]) {
-    if (other != &module) places.push_back(other->getViewSize());
+    const bool isOther = std::find(modules.begin(), modules.end(), other) == modules.end();
+    if (isOther) places.push_back(other->getViewSize());
   }
   return places;
+}
+
+std::vector<CRect> SynRack::PlacesWithout(const Module& module) const {
+  Module* const one[] = {const_cast<Module*>(&module)};
+  return PlacesWithout(one);
 }
 
 void SynRack::MoveOthers(const Module& module, const std::vector<CRect>& places) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "editor/cable_layer.h"
@@ -43,11 +44,17 @@ class SynRack final : public CViewContainer {
   void invalidRect(const CRect& rect) override;
   void invalidateDirtyViews() override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
+  CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;
   bool onKeyDown(const CKeyEvent& event) override;
   void onIdle() override;
 
   /// Called for a press on a jack before the jack gets it; true if that is all there is to do.
   std::function<bool(PatchPoint&, const CButtonState&)> onJackPress;
+  /// A left press where no module is, moves until its release, and that; points of the rack.
+  std::function<void(const CPoint&, const CButtonState&)> onFreePress;
+  std::function<void(const CPoint&)> onFreeDrag;
+  std::function<void()> onFreeRelease;
   /// Called for a double click where no module is, at a point of the rack.
   std::function<void(const CPoint&)> onDoubleClick;
   /// Called for a right press where no module is.
@@ -82,13 +89,21 @@ class SynRack final : public CViewContainer {
   void MoveModule(Module& module, const CPoint& corner);
   /// Puts a module above all others.
   void RaiseModule(Module& module);
-  /// The places of all modules but one.
+  /// The places of all modules but these.
+  std::vector<CRect> PlacesWithout(std::span<Module* const> modules) const;
   std::vector<CRect> PlacesWithout(const Module& module) const;
   /// Moves those others to places in the same order.
   void MoveOthers(const Module& module, const std::vector<CRect>& places);
-  /// Outlines the place where the dragged module will land; nothing removes the outline.
-  void ShowLanding(std::optional<CRect> place);
-  const std::optional<CRect>& Landing() const { return landing_; }
+  /// Outlines the places where the dragged modules will land, the one that the mouse holds first;
+  /// none removes the outlines.
+  void ShowLanding(const std::vector<CRect>& places);
+  std::optional<CRect> Landing() const {
+    return landing_.empty() ? std::nullopt : std::optional(landing_.front());
+  }
+  /// Outlines the modules that are selected.
+  void ShowSelected(std::vector<const Module*> modules);
+  /// The frame that selects modules while it is drawn; nothing removes it.
+  void ShowFrame(std::optional<CRect> frame);
 
   // Cables. Rectangles are in the rack's own coordinates.
 
@@ -112,7 +127,8 @@ class SynRack final : public CViewContainer {
   void UpdateCables();
   void UpdatePanels(const CRect& area);
   void DrawDraggedCable(CDrawContext& context, const CRect& area) const;
-  void DrawLanding(CDrawContext& context) const;
+  /// Draws landing places, selected modules and the frame.
+  void DrawOutlines(CDrawContext& context) const;
   void OutdatePanels(const CRect& rect);
   /// Has a part painted again from the layers, which stay as they are.
   void Repaint(const CRect& rect);
@@ -126,7 +142,10 @@ class SynRack final : public CViewContainer {
   bool cablesMayDiffer_ = true;
   bool showsSignalColours_ = false;
   std::uint64_t lastPaint_ = 0;
-  std::optional<CRect> landing_;
+  std::vector<CRect> landing_;
+  std::vector<const Module*> selected_;
+  std::optional<CRect> frame_;
+  bool isPressed_ = false;  // on free rack
   std::optional<CPoint> draggedEnd_;
   CRect draggedRect_;  // what the dragged cable covered when it was moved last
   JackMarks marks_{[this](const CRect& rect) { Repaint(rect); }};

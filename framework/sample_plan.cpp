@@ -331,6 +331,7 @@ class PlanBuilder {
   }
 
   void PlanCables() {
+    VoiceGroupMaker gatherer = nullptr;
     for (const Row& row : layout_.rows) {
       const std::size_t firstGather = program_.gathers.size();
       ForEachPlace(row, [&](std::size_t place) {
@@ -344,8 +345,14 @@ class PlanBuilder {
           if (!gathers || !IsOneCopy(point)) PlanInput(point);
         });
       });
-      if (const std::size_t count = program_.gathers.size() - firstGather; count > 0) {
+      const std::size_t count = program_.gathers.size() - firstGather;
+      if (count == 0) continue;
+      // Any group of the unit and class can do it for the others.
+      if (gatherer == row.maker) {
+        program_.gatherRuns.back().count += count;
+      } else {
         program_.gatherRuns.push_back({row.group.get(), firstGather, count});
+        gatherer = row.maker;
       }
     }
   }

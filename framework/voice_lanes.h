@@ -53,7 +53,7 @@ class VoiceKey {
     } else if constexpr (std::is_arithmetic_v<T> || std::is_enum_v<T>) {
       Mix(static_cast<std::uint64_t>(value));
     } else {
-      std::apply([this](const auto&... each) { (Add(each), ...); }, value);
+      std::apply([this](const auto&... each) { (this->Add(each), ...); }, value);
     }
   }
   std::uint64_t Value() const { return value_; }

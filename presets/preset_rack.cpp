@@ -109,6 +109,28 @@ void GiveParameters(const std::vector<CControl*>& controls, RackModel& rack) {
   }
 }
 
+void AppendPresetPoints(const PresetModule& record, Module& module,
+                        std::vector<PatchPoint*>& points) {
+  // A module may have fewer points than when it was saved; the others stay null, so that the
+  // points of later modules keep their numbers.
+  std::vector<PatchPoint*> own(static_cast<std::size_t>(record.patchPointCount));
+  int count = 0;
+  module.CollectPatchPoints(own.data(), &count, record.patchPointCount);
+  points.insert(points.end(), own.begin(), own.end());
+}
+
+void ConnectPresetCable(const PresetCable& cable, const std::vector<PatchPoint*>& points,
+                        RackModel& rack) {
+  PatchPoint* from = points[static_cast<std::size_t>(cable.from)];
+  PatchPoint* to = points[static_cast<std::size_t>(cable.to)];
+  if (!from || !to || !MayConnect(*from, *to)) return;
+  // A point that goes either way and receives already does not send as well.
+  const bool swapped = from->type == kOutputPoint || to->type == kInputPoint;
+  const PatchPoint* origin = swapped ? from : to;
+  if (origin->firstCable && origin->firstCable->destination == origin) return;
+  rack.cables.ConnectCable(from, to, cable.colour, 0);
+}
+
 namespace {
 
 /// Builds the rack of one document.
@@ -139,7 +161,9 @@ class PresetLoader {
         rack_.parameters.highestParameterIndex = *document_.highestParameterIndex;
       }
       GiveParameters(newControls_, rack_);
-      for (const PresetCable& cable : document_.cables) Connect(cable);
+      for (const PresetCable& cable : document_.cables) {
+        ConnectPresetCable(cable, points_, rack_);
+      }
       ApplyMidiBindings(document_.midi, rack_);
     }
     rack_.voices.ResetPolyphonyIfUnused();
@@ -150,24 +174,8 @@ class PresetLoader {
   bool LoadModule(const PresetModule& record) {
     Module* module = LoadPresetModule(record, rack_, newControls_);
     if (!module) return false;
-    // A module may have fewer points than when it was saved; the others stay null, so that the
-    // points of later modules keep their numbers.
-    std::vector<PatchPoint*> points(static_cast<std::size_t>(record.patchPointCount));
-    int count = 0;
-    module->CollectPatchPoints(points.data(), &count, record.patchPointCount);
-    points_.insert(points_.end(), points.begin(), points.end());
+    AppendPresetPoints(record, *module, points_);
     return true;
-  }
-
-  void Connect(const PresetCable& cable) {
-    PatchPoint* from = points_[static_cast<std::size_t>(cable.from)];
-    PatchPoint* to = points_[static_cast<std::size_t>(cable.to)];
-    if (!from || !to || !MayConnect(*from, *to)) return;
-    // A point that goes either way and receives already does not send as well.
-    const bool swapped = from->type == kOutputPoint || to->type == kInputPoint;
-    const PatchPoint* origin = swapped ? from : to;
-    if (origin->firstCable && origin->firstCable->destination == origin) return;
-    rack_.cables.ConnectCable(from, to, cable.colour, 0);
   }
 
   const PresetDocument& document_;

@@ -11,6 +11,7 @@ namespace halveron {
 class CControl;
 struct CPoint;
 class Module;
+class PatchPoint;
 class RackModel;
 
 /// The settings of the rack itself, without modules and cables.
@@ -26,6 +27,13 @@ PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* next
 Module* LoadPresetModule(const PresetModule& saved, RackModel& rack,
                          std::vector<CControl*>& newControls);
 void GiveParameters(const std::vector<CControl*>& controls, RackModel& rack);
+/// Adds a module's points behind others, as many as its record has: the cables of a preset count
+/// them. Those that the module no longer has are null.
+void AppendPresetPoints(const PresetModule& record, Module& module,
+                        std::vector<PatchPoint*>& points);
+/// Connects two of these points if they are there and fit.
+void ConnectPresetCable(const PresetCable& cable, const std::vector<PatchPoint*>& points,
+                        RackModel& rack);
 /// Moves a module to the place of its record.
 void PlacePresetModule(const PresetModule& record, Module& module);
 

@@ -1,7 +1,5 @@
 #include "modules/cv/S910UTools.h"
 
-#include <cmath>
-
 namespace halveron {
 
 S910UTools::S910UTools(CFrame* frame, const HostTable& table, int voiceIndex)
@@ -34,21 +32,15 @@ S910UTools::S910UTools(CFrame* frame, const HostTable& table, int voiceIndex)
   SetSampleRate(sampleRate);
 }
 
-std::array<float, S910UTools::kOuts> S910UTools::Apply(const std::array<float, kIns>& x) {
-  return {-x[0],
-          std::fabs(x[0]),
-          -x[1],
-          x[1] > 0.0f ? x[1] : 0.0f,
-          x[2] * x[2],
-          x[3] * x[3] * x[3],
-          x[4] >= 0.0f ? 1.0f - x[4] : -1.0f - x[4]};
-}
-
 void S910UTools::ProcessSample() {
   std::array<float, kIns> x;
   for (std::size_t i = 0; i < kIns; ++i) x[i] = ins_[i]->in;
   const std::array<float, kOuts> results = Apply(x);
   for (std::size_t i = 0; i < kOuts; ++i) outs_[i]->out = results[i];
+}
+
+VoiceGroupMaker S910UTools::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S910UTools>(unit);
 }
 
 }  // namespace halveron

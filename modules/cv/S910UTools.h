@@ -3,6 +3,7 @@
 
 #include <array>
 
+#include "dsp/lanes.h"
 #include "framework/module.h"
 
 namespace halveron {
@@ -17,11 +18,21 @@ class S910UTools final : public BuiltInModule<S910UTools> {
 
   S910UTools(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
 
   static constexpr int kIns = 5;
   static constexpr int kOuts = 7;
   /// -x, |x|; -x, the positive half; the square; the cube; the distance from the end on x's side.
-  static std::array<float, kOuts> Apply(const std::array<float, kIns>& x);
+  template <class Float>
+  static std::array<Float, kOuts> Apply(const std::array<Float, kIns>& x) {
+    return {-x[0],
+            dsp::Abs(x[0]),
+            -x[1],
+            dsp::Select(x[1] > 0.0f, x[1], Float(0.0f)),
+            x[2] * x[2],
+            x[3] * x[3] * x[3],
+            dsp::Select(x[4] >= 0.0f, 1.0f - x[4], -1.0f - x[4])};
+  }
 
  private:
   std::array<Input, kIns> ins_;

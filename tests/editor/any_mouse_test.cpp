@@ -16,7 +16,7 @@ class AnyHand {
 
   void DoSomething() {
     const int modifiers = Dice(4) == 0 ? kControl : Dice(6) == 0 ? kShift : 0;
-    switch (Dice(15)) {
+    switch (Dice(17)) {
       case 0:
       case 1:
         rig.Press(Anywhere(), kLButton | modifiers | (Dice(6) == 0 ? kDoubleClick : 0));
@@ -48,6 +48,13 @@ class AnyHand {
         } else {
           rig.Key(Dice(3) ? kKeyDown : kKeyReturn);
         }
+        break;
+      case 12:
+        // Selections; copies follow the mouse.
+        rig.Shortcut(U"acvd"[Dice(rig.editor.ModuleCount() < 20 ? 4 : 2)]);
+        break;
+      case 13:
+        if (Dice(4) == 0) rig.Key(kKeyDelete);
         break;
       case 9:
         rig.Shortcut('h');

@@ -33,6 +33,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "-",
                            "Undo",
                            "Redo",
+                           "Edit",
                            "-",
                            "Refresh Presets Library",
                            "Preset Description",

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "framework/voice_group.h"
+#include "presets/rack_excerpt.h"
 #include "tests/external/libraries.h"
 #include "tests/support/allocation_trap.h"
 #include "tests/support/window_rig.h"
@@ -90,7 +91,7 @@ TEST(ExternalModules, KeepTheirDataInPresetsAndOnTheClipboard) {
   Module& probe = rack.AddProbe();
   rack.SetControl(probe, "Level", 0.75f);
   rack.RunBlock(40);
-  rack.editor.moduleClipboard.Copy(probe);
+  rack.editor.moduleClipboard.Copy(rack.editor, probe);
   const std::vector<std::byte> saved = rack.SavedPreset(probe);
   const auto chunk = rack.editor.SaveChunk();
   const std::vector<std::byte> state(chunk.begin(), chunk.end());
@@ -102,7 +103,9 @@ TEST(ExternalModules, KeepTheirDataInPresetsAndOnTheClipboard) {
   EXPECT_EQ(rack.SavedPreset(loaded), saved);
   const auto again = rack.editor.SaveChunk();
   EXPECT_EQ(std::vector<std::byte>(again.begin(), again.end()), state);
-  Module* pasted = rack.editor.moduleClipboard.PasteNew(rack.editor);
+  const std::vector<Module*> added = AddExcerpt(rack.editor.moduleClipboard.Excerpt(), rack.editor);
+  ASSERT_EQ(added.size(), 1u);
+  Module* pasted = added.front();
   ASSERT_NE(pasted, nullptr);
   EXPECT_EQ(rack.CountOf(*pasted, kBlocks), 40);
   // Data of another length than the module's are its own affair; nothing else is lost.
