@@ -1,5 +1,6 @@
 #include "editor/main_menu.h"
 
+#include "editor/midi_learning.h"
 #include "editor/preset_versions.h"
 #include "editor/rack_window.h"
 #include "editor/selection_commands.h"
@@ -100,6 +101,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isOffered =
          [](const SynEditor& editor) { return editor.options.advancedOversampling.Get(); }},
     {.text = "Polyphony", .submenu = &MainMenu::MakePolyphony},
+    {.text = "MIDI Controllers", .submenu = &MainMenu::MakeMidiControllers},
     {.text = "Skin", .submenu = &MainMenu::MakeSkin},
     {.text = "Window Height", .submenu = &MainMenu::MakeWindowHeight},
     {.text = "Cable Transparency", .submenu = &MainMenu::MakeCableTransparency},
@@ -197,6 +199,9 @@ const MainMenu::Entry MainMenu::kKeysOnly[] = {
     {.text = "Modules",
      .keys = "Ctrl+M",
      .act = [](SynEditor&, RackWindow& window) { window.OpenModulePicker(); }},
+    {.text = "Enter Value",
+     .keys = "F2",
+     .act = [](SynEditor&, RackWindow& window) { window.EnterValue(); }},
     {.text = "Menu",
      .keys = "F10",
      .act = [](SynEditor&, RackWindow& window) { window.OpenMainMenu(); }},
@@ -288,6 +293,8 @@ MainMenu::Menu MainMenu::MakePolyphony() const {
   }
   return menu;
 }
+
+MainMenu::Menu MainMenu::MakeMidiControllers() const { return MakeMidiMenu(editor_); }
 
 MainMenu::Menu MainMenu::MakeSkin() const {
   Menu menu = SynOptionMenu::Make();

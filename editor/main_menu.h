@@ -38,6 +38,7 @@ class MainMenu {
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;
+  Menu MakeMidiControllers() const;
   Menu MakeSkin() const;
   Menu MakeWindowHeight() const;
   Menu MakeCableTransparency() const;

@@ -6,9 +6,12 @@
 
 #include "editor/context_menus.h"
 #include "editor/main_menu.h"
+#include "editor/midi_learning.h"
 #include "editor/module_picker.h"
 #include "editor/side_strip.h"
 #include "editor/syn_editor.h"
+#include "editor/value_bubble.h"
+#include "editor/value_entry.h"
 #include "framework/module.h"
 #include "framework/panel_metrics.h"
 #include "framework/patch_point.h"
@@ -117,8 +120,11 @@ void RackWindow::BuildViews() {
   browser_ = new ModuleBrowser(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
-  for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_,
-                                                   browser_, dialog_, nestedDialog_}) {
+  learning_ = new MidiLearning(editor_);
+  bubble_ = new ValueBubble(editor_);
+  for (CView* part :
+       std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_, browser_, dialog_,
+                                     nestedDialog_, learning_, bubble_}) {
     frame_->addView(part);
   }
 }
@@ -138,6 +144,21 @@ void RackWindow::ConnectBar() {
 
 void RackWindow::OpenModulePicker() {
   PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
+}
+
+bool RackWindow::EnterValue() {
+  CView* underMouse = frame_->getViewAt(frame_->getCurrentMouseLocation(), true);
+  for (CView* view : {underMouse, frame_->getFocusView()}) {
+    if (!TakesTypedValue(view)) continue;
+    AskForValue(editor_, static_cast<CControl&>(*view));
+    return true;
+  }
+  return false;
+}
+
+void RackWindow::BeginLearning(ModuleKnob& knob) {
+  learning_->Begin(knob);
+  bubble_->Show(knob);
 }
 
 void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
@@ -497,6 +518,7 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
 }
 
 bool RackWindow::RunShortcut(const CKeyEvent& event) {
+  if (event.key == kKeyEscape && learning_->Cancel()) return true;
   return MainMenu(editor_, *this).RunShortcut(event);
 }
 

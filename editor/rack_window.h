@@ -24,9 +24,12 @@
 
 namespace halveron {
 
+class MidiLearning;
+class ModuleKnob;
 class PatchPoint;
 class SideStrip;
 class SynEditor;
+class ValueBubble;
 
 /// Made when the window opens, or to draw or test the rack without one; all
 /// of it works on a frame without a window. Modules are borrowed as views.
@@ -43,6 +46,10 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ValueBubble& Bubble() { return *bubble_; }
+  const ValueBubble& Bubble() const { return *bubble_; }
+  MidiLearning& Learning() { return *learning_; }
+  const MidiLearning& Learning() const { return *learning_; }
   ModuleBrowser& Browser() { return *browser_; }
   ModuleSelection& Selection() { return selection_; }
   const RackGeometry& Geometry() const { return geometry_; }
@@ -76,6 +83,11 @@ class RackWindow final : private CControlListener {
   PresetBrowser* OpenPresets() const {
     return presetBrowser_ && presetBrowser_->getFrame() ? presetBrowser_.get() : nullptr;
   }
+  /// Asks for a value of the control under the mouse, or of the one that has the focus. False if
+  /// there is none that takes one.
+  bool EnterValue();
+  /// The next controller turns this knob.
+  void BeginLearning(ModuleKnob& knob);
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
@@ -146,6 +158,8 @@ class RackWindow final : private CControlListener {
   ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
+  MidiLearning* learning_ = nullptr;
+  ValueBubble* bubble_ = nullptr;
   ModuleDrag drag_;
   ModuleSelection selection_;
   JackTools jackTools_;
