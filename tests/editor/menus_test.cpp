@@ -43,6 +43,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Polyphony",
                            "Skin",
                            "Window Height",
+                           "Zoom",
                            "Cable Transparency",
                            "Cable Thickness",
                            "Flat Cables",
