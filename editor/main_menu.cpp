@@ -1,5 +1,6 @@
 #include "editor/main_menu.h"
 
+#include "editor/midi_learning.h"
 #include "editor/rack_window.h"
 #include "editor/selection_commands.h"
 #include "editor/syn_editor.h"
@@ -89,6 +90,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isOffered =
          [](const SynEditor& editor) { return editor.options.advancedOversampling.Get(); }},
     {.text = "Polyphony", .submenu = &MainMenu::MakePolyphony},
+    {.text = "MIDI Controllers", .submenu = &MainMenu::MakeMidiControllers},
     {.text = "Skin", .submenu = &MainMenu::MakeSkin},
     {.text = "Window Height", .submenu = &MainMenu::MakeWindowHeight},
     {.text = "Zoom", .submenu = &MainMenu::MakeZoom},
@@ -196,6 +198,9 @@ const MainMenu::Entry MainMenu::kKeysOnly[] = {
     {.text = "Load",
      .keys = "Ctrl+L",
      .act = [](SynEditor&, RackWindow& window) { window.OpenLoadMenu(); }},
+    {.text = "Enter Value",
+     .keys = "F2",
+     .act = [](SynEditor&, RackWindow& window) { window.EnterValue(); }},
     {.text = "Menu",
      .keys = "F10",
      .act = [](SynEditor&, RackWindow& window) { window.OpenMainMenu(); }},
@@ -281,6 +286,8 @@ MainMenu::Menu MainMenu::MakePolyphony() const {
   }
   return menu;
 }
+
+MainMenu::Menu MainMenu::MakeMidiControllers() const { return MakeMidiMenu(editor_); }
 
 MainMenu::Menu MainMenu::MakeSkin() const {
   Menu menu = SynOptionMenu::Make();

@@ -37,6 +37,7 @@ class MainMenu {
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;
+  Menu MakeMidiControllers() const;
   Menu MakeSkin() const;
   Menu MakeWindowHeight() const;
   Menu MakeZoom() const;

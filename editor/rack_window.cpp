@@ -7,10 +7,13 @@
 #include "editor/context_menus.h"
 #include "editor/load_menu.h"
 #include "editor/main_menu.h"
+#include "editor/midi_learning.h"
 #include "editor/module_picker.h"
 #include "editor/side_strip.h"
 #include "editor/size_grip.h"
 #include "editor/syn_editor.h"
+#include "editor/value_bubble.h"
+#include "editor/value_entry.h"
 #include "framework/module.h"
 #include "framework/panel_metrics.h"
 #include "framework/patch_point.h"
@@ -136,10 +139,13 @@ void RackWindow::BuildViews() {
   browser_ = new ModuleBrowser(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
+  learning_ = new MidiLearning(editor_);
+  bubble_ = new ValueBubble(editor_);
   sizeGrip_ = new SizeGrip(geometry_.GripRect());
   sizeGrip_->onResize = [this](const CPoint& pixels) { zoom_.Ask(pixels); };
-  for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, sizeGrip_,
-                                                   browser_, dialog_, nestedDialog_}) {
+  for (CView* part :
+       std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, sizeGrip_, browser_,
+                                     dialog_, nestedDialog_, learning_, bubble_}) {
     frame_->addView(part);
   }
   frame_->addView(keys_.MakeRing());
@@ -150,7 +156,8 @@ void RackWindow::MakeBar() {
   bar_ = new TopBar(geometry_.BarRect(), images_, config_);
   frame_->addView(bar_);
   // What covers the rack lies above it.
-  for (CView* above : std::initializer_list<CView*>{browser_, dialog_, nestedDialog_}) {
+  for (CView* above :
+       std::initializer_list<CView*>{browser_, dialog_, nestedDialog_, learning_, bubble_}) {
     if (frame_->removeView(above, false)) frame_->addView(above);
   }
 }
@@ -172,6 +179,21 @@ void RackWindow::ConnectBar() {
 
 void RackWindow::OpenModulePicker() {
   PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
+}
+
+bool RackWindow::EnterValue() {
+  CView* underMouse = frame_->getViewAt(frame_->getCurrentMouseLocation(), true);
+  for (CView* view : {underMouse, frame_->getFocusView()}) {
+    if (!TakesTypedValue(view)) continue;
+    AskForValue(editor_, static_cast<CControl&>(*view));
+    return true;
+  }
+  return false;
+}
+
+void RackWindow::BeginLearning(ModuleKnob& knob) {
+  learning_->Begin(knob);
+  bubble_->Show(knob);
 }
 
 void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
@@ -574,6 +596,7 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
 }
 
 bool RackWindow::RunShortcut(const CKeyEvent& event) {
+  if (event.key == kKeyEscape && learning_->Cancel()) return true;
   return MainMenu(editor_, *this).RunShortcut(event);
 }
 

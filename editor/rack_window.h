@@ -27,10 +27,13 @@
 
 namespace halveron {
 
+class MidiLearning;
+class ModuleKnob;
 class PatchPoint;
 class SideStrip;
 class SizeGrip;
 class SynEditor;
+class ValueBubble;
 
 /// Made when the window opens, or to draw or test the rack without one; all
 /// of it works on a frame without a window. Modules are borrowed as views.
@@ -47,6 +50,10 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ValueBubble& Bubble() { return *bubble_; }
+  const ValueBubble& Bubble() const { return *bubble_; }
+  MidiLearning& Learning() { return *learning_; }
+  const MidiLearning& Learning() const { return *learning_; }
   ModuleBrowser& Browser() { return *browser_; }
   ModuleSelection& Selection() { return selection_; }
   const RackGeometry& Geometry() const { return geometry_; }
@@ -76,6 +83,11 @@ class RackWindow final : private CControlListener {
   void OpenModuleBrowser(std::optional<CPoint> place = std::nullopt);
   void OpenMainMenu();
   void OpenLoadMenu();
+  /// Asks for a value of the control under the mouse, or of the one that has the focus. False if
+  /// there is none that takes one.
+  bool EnterValue();
+  /// The next controller turns this knob.
+  void BeginLearning(ModuleKnob& knob);
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
   /// The keys that no view and no shortcut has used: they walk the rack or play notes.
@@ -163,6 +175,8 @@ class RackWindow final : private CControlListener {
   WindowZoom zoom_;
   KeyFocus keys_;
   NoteKeys notes_;
+  MidiLearning* learning_ = nullptr;
+  ValueBubble* bubble_ = nullptr;
   ModuleDrag drag_;
   ModuleSelection selection_;
   JackTools jackTools_;

@@ -123,6 +123,7 @@ class SynEditor : public RackModel {
   void controlBeginEdit(CControl* control) override;
   void controlEndEdit(CControl* control) override;
 
+  std::span<const ControlScale> ScalesOf(const Module& module) const override;
   void RequestRedraw() override;
   void CableChanged(const Cable* cable) override;
   void ModuleJoined(Module* module) override;

@@ -5,6 +5,7 @@
 #include "editor/context_menus.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
+#include "editor/value_bubble.h"
 #include "framework/module.h"
 
 namespace halveron {
@@ -194,11 +195,13 @@ void SynEditor::ModuleEdited(Module& module) {
 void SynEditor::valueChanged(CControl* control) {
   history.ControlMoved(*control);
   RackModel::valueChanged(control);
+  if (window_) window_->Bubble().Show(*control);
 }
 
 void SynEditor::controlBeginEdit(CControl* control) {
   history.GestureBegan();
   RackModel::controlBeginEdit(control);
+  if (window_) window_->Bubble().Show(*control);
 }
 
 void SynEditor::controlEndEdit(CControl* control) {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "editor/rack_window.h"
+#include "editor/value_entry.h"
 
 namespace halveron {
 
@@ -26,6 +27,11 @@ SynFrame::SynFrame(const CRect& size, RackWindow& window)
 
 CMouseEventResult SynFrame::onMouseDown(CPoint& where, const CButtonState& buttons) {
   window_.Keys().Clear();
+  const bool asksForValue = buttons == CButtonState(kLButton | kDoubleClick) && !getModalView() &&
+                            !window_.IsDragging() && TakesTypedValue(getViewAt(where, true));
+  if (asksForValue && window_.EnterValue()) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   const CMouseEventResult result = CFrame::onMouseDown(where, buttons);
   window_.FollowMouse(getCurrentMouseLocation(), buttons);
   return result;

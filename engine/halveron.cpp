@@ -277,6 +277,7 @@ int Halveron::processEvents(VstEvents* events) {
 
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
+  rack_->midi.Take(*events);
   for (Module* module : rack_->plan.EventModules()) module->ProcessEvents(events);
 }
 
