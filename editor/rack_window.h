@@ -10,17 +10,21 @@
 
 #include "editor/dialog_window.h"
 #include "editor/jack_tools.h"
+#include "editor/key_focus.h"
 #include "editor/module_browser.h"
 #include "editor/module_drag.h"
 #include "editor/module_selection.h"
+#include "editor/note_keys.h"
 #include "editor/preset_browser.h"
 #include "editor/rack_geometry.h"
+#include "editor/sharp_images.h"
 #include "editor/syn_frame.h"
 #include "editor/syn_option_menu.h"
 #include "editor/syn_rack.h"
 #include "editor/syn_scrollbar.h"
 #include "editor/top_bar.h"
 #include "editor/window_images.h"
+#include "editor/window_zoom.h"
 
 namespace halveron {
 
@@ -28,6 +32,7 @@ class MidiLearning;
 class ModuleKnob;
 class PatchPoint;
 class SideStrip;
+class SizeGrip;
 class SynEditor;
 class ValueBubble;
 
@@ -83,6 +88,7 @@ class RackWindow final : private CControlListener {
   PresetBrowser* OpenPresets() const {
     return presetBrowser_ && presetBrowser_->getFrame() ? presetBrowser_.get() : nullptr;
   }
+  void OpenLoadMenu();
   /// Asks for a value of the control under the mouse, or of the one that has the focus. False if
   /// there is none that takes one.
   bool EnterValue();
@@ -90,6 +96,12 @@ class RackWindow final : private CControlListener {
   void BeginLearning(ModuleKnob& knob);
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
+  /// The keys that no view and no shortcut has used: they walk the rack or play notes.
+  bool UseKey(const CKeyEvent& event);
+  bool UseKeyUp(const CKeyEvent& event);
+  KeyFocus& Keys() { return keys_; }
+  NoteKeys& Notes() { return notes_; }
+  void PopUpModuleMenu(Module& module, const CPoint& where);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
 
   /// Scrolls up or down if `y` lies within `margin` pixels of the rack's visible edges, or beyond
@@ -124,15 +136,24 @@ class RackWindow final : private CControlListener {
 
   /// Shows that many rows; the host's window is another's to resize.
   void SetViewableRows(int count);
+  /// Takes a size in units, and the pixels of a unit. What is too wide becomes margins.
+  void LayOut(const CPoint& size, double pixelScale);
+  WindowZoom& Zoom() { return zoom_; }
+  /// Part of the idle call.
+  void Follow();
 
  private:
   void BuildViews();
   void BuildRack();
+  /// Takes the skin of the process, if it has changed.
+  void FollowSkin();
+  void MakeBar();
   void ConnectSelection();
   void ConnectBar();
   /// A menu right under a view of the bar.
   void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
                   BarButton* opener = nullptr);
+  void PlaceViews(const CPoint& size);
   void MoveRackTo(CCoord top);
   /// The hints for an empty rack came or went.
   void UpdateHints();
@@ -154,10 +175,14 @@ class RackWindow final : private CControlListener {
   SynScrollbar* rackScroll_ = nullptr;
   SideStrip* leftStrip_ = nullptr;
   SideStrip* rightStrip_ = nullptr;
+  SizeGrip* sizeGrip_ = nullptr;
   TopBar* bar_ = nullptr;
   ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
+  WindowZoom zoom_;
+  KeyFocus keys_;
+  NoteKeys notes_;
   MidiLearning* learning_ = nullptr;
   ValueBubble* bubble_ = nullptr;
   ModuleDrag drag_;
@@ -170,6 +195,10 @@ class RackWindow final : private CControlListener {
   SharedPointer<SynOptionMenu> openMenu_;
   std::unique_ptr<PresetIndex> presetIndex_;  // from the first use on
   SharedPointer<PresetBrowser> presetBrowser_;
+  std::shared_ptr<SharpImages> sharpImages_ = SharpImages::Shared();
+  unsigned sharpGeneration_ = 0;
+  unsigned skinGeneration_ = SkinGeneration();
+  CColor digitColor_;
 };
 
 }  // namespace halveron

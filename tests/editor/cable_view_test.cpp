@@ -166,7 +166,7 @@ TEST(SynRack, LayersShowWhatAFreshPictureWouldShow) {
     }
     COffscreenContext grown(rig.Picture().getWidth(), rig.Picture().getHeight());
     rig.Picture().copyFrom(grown, CRect(0, 0, grown.getWidth(), grown.getHeight()));
-    rig.window.Rack().ResizeCableLayer(static_cast<int>(rig.window.Geometry().ViewHeight()));
+    rig.window.Rack().ResizeLayers();
     rig.DrawAll();
     EXPECT_EQ(Differing(grown, rig.Picture()), 0) << what;
   };

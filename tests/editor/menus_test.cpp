@@ -47,6 +47,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "MIDI Controllers",
                            "Skin",
                            "Window Height",
+                           "Zoom",
                            "Cable Transparency",
                            "Cable Thickness",
                            "Flat Cables",
