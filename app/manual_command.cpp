@@ -70,15 +70,18 @@ void AddRow(std::ostream& page, const char* cell, std::span<const std::string> t
 void AddControls(std::ostream& page, const Json& controls) {
   if (controls.empty()) return;
   page << "<h2>Controls</h2>\n<table>\n";
-  const std::string heads[] = {"Control", "Kind", "Range", "Default"};
+  const std::string heads[] = {"Control", "Kind", "Values", "Default", "In presets"};
   AddRow(page, "th", heads);
   for (const Json& control : controls) {
-    std::ostringstream kind, range, initial;
+    std::ostringstream kind, range;
+    const bool hasWords = control.contains("values");
     kind << TextOf(control["kind"]);
     if (control.contains("positions")) kind << ", " << control["positions"] << " positions";
-    range << control["least"].get<double>() << " to " << control["most"].get<double>();
-    initial << control["default"].get<double>();
-    const std::string cells[] = {TextOf(control["role"]), kind.str(), range.str(), initial.str()};
+    range << control["least"].get<double>() << " to " << control["most"].get<double>() << ", "
+          << control["default"].get<double>();
+    const std::string cells[] = {TextOf(control["role"]), kind.str(),
+                                 hasWords ? TextOf(control["values"]) : "",
+                                 hasWords ? TextOf(control["default_value"]) : "", range.str()};
     AddRow(page, "td", cells);
   }
   page << "</table>\n";

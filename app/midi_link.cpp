@@ -56,6 +56,19 @@ void MidiLink::Reopen() {
   Poll();
 }
 
+void MidiLink::Choose(std::vector<std::string> wanted) {
+  std::vector<Port> ports;
+  for (const std::string& port : wanted) {
+    // A port opens once.
+    const auto open = std::find_if(ports_.begin(), ports_.end(),
+                                   [&port](const Port& known) { return known.open.name == port; });
+    ports.push_back({port, open != ports_.end() ? open->open : source_.open(port)});
+  }
+  wanted_ = std::move(wanted);
+  ports_ = std::move(ports);
+  Poll();
+}
+
 std::vector<std::string> MidiLink::Names() const {
   std::vector<std::string> names;
   if (own_) names.emplace_back(media::kMidiName);

@@ -36,6 +36,9 @@ class MidiLink {
   bool Poll();
   /// Opens all ports again, after the sound server that may own them was restarted.
   void Reopen();
+  /// Uses these inputs from now on, all if none is named. Throws platform::UserError if one is
+  /// missing, and then everything stays.
+  void Choose(std::vector<std::string> wanted);
   /// Of all open ports.
   std::vector<std::string> Names() const;
 

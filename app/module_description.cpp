@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "editor/module_catalogue.h"
+#include "framework/control_scale.h"
 #include "framework/module.h"
 #include "gui/option_menu.h"
 #include "gui/slider.h"
@@ -135,6 +136,10 @@ Json DescribeModule(const ListedModule& listed, Module* module) {
     item["most"] = control->getMax();
     // The digits after the sixth are noise of the float.
     item["default"] = std::round(control->getDefaultValue() * 1e6) / 1e6;
+    if (const std::string values = RangeText(*control); !values.empty()) {
+      item["values"] = values;
+      item["default_value"] = ValueText(*control, control->getDefaultValue());
+    }
     json["controls"].push_back(std::move(item));
   }
   for (const char* group : {"inputs", "outputs", "either way"}) json[group] = Json::array();

@@ -35,6 +35,9 @@ void PrintControls(const Json& controls, std::ostream& out) {
         << ", " << item["kind"].get_ref<const std::string&>();
     if (item.contains("positions")) out << " of " << item["positions"].dump() << " positions";
     out << "\n";
+    if (!item.contains("values")) continue;
+    out << std::string(widest + 8, ' ') << item["values"].get_ref<const std::string&>()
+        << "; by default " << item["default_value"].get_ref<const std::string&>() << "\n";
   }
 }
 

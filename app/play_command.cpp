@@ -1,14 +1,17 @@
 #include "app/play_command.h"
 
+#include <algorithm>
 #include <chrono>
 #include <clocale>
 #include <memory>
+#include <mutex>
 #include <ostream>
 #include <thread>
 #include <utility>
 
 #include "app/interrupt_watch.h"
 #include "app/live_host.h"
+#include "app/live_sound.h"
 #include "app/midi_link.h"
 #include "app/patch_file.h"
 #include "app/run_command.h"
@@ -17,6 +20,7 @@
 #include "gui/param_display.h"
 #include "media/live/midi_port.h"
 #include "media/live/sound_card.h"
+#include "platform/library_path.h"
 #include "platform/user_error.h"
 
 namespace halveron {
@@ -99,7 +103,10 @@ class OuterFrame final : public CFrame {
 
   /// `size` is the instance's.
   OuterFrame(const CRect& size, SynEditor& rack)
-      : CFrame(size), rack_(rack), rackSize_(size.getWidth(), size.getHeight()) {}
+      : CFrame(size), rack_(rack), rackSize_(size.getWidth(), size.getHeight()) {
+    constexpr CCoord kLeastHeight = 200;
+    setResizable(CPoint(rack.NearestWindowSize({}).x, kLeastHeight));
+  }
 
   /// Shows a text below the rack; none if it is empty.
   void SetNotice(const std::string& text) {
@@ -115,12 +122,16 @@ class OuterFrame final : public CFrame {
   }
   bool SetRackSize(CCoord width, CCoord height) {
     rackSize_ = CPoint(width, height);
-    if (notice_) {
-      const CRect place(0, height, width, height + kNoticeHeight);
-      notice_->setViewSize(place);
-      notice_->setMouseableArea(place);
-    }
+    PlaceNotice();
     return Fit();
+  }
+
+  /// The rack takes all of it, but for the notice.
+  void onWindowResized(const CPoint& pixels) override {
+    rackSize_ = CPoint(pixels.x, std::max(pixels.y - (notice_ ? kNoticeHeight : 0), 1.0));
+    PlaceNotice();
+    Fit();
+    rack_.SetWindowSize(rackSize_);
   }
 
   bool onKeyDown(const CKeyEvent& event) override {
@@ -128,6 +139,9 @@ class OuterFrame final : public CFrame {
   }
   bool onKeyUp(const CKeyEvent& event) override {
     return rack_.Frame() && rack_.Frame()->onKeyUp(event);
+  }
+  void onKeyboardLost() override {
+    if (rack_.Frame()) rack_.Frame()->onKeyboardLost();
   }
   bool onDragMove(const CPoint& where) override {
     return rack_.Frame() && rack_.Frame()->onDragMove(where);
@@ -137,6 +151,12 @@ class OuterFrame final : public CFrame {
   }
 
  private:
+  void PlaceNotice() {
+    if (!notice_) return;
+    const CRect place = CRect::FromSize(CPoint(0, rackSize_.y), rackSize_.x, kNoticeHeight);
+    notice_->setViewSize(place);
+    notice_->setMouseableArea(place);
+  }
   bool Fit() { return setSize(rackSize_.x, rackSize_.y + (notice_ ? kNoticeHeight : 0)); }
 
   SynEditor& rack_;
@@ -232,6 +252,54 @@ void KeepPlaying(const PlayOptions& options, LiveHost& host, SoundLink& sound, M
   }
 }
 
+/// Opens what was chosen once, if anything; what is not there today is left out.
+template <class Ports, class Open>
+Ports KeepIfOpen(const Ports& chosen, const Open& open, std::ostream& err) {
+  if (chosen.empty()) return chosen;
+  try {
+    open(chosen);
+    return chosen;
+  } catch (const UserError& error) {
+    err << "halveron: " << error.what() << "; going on without it\n";
+    return {};
+  }
+}
+
+void TakeOptions(const PlayOptions& options, SoundChoice& choice) {
+  if (!options.device.empty()) choice.device = options.device;
+  if (options.rate) choice.rate = *options.rate;
+  if (options.block) choice.block = *options.block;
+}
+
+/// What was chosen in the window, unless the command says something else.
+SoundChoice ChoiceOf(const PlayOptions& options) {
+  const std::string program = platform::LibraryPath();
+  const platform::ProfileFile file(
+      DataFolders::Find(program.substr(0, program.find_last_of('/') + 1), UserFiles::kUse)
+          .ConfigFile());
+  SoundChoice choice = SoundChoice::Read(file);
+  TakeOptions(options, choice);
+  return choice;
+}
+
+/// The card of a choice; where what was chosen in the window does not open today, the usual one.
+std::unique_ptr<media::SoundOutput> OpenChosen(SoundChoice& choice, const PlayOptions& options,
+                                               std::ostream& err) {
+  SoundChoice usual;
+  TakeOptions(options, usual);
+  const bool wasChosen = choice.device != usual.device || choice.rate != usual.rate;
+  if (wasChosen) {
+    try {
+      return std::make_unique<media::SoundCard>(SettingsOf(choice));
+    } catch (const UserError& error) {
+      err << "halveron: " << error.what() << "; taking the usual sound device\n";
+    }
+    choice.device = usual.device;
+    choice.rate = usual.rate;
+  }
+  return OpenCard(SettingsOf(choice), err);
+}
+
 }  // namespace
 
 int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
@@ -242,22 +310,42 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   // What the keyboard writes is in the user's encoding.
   std::setlocale(LC_CTYPE, "");
   if (!options.patch.empty()) RequirePatchExtension(options.patch);
-  const media::SoundCard::Settings settings{
-      options.device, options.rate.value_or(0), options.block, kDawInputs, kDawOutputs, ""};
-  auto card = OpenCard(settings, err);
+  SoundChoice choice = ChoiceOf(options);
+  auto card = OpenChosen(choice, options, err);
+  const media::SoundCard::Settings settings = SettingsOf(choice);
   const int rate = card ? card->Rate() : options.rate.value_or(kSilentRate);
-  const int block = card ? card->BlockSize() : options.block;
-  std::unique_ptr<media::MidiOutput> output;  // outlives the host, which sends to it
+  const int block = card ? card->BlockSize() : settings.blockSize;
+  // These outlive the host, which sends to the port on a thread of its own.
+  std::mutex outputMutex;
+  std::unique_ptr<media::MidiOutput> output;
   LiveHost host({rate, block, true, SongPosition(options.tempo)});
   if (!options.patch.empty()) LoadPatchFile(options.patch, host.Rack(), err, options.placeholders);
+  const auto openOutput = [&output, &outputMutex](const std::string& port) {
+    auto opened = port.empty() ? nullptr : std::make_unique<media::MidiOutput>(port);
+    const std::lock_guard lock(outputMutex);
+    output = std::move(opened);
+  };
   if (!options.midiOutput.empty()) {
-    output = std::make_unique<media::MidiOutput>(options.midiOutput);
-    host.onMessage = [&output](std::span<const std::uint8_t> bytes) { output->Send(bytes); };
+    choice.midiOutput = options.midiOutput;
+    openOutput(options.midiOutput);
+  } else {
+    choice.midiOutput = KeepIfOpen(choice.midiOutput, openOutput, err);
   }
+  host.onMessage = [&output, &outputMutex](std::span<const std::uint8_t> bytes) {
+    const std::lock_guard lock(outputMutex);
+    if (output) output->Send(bytes);
+  };
   const InterruptWatch watch;
   host.Start();
   MidiLink midi(MakeInputSource(host), options.midi);
+  if (!options.midi.empty()) {
+    choice.midiInputs = options.midi;
+  } else {
+    choice.midiInputs = KeepIfOpen(
+        choice.midiInputs, [&midi](const auto& inputs) { midi.Choose(inputs); }, err);
+  }
   SoundLink sound(host, std::move(card), OpenerFor(settings), block);
+  LiveSound control(host, sound, midi, choice, openOutput);
   out << "Playing " << (options.patch.empty() ? "an empty rack" : options.patch) << "\n";
   ReportSound(sound, rate, out);
   ReportMidi(midi, out);

@@ -15,7 +15,7 @@ struct PlayOptions {
   std::vector<std::string> midi;  ///< inputs, likewise; empty: all that are there
   std::string midiOutput;         ///< likewise; empty: none
   std::optional<int> rate;        ///< hertz; else 48000 if the card has it
-  int block = 512;                ///< samples
+  std::optional<int> block;       ///< samples; else 512
   double tempo = 120;             ///< quarter notes a minute
   bool hasWindow = true;
   bool listsDevices = false;

@@ -14,6 +14,7 @@
 #include "app/render_command.h"
 #include "app/screenshot_command.h"
 #include "editor/options.h"
+#include "editor/window_zoom.h"
 #include "platform/user_error.h"
 #include "presets/nearest_name.h"
 #include "skins/module_panels.h"
@@ -80,9 +81,10 @@ struct CommandLine {
         ->add_option("--rate", play.rate,
                      "Sample rate in hertz; without it 48000 if the card has it")
         ->check(CLI::Range(1000, kHighestRate));
-    playCall->add_option("--block", play.block, "Block size in samples; the card may take another")
-        ->check(CLI::Range(16, kLargestBlock))
-        ->capture_default_str();
+    playCall
+        ->add_option("--block", play.block,
+                     "Block size in samples; without it 512. The card may take another")
+        ->check(CLI::Range(16, kLargestBlock));
     playCall->add_option("--tempo", play.tempo, "Quarter notes a minute")
         ->check(CLI::Range(1.0, 1000.0))
         ->capture_default_str();
@@ -169,6 +171,9 @@ struct CommandLine {
     screenshotCall->add_option("--size", screenshot.size, "Its size")->capture_default_str();
     screenshotCall->add_option("--rows", screenshot.rows, "Rows to show; without it all, up to 10")
         ->check(CLI::Range(Options::kFewestViewableRows, Options::kMostViewableRows));
+    screenshotCall->add_option("--zoom", screenshot.zoom, "Per cent of the size")
+        ->check(CLI::Range(WindowZoom::kLeastPercent, WindowZoom::kMostPercent))
+        ->capture_default_str();
     screenshotCall->add_flag("--placeholders", screenshot.placeholders, kPlaceholdersHelp);
     screenshotCall->add_option("--menu", screenshot.menu, "A menu to open")
         ->check(CLI::IsMember({"modules", "main", "presets"}));

@@ -1,8 +1,10 @@
 #include "app/screenshot_command.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <ostream>
+#include <thread>
 
 #include "app/module_description.h"
 #include "app/offline_host.h"
@@ -62,6 +64,19 @@ void Write(const COffscreenContext& picture, const std::string& path, std::ostre
   out << path << ": " << picture.getWidth() << " by " << picture.getHeight() << " pixels\n";
 }
 
+/// Waits for the pictures that the zoom needs, and draws with them.
+void DrawSharp(SynFrame& frame, COffscreenContext& picture) {
+  constexpr auto kPause = std::chrono::milliseconds(2);
+  const auto images = SharpImages::Shared();
+  if (images->IsIdle()) return;
+  while (!images->IsIdle()) {
+    frame.idle();
+    std::this_thread::sleep_for(kPause);
+  }
+  frame.idle();
+  frame.draw(&picture);
+}
+
 int ScreenshotModule(const ScreenshotOptions& options, std::ostream& out) {
   WearSkin(options.skin, options.size);
   OfflineHost host({});
@@ -93,13 +108,15 @@ int Screenshot(const ScreenshotOptions& options, std::ostream& out, std::ostream
   LoadPatchFile(options.patch, rack, err, options.placeholders);
   rack.options.viewableRows.Set(options.rows > 0 ? options.rows : rack.rows);
   rack.presetPath = std::filesystem::path(options.patch).stem().string();
+  rack.options.zoom.Set(options.zoom);
   RackWindow& window = rack.OpenViews();
   rack.UpdatePresetDisplay(false);
   OpenMenu(window.Bar(), options.menu);
   SynFrame& frame = window.Frame();
-  COffscreenContext picture(static_cast<int>(frame.getWidth()),
-                            static_cast<int>(frame.getHeight()));
+  COffscreenContext picture(static_cast<int>(frame.getWidth()), static_cast<int>(frame.getHeight()),
+                            frame.getZoom());
   frame.draw(&picture);
+  DrawSharp(frame, picture);
   Write(picture, options.output, out);
   rack.CloseWindow();
   return kExitDone;

@@ -12,7 +12,8 @@ struct ScreenshotOptions {
   std::string output;
   std::string skin = "Classic";
   std::string size = "Medium";
-  int rows = 0;  ///< rows that the window shows; 0: as many as the rack has, within its bounds
+  int rows = 0;    ///< rows that the window shows; 0: as many as the rack has, within its bounds
+  int zoom = 100;  ///< per cent
   bool placeholders = false;  ///< for modules of a preset that are missing
   std::string menu;           ///< "modules", "main" or "presets" is opened; empty: none
 };

@@ -103,6 +103,43 @@ bool SoundLink::Poll(double now) {
   return true;
 }
 
+void SoundLink::Change(const Opener& open) {
+  // A search that is under way may hold the device.
+  if (search_.valid()) search_.wait();
+  search_ = {};
+  gone_ = nullptr;
+  const bool hadCard = card_ != nullptr;
+  if (hadCard) {
+    card_->Stop();
+    card_ = nullptr;
+  }
+  const auto start = [this](const Opener& opener) {
+    card_ = opener("");
+    silence_ = {};
+    StartCard();
+    notice_.clear();
+  };
+  const auto playSilence = [this](const char* notice) {
+    card_ = nullptr;
+    notice_ = notice;
+    if (!silence_.joinable()) StartSilence();
+  };
+  try {
+    start(open);
+    open_ = open;
+    system_.clear();
+  } catch (const platform::UserError&) {
+    card_ = nullptr;
+    try {
+      if (hadCard) start(open_);
+    } catch (const platform::UserError&) {
+      playSilence("No sound: the card does not open any more. It is taken again when it does.");
+    }
+    if (!card_ && !silence_.joinable()) StartSilence();
+    throw;
+  }
+}
+
 bool SoundLink::IsCardAlive(double now) {
   if (!card_->IsRunning()) return false;
   const std::int64_t frames = card_->FramesPlayed();

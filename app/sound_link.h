@@ -45,6 +45,10 @@ class SoundLink {
 
   /// To be called several times a second; `now` is in seconds. True if a card has gone or come.
   bool Poll(double now);
+  /// Plays by another card from now on; the present one is closed first, for it may be the same
+  /// device. Throws platform::UserError if it cannot be opened, and then the former one plays
+  /// again, or silence if it does not open any more.
+  void Change(const Opener& open);
   /// Null in silence.
   const media::SoundOutput* Card() const { return card_.get(); }
   /// For the user: why there is no sound; empty while a card plays.

@@ -140,9 +140,8 @@ void MeasureFullRedraw(benchmark::State& state) {
 
 void MeasureFirstPaint(benchmark::State& state) {
   FullRack rack;
-  const int height = static_cast<int>(rack.Window().Geometry().ViewHeight());
   Measure(state, [&] {
-    rack.Window().Rack().ResizeCableLayer(height);
+    rack.Window().Rack().ResizeLayers();
     rack.PaintAll();
   });
 }

@@ -27,13 +27,15 @@ void CableLayer::SetStyle(const CableStyle& style) {
   layer_.InvalidateAll();
 }
 
-void CableLayer::Resize(int width, int height) { layer_.Resize(width, height); }
+void CableLayer::Resize(CCoord width, CCoord height, double pixelScale) {
+  layer_.Resize(width, height, pixelScale);
+}
 
 void CableLayer::MoveTo(const CPoint& corner) {
   const CPoint moved = corner - corner_;
   corner_ = corner;
-  if (moved.x == 0 && moved.y == std::trunc(moved.y)) {
-    layer_.Shift(static_cast<int>(moved.y));
+  if (moved.x == 0) {
+    layer_.Shift(moved.y);
   } else {
     layer_.InvalidateAll();
   }

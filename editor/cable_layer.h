@@ -32,8 +32,8 @@ class CableLayer {
   explicit CableLayer(const WindowImages& images) : images_(images) {}
 
   void SetStyle(const CableStyle& style);
-  /// Takes the size in pixels of what shows of the rack.
-  void Resize(int width, int height);
+  /// Takes the size of what shows of the rack, and its pixels per unit.
+  void Resize(CCoord width, CCoord height, double pixelScale);
   /// Where the rack's top left corner is in the view through which it shows.
   void MoveTo(const CPoint& corner);
 

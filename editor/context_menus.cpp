@@ -4,10 +4,14 @@
 #include <limits>
 
 #include "editor/main_menu.h"
+#include "editor/midi_learning.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
+#include "editor/value_entry.h"
+#include "framework/control_scale.h"
 #include "framework/manual_page.h"
 #include "framework/module.h"
+#include "gui/shortcut.h"
 #include "platform/desktop.h"
 
 namespace halveron {
@@ -113,6 +117,11 @@ SharedPointer<SynOptionMenu> MakeKnobMenu(SynEditor& editor, ModuleKnob& knob) {
   Menu menu = SynOptionMenu::Make();
   menu->Add("Copy", [&] { editor.knobClipboard = knob.getValue(); });
   menu->Add("Paste", [&] { SetKnob(editor, knob, editor.knobClipboard); });
+  menu->addSeparator();
+  menu->Add("Enter Value...", [&] { AskForValue(editor, knob); }).setShortcut(ShownShortcut("F2"));
+  menu->Add("Reset", [&] { MoveControl(knob, knob.getDefaultValue()); });
+  menu->addSeparator();
+  AddMidiEntries(*menu, editor, knob);
   return menu;
 }
 

@@ -92,6 +92,7 @@ std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) 
   if (before.rack.rows > after.rack.rows) return "Remove row";
   if (!difference.removed.empty()) return OfModules("Remove", difference.removed);
   if (before.rack.voices != after.rack.voices) return "Change voices";
+  if (before.rack.midi != after.rack.midi && difference.removed.empty()) return "MIDI controller";
   if (difference.newCables > 0 && difference.lostCables > 0) {
     return HaveSameEnds(before.cables, after.cables) ? "Colour cable" : "Move cable";
   }

@@ -1,5 +1,6 @@
 #include "editor/main_menu.h"
 
+#include "editor/midi_learning.h"
 #include "editor/rack_window.h"
 #include "editor/selection_commands.h"
 #include "editor/syn_editor.h"
@@ -89,8 +90,10 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isOffered =
          [](const SynEditor& editor) { return editor.options.advancedOversampling.Get(); }},
     {.text = "Polyphony", .submenu = &MainMenu::MakePolyphony},
+    {.text = "MIDI Controllers", .submenu = &MainMenu::MakeMidiControllers},
     {.text = "Skin", .submenu = &MainMenu::MakeSkin},
     {.text = "Window Height", .submenu = &MainMenu::MakeWindowHeight},
+    {.text = "Zoom", .submenu = &MainMenu::MakeZoom},
     {.text = "Cable Transparency", .submenu = &MainMenu::MakeCableTransparency},
     {.text = "Cable Thickness", .submenu = &MainMenu::MakeCableThickness},
     {.text = "Flat Cables",
@@ -117,6 +120,19 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isEnabled =
          [](const SynEditor& editor) { return editor.engine.hostKind == HostKind::kClap; }},
     {.text = "About", .act = ShowAbout},
+};
+
+const MainMenu::Entry MainMenu::kZoomEntries[] = {
+    {.text = "Zoom In",
+     .keys = "Ctrl++",
+     .act = [](SynEditor&, RackWindow& window) { window.Zoom().Step(1); }},
+    {.text = "Zoom Out",
+     .keys = "Ctrl+-",
+     .act = [](SynEditor&, RackWindow& window) { window.Zoom().Step(-1); }},
+    {.text = "Fit to Screen",
+     .keys = "Ctrl+0",
+     .act = [](SynEditor&, RackWindow& window) { window.Zoom().Reset(); },
+     .isChecked = [](const SynEditor& editor) { return editor.options.zoom.Get() == 0; }},
 };
 
 const MainMenu::Entry MainMenu::kEdit[] = {
@@ -179,6 +195,12 @@ const MainMenu::Entry MainMenu::kKeysOnly[] = {
     {.text = "Modules",
      .keys = "Ctrl+M",
      .act = [](SynEditor&, RackWindow& window) { window.OpenModulePicker(); }},
+    {.text = "Load",
+     .keys = "Ctrl+L",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenLoadMenu(); }},
+    {.text = "Enter Value",
+     .keys = "F2",
+     .act = [](SynEditor&, RackWindow& window) { window.EnterValue(); }},
     {.text = "Menu",
      .keys = "F10",
      .act = [](SynEditor&, RackWindow& window) { window.OpenMainMenu(); }},
@@ -196,8 +218,9 @@ bool MainMenu::IsEnabled(const Entry& entry) const {
 
 bool MainMenu::RunShortcut(const CKeyEvent& event) const {
   for (const std::span<const Entry> table :
-       {std::span<const Entry>(kEntries), std::span<const Entry>(kEdit),
-        std::span<const Entry>(kCables), std::span<const Entry>(kKeysOnly)}) {
+       {std::span<const Entry>(kEntries), std::span<const Entry>(kZoomEntries),
+        std::span<const Entry>(kEdit), std::span<const Entry>(kCables),
+        std::span<const Entry>(kKeysOnly)}) {
     for (const Entry& entry : table) {
       if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
       editor_.history.Settle();
@@ -264,9 +287,10 @@ MainMenu::Menu MainMenu::MakePolyphony() const {
   return menu;
 }
 
+MainMenu::Menu MainMenu::MakeMidiControllers() const { return MakeMidiMenu(editor_); }
+
 MainMenu::Menu MainMenu::MakeSkin() const {
   Menu menu = SynOptionMenu::Make();
-  // The marks are those of the choice, which is worn only when all instances were closed.
   const SkinChoice choice(editor_.folders, editor_.options);
   int index = 0;
   for (const SkinEntry& skin : choice.Entries()) {
@@ -277,9 +301,7 @@ MainMenu::Menu MainMenu::MakeSkin() const {
       const auto choose = [&editor = editor_, name = skin.name, size] {
         editor.options.skin.Set(name);
         editor.options.skinSize.Set(size);
-        editor.ShowDialog({"Skin Change",
-                           "Please close all instances of Halveron for the changes to take effect",
-                           400});
+        WearSkin(editor.folders, name, size);
       };
       sizes->AddChecked(size, isChosen && choice.ChosenSize() == sizeIndex, choose);
       ++sizeIndex;
@@ -295,12 +317,26 @@ MainMenu::Menu MainMenu::MakeWindowHeight() const {
   const CCoord screen = window_.Frame().getScreenSize().y;  // 0 without a window
   for (int rows = Options::kFewestViewableRows; rows <= Options::kMostViewableRows; ++rows) {
     RackGeometry geometry = window_.Geometry();
-    const bool isPresent = geometry.viewableRows == rows;
+    const bool isPresent = geometry.viewableRows == rows && geometry.extraHeight == 0;
     geometry.viewableRows = rows;
-    const bool fits = screen == 0 || geometry.WindowRect().getHeight() <= screen;
+    geometry.extraHeight = 0;
+    const bool fits =
+        screen == 0 || geometry.WindowRect().getHeight() * geometry.pixelScale <= screen;
     menu->AddChecked(std::to_string(rows) + " Rows", isPresent,
                      [rows, &editor = editor_] { editor.commands.ChangeViewableRows(rows); })
         .setEnabled(fits || isPresent);
+  }
+  return menu;
+}
+
+MainMenu::Menu MainMenu::MakeZoom() const {
+  constexpr int kPercents[] = {50, 75, 100, 125, 150, 175, 200, 250, 300};
+  const Menu menu = MakeFrom(kZoomEntries);
+  menu->addSeparator();
+  const int present = window_.Zoom().Percent();
+  for (const int percent : kPercents) {
+    menu->AddChecked(std::to_string(percent) + " %", present == percent,
+                     [percent, &window = window_] { window.Zoom().SetPercent(percent); });
   }
   return menu;
 }

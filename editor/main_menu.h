@@ -26,6 +26,7 @@ class MainMenu {
  private:
   struct Entry;
   static const Entry kEntries[];
+  static const Entry kZoomEntries[];
   static const Entry kCables[];
   static const Entry kEdit[];
   static const Entry kKeysOnly[];
@@ -36,8 +37,10 @@ class MainMenu {
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;
+  Menu MakeMidiControllers() const;
   Menu MakeSkin() const;
   Menu MakeWindowHeight() const;
+  Menu MakeZoom() const;
   Menu MakeCableTransparency() const;
   Menu MakeCableThickness() const;
   Menu MakeCables() const;

@@ -51,6 +51,7 @@ Options::Options(const std::string& configFile, HostKind hostKind)
       cableThickness(file_, "cable_thickness", kThickestCable, kThinnestCable, kThickestCable),
       viewableRows(file_, "viewable_rows", kFewestViewableRows, kFewestViewableRows,
                    kMostViewableRows),
+      zoom(file_, "zoom", 0, 0, kMostZoom),
       advancedOversampling(file_, "advanced_oversampling", true),
       flatCables(file_, "flat_cables", false),
       transparency(file_, "Transparency", 0, 0, kMostTransparency),

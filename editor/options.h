@@ -36,6 +36,7 @@ class Options {
   static constexpr int kFewestViewableRows = 2;
   static constexpr int kMostViewableRows = 10;
   static constexpr int kMostTransparency = 4;
+  static constexpr int kMostZoom = 300;
   static constexpr int kUsualSlack = 2;
   static constexpr int kMostSlack = 4;
 
@@ -54,6 +55,7 @@ class Options {
   Option<std::string> skinSize;       ///< folder of the size in it, "Medium"
   Option<int> cableThickness;         ///< panel units, 8
   Option<int> viewableRows;           ///< rows that the window shows, 2
+  Option<int> zoom;                   ///< of the window in per cent; 0, what fits the screen
   Option<bool> advancedOversampling;  ///< offers the choice of the filter, true
   Option<bool> flatCables;            ///< false
   Option<int> transparency;           ///< step of the cables' menu, 0

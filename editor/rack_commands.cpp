@@ -103,7 +103,7 @@ void RackCommands::ChangeViewableRows(int count) {
   window->SetViewableRows(count);
   if (editor_.rows < count) editor_.SetRows(count);
 
-  const CRect wanted = window->Geometry().WindowRect();
+  const CRect wanted = editor_.WindowRect();
   SynFrame& frame = window->Frame();
   const bool resized = editor_.ResizeHostWindow(static_cast<int>(wanted.getWidth()),
                                                 static_cast<int>(wanted.getHeight()));

@@ -7,8 +7,10 @@ namespace halveron {
 
 CCoord RackGeometry::RackTop(float scroll) const {
   if (!Scrolls()) return 0;
-  return -std::trunc(static_cast<CCoord>(scroll) * (RackHeight() - ViewHeight()));
+  return ToPixel(-static_cast<CCoord>(scroll) * (RackHeight() - ViewHeight()));
 }
+
+CCoord RackGeometry::ToPixel(CCoord y) const { return std::trunc(y * pixelScale) / pixelScale; }
 
 float RackGeometry::ScrollOf(CCoord rackTop) const {
   if (!Scrolls()) return 0;

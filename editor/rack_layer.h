@@ -11,13 +11,13 @@ namespace halveron {
 /// As large as the view through which the rack shows, in that view's coordinates.
 class RackLayer {
  public:
-  /// Takes a size in pixels; everything is outdated then.
-  void Resize(int width, int height);
+  /// Takes a size, and its pixels per unit; everything is outdated then.
+  void Resize(CCoord width, CCoord height, double pixelScale);
   void Invalidate(const CRect& rect) { outdated_.Add(CRect(rect).bound(bounds_)); }
   void InvalidateAll();
-  /// Moves the picture down by whole pixels, or up if negative. Only what comes into view is
-  /// outdated by that.
-  void Shift(int pixels);
+  /// Moves the picture down, or up if negative. Where that is by whole pixels, only what comes into
+  /// view is outdated by it.
+  void Shift(CCoord distance);
 
   /// Redraws what is outdated: `draw(context, rect)` is called for each outdated rectangle, which
   /// is transparent and the context's clip then.
@@ -51,6 +51,7 @@ class RackLayer {
   std::unique_ptr<COffscreenContext> picture_;
   DirtyRegion outdated_;
   CRect bounds_;
+  double pixelScale_ = 1;
 };
 
 }  // namespace halveron

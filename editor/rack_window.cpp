@@ -5,13 +5,21 @@
 #include <utility>
 
 #include "editor/context_menus.h"
+#include "editor/load_menu.h"
 #include "editor/main_menu.h"
+#include "editor/midi_learning.h"
 #include "editor/module_picker.h"
 #include "editor/side_strip.h"
+#include "editor/size_grip.h"
 #include "editor/syn_editor.h"
+#include "editor/value_bubble.h"
+#include "editor/value_entry.h"
 #include "framework/module.h"
 #include "framework/panel_metrics.h"
 #include "framework/patch_point.h"
+#include "framework/shared_bitmaps.h"
+#include "gui/param_display.h"
+#include "gui/special_digit.h"
 #include "gui/theme.h"
 
 namespace halveron {
@@ -38,6 +46,17 @@ CableStyle StyleOf(const Options& options) {
   return style;
 }
 
+/// Numbers have the skin's colour from when they were made.
+void RecolourDigits(CViewContainer& views, const CColor& before) {
+  for (CView* view : views.children()) {
+    auto* digits = dynamic_cast<CSpecialDigit*>(view);
+    if (digits && digits->getFontColor() == before) digits->setFontColor(digitColor);
+    auto* text = dynamic_cast<CParamDisplay*>(view);
+    if (text && text->getFontColor() == before) text->setFontColor(digitColor);
+    if (CViewContainer* inner = view->asContainer()) RecolourDigits(*inner, before);
+  }
+}
+
 }  // namespace
 
 RackWindow::RackWindow(SynEditor& editor)
@@ -47,6 +66,11 @@ RackWindow::RackWindow(SynEditor& editor)
       geometry_(images_.Geometry(editor.rows, editor.options.viewableRows.Get())),
       frame_(SharedPointer<SynFrame>::Adopt(new SynFrame(geometry_.WindowRect(), *this))),
       rack_(SharedPointer<SynRack>::Adopt(new SynRack(editor, images_, geometry_))),
+      zoom_(editor, *this),
+      keys_(editor, *this),
+      notes_([&editor](std::span<const std::uint8_t> message) {
+        if (editor.sound) editor.sound->Play(message);
+      }),
       drag_(*rack_, geometry_),
       selection_(editor, *rack_),
       jackTools_(editor, *this) {
@@ -56,6 +80,7 @@ RackWindow::RackWindow(SynEditor& editor)
   ConnectBar();
   ConnectSelection();
   TakeCableStyle();
+  digitColor_ = digitColor;
   ScrollTo(editor.scrollValue);
 }
 
@@ -105,21 +130,35 @@ void RackWindow::ConnectSelection() {
 }
 
 void RackWindow::BuildViews() {
-  const CRect window = geometry_.WindowRect();
-  const CRect view = geometry_.ViewRect();
   frame_->addView(rackView_);
-  leftStrip_ = new SideStrip(CRect(0, view.top, view.left, view.bottom), geometry_.rowHeight,
-                             images_.leftStrip, images_.shortLeftStrip);
-  rightStrip_ = new SideStrip(CRect(view.right, view.top, window.right, view.bottom),
-                              geometry_.rowHeight, images_.rightStrip, images_.shortRightStrip);
+  leftStrip_ = new SideStrip(geometry_.LeftStripRect(), geometry_.rowHeight, images_.leftStrip,
+                             images_.shortLeftStrip);
+  rightStrip_ = new SideStrip(geometry_.RightStripRect(), geometry_.rowHeight, images_.rightStrip,
+                              images_.shortRightStrip);
   rackScroll_ = new SynScrollbar(this, geometry_);
-  bar_ = new TopBar(CRect(0, 0, window.right, view.top), images_, config_);
   browser_ = new ModuleBrowser(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
-  for (CView* part : std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, bar_,
-                                                   browser_, dialog_, nestedDialog_}) {
+  learning_ = new MidiLearning(editor_);
+  bubble_ = new ValueBubble(editor_);
+  sizeGrip_ = new SizeGrip(geometry_.GripRect());
+  sizeGrip_->onResize = [this](const CPoint& pixels) { zoom_.Ask(pixels); };
+  for (CView* part :
+       std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, sizeGrip_, browser_,
+                                     dialog_, nestedDialog_, learning_, bubble_}) {
     frame_->addView(part);
+  }
+  frame_->addView(keys_.MakeRing());
+  MakeBar();
+}
+
+void RackWindow::MakeBar() {
+  bar_ = new TopBar(geometry_.BarRect(), images_, config_);
+  frame_->addView(bar_);
+  // What covers the rack lies above it.
+  for (CView* above :
+       std::initializer_list<CView*>{browser_, dialog_, nestedDialog_, learning_, bubble_}) {
+    if (frame_->removeView(above, false)) frame_->addView(above);
   }
 }
 
@@ -130,6 +169,9 @@ void RackWindow::ConnectBar() {
   bar_->presetNext->onPress = [this](BarButton&) { editor_.presetCommands.Step(1); };
   bar_->moduleMenu->onPress = [this](BarButton&) { OpenModulePicker(); };
   bar_->mainMenu->onPress = [this](BarButton&) { OpenMainMenu(); };
+  bar_->load->read = [this] { return editor_.load.Read(); };
+  bar_->load->state = [this] { return editor_.sound ? editor_.sound->State() : ""; };
+  bar_->load->onPress = [this] { OpenLoadMenu(); };
   bar_->Screen().onPress = [this] {
     PopUpUnder(bar_->Screen(), SharedPointer<SynOptionMenu>(&editor_.presets.PresetMenu()));
   };
@@ -137,6 +179,21 @@ void RackWindow::ConnectBar() {
 
 void RackWindow::OpenModulePicker() {
   PopUpUnder(*bar_->moduleMenu, MakeModulePicker(editor_), bar_->moduleMenu);
+}
+
+bool RackWindow::EnterValue() {
+  CView* underMouse = frame_->getViewAt(frame_->getCurrentMouseLocation(), true);
+  for (CView* view : {underMouse, frame_->getFocusView()}) {
+    if (!TakesTypedValue(view)) continue;
+    AskForValue(editor_, static_cast<CControl&>(*view));
+    return true;
+  }
+  return false;
+}
+
+void RackWindow::BeginLearning(ModuleKnob& knob) {
+  learning_->Begin(knob);
+  bubble_->Show(knob);
 }
 
 void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
@@ -150,6 +207,8 @@ void RackWindow::OpenModuleBrowser(std::optional<CPoint> place) {
 void RackWindow::OpenMainMenu() {
   PopUpUnder(*bar_->mainMenu, MainMenu(editor_, *this).Make(), bar_->mainMenu);
 }
+
+void RackWindow::OpenLoadMenu() { PopUpUnder(*bar_->load, MakeLoadMenu(editor_, *this)); }
 
 void RackWindow::PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
                             BarButton* opener) {
@@ -187,6 +246,7 @@ void RackWindow::AddModuleView(Module& module) {
 
 void RackWindow::RemoveModuleView(Module& module) {
   if (openMenu_) openMenu_->closePopup();
+  keys_.ModuleLeaves(module);
   if (drag_.Holds(module)) {
     drag_.Drop(module);
     if (drag_.DraggedModule()) {
@@ -213,13 +273,77 @@ void RackWindow::RowsChanged(int rows) {
 
 void RackWindow::SetViewableRows(int count) {
   geometry_.viewableRows = count;
-  const CRect window = geometry_.WindowRect();
-  const CRect view = geometry_.ViewRect();
-  frame_->setSize(window.getWidth(), window.getHeight());
-  rackView_->setViewSize(view);
-  leftStrip_->setViewSize(CRect(0, view.top, view.left, view.bottom));
-  rightStrip_->setViewSize(CRect(view.right, view.top, window.right, view.bottom));
-  rack_->ResizeCableLayer(static_cast<int>(geometry_.ViewHeight()));
+  geometry_.extraHeight = 0;
+  geometry_.margin = 0;
+  PlaceViews(geometry_.WindowRect().getBottomRight());
+}
+
+void RackWindow::LayOut(const CPoint& size, double pixelScale) {
+  const double kRounding = 0.5 / pixelScale;  // that a size in whole pixels may lack
+  const auto pixel = [pixelScale](CCoord at) { return std::floor(at * pixelScale) / pixelScale; };
+  geometry_.pixelScale = pixelScale;
+  geometry_.margin = std::max(pixel((size.x - geometry_.BodyWidth()) / 2), 0.0);
+  const CCoord height = std::max(size.y - geometry_.origin.y, static_cast<CCoord>(1));
+  geometry_.viewableRows =
+      std::max(static_cast<int>(std::floor((height + kRounding) / geometry_.rowHeight)), 1);
+  const CCoord rest = height - static_cast<CCoord>(geometry_.viewableRows) * geometry_.rowHeight;
+  geometry_.extraHeight = rest > kRounding ? rest : 0;
+  PlaceViews(size);
+  editor_.FillWindowWithRows();
+}
+
+void RackWindow::Follow() {
+  FollowSkin();
+  sharpImages_->Work(editor_);
+  if (sharpGeneration_ != sharpImages_->Generation()) {
+    sharpGeneration_ = sharpImages_->Generation();
+    rack_->ResizeLayers();
+    frame_->invalid();
+  }
+  keys_.Follow();
+  if (frame_->getModalView()) notes_.AllOff();
+  notes_.Settle(frame_->getTime());
+}
+
+bool RackWindow::UseKey(const CKeyEvent& event) {
+  return keys_.OnKey(event) || (editor_.sound && notes_.Down(event));
+}
+
+bool RackWindow::UseKeyUp(const CKeyEvent& event) { return notes_.Up(event, frame_->getTime()); }
+
+void RackWindow::PopUpModuleMenu(Module& module, const CPoint& where) {
+  PopUp(MakeModuleMenu(editor_, module), where);
+}
+
+void RackWindow::FollowSkin() {
+  if (skinGeneration_ == SkinGeneration()) return;
+  skinGeneration_ = SkinGeneration();
+  if (openMenu_) openMenu_->closePopup();
+  for (Module* module : editor_.modules[0]) RecolourDigits(*module, digitColor_);
+  digitColor_ = digitColor;
+  config_ = SkinConfig(skinPath, skinFallbackPath);
+  frame_->removeView(bar_);
+  MakeBar();
+  ConnectBar();
+  editor_.ShowAuthor();
+  zoom_.Follow();
+  rack_->invalid();
+  rack_->ResizeLayers();
+  frame_->invalid();
+}
+
+void RackWindow::PlaceViews(const CPoint& size) {
+  const auto place = [](CView& view, const CRect& rect) {
+    view.setViewSize(rect);
+    view.setMouseableArea(rect);
+  };
+  frame_->setSizeAndZoom(size.x, size.y, geometry_.pixelScale);
+  place(*rackView_, geometry_.ViewRect());
+  place(*leftStrip_, geometry_.LeftStripRect());
+  place(*rightStrip_, geometry_.RightStripRect());
+  place(*bar_, geometry_.BarRect());
+  place(*sizeGrip_, geometry_.GripRect());
+  rack_->ResizeLayers();
   RowsChanged(geometry_.rows);
 }
 
@@ -265,7 +389,7 @@ bool RackWindow::ScrollAtEdge(CCoord y, CCoord margin, double speed) {
   const CCoord step = above > 0 ? std::ceil(above * speed) : -std::ceil(below * speed);
   if (step == 0 || (above <= 0 && below <= 0)) return false;
   const CCoord lowest = std::min(geometry_.ViewHeight() - geometry_.RackHeight(), 0.0);
-  const CCoord top = std::clamp(rack_->getViewSize().top + step, lowest, 0.0);
+  const CCoord top = geometry_.ToPixel(std::clamp(rack_->getViewSize().top + step, lowest, 0.0));
   if (top == rack_->getViewSize().top) return false;
   rackScroll_->setValue(geometry_.ScrollOf(top));
   rackScroll_->invalid();
@@ -274,7 +398,7 @@ bool RackWindow::ScrollAtEdge(CCoord y, CCoord margin, double speed) {
 }
 
 CPoint RackWindow::ToRack(const CPoint& framePoint) const {
-  return framePoint - geometry_.origin - rack_->getViewSize().getTopLeft();
+  return framePoint - geometry_.ViewRect().getTopLeft() - rack_->getViewSize().getTopLeft();
 }
 
 CPoint RackWindow::RestingCorner(const Module& module) const {
@@ -378,7 +502,7 @@ void RackWindow::ScrollToShow(const Module& module) {
   const CRect place = module.getViewSize();
   const CRect shown = rack_->VisiblePart();
   CCoord top = rack_->getViewSize().top;
-  if (place.bottom > shown.bottom) top = geometry_.ViewHeight() - place.bottom;
+  if (place.bottom > shown.bottom) top = geometry_.ToPixel(geometry_.ViewHeight() - place.bottom);
   if (place.top < shown.top) top = -place.top;
   if (top != rack_->getViewSize().top) ScrollTo(geometry_.ScrollOf(top));
 }
@@ -472,6 +596,7 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
 }
 
 bool RackWindow::RunShortcut(const CKeyEvent& event) {
+  if (event.key == kKeyEscape && learning_->Cancel()) return true;
   return MainMenu(editor_, *this).RunShortcut(event);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -9,22 +10,30 @@
 
 #include "editor/dialog_window.h"
 #include "editor/jack_tools.h"
+#include "editor/key_focus.h"
 #include "editor/module_browser.h"
 #include "editor/module_drag.h"
 #include "editor/module_selection.h"
+#include "editor/note_keys.h"
 #include "editor/rack_geometry.h"
+#include "editor/sharp_images.h"
 #include "editor/syn_frame.h"
 #include "editor/syn_option_menu.h"
 #include "editor/syn_rack.h"
 #include "editor/syn_scrollbar.h"
 #include "editor/top_bar.h"
 #include "editor/window_images.h"
+#include "editor/window_zoom.h"
 
 namespace halveron {
 
+class MidiLearning;
+class ModuleKnob;
 class PatchPoint;
 class SideStrip;
+class SizeGrip;
 class SynEditor;
+class ValueBubble;
 
 /// Made when the window opens, or to draw or test the rack without one; all
 /// of it works on a frame without a window. Modules are borrowed as views.
@@ -41,6 +50,10 @@ class RackWindow final : private CControlListener {
   TopBar& Bar() { return *bar_; }
   DialogWindow& Dialog() { return *dialog_; }
   DialogWindow& NestedDialog() { return *nestedDialog_; }
+  ValueBubble& Bubble() { return *bubble_; }
+  const ValueBubble& Bubble() const { return *bubble_; }
+  MidiLearning& Learning() { return *learning_; }
+  const MidiLearning& Learning() const { return *learning_; }
   ModuleBrowser& Browser() { return *browser_; }
   ModuleSelection& Selection() { return selection_; }
   const RackGeometry& Geometry() const { return geometry_; }
@@ -69,8 +82,20 @@ class RackWindow final : private CControlListener {
   /// What is chosen there lands at a place of the rack, or, without one, follows the mouse.
   void OpenModuleBrowser(std::optional<CPoint> place = std::nullopt);
   void OpenMainMenu();
+  void OpenLoadMenu();
+  /// Asks for a value of the control under the mouse, or of the one that has the focus. False if
+  /// there is none that takes one.
+  bool EnterValue();
+  /// The next controller turns this knob.
+  void BeginLearning(ModuleKnob& knob);
   /// False if the keys are no shortcut of the window.
   bool RunShortcut(const CKeyEvent& event);
+  /// The keys that no view and no shortcut has used: they walk the rack or play notes.
+  bool UseKey(const CKeyEvent& event);
+  bool UseKeyUp(const CKeyEvent& event);
+  KeyFocus& Keys() { return keys_; }
+  NoteKeys& Notes() { return notes_; }
+  void PopUpModuleMenu(Module& module, const CPoint& where);
   void TogglePresetScreen() { bar_->Screen().Toggle(); }
 
   /// Scrolls up or down if `y` lies within `margin` pixels of the rack's visible edges, or beyond
@@ -105,15 +130,24 @@ class RackWindow final : private CControlListener {
 
   /// Shows that many rows; the host's window is another's to resize.
   void SetViewableRows(int count);
+  /// Takes a size in units, and the pixels of a unit. What is too wide becomes margins.
+  void LayOut(const CPoint& size, double pixelScale);
+  WindowZoom& Zoom() { return zoom_; }
+  /// Part of the idle call.
+  void Follow();
 
  private:
   void BuildViews();
   void BuildRack();
+  /// Takes the skin of the process, if it has changed.
+  void FollowSkin();
+  void MakeBar();
   void ConnectSelection();
   void ConnectBar();
   /// A menu right under a view of the bar.
   void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
                   BarButton* opener = nullptr);
+  void PlaceViews(const CPoint& size);
   void MoveRackTo(CCoord top);
   void EndDrag(const CPoint& where, const CButtonState& buttons);
   void ReleaseMouse();
@@ -133,10 +167,16 @@ class RackWindow final : private CControlListener {
   SynScrollbar* rackScroll_ = nullptr;
   SideStrip* leftStrip_ = nullptr;
   SideStrip* rightStrip_ = nullptr;
+  SizeGrip* sizeGrip_ = nullptr;
   TopBar* bar_ = nullptr;
   ModuleBrowser* browser_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
+  WindowZoom zoom_;
+  KeyFocus keys_;
+  NoteKeys notes_;
+  MidiLearning* learning_ = nullptr;
+  ValueBubble* bubble_ = nullptr;
   ModuleDrag drag_;
   ModuleSelection selection_;
   JackTools jackTools_;
@@ -145,6 +185,10 @@ class RackWindow final : private CControlListener {
   bool followsCable_ = false;
   CCoord dragMargin_ = 0;  // pixels from the edges in which a drag scrolls
   SharedPointer<SynOptionMenu> openMenu_;
+  std::shared_ptr<SharpImages> sharpImages_ = SharpImages::Shared();
+  unsigned sharpGeneration_ = 0;
+  unsigned skinGeneration_ = SkinGeneration();
+  CColor digitColor_;
 };
 
 }  // namespace halveron

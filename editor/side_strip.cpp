@@ -25,7 +25,11 @@ void SideStrip::draw(CDrawContext* context) {
     twoRows_->draw(*context, CRect(place.left, place.top, place.right, place.top + 2 * rowHeight_));
     place.top += 2 * rowHeight_;
   }
-  if (!place.isEmpty()) oneRow_->draw(*context, place);
+  // An odd row, and a row of which only a part shows.
+  for (; !place.isEmpty(); place.top += rowHeight_) {
+    oneRow_->draw(*context, CRect(place).bound(
+                                CRect(place.left, place.top, place.right, place.top + rowHeight_)));
+  }
 }
 
 }  // namespace halveron

@@ -89,6 +89,55 @@ SkinChoice::SkinChoice(const DataFolders& folders, const Options& options)
   }
 }
 
+namespace {
+
+struct Worn {
+  std::string path;
+  double density = 1;
+  unsigned generation = 0;
+};
+
+Worn worn;
+
+bool LiesIn(const std::string& file, const std::string& folder) {
+  return !folder.empty() && fs::path(file).parent_path() == fs::path(folder).parent_path();
+}
+
+}  // namespace
+
+bool WearSkin(const DataFolders& folders, const std::string& name, const std::string& size) {
+  const std::string path = folders.Skins() + name + "/" + size + "/";
+  const std::string fallbackPath = folders.Skins() + kFallbackSkin + "/" + size + "/";
+  CBitmap::setFileDensity(1);
+  const int height = RowHeightIn(path, fallbackPath);
+  if (height <= 0) {
+    CBitmap::setFileDensity(SkinDensity());
+    return false;
+  }
+  const std::string before = skinPath;
+  const std::string fallbackBefore = skinFallbackPath;
+  skinPath = path;
+  skinFallbackPath = fallbackPath;
+  digitColor = ReadDigitColor(path, fallbackPath);
+  CBitmap::forEachFile([&](CBitmap& image) {
+    if (LiesIn(image.getPath(), before) || LiesIn(image.getPath(), fallbackBefore)) {
+      image.moveTo(path, fallbackPath);
+    }
+  });
+  worn = {path, static_cast<double>(height) / panelHeight, worn.generation + 1};
+  CBitmap::setFileDensity(worn.density);
+  return true;
+}
+
+void TakeOffSkin() {
+  worn.path.clear();
+  CBitmap::setFileDensity(1);
+}
+
+unsigned SkinGeneration() { return worn.generation; }
+
+double SkinDensity() { return !skinPath.empty() && worn.path == skinPath ? worn.density : 1; }
+
 int SkinChoice::RowHeight() const { return path_.empty() ? 0 : RowHeightIn(path_, fallbackPath_); }
 
 namespace {

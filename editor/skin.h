@@ -87,4 +87,16 @@ class SkinConfig {
 /// from the one in the fallback folder.
 CColor ReadDigitColor(const std::string& path, const std::string& fallbackPath);
 
+/// Has everything in the process go on with another skin, given by its folders' names. Panels keep
+/// their metrics, and with them their places; pictures of another size are drawn in the old one,
+/// and SkinDensity makes up for it. False, and nothing changes, if the skin has no rows. Window
+/// thread.
+bool WearSkin(const DataFolders& folders, const std::string& name, const std::string& size);
+/// Ends that, when the process lets go of the skin.
+void TakeOffSkin();
+/// Counts the changes, so that windows can follow.
+unsigned SkinGeneration();
+/// By how much the rows of the skin are higher than those that the panels' metrics were made by.
+double SkinDensity();
+
 }  // namespace halveron

@@ -10,6 +10,7 @@
 #include "editor/rack_window.h"
 #include "editor/window_images.h"
 #include "framework/module.h"
+#include "modules/control_scales.h"
 #include "platform/file_error.h"
 #include "platform/profile_file.h"
 #include "platform/whole_file.h"
@@ -93,6 +94,11 @@ void SynEditor::PrepareModule(std::string_view name, std::string_view vendor) {
   if (!entry) return;
   externalModules.Prepare(*entry);
   RememberColumns(*entry);
+}
+
+std::span<const ControlScale> SynEditor::ScalesOf(const Module& module) const {
+  if (std::string_view(module.GetVendorName()) != kBuiltInVendor) return {};
+  return ScalesOfModule(module.GetName());
 }
 
 void SynEditor::SignPreset() {

@@ -19,7 +19,10 @@
 #include "editor/preset_commands.h"
 #include "editor/preset_library.h"
 #include "editor/rack_commands.h"
+#include "editor/rack_geometry.h"
 #include "editor/skin.h"
+#include "editor/sound_control.h"
+#include "framework/load_meter.h"
 #include "framework/rack_model.h"
 #include "presets/preset_format.h"
 
@@ -89,8 +92,19 @@ class SynEditor : public RackModel {
   void FillWindowWithRows();
   /// Null while closed.
   RackWindow* Window() { return window_.get(); }
-  /// Its size, open or not.
+  /// Its size in pixels of the screen, open or not.
   CRect WindowRect() const;
+  /// The layout of an open window, or the one that the next window begins with.
+  RackGeometry Geometry() const;
+  /// Pixels of the screen per unit of the next window.
+  double FirstScale() const;
+  /// The scale that a host wants for its windows; the user's zoom counts more. 0 for none.
+  void SetHostScale(double scale);
+  double HostScale() const { return hostScale_; }
+  /// The nearest size in pixels that the window can have.
+  CPoint NearestWindowSize(const CPoint& pixels) const;
+  /// The window, or the next one, has that size in pixels.
+  void SetWindowSize(const CPoint& pixels);
   /// To be called regularly while the window is open.
   void Idle();
   /// True where the window has the size now or the host has agreed to give it.
@@ -109,6 +123,7 @@ class SynEditor : public RackModel {
   void controlBeginEdit(CControl* control) override;
   void controlEndEdit(CControl* control) override;
 
+  std::span<const ControlScale> ScalesOf(const Module& module) const override;
   void RequestRedraw() override;
   void CableChanged(const Cable* cable) override;
   void ModuleJoined(Module* module) override;
@@ -133,6 +148,9 @@ class SynEditor : public RackModel {
 
   /// Gets the messages to the user, in addition to the window.
   std::function<void(const DialogText&)> dialogs;
+
+  LoadMeter load;                 ///< fed by whoever processes blocks
+  SoundControl* sound = nullptr;  ///< of a standalone host, which takes it away when it goes
 
   EditHistory history{*this};
   RackCommands commands{*this};
@@ -176,6 +194,8 @@ class SynEditor : public RackModel {
   std::function<void()> pendingDialog_;       // shows it when the window opens
   PlaceholderPlans placeholders_;             // of the last preset
   std::set<ModuleIdentity> remembered_;
+  double hostScale_ = 0;
+  CPoint hostSize_;          // that the host gave the window before it opened
   bool isEmbedded_ = false;  // in a host's window
   bool idling_ = false;
 };

@@ -1,9 +1,11 @@
 // The rack's side of its window.
+#include <cmath>
 #include <utility>
 
 #include "editor/context_menus.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
+#include "editor/value_bubble.h"
 #include "framework/module.h"
 
 namespace halveron {
@@ -12,26 +14,35 @@ namespace {
 
 constexpr const char* kWindowTitle = "Halveron";
 
+void TakeFirstScale(RackWindow& window, double scale) {
+  if (scale == window.Geometry().pixelScale) return;
+  window.LayOut(window.Geometry().WindowRect().getBottomRight(), scale);
+}
+
 }  // namespace
 
 RackWindow& SynEditor::OpenViews() {
   if (window_) return *window_;
   window_ = std::make_unique<RackWindow>(*this);
+  // What fits the screen counts only for windows on one.
+  if (options.zoom.Get() > 0) TakeFirstScale(*window_, FirstScale());
   FillWindowWithRows();
   history.Follow();
   UpdatePresetDisplay(false);
+  if (hostSize_ != CPoint()) window_->Zoom().TakeSize(hostSize_);
   if (pendingDialog_) std::exchange(pendingDialog_, {})();
   return *window_;
 }
 
 void SynEditor::FillWindowWithRows() {
-  if (!window_ || rows >= window_->Geometry().viewableRows) return;
+  if (!window_ || rows >= window_->Geometry().RowsInView()) return;
   // Empty rows are nothing that a user would have to save.
-  RackModel::SetRows(window_->Geometry().viewableRows);
+  RackModel::SetRows(window_->Geometry().RowsInView());
   window_->RowsChanged(rows);
 }
 
 bool SynEditor::OpenWindow(void* parent, std::string* error) {
+  if (!window_ && hostSize_ == CPoint()) TakeFirstScale(OpenViews(), FirstScale());
   if (!OpenViews().Frame().open(parent, kWindowTitle, error)) {
     CloseWindow();
     return false;
@@ -47,14 +58,39 @@ void SynEditor::CloseWindow() {
   // Menus and dialogs that went with it may still have asked for the window.
   std::unique_ptr<RackWindow> closed = std::move(window_);
   isEmbedded_ = false;
+  // The next one begins with what the user made of this one.
+  hostSize_ = CPoint();
   if (idling_) closedWindow_ = std::move(closed);
 }
 
 CRect SynEditor::WindowRect() const {
-  if (window_) return window_->Geometry().WindowRect();
-  return WindowImages(skinPath, skinFallbackPath)
-      .Geometry(rows, options.viewableRows.Get())
-      .WindowRect();
+  if (!window_ && hostSize_ != CPoint()) return CRect::FromSize({}, hostSize_.x, hostSize_.y);
+  const CRect rect = window_ ? window_->Frame().getViewSize() : Geometry().WindowRect();
+  const double scale = window_ ? window_->Frame().getZoom() : FirstScale();
+  return {0, 0, std::round(rect.getWidth() * scale), std::round(rect.getHeight() * scale)};
+}
+
+RackGeometry SynEditor::Geometry() const {
+  if (window_) return window_->Geometry();
+  return WindowImages(skinPath, skinFallbackPath).Geometry(rows, options.viewableRows.Get());
+}
+
+double SynEditor::FirstScale() const { return WindowZoom::FirstScale(*this, Geometry()); }
+
+void SynEditor::SetHostScale(double scale) {
+  constexpr double kLeast = 0.25;
+  constexpr double kMost = 8;
+  hostScale_ = scale >= kLeast && scale <= kMost ? scale : 0;
+  if (window_) window_->Zoom().Follow();
+}
+
+CPoint SynEditor::NearestWindowSize(const CPoint& pixels) const {
+  return WindowZoom::Nearest(pixels, Geometry());
+}
+
+void SynEditor::SetWindowSize(const CPoint& pixels) {
+  hostSize_ = pixels;
+  if (window_) window_->Zoom().TakeSize(pixels);
 }
 
 void SynEditor::Idle() {
@@ -159,11 +195,13 @@ void SynEditor::ModuleEdited(Module& module) {
 void SynEditor::valueChanged(CControl* control) {
   history.ControlMoved(*control);
   RackModel::valueChanged(control);
+  if (window_) window_->Bubble().Show(*control);
 }
 
 void SynEditor::controlBeginEdit(CControl* control) {
   history.GestureBegan();
   RackModel::controlBeginEdit(control);
+  if (window_) window_->Bubble().Show(*control);
 }
 
 void SynEditor::controlEndEdit(CControl* control) {

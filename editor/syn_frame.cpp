@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "editor/rack_window.h"
+#include "editor/value_entry.h"
 
 namespace halveron {
 
@@ -25,6 +26,12 @@ SynFrame::SynFrame(const CRect& size, RackWindow& window)
       window_(window) {}
 
 CMouseEventResult SynFrame::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  window_.Keys().Clear();
+  const bool asksForValue = buttons == CButtonState(kLButton | kDoubleClick) && !getModalView() &&
+                            !window_.IsDragging() && TakesTypedValue(getViewAt(where, true));
+  if (asksForValue && window_.EnterValue()) {
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+  }
   const CMouseEventResult result = CFrame::onMouseDown(where, buttons);
   window_.FollowMouse(getCurrentMouseLocation(), buttons);
   return result;
@@ -43,6 +50,10 @@ CMouseEventResult SynFrame::onMouseUp(CPoint& where, const CButtonState& buttons
 }
 
 bool SynFrame::onWheel(const CPoint& where, float distance, const CButtonState& buttons) {
+  if (buttons.isControlSet() && !getModalView()) {
+    window_.Zoom().Step(distance > 0 ? 1 : -1);
+    return true;
+  }
   // The rack moves knobs under the mouse while it scrolls; these are not meant.
   const CPoint moved = where - lastScrollPoint_;
   const bool goesOnScrolling = !getModalView() && getTime() - lastScrollTime_ < kGesturePause &&
@@ -56,7 +67,24 @@ bool SynFrame::onWheel(const CPoint& where, float distance, const CButtonState& 
 }
 
 bool SynFrame::onKeyDown(const CKeyEvent& event) {
-  return CFrame::onKeyDown(event) || (!getModalView() && window_.RunShortcut(event));
+  if (CFrame::onKeyDown(event)) return true;
+  if (getModalView()) return false;
+  // What has the keyboard's focus comes before the window.
+  if (window_.Keys().FocusModule() && window_.Keys().OnKey(event)) return true;
+  return window_.RunShortcut(event) || window_.UseKey(event);
+}
+
+bool SynFrame::onKeyUp(const CKeyEvent& event) {
+  return CFrame::onKeyUp(event) || window_.UseKeyUp(event);
+}
+
+void SynFrame::onKeyboardLost() { window_.Notes().AllOff(); }
+
+void SynFrame::onWindowResized(const CPoint& pixels) { window_.Zoom().TakeSize(pixels); }
+
+void SynFrame::onIdle() {
+  window_.Follow();
+  CFrame::onIdle();
 }
 
 bool SynFrame::onDragMove(const CPoint& where) {

@@ -22,6 +22,10 @@ class SynFrame final : public CFrame {
   bool onKeyDown(const CKeyEvent& event) override;
   bool onDragMove(const CPoint& where) override;
   bool onDrop(std::span<const std::string> files, const CPoint& where) override;
+  void onWindowResized(const CPoint& pixels) override;
+  void onIdle() override;
+  bool onKeyUp(const CKeyEvent& event) override;
+  void onKeyboardLost() override;
   int notify(CBaseObject* sender, const char* message) override;
 
   // While the mouse rests, these keep a cable or a module moving that scrolls the rack.

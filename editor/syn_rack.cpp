@@ -37,17 +37,17 @@ SynRack::SynRack(RackModel& rack, const WindowImages& images, const RackGeometry
       images_(images),
       geometry_(geometry),
       cables_(images) {
-  ResizeCableLayer(static_cast<int>(geometry.ViewHeight()));
+  ResizeLayers();
 }
 
 SynRack::~SynRack() = default;
 
 void SynRack::setViewSize(const CRect& rect, bool invalidate) {
   const CPoint moved = rect.getTopLeft() - viewSize.getTopLeft();
-  const bool isScroll = rect.getWidth() == getWidth() && rect.getHeight() == getHeight() &&
-                        moved.x == 0 && moved.y == std::trunc(moved.y);
+  const bool isScroll =
+      rect.getWidth() == getWidth() && rect.getHeight() == getHeight() && moved.x == 0;
   if (isScroll) {
-    panels_.Shift(static_cast<int>(moved.y));
+    panels_.Shift(moved.y);
   } else {
     panels_.InvalidateAll();
   }
@@ -247,9 +247,9 @@ void SynRack::RequestRedraw() {
   CViewContainer::invalid();
 }
 
-void SynRack::ResizeCableLayer(int height) {
-  panels_.Resize(geometry_.rackWidth, height);
-  cables_.Resize(geometry_.rackWidth, height);
+void SynRack::ResizeLayers() {
+  panels_.Resize(geometry_.rackWidth, geometry_.ViewHeight(), geometry_.pixelScale);
+  cables_.Resize(geometry_.rackWidth, geometry_.ViewHeight(), geometry_.pixelScale);
   RequestRedraw();
 }
 

@@ -67,8 +67,8 @@ class SynRack final : public CViewContainer {
   /// Paints until what moved counts as being at rest: 0 at the paint that puts it into the layer,
   /// -1 from then on.
   int RedrawFrames() const { return redrawFrames_; }
-  /// Takes the height in pixels of what shows of the rack.
-  void ResizeCableLayer(int height);
+  /// Takes the size of what shows of the rack, and its pixels per unit.
+  void ResizeLayers();
   void SetCableStyle(const CableStyle& style);
   /// Cables have the colours of the kinds of their signals, or their own.
   void ShowSignalColours(bool on);

@@ -21,7 +21,7 @@ CRect SynScrollbar::PlaceIn(const RackGeometry& geometry) {
   const CCoord width = std::round(strip * kBarWidth);
   const CCoord left = view.right + std::round((strip - width) / 2);
   const CCoord margin = strip * kEndMargin;
-  return {left, view.top + margin, left + width, view.bottom - margin};
+  return {left, view.top + margin, left + width, geometry.GripRect().top - margin};
 }
 
 SynScrollbar::SynScrollbar(CControlListener* owner, const RackGeometry& geometry)

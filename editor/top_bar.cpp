@@ -20,6 +20,8 @@ constexpr CCoord kSmallButtonWidth = 26;
 constexpr CCoord kButtonHeight = 26;
 constexpr CCoord kScreenWidth = 300;
 constexpr CCoord kScreenHeight = 30;
+constexpr CCoord kLoadWidth = 150;
+constexpr CCoord kLeastLoadWidth = 60;
 constexpr CColor kPlainBar{46, 36, 30};
 constexpr const char* kName = "Halveron";
 
@@ -85,6 +87,16 @@ TopBar::TopBar(const CRect& size, const WindowImages& images, const SkinConfig& 
                              images.presetPrevious, nullptr, "<", "Previous preset");
   presetNext = AddButton(beside(*images.presetNext, 1) + shifts.presetNext, images.presetNext,
                          nullptr, ">", "Next preset");
+  AddLoad(presetNext->getViewSize().right + gap, right);
+}
+
+void TopBar::AddLoad(CCoord left, CCoord right) {
+  const CCoord width = std::min(right - left, ScaleToPixels(kLoadWidth));
+  const CCoord height = ScaleToPixels(kButtonHeight);
+  load = new LoadView(Around(CPoint((left + right) / 2, getHeight() / 2), CPoint(width, height)),
+                      uiScale);
+  load->setVisible(width >= ScaleToPixels(kLeastLoadWidth));
+  addView(load);
 }
 
 void TopBar::AddTitle(CCoord* left, const WindowImages& images, const CPoint& shift) {

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "editor/bar_button.h"
+#include "editor/load_view.h"
 #include "editor/preset_screen.h"
 #include "editor/skin.h"
 #include "editor/window_images.h"
@@ -30,12 +31,16 @@ class TopBar final : public CViewContainer {
   BarButton* presetNext;
   BarButton* addRow;
   BarButton* removeRow;
+  LoadView* load;  ///< invisible where a skin leaves no room for it
 
  private:
   BarButton* AddButton(const CPoint& centre, CBitmap* image, CBitmap* pressed, const char* caption,
                        const char* tooltip);
   void AddTitle(CCoord* left, const WindowImages& images, const CPoint& shift);
   void AddPresetScreen(const CPoint& centre, const WindowImages& images, const SkinConfig& config);
+
+  /// Between two edges.
+  void AddLoad(CCoord left, CCoord right);
 
   PresetScreen* presetScreen_ = nullptr;
 };

@@ -28,6 +28,13 @@ class AEffGUIEditor {
   /// host that can wait for it may then call `idle` as soon as something happens.
   virtual int eventDescriptor() { return -1; }
 
+  /// The scale that the host shows its windows in, 1 for none; any time.
+  virtual void setScale(double /*scale*/) {}
+  /// Changes a size in pixels to the nearest that the editor can have; false if it has only one.
+  virtual bool nearestSize(int& /*width*/, int& /*height*/) const { return false; }
+  /// The editor's size in pixels from now on, open or not; false if it has only one.
+  virtual bool setSize(int /*width*/, int /*height*/) { return false; }
+
   /// True if the key was used; the host keeps the others.
   virtual bool onKeyDown(const VstKeyCode& /*key*/) { return false; }
   virtual bool onKeyUp(const VstKeyCode& /*key*/) { return false; }

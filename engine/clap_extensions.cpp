@@ -136,15 +136,30 @@ const clap_plugin_gui_t kGui = {
       return IsX11(api) && !isFloating && Of(plugin).Window().HasEditor();
     },
     [](const clap_plugin_t* plugin) { GuardedCall([&] { Of(plugin).Window().Hide(); }); },
-    [](const clap_plugin_t*, double) { return false; },  // set_scale: the skin has its own size
+    [](const clap_plugin_t* plugin, double scale) {  // set_scale
+      return GuardedAnswer(false, [&] { return Of(plugin).Window().SetScale(scale); });
+    },
     [](const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t* height) {
       if (!width || !height) return false;
       return GuardedAnswer(false, [&] { return Of(plugin).Window().GetSize(width, height); });
     },
-    [](const clap_plugin_t*) { return false; },                                  // can_resize
-    [](const clap_plugin_t*, clap_gui_resize_hints_t*) { return false; },        // get_resize_hints
-    [](const clap_plugin_t*, std::uint32_t*, std::uint32_t*) { return false; },  // adjust_size
-    [](const clap_plugin_t*, std::uint32_t, std::uint32_t) { return false; },    // set_size
+    [](const clap_plugin_t* plugin) {  // can_resize
+      return GuardedAnswer(false, [&] { return Of(plugin).Window().CanResize(); });
+    },
+    [](const clap_plugin_t* plugin, clap_gui_resize_hints_t* hints) {
+      if (!hints || !Of(plugin).Window().CanResize()) return false;
+      *hints = {};
+      hints->can_resize_horizontally = true;
+      hints->can_resize_vertically = true;
+      return true;
+    },
+    [](const clap_plugin_t* plugin, std::uint32_t* width, std::uint32_t* height) {  // adjust_size
+      if (!width || !height) return false;
+      return GuardedAnswer(false, [&] { return Of(plugin).Window().AdjustSize(width, height); });
+    },
+    [](const clap_plugin_t* plugin, std::uint32_t width, std::uint32_t height) {  // set_size
+      return GuardedAnswer(false, [&] { return Of(plugin).Window().SetSize(width, height); });
+    },
     [](const clap_plugin_t* plugin, const clap_window_t* window) {
       if (!window || !IsX11(window->api)) return false;
       return GuardedAnswer(false, [&] { return Of(plugin).Window().SetParent(window->x11); });

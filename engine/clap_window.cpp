@@ -1,11 +1,18 @@
 #include "engine/clap_window.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "engine/clap_host_extension.h"
 
 namespace halveron {
+
+namespace {
+
+constexpr std::uint32_t kMostPixels = 32767;  // of a window's side
+
+}  // namespace
 
 void ClapWindow::FindServices() {
   hostGui_ = FindHostExtension<clap_host_gui_t>(host_, CLAP_EXT_GUI);
@@ -20,6 +27,35 @@ bool ClapWindow::GetSize(std::uint32_t* width, std::uint32_t* height) const {
   *width = static_cast<std::uint32_t>(std::max(rect->right - rect->left, 0));
   *height = static_cast<std::uint32_t>(std::max(rect->bottom - rect->top, 0));
   return true;
+}
+
+bool ClapWindow::SetScale(double scale) {
+  if (!editor_ || !(scale > 0) || !std::isfinite(scale)) return false;
+  editor_->setScale(scale);
+  return true;
+}
+
+bool ClapWindow::CanResize() const {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  return GetSize(&width, &height) && AdjustSize(&width, &height);
+}
+
+bool ClapWindow::AdjustSize(std::uint32_t* width, std::uint32_t* height) const {
+  if (!editor_ || *width > kMostPixels || *height > kMostPixels) return false;
+  int nearestWidth = static_cast<int>(*width);
+  int nearestHeight = static_cast<int>(*height);
+  if (!editor_->nearestSize(nearestWidth, nearestHeight)) return false;
+  *width = static_cast<std::uint32_t>(nearestWidth);
+  *height = static_cast<std::uint32_t>(nearestHeight);
+  return true;
+}
+
+bool ClapWindow::SetSize(std::uint32_t width, std::uint32_t height) {
+  if (!editor_ || width == 0 || height == 0 || width > kMostPixels || height > kMostPixels) {
+    return false;
+  }
+  return editor_->setSize(static_cast<int>(width), static_cast<int>(height));
 }
 
 bool ClapWindow::SetParent(clap_xwnd parent) {

@@ -27,6 +27,15 @@ class ClapWindow {
   /// False if there is no editor to have a size.
   bool GetSize(std::uint32_t* width, std::uint32_t* height) const;
 
+  /// The scale that the host shows its windows in. False if it is no scale.
+  bool SetScale(double scale);
+  /// True if the editor has more than one size.
+  bool CanResize() const;
+  /// Changes a size to the nearest that the editor can have; false without an editor.
+  bool AdjustSize(std::uint32_t* width, std::uint32_t* height) const;
+  /// Gives the editor a size, open or not; false if it cannot have that.
+  bool SetSize(std::uint32_t width, std::uint32_t height);
+
   /// Opens the editor in `parent`, closing it first where it is open. False if it cannot be opened,
   /// as without a display.
   bool SetParent(clap_xwnd parent);

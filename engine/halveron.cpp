@@ -42,6 +42,7 @@ void SetUpProcess(const SkinChoice& skin) {
 void TearDownProcess() {
   ForgetSharedBitmaps();
   TearDownModuleClasses();
+  TakeOffSkin();
   ResetPanelMetrics();
   skinPath.clear();
   skinFallbackPath.clear();
@@ -195,6 +196,8 @@ void Halveron::ClearOutputs(int sampleFrames) {
 }
 
 void Halveron::processHostBlock(float** inputs, float** outputs, int sampleFrames) {
+  if (!rack_) return;
+  const MeteredBlock metered(rack_->load, sampleFrames, sampleRate);
   processReplacing(inputs, outputs, sampleFrames);
   if (!outputs) return;
   for (int channel = 0; channel < kDawOutputs; ++channel) {
@@ -274,6 +277,7 @@ int Halveron::processEvents(VstEvents* events) {
 
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
+  rack_->midi.Take(*events);
   for (Module* module : rack_->plan.EventModules()) module->ProcessEvents(events);
 }
 

@@ -52,6 +52,20 @@ void WindowEditor::close() { rack_.CloseWindow(); }
 
 void WindowEditor::idle() { rack_.Idle(); }
 
+void WindowEditor::setScale(double scale) { rack_.SetHostScale(scale); }
+
+bool WindowEditor::nearestSize(int& width, int& height) const {
+  const CPoint nearest = rack_.NearestWindowSize(CPoint(width, height));
+  width = static_cast<int>(nearest.x);
+  height = static_cast<int>(nearest.y);
+  return true;
+}
+
+bool WindowEditor::setSize(int width, int height) {
+  rack_.SetWindowSize(CPoint(width, height));
+  return true;
+}
+
 int WindowEditor::eventDescriptor() {
   CFrame* frame = rack_.Frame();
   return frame ? frame->getEventDescriptor() : -1;

@@ -16,6 +16,9 @@ class WindowEditor final : public AEffGUIEditor {
   bool open(void* parent) override;
   void close() override;
   void idle() override;
+  void setScale(double scale) override;
+  bool nearestSize(int& width, int& height) const override;
+  bool setSize(int width, int height) override;
   int eventDescriptor() override;
   bool onKeyDown(const VstKeyCode& key) override;
   bool onKeyUp(const VstKeyCode& key) override;

@@ -188,7 +188,7 @@ void CSpecialDigitEx::drawImage(CDrawContext& context) {
   for (int place = 0; place < digits; ++place) {
     const int digit = places[static_cast<std::size_t>(place)];
     if (digit == kBlank && blank_ && blank_->load()) {
-      context.fillThrough(blank_->getSurface(), placeRect(place), {}, fontColor);
+      blank_->fillThrough(context, placeRect(place), {}, fontColor);
     } else {
       drawDigit(context, place, std::max(digit, 0));
     }

@@ -285,7 +285,10 @@ void RackModel::RemoveModule(Module* module, bool deleteInstances) {
   }
   for (Module* instance : instances) UpdateActiveState(instance, true);
   InLock([=, this] { RemoveFromTable(index, firstVoice); });
-  if (firstVoice == 0) ModuleLeaves(module);
+  if (firstVoice == 0) {
+    midi.ModuleLeaves(*module);
+    ModuleLeaves(module);
+  }
   for (Module* instance : instances) Discard(instance);
   RequestRedraw();
 }

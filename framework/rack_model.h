@@ -5,15 +5,18 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "framework/cable.h"
+#include "framework/control_scale.h"
 #include "framework/engine_context.h"
 #include "framework/file_request.h"
 #include "framework/host_table.h"
 #include "framework/knob_store.h"
+#include "framework/midi_map.h"
 #include "framework/module.h"
 #include "framework/rack_cables.h"
 #include "framework/rack_parameters.h"
@@ -122,6 +125,10 @@ class RackModel : public CControlListener {
   /// Deletes the removed modules that nobody but the trash list holds any more.
   void EmptyTrash();
 
+  /// How the values of a module's controls are said, a line for each; none for a module of another
+  /// author.
+  virtual std::span<const ControlScale> ScalesOf(const Module& /*module*/) const { return {}; }
+
   // What a window adds; the model alone draws nothing.
 
   virtual void RequestRedraw() {}
@@ -177,6 +184,7 @@ class RackModel : public CControlListener {
   RackCables cables{*this};
   RackVoices voices{*this};
   RackParameters parameters{*this};
+  MidiMap midi{*this};
 
   static constexpr int kFirstRows = 3;
 

@@ -123,8 +123,7 @@ void RackParameters::ControlLeft(CControl* control) {
 }
 
 void RackParameters::ControlMoved(CControl* control) {
-  auto* module = dynamic_cast<Module*>(control->getParentView());
-  if (!module) return;
+  if (!dynamic_cast<Module*>(control->getParentView())) return;
   inValueChanged = true;
   const float base = BaseValueOf(*control);
   if (OwnsParameter(control)) {
@@ -133,9 +132,26 @@ void RackParameters::ControlMoved(CControl* control) {
   } else {
     rack_.engine.PatchEdited();
   }
+  Spread(control, base);
+  inValueChanged = false;
+}
+
+void RackParameters::MovedByMidi(CControl* control) {
+  inValueChanged = true;
+  const float base = BaseValueOf(*control);
+  if (OwnsParameter(control)) {
+    hostParameters_.Mirror(control->getTag(), base);
+    rack_.engine.ParameterMoved(control->getTag(), base);
+  }
+  Spread(control, base);
+  inValueChanged = false;
+}
+
+/// Tells the modules of all voices.
+void RackParameters::Spread(CControl* control, float base) {
   const bool isModulated =
       rack_.engine.hostKind == HostKind::kClap && dynamic_cast<ModuleKnob*>(control) != nullptr;
-  module->ValueChanged(control);
+  static_cast<Module*>(control->getParentView())->ValueChanged(control);
   for (CControl* clone = control->nextVoice; clone; clone = clone->nextVoice) {
     if (isModulated) {
       // The host may modulate each voice by its own amount, which stays.
@@ -146,7 +162,6 @@ void RackParameters::ControlMoved(CControl* control) {
     }
     static_cast<Module*>(clone->getParentView())->ValueChanged(clone);
   }
-  inValueChanged = false;
 }
 
 void RackParameters::SetKnobAtHost(ModuleKnob& knob, float base, float offset) {

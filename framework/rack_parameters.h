@@ -52,6 +52,9 @@ class RackParameters {
   void SetParameterOffset(int index, int voice, float offset, bool upToVoice);
   /// A control was moved on the panel: reports it to the host, the module, and the clones.
   void ControlMoved(CControl* control);
+  /// A controller of the host's MIDI has turned a knob: the same on the audio thread, but no edit
+  /// of the patch.
+  void MovedByMidi(CControl* control);
   /// The user has taken a control on the panel, or released it.
   void ControlTaken(CControl* control);
   void ControlLeft(CControl* control);
@@ -67,6 +70,7 @@ class RackParameters {
   CControl* ControlOf(int tag) const;
   void Assign(int tag, CControl* control);
   void SetControls(int index, float value);
+  void Spread(CControl* control, float base);
   void SetKnobAtHost(ModuleKnob& knob, float base, float offset);
   bool OwnsParameter(const CControl* control) const;
 

@@ -32,6 +32,8 @@ std::uint8_t WithoutAlpha(std::uint32_t premultiplied, std::uint32_t alpha) {
 }  // namespace
 
 CDrawContext::CDrawContext(cairo_surface_t* surface) : cairo(cairo_create(surface)) {
+  double scaleY = 1;
+  cairo_surface_get_device_scale(surface, &pixelScale, &scaleY);
   double left = 0, top = 0, right = 0, bottom = 0;
   cairo_clip_extents(cairo, &left, &top, &right, &bottom);
   state.clip = state.outerClip = {left, top, right, bottom};
@@ -58,11 +60,20 @@ void CDrawContext::restoreState() {
 }
 
 void CDrawContext::applyClip() {
+  const CRect rect = snapped(CRect(state.clip).offset(-state.offset.x, -state.offset.y));
   cairo_reset_clip(cairo);
   cairo_new_path(cairo);
-  cairo_rectangle(cairo, state.clip.left - state.offset.x, state.clip.top - state.offset.y,
-                  state.clip.getWidth(), state.clip.getHeight());
+  cairo_rectangle(cairo, rect.left, rect.top, rect.getWidth(), rect.getHeight());
   cairo_clip(cairo);
+}
+
+CRect CDrawContext::snapped(const CRect& rect) const {
+  if (pixelScale == 1) return rect;
+  const auto snap = [this](CCoord at, CCoord offset) {
+    return std::round((at + offset) * pixelScale) / pixelScale - offset;
+  };
+  return {snap(rect.left, state.offset.x), snap(rect.top, state.offset.y),
+          snap(rect.right, state.offset.x), snap(rect.bottom, state.offset.y)};
 }
 
 void CDrawContext::setClipRect(const CRect& rect) {
@@ -159,7 +170,9 @@ void CDrawContext::drawPolygon(std::span<const CPoint> points, CDrawStyle style)
 void CDrawContext::drawRect(const CRect& rect, CDrawStyle style) {
   if (rect.isEmpty()) return;
   if (style != kDrawStroked) {
-    cairo_rectangle(cairo, rect.left, rect.top, rect.getWidth(), rect.getHeight());
+    // A line that is thinner than a pixel must not vanish.
+    const CRect whole = snapped(rect).isEmpty() ? rect : snapped(rect);
+    cairo_rectangle(cairo, whole.left, whole.top, whole.getWidth(), whole.getHeight());
     fillPath();
   }
   if (style != kDrawFilled) {
@@ -254,7 +267,10 @@ void CDrawContext::drawString(std::string_view text, const CRect& rect, CHoriTxt
                    : vertical == kMiddleText ? freeHeight * 0.5
                                              : freeHeight;
   // Whole pixels keep small letters crisp.
-  cairo_move_to(cairo, std::round(rect.left + x), std::round(rect.top + y));
+  const CPoint corner = pixelScale == 1
+                            ? CPoint(std::round(rect.left + x), std::round(rect.top + y))
+                            : snapped({rect.left + x, rect.top + y, 0, 0}).getTopLeft();
+  cairo_move_to(cairo, corner.x, corner.y);
   takeColor(state.fontColor);
   pango_cairo_show_layout(cairo, layout);
   cairo_new_path(cairo);
@@ -274,9 +290,11 @@ void CDrawContext::drawBitmap(CBitmap* bitmap, const CRect& dest, const CPoint& 
 void CDrawContext::drawSurface(cairo_surface_t* source, const CRect& dest,
                                const CPoint& sourceOffset, float alpha) {
   cairo_save(cairo);
-  cairo_rectangle(cairo, dest.left, dest.top, dest.getWidth(), dest.getHeight());
+  const CRect area = snapped(dest);
+  const CPoint corner = snapped(CRect(dest).offset(CPoint() - sourceOffset)).getTopLeft();
+  cairo_rectangle(cairo, area.left, area.top, area.getWidth(), area.getHeight());
   cairo_clip(cairo);
-  cairo_set_source_surface(cairo, source, dest.left - sourceOffset.x, dest.top - sourceOffset.y);
+  cairo_set_source_surface(cairo, source, corner.x, corner.y);
   cairo_paint_with_alpha(cairo, std::clamp(alpha * state.alpha, 0.0f, 1.0f));
   cairo_restore(cairo);
 }
@@ -284,10 +302,12 @@ void CDrawContext::drawSurface(cairo_surface_t* source, const CRect& dest,
 void CDrawContext::copySurface(cairo_surface_t* source, const CRect& dest,
                                const CPoint& sourceOffset) {
   cairo_save(cairo);
-  cairo_rectangle(cairo, dest.left, dest.top, dest.getWidth(), dest.getHeight());
+  const CRect area = snapped(dest);
+  const CPoint corner = snapped(CRect(dest).offset(CPoint() - sourceOffset)).getTopLeft();
+  cairo_rectangle(cairo, area.left, area.top, area.getWidth(), area.getHeight());
   cairo_clip(cairo);
   cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
-  cairo_set_source_surface(cairo, source, dest.left - sourceOffset.x, dest.top - sourceOffset.y);
+  cairo_set_source_surface(cairo, source, corner.x, corner.y);
   cairo_paint(cairo);
   cairo_restore(cairo);
 }
@@ -302,7 +322,51 @@ void CDrawContext::fillThrough(cairo_surface_t* mask, const CRect& dest, const C
   cairo_restore(cairo);
 }
 
-void CDrawContext::clearRect(const CRect& rect) {
+void CDrawContext::placeDense(cairo_surface_t* source, const CPoint& density, const CRect& dest,
+                              const CPoint& sourceOffset) {
+  constexpr double kSameSize = 0.02;  // a picture of the right size, but for its rounding to pixels
+  const CRect area = snapped(dest).offset(state.offset);
+  const CPoint corner(std::round(area.left * pixelScale), std::round(area.top * pixelScale));
+  const CPoint ratio(pixelScale / density.x, pixelScale / density.y);
+  const CPoint from(std::round(sourceOffset.x * density.x), std::round(sourceOffset.y * density.y));
+  // From here on a unit is a pixel.
+  cairo_identity_matrix(cairo);
+  cairo_scale(cairo, 1 / pixelScale, 1 / pixelScale);
+  const CPoint rest((cairo_image_surface_get_width(source) - from.x) * ratio.x,
+                    (cairo_image_surface_get_height(source) - from.y) * ratio.y);
+  cairo_rectangle(cairo, corner.x, corner.y,
+                  std::min(std::round(area.getWidth() * pixelScale), std::ceil(rest.x)),
+                  std::min(std::round(area.getHeight() * pixelScale), std::ceil(rest.y)));
+  cairo_clip(cairo);
+  cairo_translate(cairo, corner.x, corner.y);
+  const bool isSame = std::abs(ratio.x - 1) < kSameSize && std::abs(ratio.y - 1) < kSameSize;
+  if (!isSame) cairo_scale(cairo, ratio.x, ratio.y);
+  cairo_set_source_surface(cairo, source, -from.x, -from.y);
+  // The edges of a scaled picture must not fade into what lies behind.
+  if (!isSame) cairo_pattern_set_extend(cairo_get_source(cairo), CAIRO_EXTEND_PAD);
+}
+
+void CDrawContext::drawDensePixels(cairo_surface_t* source, const CPoint& density,
+                                   const CRect& dest, const CPoint& sourceOffset, float alpha) {
+  cairo_save(cairo);
+  placeDense(source, density, dest, sourceOffset);
+  cairo_paint_with_alpha(cairo, std::clamp(alpha * state.alpha, 0.0f, 1.0f));
+  cairo_restore(cairo);
+}
+
+void CDrawContext::fillThroughDense(cairo_surface_t* mask, const CPoint& density, const CRect& dest,
+                                    const CPoint& sourceOffset, const CColor& color) {
+  cairo_save(cairo);
+  placeDense(mask, density, dest, sourceOffset);
+  cairo_pattern_t* pattern = cairo_pattern_reference(cairo_get_source(cairo));
+  takeColor(color);
+  cairo_mask(cairo, pattern);
+  cairo_pattern_destroy(pattern);
+  cairo_restore(cairo);
+}
+
+void CDrawContext::clearRect(const CRect& exact) {
+  const CRect rect = snapped(exact);
   cairo_save(cairo);
   cairo_set_operator(cairo, CAIRO_OPERATOR_CLEAR);
   cairo_rectangle(cairo, rect.left, rect.top, rect.getWidth(), rect.getHeight());
@@ -312,9 +376,21 @@ void CDrawContext::clearRect(const CRect& rect) {
 
 cairo_surface_t* CDrawContext::getSurface() const { return cairo_get_target(cairo); }
 
-COffscreenContext::COffscreenContext(int width_, int height_)
-    : COffscreenContext(
-          SharedPointer<CBitmap>::Adopt(new CBitmap(std::max(width_, 1), std::max(height_, 1)))) {}
+namespace {
+
+SharedPointer<CBitmap> MakeImage(int width, int height, double pixelScale) {
+  const auto pixels = [pixelScale](int units) {
+    return std::max(static_cast<int>(std::ceil(units * pixelScale - 1e-6)), 1);
+  };
+  auto image = SharedPointer<CBitmap>::Adopt(new CBitmap(pixels(width), pixels(height)));
+  if (pixelScale != 1) cairo_surface_set_device_scale(image->getSurface(), pixelScale, pixelScale);
+  return image;
+}
+
+}  // namespace
+
+COffscreenContext::COffscreenContext(int width_, int height_, double pixelScale_)
+    : COffscreenContext(MakeImage(width_, height_, pixelScale_)) {}
 
 COffscreenContext::COffscreenContext(const SharedPointer<CBitmap>& image)
     : CDrawContext(image->getSurface()), width(image->getWidth()), height(image->getHeight()) {}

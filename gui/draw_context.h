@@ -25,9 +25,12 @@ enum CDrawStyle : int { kDrawStroked = 0, kDrawFilled, kDrawFilledAndStroked };
 /// What views draw with, over any Cairo surface.
 ///
 /// Coordinates are pixels from the top left corner, moved by the offsets pushed so far; a whole
-/// number names the edge between two pixels, so the middle of a pixel is at .5. Outlines of
-/// rectangles and ellipses lie inside the shape. A new context has the surface's whole area as its
-/// clip, black lines one pixel wide, white fill, black text, full alpha and antialiasing.
+/// number names the edge between two pixels, so the middle of a pixel is at .5. On a surface with a
+/// device scale a coordinate is that many of the surface's pixels, and edges of clips, pictures and
+/// filled rectangles are moved to the nearest pixel, so that neighbours meet without a seam.
+/// Outlines of rectangles and ellipses lie inside the shape. A new context has the surface's whole
+/// area as its clip, black lines one pixel wide, white fill, black text, full alpha and
+/// antialiasing.
 class CDrawContext {
  public:
   /// Shares the surface; it may go away before the context does.
@@ -50,6 +53,8 @@ class CDrawContext {
   void pushOffset(const CPoint& by);
   void popOffset();
   CPoint getOffset() const { return state.offset; }
+  /// Pixels of the surface per unit; 1 unless the surface has a device scale.
+  double getPixelScale() const { return pixelScale; }
 
   void setFrameColor(const CColor& color) { state.frameColor = color; }
   void setFillColor(const CColor& color) { state.fillColor = color; }
@@ -107,6 +112,13 @@ class CDrawContext {
   /// Fills with a colour through the alpha of another surface, whose own colours do not count.
   void fillThrough(cairo_surface_t* mask, const CRect& dest, const CPoint& sourceOffset,
                    const CColor& color);
+  /// Draws pixels of an image that has another resolution, `density` of its pixels to a unit. Where
+  /// that is nearly the surface's own, they are copied one to one.
+  void drawDensePixels(cairo_surface_t* source, const CPoint& density, const CRect& dest,
+                       const CPoint& sourceOffset, float alpha);
+  /// The same with the fill colour through the image's alpha.
+  void fillThroughDense(cairo_surface_t* mask, const CPoint& density, const CRect& dest,
+                        const CPoint& sourceOffset, const CColor& color);
   cairo_surface_t* getSurface() const;
 
  private:
@@ -125,6 +137,10 @@ class CDrawContext {
   };
 
   void applyClip();
+  /// The rectangle with its edges on whole pixels; as it is under a pixel scale of 1.
+  CRect snapped(const CRect& rect) const;
+  void placeDense(cairo_surface_t* source, const CPoint& density, const CRect& dest,
+                  const CPoint& sourceOffset);
   void takeColor(const CColor& color);
   void strokePath();
   void fillPath();
@@ -132,6 +148,7 @@ class CDrawContext {
   void ellipsePath(const CRect& rect, double startAngle, double endAngle);
 
   cairo_t* cairo;
+  double pixelScale = 1;
   PangoLayout* layout = nullptr;
   State state;
   std::vector<State> savedStates;
@@ -153,9 +170,10 @@ class DrawStateScope {
 /// A context over its own image, which is transparent initially.
 class COffscreenContext : public CDrawContext {
  public:
-  /// Size in pixels, at least 1 by 1.
-  COffscreenContext(int width, int height);
+  /// Size in units, at least 1 by 1, of `pixelScale` pixels each.
+  COffscreenContext(int width, int height, double pixelScale = 1);
 
+  /// Size in pixels.
   int getWidth() const { return width; }
   int getHeight() const { return height; }
 

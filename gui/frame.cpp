@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "gui/timer.h"
@@ -80,18 +81,33 @@ void CFrame::waitForEvents(double seconds) {
 bool CFrame::isCloseRequested() const { return window && window->IsCloseRequested(); }
 
 CPoint CFrame::getWindowSize() const {
-  return window ? window->GetSize() : viewSize.getBottomRight();
+  if (window) return window->GetSize();
+  return CPoint(std::round(getWidth() * zoom), std::round(getHeight() * zoom));
 }
 
 CPoint CFrame::getScreenSize() const { return window ? window->GetScreenSize() : CPoint(); }
 
-bool CFrame::setSize(CCoord width, CCoord height) {
+bool CFrame::setSize(CCoord width, CCoord height) { return setSizeAndZoom(width, height, zoom); }
+
+void CFrame::setZoom(double pixelsPerUnit) {
+  setSizeAndZoom(getWidth(), getHeight(), pixelsPerUnit);
+}
+
+bool CFrame::setSizeAndZoom(CCoord width, CCoord height, double pixelsPerUnit) {
+  constexpr double kLeastZoom = 0.1;
+  constexpr double kMostZoom = 16;
   if (width < 1 || height < 1) return false;
+  zoom = std::clamp(pixelsPerUnit, kLeastZoom, kMostZoom);
   setViewSize(CRect::FromSize({}, width, height), false);
   dirtyRegion.Clear();
-  if (window) window->SetSize(static_cast<int>(width), static_cast<int>(height));
+  if (window) window->FollowFrame();
   invalid();
   return true;
+}
+
+void CFrame::setResizable(const CPoint& least) {
+  leastSize = least;
+  if (window) window->FollowFrame();
 }
 
 void CFrame::idle() {

@@ -63,12 +63,26 @@ class CFrame : public CViewContainer {
   void waitForEvents(double seconds);
   /// True once the user has asked a free window to close.
   bool isCloseRequested() const;
-  /// Size as the window system has it, which a host may have changed; the frame's without a window.
+  /// Size in pixels as the window system has it, which a host may have changed; the frame's without
+  /// a window.
   CPoint getWindowSize() const;
-  /// Resizes the frame and its window. A host's own window is the host's to resize.
+  /// Resizes the frame, in units, and its window. A host's own window is the host's to resize.
   virtual bool setSize(CCoord width, CCoord height);
   /// Size in pixels of the screen that the window is on; 0, 0 without a window.
   CPoint getScreenSize() const;
+  /// Pixels of the window per unit of the frame, 1 initially. The frame keeps its size in units, so
+  /// that the window changes its own. Views draw and get the mouse in units all the same.
+  void setZoom(double pixelsPerUnit);
+  double getZoom() const { return zoom; }
+  /// Takes both at once, so that the window is resized once. The size is in units.
+  bool setSizeAndZoom(CCoord width, CCoord height, double pixelsPerUnit);
+  /// Lets the user resize the window by its border, down to a size in pixels.
+  void setResizable(const CPoint& least);
+  /// The window has got another size from outside: by its border, the window manager or a host. In
+  /// pixels. Usually answered by setSizeAndZoom; nothing happens by default.
+  virtual void onWindowResized(const CPoint& /*pixels*/) {}
+  /// The keyboard has gone to another window. Nothing happens by default.
+  virtual void onKeyboardLost() {}
 
   /// The work of one idle period; see above. Without a window it leaves out the window's part.
   virtual void idle();
@@ -196,6 +210,8 @@ class CFrame : public CViewContainer {
   std::string ownClipboard;
   TooltipView* tooltip = nullptr;
   double uiScale = 1;
+  double zoom = 1;
+  CPoint leastSize;
   double manualTime = -1;
   double mouseRestedSince = 0;
   bool tooltipsEnabled = true;

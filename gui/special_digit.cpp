@@ -54,8 +54,7 @@ void CSpecialDigit::drawDigit(CDrawContext& context, int place, int digit) {
   const CRect rect = placeRect(place);
   if (hasImage()) {
     const int frameIndex = std::min(digit, subPixmaps - 1);
-    context.fillThrough(background->getSurface(), rect, {0, frameIndex * heightOfOneImage},
-                        fontColor);
+    background->fillThrough(context, rect, {0, frameIndex * heightOfOneImage}, fontColor);
     return;
   }
 

@@ -6,6 +6,7 @@ extern "C" {
 #include <pugl/stub.h>
 }
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -109,6 +110,11 @@ struct Window::Translator {
     switch (event.type) {
       case PUGL_EXPOSE:
         return Expose(window, event.expose);
+      case PUGL_CONFIGURE:
+        return Configure(window, event.configure);
+      case PUGL_FOCUS_OUT:
+        if (event.focus.mode == PUGL_CROSSING_NORMAL) window.frame_.onKeyboardLost();
+        return;
       case PUGL_CLOSE:
         window.closeRequested_ = true;
         return;
@@ -137,6 +143,13 @@ struct Window::Translator {
     }
   }
 
+  static void Configure(Window& window, const PuglConfigureEvent& event) {
+    const CPoint size(event.width, event.height);
+    if (!window.picture_ || size == window.size_ || size.x < 1 || size.y < 1) return;
+    window.size_ = size;
+    window.frame_.onWindowResized(size);
+  }
+
   static void Expose(Window& window, const PuglExposeEvent& event) {
     window.surface_->Copy(window.picture_->getSurface(), event.x, event.y, event.width,
                           event.height);
@@ -158,6 +171,7 @@ struct Window::Translator {
     window.lastPressPoint_ = where;
     // The keyboard may have gone elsewhere since it was asked for.
     window.keyboardAsked_ = false;
+    where = window.ToFrame(where.x, where.y);
     // Only the pressed button counts: what handles a press asks which button it was.
     window.frame_.onMouseDown(
         where, CButtonState(bit | ModifierBits(event.state) | (isDouble ? kDoubleClick : 0)));
@@ -167,11 +181,12 @@ struct Window::Translator {
     const int bit = ButtonBit(event.button);
     if (bit == 0) return;
     window.heldButtons_ &= ~bit;
-    CPoint where = CPoint(event.x, event.y) + window.unbounded_.jumped;
+    const CPoint jumped = window.unbounded_.jumped;
+    CPoint where = window.ToFrame(event.x + jumped.x, event.y + jumped.y);
     window.frame_.onMouseUp(where, CButtonState(bit | ModifierBits(event.state)));
     if (window.heldButtons_ == 0) window.EndUnbounded();
     // The mouse may have left while a button held it.
-    where = CPoint(event.x, event.y);
+    where = window.ToFrame(event.x, event.y);
     if (window.heldButtons_ == 0 && !window.frame_.getViewSize().pointInside(where)) {
       window.frame_.onMouseExited(where, window.Buttons(event.state));
     }
@@ -182,22 +197,27 @@ struct Window::Translator {
     if (window.unbounded_.active) {
       where = window.FollowUnbounded(where, CPoint(event.xRoot, event.yRoot));
     }
+    where = window.ToFrame(where.x, where.y);
     window.frame_.onMouseMoved(where, window.Buttons(event.state));
   }
 
   static void Leave(Window& window, const PuglCrossingEvent& event) {
     if (event.mode != PUGL_CROSSING_NORMAL || window.heldButtons_ != 0) return;
-    CPoint where(event.x, event.y);
+    CPoint where = window.ToFrame(event.x, event.y);
     window.frame_.onMouseExited(where, window.Buttons(event.state));
   }
 
   static void Scroll(Window& window, const PuglScrollEvent& event) {
     if (event.dy == 0) return;
-    window.frame_.onWheel({event.x, event.y}, static_cast<float>(event.dy),
+    window.frame_.onWheel(window.ToFrame(event.x, event.y), static_cast<float>(event.dy),
                           window.Buttons(event.state));
   }
 
   static void KeyPress(Window& window, const PuglKeyEvent& event) {
+    if (event.key == PUGL_KEY_MENU) {
+      window.frame_.onKeyDown({0, kKeyF10, CButtonState(kShift)});
+      return;
+    }
     const CVirtualKey key = KeyOf(event.key);
     const CButtonState modifiers(ModifierBits(event.state));
     const bool isShortcut = (event.state & (PUGL_MOD_CTRL | PUGL_MOD_ALT)) != 0;
@@ -261,10 +281,10 @@ bool Window::Create(void* parent, const char* title, std::string& error) {
   puglSetBackend(view_, puglStubBackend());
   puglSetViewHint(view_, PUGL_IGNORE_KEY_REPEAT, PUGL_FALSE);
   puglSetViewHint(view_, PUGL_RESIZABLE, PUGL_TRUE);
-  const int width = static_cast<int>(frame_.getWidth());
-  const int height = static_cast<int>(frame_.getHeight());
+  const int width = static_cast<int>(PixelSize().x);
+  const int height = static_cast<int>(PixelSize().y);
   puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
-  FixSize(width, height);
+  HintSize(width, height);
   if (parent && platform::HolderWindow::IsNeededIn({display, parentId})) {
     holder_ = std::make_unique<platform::HolderWindow>(platform::X11Window{display, parentId},
                                                        width, height);
@@ -275,13 +295,13 @@ bool Window::Create(void* parent, const char* title, std::string& error) {
     error = "the display refuses the window";
     return false;
   }
-  picture_ = std::make_unique<COffscreenContext>(width, height);
+  TakePicture(width, height);
   surface_ = std::make_unique<platform::WindowSurface>(Native(), width, height);
   drops_ = std::make_unique<platform::FileDropTarget>(
       Native(), platform::FileDropTarget::Handler{
-                    [this](int x, int y) { return frame_.onDragMove(CPoint(x, y)); },
+                    [this](int x, int y) { return frame_.onDragMove(ToFrame(x, y)); },
                     [this](const std::vector<std::string>& paths, int x, int y) {
-                      return frame_.onDrop(paths, CPoint(x, y));
+                      return frame_.onDrop(paths, ToFrame(x, y));
                     }});
   // Keys that no view wants are the host's.
   if (isEmbedded_) platform::SetKeysWanted(Native(), false);
@@ -326,20 +346,44 @@ CPoint Window::GetSize() const {
   return CPoint(width, height);
 }
 
-void Window::FixSize(int width, int height) {
-  const auto w = static_cast<PuglSpan>(width);
-  const auto h = static_cast<PuglSpan>(height);
-  for (const PuglSizeHint hint : {PUGL_DEFAULT_SIZE, PUGL_MIN_SIZE, PUGL_MAX_SIZE}) {
-    puglSetSizeHint(view_, hint, w, h);
-  }
+CPoint Window::PixelSize() const {
+  return CPoint(std::max(std::round(frame_.getWidth() * frame_.zoom), 1.0),
+                std::max(std::round(frame_.getHeight() * frame_.zoom), 1.0));
 }
 
-void Window::SetSize(int width, int height) {
+CPoint Window::ToFrame(double x, double y) const {
+  return CPoint(x / frame_.zoom, y / frame_.zoom);
+}
+
+void Window::HintSize(int width, int height) {
+  constexpr PuglSpan kLargest = 32767;
+  const auto w = static_cast<PuglSpan>(width);
+  const auto h = static_cast<PuglSpan>(height);
+  const bool isResizable = frame_.leastSize.x > 0;
+  puglSetSizeHint(view_, PUGL_DEFAULT_SIZE, w, h);
+  puglSetSizeHint(view_, PUGL_MIN_SIZE, isResizable ? static_cast<PuglSpan>(frame_.leastSize.x) : w,
+                  isResizable ? static_cast<PuglSpan>(frame_.leastSize.y) : h);
+  puglSetSizeHint(view_, PUGL_MAX_SIZE, isResizable ? kLargest : w, isResizable ? kLargest : h);
+}
+
+void Window::TakePicture(int width, int height) {
+  // The window's own picture has whole pixels, which units need not be.
+  picture_ = std::make_unique<COffscreenContext>(static_cast<int>(std::ceil(width / frame_.zoom)),
+                                                 static_cast<int>(std::ceil(height / frame_.zoom)),
+                                                 frame_.zoom);
+  size_ = CPoint(width, height);
+}
+
+void Window::FollowFrame() {
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
-  FixSize(width, height);
+  const int width = static_cast<int>(PixelSize().x);
+  const int height = static_cast<int>(PixelSize().y);
+  HintSize(width, height);
   if (holder_) holder_->Resize(width, height);
-  puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
-  picture_ = std::make_unique<COffscreenContext>(width, height);
+  if (GetSize() != CPoint(width, height)) {
+    puglSetSize(view_, static_cast<unsigned>(width), static_cast<unsigned>(height));
+  }
+  TakePicture(width, height);
   surface_->Resize(width, height);
   surface_->Flush();
 }
@@ -368,16 +412,20 @@ void Window::Draw() {
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
   const std::vector<CRect> rects = frame_.takeDirtyRegion();
   for (const CRect& dirty : rects) {
-    const CRect rect(std::floor(dirty.left), std::floor(dirty.top), std::ceil(dirty.right),
-                     std::ceil(dirty.bottom));
+    const double zoom = frame_.zoom;
+    const CRect pixels(std::floor(dirty.left * zoom), std::floor(dirty.top * zoom),
+                       std::ceil(dirty.right * zoom), std::ceil(dirty.bottom * zoom));
+    const CRect rect(pixels.left / zoom, pixels.top / zoom, pixels.right / zoom,
+                     pixels.bottom / zoom);
     const DrawStateScope scope(*picture_);
     picture_->setClipRect(rect);
     // Where no view draws, nothing of what was drawn before may stay.
     picture_->setFillColor(kBlackCColor);
     picture_->fillRect(rect);
     frame_.drawRect(picture_.get(), rect);
-    surface_->Copy(picture_->getSurface(), static_cast<int>(rect.left), static_cast<int>(rect.top),
-                   static_cast<int>(rect.getWidth()), static_cast<int>(rect.getHeight()));
+    surface_->Copy(picture_->getSurface(), static_cast<int>(pixels.left),
+                   static_cast<int>(pixels.top), static_cast<int>(pixels.getWidth()),
+                   static_cast<int>(pixels.getHeight()));
   }
   surface_->Flush();
 }

@@ -35,7 +35,8 @@ class Window {
   bool IsCloseRequested() const { return closeRequested_; }
   CPoint GetSize() const;
   CPoint GetScreenSize() const;
-  void SetSize(int width, int height);
+  /// Takes the frame's size and zoom.
+  void FollowFrame();
   void Hide();
 
   /// Takes what has come in and hands it to the frame.
@@ -57,7 +58,11 @@ class Window {
 
   Window(CFrame& frame, bool isEmbedded) : frame_(frame), isEmbedded_(isEmbedded) {}
   bool Create(void* parent, const char* title, std::string& error);
-  void FixSize(int width, int height);
+  /// The frame's size in pixels.
+  CPoint PixelSize() const;
+  void HintSize(int width, int height);
+  void TakePicture(int width, int height);
+  CPoint ToFrame(double x, double y) const;
   platform::X11Window Native() const;
   CButtonState Buttons(unsigned modifiers) const;
   /// The point of an unbounded drag, for a pointer at `where` in the window and at `onScreen`.
@@ -80,6 +85,7 @@ class Window {
   bool keyboardAsked_ = false;
   bool wakesItself_ = false;
   bool closeRequested_ = false;
+  CPoint size_;  // of the window in pixels, as it was last known
   /// A drag that goes on beyond the screen's edges.
   struct UnboundedDrag {
     bool active = false;

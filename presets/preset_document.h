@@ -8,6 +8,8 @@
 #include <tuple>
 #include <vector>
 
+#include "framework/midi_map.h"
+
 namespace halveron {
 
 /// The version that is written, and the latest that is read.
@@ -46,6 +48,15 @@ struct PresetCable {
   bool operator==(const PresetCable&) const = default;
 };
 
+/// A controller that turns a control.
+struct PresetMidiBinding {
+  int module = 0;   ///< in `modules`
+  int control = 0;  ///< index of its value in the module's data
+  MidiBinding binding;
+
+  bool operator==(const PresetMidiBinding&) const = default;
+};
+
 struct PresetDocument {
   int version = kPresetVersion;
   int rows = 3;
@@ -62,13 +73,14 @@ struct PresetDocument {
   bool hasDescriptionBytes = true;
   std::vector<PresetModule> modules;
   std::vector<PresetCable> cables;
+  std::vector<PresetMidiBinding> midi;
   std::optional<std::string> pathPrefix;  ///< in the chunk form only
 
  private:
   auto Content() const {
     return std::tie(version, rows, oversamplingFactor, oversamplingFilter, voices,
                     highestParameterIndex, author, description, hasAuthorBytes, hasDescriptionBytes,
-                    modules, cables, pathPrefix);
+                    modules, cables, midi, pathPrefix);
   }
 
  public:

@@ -12,6 +12,7 @@
 #include "framework/cable.h"
 #include "framework/oversampling_filters.h"
 #include "framework/rack_limits.h"
+#include "presets/midi_block.h"
 
 namespace halveron {
 
@@ -141,6 +142,12 @@ class Source {
 
   /// Text in a field of the size before it.
   void SizedText(const char* name, std::string& text, bool& hasBytes) {
+    SizedText(name, text, hasBytes, nullptr);
+  }
+
+  /// The same, and the controllers that may stand behind the text's NUL.
+  void SizedText(const char* name, std::string& text, bool& hasBytes,
+                 std::vector<PresetMidiBinding>* midi) {
     int size = 0;
     Count(name, size, 1);
     hasBytes = size > 0;
@@ -150,6 +157,7 @@ class Source {
     Require(end != bytes.end(), [&] { return std::string(name) + " has no end"; });
     text.assign(reinterpret_cast<const char*>(bytes.data()),
                 static_cast<std::size_t>(end - bytes.begin()));
+    if (midi && end != bytes.end()) *midi = ReadMidiBlock({end + 1, bytes.end()});
   }
 
   template <class T>
@@ -271,11 +279,15 @@ class Sink {
     AppendText(clean);
   }
 
-  void SizedText(const char* name, const std::string& text, bool hasBytes) {
+  void SizedText(const char* name, const std::string& text, bool hasBytes,
+                 const std::vector<PresetMidiBinding>* midi = nullptr) {
     const std::string_view clean = UpToNul(text);
-    const bool isEmpty = clean.empty() && !hasBytes;
-    Integer(name, isEmpty ? 0 : SizeAsInt(clean.size() + 1));
-    if (!isEmpty) AppendText(clean);
+    const std::vector<std::byte> block = WriteMidiBlock(midi ? *midi : NoBindings());
+    const bool isEmpty = clean.empty() && !hasBytes && block.empty();
+    Integer(name, isEmpty ? 0 : SizeAsInt(clean.size() + 1 + block.size()));
+    if (isEmpty) return;
+    AppendText(clean);
+    Append(block.data(), block.size());
   }
 
   template <class T>
@@ -296,6 +308,10 @@ class Sink {
   }
 
  private:
+  static const std::vector<PresetMidiBinding>& NoBindings() {
+    static const std::vector<PresetMidiBinding> none;
+    return none;
+  }
   static std::string_view UpToNul(const std::string& text) {
     return std::string_view(text).substr(0, text.find('\0'));
   }
@@ -350,7 +366,8 @@ void LayOutHeader(Stream& stream, Document& document, Counts& counts) {
                    kParameterCount - 1);
   }
   stream.SizedText("author", document.author, document.hasAuthorBytes);
-  stream.SizedText("description", document.description, document.hasDescriptionBytes);
+  stream.SizedText("description", document.description, document.hasDescriptionBytes,
+                   &document.midi);
 }
 
 template <class Stream, class Module>

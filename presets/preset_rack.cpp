@@ -8,6 +8,7 @@
 #include "framework/module.h"
 #include "framework/rack_model.h"
 #include "presets/grown_record.h"
+#include "presets/midi_bindings.h"
 #include "presets/module_roles.h"
 
 namespace halveron {
@@ -163,6 +164,7 @@ class PresetLoader {
       for (const PresetCable& cable : document_.cables) {
         ConnectPresetCable(cable, points_, rack_);
       }
+      ApplyMidiBindings(document_.midi, rack_);
     }
     rack_.voices.ResetPolyphonyIfUnused();
     return {};
@@ -193,6 +195,7 @@ PresetDocument CaptureRackSettings(const RackModel& rack) {
   document.highestParameterIndex = rack.parameters.highestParameterIndex;
   document.author = rack.author;
   document.description = rack.description;
+  document.midi = CaptureMidiBindings(rack);
   return document;
 }
 

@@ -12,6 +12,7 @@ namespace halveron {
 PresetDocument CaptureExcerpt(RackModel& rack, std::span<Module* const> modules) {
   const std::lock_guard edit(rack.engine.editLock);
   PresetDocument excerpt = CaptureRackSettings(rack);
+  excerpt.midi.clear();  // a controller stays with the knob that it was learned for
   excerpt.author.clear();
   excerpt.description.clear();
   const auto isMeant = [&](const Module* module) {

@@ -8,6 +8,7 @@
 
 #include "framework/module.h"
 #include "framework/rack_model.h"
+#include "presets/midi_bindings.h"
 #include "presets/module_roles.h"
 #include "presets/preset_rack.h"
 
@@ -352,6 +353,8 @@ bool RackSnapshots::Restore(const RackSnapshot& from, const RackSnapshot& to) {
       if (MovesOthers(module) == movesOthers) RestoreData(module, was, will);
     });
   }
+  // Numbered by the order of the modules, which is that of `to` by now.
+  if (CaptureMidiBindings(rack_) != to.rack.midi) ApplyMidiBindings(to.rack.midi, rack_);
   if (to.rack.highestParameterIndex) {
     rack_.parameters.highestParameterIndex = *to.rack.highestParameterIndex;
   }

@@ -69,6 +69,13 @@ struct TextPatch {
     int colour = 1;  ///< 1 to 6; ignored for MIDI cables
   };
 
+  /// A controller that turns a control.
+  struct MidiEntry {
+    std::string id;
+    std::string role;
+    MidiBinding binding;
+  };
+
   static constexpr int kVersion = 1;
 
   int rows = 3;
@@ -80,6 +87,7 @@ struct TextPatch {
   std::optional<int> highestParameter;  ///< new controls get host parameters above this
   std::vector<ModuleEntry> modules;
   std::vector<CableEntry> cables;
+  std::vector<MidiEntry> midi;
 };
 
 /// A module that a patch may name.

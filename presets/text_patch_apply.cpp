@@ -10,6 +10,7 @@
 #include "framework/rack_model.h"
 #include "platform/file_error.h"
 #include "presets/kept_record.h"
+#include "presets/midi_bindings.h"
 #include "presets/module_roles.h"
 #include "presets/nearest_name.h"
 #include "presets/preset_format.h"
@@ -79,6 +80,7 @@ class PatchCheck {
     for (const ModuleEntry& entry : patch_.modules) SetUp(entry);
     SetParameters();
     for (std::size_t i = 0; i < patch_.cables.size(); ++i) CheckCable(i);
+    for (std::size_t i = 0; i < patch_.midi.size(); ++i) CheckMidi(i);
     PresetDocument document = CapturePreset(scratch_.Rack());
     for (std::size_t i = 0; i < patch_.modules.size(); ++i) Refine(document.modules[i], i);
     document.rows = patch_.rows;
@@ -393,6 +395,21 @@ class PatchCheck {
 
   static std::string CablePlace(std::size_t index, CableEnd end) {
     return "cables[" + std::to_string(index) + "]." + (end == CableEnd::kOrigin ? "from" : "to");
+  }
+
+  void CheckMidi(std::size_t index) {
+    const TextPatch::MidiEntry& entry = patch_.midi[index];
+    const std::string place = "midi[" + std::to_string(index) + "].control";
+    const Module& module = *modules_[entry.id];
+    std::vector<std::string> roles;
+    for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
+      auto* knob = dynamic_cast<ModuleKnob*>(control);
+      if (!knob) continue;
+      roles.emplace_back(control->role);
+      if (entry.role == control->role) return BindKnob(scratch_.Rack(), *knob, entry.binding);
+    }
+    Fail(place, Quoted(module.GetName()) + " has no knob " + Quoted(entry.role),
+         DidYouMean(entry.role, roles));
   }
 
   void CheckCable(std::size_t index) {

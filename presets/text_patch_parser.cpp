@@ -174,6 +174,19 @@ CableEntry ParseCable(const JsonPlace& place, const std::vector<std::string>& id
   return entry;
 }
 
+TextPatch::MidiEntry ParseMidi(const JsonPlace& place, const std::vector<std::string>& ids) {
+  place.RequireObject({"control", "controller", "channel", "from", "to", "pick_up"});
+  TextPatch::MidiEntry entry;
+  ParseEnd(place.Require("control"), ids, entry.id, entry.role);
+  MidiBinding& binding = entry.binding;
+  binding.controller = place.Require("controller").Integer(0, MidiBinding::kControllers - 1);
+  if (const auto channel = place.Find("channel")) binding.channel = channel->Integer(1, 16) - 1;
+  if (const auto from = place.Find("from")) binding.from = static_cast<float>(from->Number());
+  if (const auto to = place.Find("to")) binding.to = static_cast<float>(to->Number());
+  if (const auto pickUp = place.Find("pick_up")) binding.pickUp = pickUp->Flag();
+  return entry;
+}
+
 /// A text in UTF-8, or the bytes of one in another encoding.
 std::string ParseAnyText(const JsonPlace& root, const std::string& key) {
   if (const auto encoded = root.Find(key + "_base64")) {
@@ -192,7 +205,7 @@ TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
   const JsonPlace root(document, file, "");
   root.RequireObject({"halveron", "rows", "voices", "author", "description", "author_base64",
                       "description_base64", "oversampling", "highest_parameter", "modules",
-                      "cables"});
+                      "cables", "midi"});
   const JsonPlace version = root.Require("halveron");
   if (version.Integer(1, 1000000) > TextPatch::kVersion) {
     version.Fail("a patch of a later version", "use a later Halveron");
@@ -223,6 +236,9 @@ TextPatch ParseTextPatch(const std::string& text, const std::string& file) {
     for (const JsonPlace& place : cables->Elements()) {
       patch.cables.push_back(ParseCable(place, ids));
     }
+  }
+  if (const auto bindings = root.Find("midi")) {
+    for (const JsonPlace& place : bindings->Elements()) patch.midi.push_back(ParseMidi(place, ids));
   }
   return patch;
 }

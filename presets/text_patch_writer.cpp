@@ -196,6 +196,33 @@ Json FormatModule(const TextPatch::ModuleEntry& entry) {
   return json;
 }
 
+Json FormatMidi(const TextPatch::MidiEntry& entry) {
+  const MidiBinding& binding = entry.binding;
+  const MidiBinding usual;
+  Json json{{"control", entry.id + "." + entry.role}, {"controller", binding.controller}};
+  if (binding.channel != MidiBinding::kAnyChannel) json["channel"] = binding.channel + 1;
+  if (binding.from != usual.from) json["from"] = Shortest(binding.from);
+  if (binding.to != usual.to) json["to"] = Shortest(binding.to);
+  if (binding.pickUp) json["pick_up"] = true;
+  return json;
+}
+
+/// Bindings by roles; `rack` has the modules of the preset. One to a control that the module does
+/// not have here is left out, as loading leaves it out.
+std::vector<TextPatch::MidiEntry> DescribeMidi(const PresetDocument& preset, const TextPatch& patch,
+                                               const RackModel& rack) {
+  std::vector<TextPatch::MidiEntry> entries;
+  for (const PresetMidiBinding& bound : preset.midi) {
+    const auto index = static_cast<std::size_t>(bound.module);
+    if (index >= rack.modules[0].size()) continue;
+    for (const auto& [control, savedIndex, isLamp] : SettableControls(*rack.modules[0][index])) {
+      if (savedIndex != static_cast<std::size_t>(bound.control)) continue;
+      entries.push_back({patch.modules[index].id, control->role, bound.binding});
+    }
+  }
+  return entries;
+}
+
 }  // namespace
 
 TextPatch ToText(const PresetDocument& preset, RackModel& rack) {
@@ -248,6 +275,7 @@ TextPatch ToText(const PresetDocument& preset, RackModel& rack) {
   for (const PresetCable& cable : preset.cables) {
     if (auto entry = writer.Describe(cable)) patch.cables.push_back(std::move(*entry));
   }
+  patch.midi = DescribeMidi(preset, patch, scratch.Rack());
   return patch;
 }
 
@@ -287,6 +315,7 @@ std::string FormatTextPatch(const TextPatch& patch) {
                                   {"to", entry.toId + "." + entry.toRole},
                                   {"colour", kCableColourNames[entry.colour - 1]}});
   }
+  for (const auto& entry : patch.midi) json["midi"].push_back(FormatMidi(entry));
   return json.dump(2) + "\n";
 }
 

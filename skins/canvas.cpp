@@ -3,7 +3,9 @@
 #include <pango/pangocairo.h>
 
 #include <algorithm>
+#include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "platform/file_error.h"
 
@@ -68,11 +70,31 @@ double CapHeight(const Type& type) {
   return -Measure("H", {kSample, type.bold}).ink.top / kSample;
 }
 
-Canvas::Canvas(int width, int height)
-    : width_(width),
-      height_(height),
-      surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height),
-               &cairo_surface_destroy),
+namespace {
+
+thread_local double canvasScale = 1;
+
+cairo_surface_t* MakeSurface(double width, double height) {
+  constexpr double kRounding = 1e-6;
+  const auto pixels = [](double units) {
+    return static_cast<int>(std::ceil(units * canvasScale - kRounding));
+  };
+  cairo_surface_t* surface =
+      cairo_image_surface_create(CAIRO_FORMAT_ARGB32, pixels(width), pixels(height));
+  if (canvasScale != 1) cairo_surface_set_device_scale(surface, canvasScale, canvasScale);
+  return surface;
+}
+
+}  // namespace
+
+CanvasScale::CanvasScale(double scale) : before_(std::exchange(canvasScale, scale)) {}
+CanvasScale::~CanvasScale() { canvasScale = before_; }
+double CanvasScale::Present() { return canvasScale; }
+
+Canvas::Canvas(double width, double height)
+    : width_(static_cast<int>(std::ceil(width))),
+      height_(static_cast<int>(std::ceil(height))),
+      surface_(MakeSurface(width, height), &cairo_surface_destroy),
       cairo_(cairo_create(surface_.get()), &cairo_destroy) {}
 
 void Canvas::Circle(double x, double y, double radius) {

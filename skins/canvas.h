@@ -40,10 +40,25 @@ struct Stop {
   Color color;
 };
 
+/// While alive, the canvases that its thread makes have this many pixels to what is one pixel
+/// otherwise.
+class CanvasScale {
+ public:
+  explicit CanvasScale(double scale);
+  ~CanvasScale();
+  CanvasScale(const CanvasScale&) = delete;
+  CanvasScale& operator=(const CanvasScale&) = delete;
+
+  static double Present();
+
+ private:
+  double before_;
+};
+
 class Canvas {
  public:
   /// Size in pixels, transparent.
-  Canvas(int width, int height);
+  Canvas(double width, double height);
 
   int Width() const { return width_; }
   int Height() const { return height_; }

@@ -2,11 +2,15 @@
 
 #include <cairo.h>
 
+#include <filesystem>
 #include <string>
 
 #include "editor/external_panel.h"
+#include "editor/sharp_images.h"
 #include "framework/module.h"
 #include "skins/panel_painter.h"
+#include "skins/rack_images.h"
+#include "skins/shared_images.h"
 
 namespace halveron::skins {
 
@@ -27,20 +31,63 @@ std::string HeadOf(const Module& module) {
   return vendor.substr(0, vendor.find(' ')) + " " + name;
 }
 
-SharedPointer<CBitmap> Paint(const Module& module, Category category, const std::string& skin) {
-  const std::string head = HeadOf(module);
-  const CatalogueEntry entry{category, head.c_str(), "", nullptr, nullptr, nullptr};
-  const Canvas canvas = PaintPanel(PlanPanel(module, entry), ThemeOf(skin));
-  auto picture = SharedPointer<CBitmap>::Adopt(new CBitmap(canvas.Width(), canvas.Height()));
+SharedPointer<CBitmap> PictureOf(const Canvas& canvas) {
+  cairo_surface_t* painted = cairo_get_target(canvas.Cairo());
+  cairo_surface_set_device_scale(painted, 1, 1);
+  auto picture = SharedPointer<CBitmap>::Adopt(
+      new CBitmap(cairo_image_surface_get_width(painted), cairo_image_surface_get_height(painted)));
   cairo_t* cairo = cairo_create(picture->getSurface());
-  cairo_set_source_surface(cairo, cairo_get_target(canvas.Cairo()), 0, 0);
+  cairo_set_source_surface(cairo, painted, 0, 0);
   cairo_paint(cairo);
   cairo_destroy(cairo);
   return picture;
 }
 
+SharedPointer<CBitmap> Paint(const Module& module, Category category, const std::string& skin) {
+  const std::string head = HeadOf(module);
+  const CatalogueEntry entry{category, head.c_str(), "", nullptr, nullptr, nullptr};
+  const Canvas canvas = PaintPanel(PlanPanel(module, entry), ThemeOf(skin));
+  return PictureOf(canvas);
+}
+
+/// "Night" for a file ".../Skins/Night/Large/x.png"; null if the program paints no such skin.
+const Theme* PaintedTheme(const std::filesystem::path& file) {
+  const std::string skin = file.parent_path().parent_path().filename().string();
+  for (const Theme& theme : Themes()) {
+    if (skin == theme.name) return &theme;
+  }
+  return nullptr;
+}
+
+PictureJob JobFor(const std::string& path, const Module* module, double scale) {
+  const std::filesystem::path file(path);
+  const Theme* theme = PaintedTheme(file);
+  if (!theme) return {};
+  if (module) {
+    const CatalogueEntry* entry = FindInCatalogue(module->GetName(), module->GetVendorName());
+    if (!entry) return {};
+    return [plan = PlanPanel(*module, *entry), theme, scale] {
+      const CanvasScale scaled(scale);
+      return PictureOf(PaintPanel(plan, *theme));
+    };
+  }
+  for (const auto& images : {SharedImages(*theme), RackImages(*theme)}) {
+    for (const ImageJob& image : images) {
+      if (image.file != file.filename()) continue;
+      return [paint = image.paint, scale] {
+        const CanvasScale scaled(scale);
+        return PictureOf(paint());
+      };
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
-void PaintModulePanels() { UsePanelPainter(&Paint); }
+void PaintModulePanels() {
+  UsePanelPainter(&Paint);
+  UsePictureJobs(&JobFor);
+}
 
 }  // namespace halveron::skins

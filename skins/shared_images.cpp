@@ -31,7 +31,9 @@ using FramePainter = void (*)(Frame& frame);
 
 Canvas PaintStrip(const Theme& theme, const SharedBitmapInfo& info, FramePainter paint) {
   const int width = static_cast<int>(ScaleToPixels(info.frameWidth));
-  const int height = static_cast<int>(ScaleToPixels(info.frameHeight));
+  // Each frame begins on a whole pixel.
+  const double scale = CanvasScale::Present();
+  const double height = std::round(ScaleToPixels(info.frameHeight) * scale) / scale;
   Canvas canvas(width, height * info.frames);
   for (int i = 0; i < info.frames; ++i) {
     cairo_save(canvas.Cairo());
@@ -39,7 +41,7 @@ Canvas PaintStrip(const Theme& theme, const SharedBitmapInfo& info, FramePainter
     cairo_clip(canvas.Cairo());
     cairo_translate(canvas.Cairo(), 0, i * height);
     cairo_scale(canvas.Cairo(), static_cast<double>(width) / info.frameWidth,
-                static_cast<double>(height) / info.frameHeight);
+                height / info.frameHeight);
     Frame frame{canvas,
                 theme,
                 static_cast<double>(info.frameWidth),

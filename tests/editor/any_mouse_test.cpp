@@ -19,7 +19,7 @@ class AnyHand {
     switch (Dice(17)) {
       case 0:
       case 1:
-        rig.Press(Anywhere(), kLButton | modifiers);
+        rig.Press(Anywhere(), kLButton | modifiers | (Dice(6) == 0 ? kDoubleClick : 0));
         break;
       case 2:
       case 3:

@@ -166,7 +166,7 @@ TEST(SynRack, LayersShowWhatAFreshPictureWouldShow) {
     }
     COffscreenContext grown(rig.Picture().getWidth(), rig.Picture().getHeight());
     rig.Picture().copyFrom(grown, CRect(0, 0, grown.getWidth(), grown.getHeight()));
-    rig.window.Rack().ResizeCableLayer(static_cast<int>(rig.window.Geometry().ViewHeight()));
+    rig.window.Rack().ResizeLayers();
     rig.DrawAll();
     EXPECT_EQ(Differing(grown, rig.Picture()), 0) << what;
   };
@@ -221,9 +221,12 @@ TEST(SynRack, AsksOnlyForWhatChanged) {
   rig.rack.MoveControl(vco, "Fine tune", 0.7f);
   rig.frame.onIdle();
   const std::vector<CRect> dirty = rig.frame.takeDirtyRegion();
-  ASSERT_EQ(dirty.size(), 1u);
-  EXPECT_LT(dirty[0].getWidth(), 60);
-  rig.frame.drawRect(&rig.Picture(), dirty[0]);
+  ASSERT_EQ(dirty.size(), 2u) << "the knob and its bubble";
+  for (const CRect& rect : dirty) {
+    EXPECT_LT(rect.getWidth(), 160);
+    EXPECT_LT(rect.getHeight(), 60);
+    rig.frame.drawRect(&rig.Picture(), rect);
+  }
   rig.frame.onIdle();
   EXPECT_FALSE(rig.frame.hasDirtyRegion()) << "an idle rack asks for nothing";
 }
@@ -286,19 +289,16 @@ TEST(CableDrag, EndsWhenItsModuleIsTakenAway) {
   rig.Release(CPoint(500, 300));
 }
 
-TEST(Tooltips, TellRoleValueAndCables) {
+TEST(Tooltips, TellRoleAndCables) {
   WindowRig rig;
   Module& vco = rig.Add("S310 VCO", 2, 0);
   Module& mixer = rig.Add("S102 Unity Mixer", 30, 0);
   rig.editor.cables.ConnectCable(&rig.Out(vco, "Saw"), &rig.In(mixer, "In 1"), 1, -1);
-  rig.rack.SetControl(vco, "Fine tune", 0.25f);
   const auto tipOf = [&](const CView& view) {
     rig.Move(rig.Middle(view));
     rig.frame.advanceTime(1.0);
     return rig.frame.getShownTooltip();
   };
-  EXPECT_EQ(tipOf(rig.rack.Control(vco, "Fine tune")), "Fine tune: 0.250");
-  EXPECT_EQ(tipOf(rig.rack.Control(vco, "Octave")), "Octave: 7 of 13");
   EXPECT_EQ(tipOf(rig.Out(vco, "Saw")), "Saw (output)\nto S102 Unity Mixer: In 1");
   EXPECT_EQ(tipOf(rig.In(mixer, "In 1")), "In 1 (input)\nfrom S310 VCO: Saw");
   EXPECT_EQ(tipOf(*rig.window.Bar().addRow), "Add a row");

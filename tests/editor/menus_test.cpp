@@ -41,8 +41,10 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Oversampling",
                            "Oversampling Filter",
                            "Polyphony",
+                           "MIDI Controllers",
                            "Skin",
                            "Window Height",
+                           "Zoom",
                            "Cable Transparency",
                            "Cable Thickness",
                            "Flat Cables",
@@ -214,7 +216,9 @@ TEST_F(Menus, KnobsAreCopiedByTheirOwnMenu) {
   CControl& to = rig.rack.Control(vco, "Pulse width");
   rig.rack.SetControl(vco, "Fine tune", 0.8f);
   OpenAt(rig.Middle(from));
-  EXPECT_EQ(rig.MenuTitles(), (Titles{"Copy", "Paste"}));
+  EXPECT_EQ(rig.MenuTitles(),
+            (Titles{"Copy", "Paste", "-", "Enter Value...", "Reset", "-", "MIDI Learn",
+                    "MIDI Controller...", "Remove MIDI Controller"}));
   rig.Choose({"Copy"});
   OpenAt(rig.Middle(to));
   rig.Choose({"Paste"});

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <filesystem>
 
+#include "editor/value_bubble.h"
+#include "framework/control_scale.h"
 #include "media/midi_file_writer.h"
 #include "modules/midi/SD30MIDIRecorder.h"
 #include "tests/modules/midi/note_streams.h"
@@ -261,6 +263,34 @@ TEST_F(WindowOnDisplay, OpensAndClosesAHundredTimes) {
   }
   EXPECT_EQ(display->ChildrenOf(parent).size(), 1u);
   EXPECT_EQ(rack.editor.ModuleCount(), 1);
+}
+
+TEST_F(WindowOnDisplay, KnobsTakeTypedValuesAndControllers) {
+  Module& filter = rack.Add("S201 VCF");
+  auto& cutoff = dynamic_cast<ModuleKnob&>(rack.Control(filter, "Cutoff"));
+  MoveTo(Middle(cutoff));
+  EXPECT_TRUE(Until([&] { return Window().Bubble().Shown() == &cutoff; }));
+  for (int i = 0; i < 2; ++i) {
+    display->Press();
+    display->Release();
+  }
+  ASSERT_TRUE(Until([&] { return Window().Dialog().IsShown(); }));
+  Settle();
+  display->PressKey("Control_L");
+  display->TypeKey("a");
+  display->ReleaseKey("Control_L");
+  display->TypeText("440");
+  display->TypeKey("Return");
+  EXPECT_TRUE(Until([&] { return !Window().Dialog().IsShown(); }));
+  EXPECT_EQ(ValueText(cutoff), "440 Hz");
+
+  Window().BeginLearning(cutoff);
+  rack.SendEvent(0, {0xB0, 74, 1});
+  rack.RunBlock(64);
+  EXPECT_TRUE(Until([&] { return rack.editor.midi.Find(cutoff) != nullptr; }));
+  rack.SendEvent(0, {0xB0, 74, 127});
+  rack.RunBlock(64);
+  EXPECT_EQ(cutoff.getValue(), 1.0f);
 }
 
 }  // namespace

@@ -408,11 +408,12 @@ TEST_F(ClapInstanceTest, WindowOpensInTheHostsAndIsWokenByIt) {
   EXPECT_TRUE(gui->create(plugin, "x11", false));
   EXPECT_FALSE(gui->create(plugin, "wayland", false));
   EXPECT_FALSE(gui->create(plugin, "x11", true));
-  EXPECT_FALSE(gui->set_scale(plugin, 2.0));  // the size is the skin's
+  EXPECT_TRUE(gui->set_scale(plugin, 2.0));
+  EXPECT_FALSE(gui->set_scale(plugin, -1.0));
   ASSERT_TRUE(gui->get_size(plugin, &width, &height));
   EXPECT_EQ(width, 640u);
   EXPECT_EQ(height, 300u);
-  EXPECT_FALSE(gui->can_resize(plugin));
+  EXPECT_FALSE(gui->can_resize(plugin)) << "this editor has one size";
   EXPECT_FALSE(gui->get_resize_hints(plugin, nullptr));
   EXPECT_FALSE(gui->adjust_size(plugin, &width, &height));
   EXPECT_FALSE(gui->set_size(plugin, 100, 100));
