@@ -20,6 +20,7 @@ void ModuleClipboard::PasteOnto(Module& module, RackModel& rack) const {
   const PresetModule& record = excerpt_.modules.front();
   if (record.name != module.GetName() || record.vendor != module.GetVendorName()) return;
   ApplyModuleRecord(record, module, rack);
+  rack.ModuleEdited(module);
 }
 
 }  // namespace halveron
