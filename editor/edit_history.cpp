@@ -308,18 +308,16 @@ void EditHistory::Record(RackSnapshot before, RackSnapshot now) {
   step.stateAfter = state_ = ++lastState_;
   step.time = Now();
   step.bytes = step.after.BytesBeside(step.before);
-  if (done_.empty()) {
-    step.bytes += step.before.BytesBeside({});
-  } else {
-    step.bytes += step.before.BytesBeside(done_.back().after);
-  }
+  // What the rack holds anyway counts for no step.
+  step.bytes += step.before.BytesBeside(done_.empty() ? step.after : done_.back().after);
   bytes_ += step.bytes;
   done_.push_back(std::move(step));
   Trim();
 }
 
 void EditHistory::Trim() {
-  while (done_.size() > kMostSteps || (bytes_ > kMostBytes && !done_.empty())) {
+  // The last step stays, however large it is.
+  while (done_.size() > kMostSteps || (bytes_ > kMostBytes && done_.size() > 1)) {
     bytes_ -= std::min(bytes_, done_.front().bytes);
     done_.pop_front();
   }
