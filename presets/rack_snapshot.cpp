@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <mutex>
 #include <set>
 #include <span>
@@ -16,11 +17,15 @@ namespace halveron {
 
 namespace {
 
+bool IsPlayback(const Module& module, const CControl& control) {
+  return module.EffectOf(control) == ControlEffect::kPlayback;
+}
+
 std::vector<float> ValuesOf(const Module& module) {
   std::vector<float> values;
   for (const SettableControl& settable : SettableControls(module)) {
-    const bool isSet = module.EffectOf(*settable.control) != ControlEffect::kPlayback;
-    values.push_back(isSet ? BaseValueOf(*settable.control) : 0.0f);
+    values.push_back(!IsPlayback(module, *settable.control) ? BaseValueOf(*settable.control)
+                                                            : 0.0f);
   }
   return values;
 }
@@ -47,6 +52,19 @@ bool MovesOthers(const Module& module) {
   return std::any_of(controls.begin(), controls.end(), [&](const SettableControl& settable) {
     return module.EffectOf(*settable.control) == ControlEffect::kOtherModules;
   });
+}
+
+/// A record with the present values of controls for which `isKept` holds.
+template <class Condition>
+ModuleRecord WithPresentValues(ModuleRecord record, const Module& module, Condition isKept) {
+  std::vector<std::byte>& data = record.preset.data;
+  for (const SettableControl& settable : SettableControls(module)) {
+    const std::size_t offset = settable.savedIndex * sizeof(float);
+    if (!isKept(settable) || offset + sizeof(float) > data.size()) continue;
+    const float value = BaseValueOf(*settable.control);
+    std::memcpy(data.data() + offset, &value, sizeof value);
+  }
+  return record;
 }
 
 /// Moves a control as its panel would.
@@ -164,8 +182,9 @@ ModuleRecord RackSnapshots::RecordOf(Module& module, const ModuleRecord* previou
   std::vector<std::byte> room(static_cast<std::size_t>(size));
   {
     const std::lock_guard lock(rack_.engine.processingLock);
-    size = module.GetPresetSize();
+    // Read first: data that change meanwhile are read again the next time.
     record.revision = module.GetDataRevision();
+    size = module.GetPresetSize();
     capture(std::move(room), size);
     module.SavePreset(data.data(), size);
     record.values = ValuesOf(module);
@@ -303,13 +322,20 @@ void RackSnapshots::RestoreData(Module& module, const ModuleRecord& from, const 
   const std::vector<SettableControl> controls = SettableControls(module);
   if (from.values.size() == controls.size() && to.values.size() == controls.size()) {
     for (std::size_t i = 0; i < controls.size(); ++i) {
+      CControl& control = *controls[i].control;
       if (controls[i].isLamp || from.values[i] == to.values[i]) continue;
-      MoveControl(rack_, *controls[i].control, to.values[i]);
+      if (!IsPlayback(module, control)) MoveControl(rack_, control, to.values[i]);
     }
-    if (RecordOf(module, &from).HasDataOf(to)) return;
   }
+  // What plays goes on, and lamps show what is.
+  const ModuleRecord goal = WithPresentValues(to, module, [&](const SettableControl& settable) {
+    return !settable.isLamp && IsPlayback(module, *settable.control);
+  });
+  const ModuleRecord lit = WithPresentValues(
+      goal, module, [](const SettableControl& settable) { return settable.isLamp; });
+  if (RecordOf(module, &from).HasDataOf(lit)) return;
   // More than controls: the module takes its whole data, as from a preset.
-  const PresetModule whole = to.Whole();
+  const PresetModule whole = goal.Whole();
   const PatchEdit edit(rack_);
   rack_.ForEachVoice(&module, [&](Module& instance) {
     instance.LoadPreset(whole.data.data(), static_cast<int>(whole.data.size()), whole.version);

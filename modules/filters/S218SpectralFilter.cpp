@@ -414,6 +414,11 @@ void S218SpectralFilter::CableConnected(PatchPoint*) {
 
 void S218SpectralFilter::CableDisconnected(PatchPoint* point) { CableConnected(point); }
 
+ControlEffect S218SpectralFilter::EffectOf(const CControl& control) const {
+  const bool plays = &control == frame_ && (clock_.IsCabled() || reset_.IsCabled());
+  return plays ? ControlEffect::kPlayback : ControlEffect::kSetting;
+}
+
 int S218SpectralFilter::GetPresetSize() { return PresetTail(*this).SizeWith(frames_.Bytes()); }
 
 void S218SpectralFilter::SavePreset(void* buffer, int size) {

@@ -36,6 +36,8 @@ class S218SpectralFilter final : public BuiltInModule<S218SpectralFilter>, publi
   void ValueChanged(CControl* control) override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
+  /// Gates that lead through the frames play them.
+  ControlEffect EffectOf(const CControl& control) const override;
 
   /// The control values, then the number of frames and their bars. The frame shown is a control.
   int GetPresetSize() override;

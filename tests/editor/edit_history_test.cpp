@@ -121,6 +121,36 @@ TEST(EditHistory, WhatAModuleMovesInOthersIsOneStep) {
   EXPECT_EQ(BytesOf(rig), byHand);
 }
 
+TEST(EditHistory, FramesThatAClockPlaysGoOn) {
+  WindowRig rig;
+  EditHistory& history = rig.editor.history;
+  Module& filter = rig.Add("S218 Spectral Filter", 0, 0);
+  Module& oscillator = rig.Add(kOscillator, 40, 0);
+  CControl& frame = rig.rack.Control(filter, "Frame");
+  const auto press = [&](const char* role) {
+    rig.rack.MoveControl(filter, role, 1.0f);
+    rig.rack.MoveControl(filter, role, 0.0f);
+  };
+  const auto play = [&](float index) {
+    frame.setValue(index);
+    filter.ValueChanged(&frame);
+  };
+  press("Insert");
+  play(0.0f);
+  history.Follow();
+  rig.editor.cables.ConnectCable(&rig.Out(oscillator, "Saw"), &rig.In(filter, "Clock"), 1, -1);
+  history.Settle();
+  rig.rack.MoveControl(filter, "Cut", 0.25f);
+  history.Settle();
+  play(1.0f);
+  history.Undo();
+  EXPECT_NE(rig.rack.Control(filter, "Cut").getValue(), 0.25f);
+  EXPECT_EQ(frame.getValue(), 1.0f);
+  history.Redo();
+  EXPECT_EQ(rig.rack.Control(filter, "Cut").getValue(), 0.25f);
+  EXPECT_EQ(frame.getValue(), 1.0f);
+}
+
 TEST(EditHistory, KeepsTheFileOfALoadedPresetAndMarksChanges) {
   const testing::ScratchFolder folder;
   WindowRig rig;
