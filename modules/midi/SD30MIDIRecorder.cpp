@@ -5,9 +5,12 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "framework/panel_metrics.h"
 #include "framework/preset_tail.h"
+#include "gui/text_fit.h"
 #include "media/midi_file_writer.h"
 #include "modules/midi/recorded_take_file.h"
+#include "platform/error_line.h"
 #include "platform/file_error.h"
 
 namespace halveron {
@@ -15,6 +18,7 @@ namespace halveron {
 namespace {
 
 constexpr int kUpdateMilliseconds = 50;
+constexpr int kMessageMargin = 3;  // panel units
 constexpr double kEndSeconds = 0.01;
 constexpr double kDefaultTempo = 120.0;
 constexpr int kMostTranspose = 24;
@@ -75,6 +79,8 @@ SD30MIDIRecorder::SD30MIDIRecorder(CFrame* frame, const HostTable& table, int vo
   positionText_ = AddTextLabel("Position", CRect(14, 42, 104, 57));
   lengthText_ = AddTextLabel("Length", CRect(112, 42, 202, 57));
   message_ = AddTextLabel("Message", CRect(14, 61, 202, 76));
+  message_->setHoriAlign(kLeftText);
+  message_->setTextInset(CPoint(ScaleToPixels(kMessageMargin), 0));
   AddLamp(recordLamp_, "Record lamp", x(0) + 18, 94, SharedBitmap::kRedLamp);
   recordLamp_.View().caption = "";
   AddLamp(playLamp_, "Play lamp", x(1) + 18, 94, SharedBitmap::kBlueLamp);
@@ -165,7 +171,12 @@ void SD30MIDIRecorder::ShowNumbers() {
   // What went wrong stays until the take changes.
   if (events == shownEvents_) return;
   shownEvents_ = events;
-  message_->setText((std::to_string(shownEvents_) + " events").c_str());
+  Say(std::to_string(shownEvents_) + " events");
+}
+
+void SD30MIDIRecorder::Say(const std::string& line) {
+  const CCoord width = message_->getWidth() - 2 * ScaleToPixels(kMessageMargin);
+  message_->setText(FitText(*message_->getFont(), line, width, Ellipsis::kAtEnd).c_str());
 }
 
 void SD30MIDIRecorder::SetSampleRate(float rate) {
@@ -244,11 +255,11 @@ bool SD30MIDIRecorder::Import(const std::string& path) {
     SetTake(take);
     ShowNumbers();
     if (left > 0) {
-      message_->setText((std::to_string(left) + " events left out: 100000 fit").c_str());
+      Say(std::to_string(left) + " events left out: 100000 fit");
     }
     return true;
   } catch (const platform::FileError& error) {
-    message_->setText(error.what());
+    Say(platform::ErrorLine(error, path));
     return false;
   }
 }
@@ -257,10 +268,10 @@ bool SD30MIDIRecorder::Export(const std::string& path) {
   try {
     const double tempo = transport_.tempo > 0.0 ? transport_.tempo : kDefaultTempo;
     media::WriteMidiFile(path, ToMidiFile(TakeCopy(), tempo));
-    message_->setText("Exported");
+    Say("Exported");
     return true;
   } catch (const platform::FileError& error) {
-    message_->setText(error.what());
+    Say(platform::ErrorLine(error, path));
     return false;
   }
 }

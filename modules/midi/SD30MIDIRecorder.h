@@ -51,6 +51,8 @@ class SD30MIDIRecorder final : public MidiModule<SD30MIDIRecorder> {
   void FollowGates();
   void ShowState();
   void ShowNumbers();
+  /// Shows a line, with an ellipsis where it is too long.
+  void Say(const std::string& line);
   RecordedTake TakeCopy();
   void SetTake(RecordedTake& take);
   void AskForImport();

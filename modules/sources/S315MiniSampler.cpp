@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "framework/preset_tail.h"
 #include "framework/rack_model.h"
@@ -16,8 +17,9 @@ constexpr int kSettlingMilliseconds = 300;
 constexpr int kBlockBytes = 42;  // before the samples
 constexpr float kMiddleC = 60.0f;
 constexpr double kFarthestPitch = 10.0;
-// Tables of samples up to here are ready when a preset is loaded, so that what is rendered does
-// not depend on how fast a worker is.
+// Tables of samples up to here are ready when a preset is loaded without a window or rendered
+// offline, so that what is rendered does not depend on how fast a worker is. Else all sound would
+// wait for them; the sample is played raw meanwhile.
 constexpr int kAwaitedLength = 1 << 22;
 
 constexpr const char* kPictureFiles[] = {
@@ -260,24 +262,26 @@ int S315MiniSampler::GetPresetSize() {
     EndRecording();
     FollowFailure();
   }
-  const int length = shared_ ? shared_->workshop.Latest().buffer->Length() : 0;
+  measured_.reset();
+  if (shared_) measured_ = shared_->workshop.LatestRooted();
+  const int length = measured_ ? measured_->set.buffer->Length() : 0;
   return PresetTail(*this).SizeWith(kBlockBytes + length * static_cast<int>(sizeof(float)));
 }
 
 void S315MiniSampler::SavePreset(void* buffer, int size) {
   ByteWriter writer = PresetTail(*this).Save(buffer, size);
   if (!shared_) return;
-  const SampleWorkshop& workshop = shared_->workshop;
-  const SampleSet set = workshop.Latest();
   // A worker may have loaded another sample since the size was asked for.
+  const auto measured = std::exchange(measured_, std::nullopt);
+  const auto [set, rootPitch, tuning] = measured ? *measured : shared_->workshop.LatestRooted();
   const int head = PresetTail(*this).SizeWith(kBlockBytes);
   const std::int32_t length =
       std::clamp((size - head) / static_cast<int>(sizeof(float)), 0, set.buffer->Length());
   writer.Write(static_cast<std::uint8_t>(format_->getValue() >= 0.5f));
   writer.Write(static_cast<std::uint8_t>(screen_->IsZoomed()));
-  writer.Write(workshop.RootPitch());
+  writer.Write(rootPitch);
   writer.Write(length - 1);
-  writer.Write(workshop.Tuning());
+  writer.Write(tuning);
   writer.Write(set.rate);
   writer.Write(static_cast<std::int32_t>(QualityPosition() == 0 ? 0 : IsCycle() ? 2 : 1));
   writer.Write(std::log2(set.rate / 44100.0));
@@ -291,6 +295,8 @@ std::uint64_t S315MiniSampler::GetDataRevision() {
   static std::atomic<std::uint64_t> revisions = 0;  // of all instances, so that none has another's
   if (!shared_) return 0;
   const SampleWorkshop& workshop = shared_->workshop;
+  // A file that Poll has not reported yet is a step of its own, and part of no other.
+  if (IsOwner() && dataRevision_ != 0 && workshop.Loads() != shownLoads_) return dataRevision_;
   const DataState state{workshop.Changes(),
                         format_->getValue(),
                         screen_->IsZoomed(),
@@ -311,6 +317,7 @@ void S315MiniSampler::leavingFrame(CFrame* root) {
 
 void S315MiniSampler::LoadPreset(const void* buffer, int size, int) {
   if (IsOwner()) EndRecording();
+  measured_.reset();
   isLoading_ = true;  // a button that was down when the preset was saved is not pressed now
   ByteReader reader = PresetTail(*this).Load(buffer, size);
   isLoading_ = false;
@@ -327,6 +334,7 @@ void S315MiniSampler::LoadPreset(const void* buffer, int size, int) {
 void S315MiniSampler::LoadBlock(ByteReader& reader) {
   SampleWorkshop& workshop = shared_->workshop;
   workshop.Stop();
+  shownLoads_ = workshop.Loads();  // what was loaded before is replaced
   workshop.SetQuality(QualityPosition(), IsCycle());
   std::uint8_t format = format_->getValue() >= 0.5f, status = screen_->IsZoomed();
   double root = workshop.RootPitch(), tuning = workshop.Tuning();
@@ -364,7 +372,8 @@ void S315MiniSampler::LoadBlock(ByteReader& reader) {
   }
   ShowRoot();
   workshop.Resume();
-  if (workshop.Latest().buffer->Length() <= kAwaitedLength) workshop.Finish();
+  const bool mayWait = !getFrame() || editor->rendersOffline();
+  if (mayWait && workshop.Latest().buffer->Length() <= kAwaitedLength) workshop.Finish();
   TakeOver();
   ShowNumbers();
 }

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -159,6 +160,8 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   bool overdub_ = false;
   bool isLoading_ = false;
   bool isBlinking_ = false;
+  /// What the size of a preset was given for: it is what is saved then.
+  std::optional<SampleWorkshop::Rooted> measured_;
   DataState dataState_;
   std::uint64_t dataRevision_ = 0;
   int shownLoads_ = 0;

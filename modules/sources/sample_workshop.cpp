@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "media/audio_decoder.h"
+#include "platform/error_line.h"
 #include "platform/file_error.h"
 
 namespace halveron {
@@ -33,16 +34,6 @@ double PitchOf(double note) { return (note - kMiddleC) / kSemitonesPerPitch; }
 int NoteNearest(double pitch) {
   const double note = std::round(pitch * kSemitonesPerPitch + kMiddleC);
   return static_cast<int>(std::clamp(note, 0.0, double{kHighestNote}));
-}
-
-/// What went wrong with a file, in a line with the file's name but not its folder, which would fill
-/// the panel.
-std::string LineOf(const std::exception& error, const std::string& path) {
-  std::string line = error.what();
-  if (line.starts_with(path)) {
-    line.replace(0, path.size(), std::filesystem::path(path).filename().string());
-  }
-  return line;
 }
 
 /// A buffer of another capacity with the samples of `from` that fit. Null if there is no memory,
@@ -185,10 +176,12 @@ void SampleWorkshop::Work(const std::optional<File>& file, const std::stop_token
     if (file) Accept(Decode(file->path, stop), file->otherRoot);
   } catch (const std::bad_alloc&) {
     const std::lock_guard lock(mutex_);
-    message_ = "The file does not fit into memory; close other programs";
+    if (!stop.stop_requested()) {
+      message_ = "The file does not fit into memory; close other programs";
+    }
   } catch (const std::exception& error) {
     const std::lock_guard lock(mutex_);
-    if (!stop.stop_requested()) message_ = LineOf(error, file->path);
+    if (!stop.stop_requested()) message_ = platform::ErrorLine(error, file->path);
   }
   MakeTables(stop);
 }
@@ -268,7 +261,7 @@ void SampleWorkshop::Save(const std::string& path, media::SampleFormat format,
       }
       writer.Commit();
     } catch (const std::exception& error) {
-      message = LineOf(error, path);
+      message = platform::ErrorLine(error, path);
     }
     const std::lock_guard lock(mutex_);
     message_ = std::move(message);
@@ -314,6 +307,11 @@ void SampleWorkshop::FreeOld() {
 SampleSet SampleWorkshop::Latest() const {
   const std::lock_guard lock(mutex_);
   return latest_;
+}
+
+SampleWorkshop::Rooted SampleWorkshop::LatestRooted() const {
+  const std::lock_guard lock(mutex_);
+  return {latest_, RootPitch(), Tuning()};
 }
 
 std::optional<std::string> SampleWorkshop::TakeMessage() {

@@ -51,6 +51,14 @@ class SampleWorkshop {
   void FreeOld();
   /// Any thread but the audio thread: the newest sample, whether the audio thread has it or not.
   SampleSet Latest() const;
+  /// A sample and the pitch that belongs to it; see RootPitch and Tuning.
+  struct Rooted {
+    SampleSet set;
+    double rootPitch, tuning;
+  };
+  /// Any thread but the audio thread: the newest sample with its own pitch, also while a worker
+  /// goes over to another.
+  Rooted LatestRooted() const;
   /// A line for the user since the last call, if there is one.
   std::optional<std::string> TakeMessage();
   /// True once after tables could not be made for want of memory.

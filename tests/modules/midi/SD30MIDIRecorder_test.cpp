@@ -346,7 +346,7 @@ TEST(SD30MIDIRecorder, ImportsAndExportsMidiFiles) {
     EXPECT_NEAR(rig.EventAt(first, i).time, other.EventAt(second, i).time, 30) << "half a tick";
   }
   EXPECT_FALSE(other.module.Import(folder.Write("broken.mid", "MThd and no more")));
-  EXPECT_NE(std::string(other.module.Message()).find("broken.mid"), std::string::npos);
+  EXPECT_EQ(std::string(other.module.Message()).find("broken.mid"), 0u) << "not its folder";
   EXPECT_EQ(other.rack.SavedPreset(other.module), second) << "what stood stays";
   EXPECT_FALSE(other.module.Export(folder.At("nowhere/take.mid")));
 }

@@ -323,6 +323,23 @@ TEST(S315MiniSampler, ThePresetHoldsTheSample) {
   EXPECT_EQ(other.Sample()[1], 1e6f);
 }
 
+TEST(S315MiniSampler, WhatWasMeasuredIsSavedWholeWhileAnotherIsLoaded) {
+  Rig rig;
+  SampleWorkshop& workshop = rig.module.Workshop();
+  rig.Use(Noise(300));
+  workshop.SetRoot(0.1);
+  std::vector<std::byte> saved(static_cast<std::size_t>(rig.module.GetPresetSize()));
+  workshop.Use(BufferOf(Noise(3000, 2)), 22050.0);
+  workshop.SetRoot(0.2);
+  rig.module.SavePreset(saved.data(), static_cast<int>(saved.size()));
+  Rig other;
+  other.module.LoadPreset(saved.data(), static_cast<int>(saved.size()), 1000);
+  EXPECT_EQ(other.Sample(), Noise(300));
+  EXPECT_EQ(other.module.Workshop().Latest().rate, 48000.0);
+  EXPECT_DOUBLE_EQ(other.module.Workshop().RootPitch(), 0.1);
+  EXPECT_EQ(FieldAt<std::int32_t>(rig.Block(), 10), 2999) << "the next has the new one";
+}
+
 TEST(S315MiniSampler, VoicesShareOneSample) {
   TestRack rack;
   auto& module = dynamic_cast<S315MiniSampler&>(rack.Add("S315 Mini Sampler VCO"));
@@ -584,6 +601,65 @@ TEST(S315MiniSampler, ALoadedSampleIsUndoneAndOnlyItsChangesAreRead) {
   window.module.Screen().SetZoomed(true);
   EXPECT_TRUE(isNew());
   EXPECT_FALSE(isNew());
+}
+
+TEST(S315MiniSampler, TheLastStepIsUndoneHoweverLargeTheSample) {
+  constexpr int kLength = 17 << 20;  // 68 MB, more than the history keeps
+  WindowedSampler window;
+  EditHistory& history = window.history;
+  const auto length = [&] { return window.module.Workshop().Latest().buffer->Length(); };
+  auto buffer = SampleBuffer::Make(kLength);
+  buffer->SetLength(kLength);
+  window.module.Workshop().Use(std::move(buffer), 44100.0);
+  history.Follow();
+  TestRack& rack = window.rig.rack;
+  rack.MoveControl(window.module, "Speed", 0.75f);
+  history.Settle();
+  ASSERT_EQ(history.Steps(), 1u);
+  // A lamp that has changed since is no reason to load the sample again, which cuts the sound.
+  CControl& lamp = rack.Control(window.module, "Building");
+  lamp.setValue(1.0f);
+  const unsigned changes = window.module.Workshop().Changes();
+  history.Undo();
+  EXPECT_EQ(rack.Control(window.module, "Speed").getValue(), 0.5f);
+  EXPECT_EQ(window.module.Workshop().Changes(), changes);
+  EXPECT_EQ(lamp.getValue(), 1.0f);
+
+  window.rig.frame.advanceTime(1.0);
+  rack.MoveControl(window.module, "Clear", 1.0f);
+  history.Settle();
+  EXPECT_EQ(length(), 0);
+  EXPECT_EQ(history.Steps(), 1u);
+  history.Undo();
+  EXPECT_EQ(length(), kLength);
+}
+
+TEST(S315MiniSampler, AFileThatIsNotReportedYetIsAStepOfItsOwn) {
+  const ScratchFolder folder;
+  const std::vector<float> samples[] = {Noise(300, 1), Noise(300, 2)};
+  for (int i = 0; i < 2; ++i) {
+    media::AudioFileWriter writer(folder.At(i == 0 ? "a.wav" : "b.wav"), 1, 44100, 300);
+    writer.Write(samples[i].data(), 300);
+    writer.Commit();
+  }
+  WindowedSampler window;
+  EditHistory& history = window.history;
+  history.Follow();
+  window.Load(folder.At("a.wav"));
+  window.module.Load(folder.At("b.wav"));
+  while (window.module.Workshop().IsBusy()) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  window.rig.rack.MoveControl(window.module, "Speed", 0.75f);
+  history.Settle();
+  window.module.Poll();
+  window.rig.frame.advanceTime(1.0);
+  history.Settle();
+  EXPECT_EQ(history.Steps(), 3u);
+  EXPECT_EQ(window.Sample(), samples[1]);
+  history.Undo();
+  EXPECT_EQ(window.Sample(), samples[0]);
+  EXPECT_EQ(window.rig.rack.Control(window.module, "Speed").getValue(), 0.75f);
 }
 
 TEST(S315MiniSampler, GoesOnRecordingWhileTheWindowRuns) {
