@@ -377,10 +377,22 @@ ControlEffect S318TrackerModPlayer::EffectOf(const CControl& control) const {
   return &control == position_ ? ControlEffect::kPlayback : ControlEffect::kSetting;
 }
 
-void S318TrackerModPlayer::LoadFile(const std::string& path) {
+void S318TrackerModPlayer::SetPath(std::string path) {
+  const ProcessingSection section(*this);
+  path_.swap(path);
+}
+
+void S318TrackerModPlayer::ForgetDownload() {
   download_ = {};
   link_.clear();
-  path_ = path;
+  fetcher_.RequestStop();
+  const std::lock_guard lock(fetchLock_);
+  fetched_ = {};
+}
+
+void S318TrackerModPlayer::LoadFile(const std::string& path) {
+  ForgetDownload();
+  SetPath(path);
   SongPlayer::Order order;
   order.path = path;
   Load(std::move(order));
@@ -434,7 +446,7 @@ void S318TrackerModPlayer::FetchRandom() {
       fetched.message = "Download failed!!";
     }
     const std::lock_guard lock(fetchLock_);
-    fetched_ = std::move(fetched);
+    if (!stop.stop_requested()) fetched_ = std::move(fetched);
   });
   if (isStarted) {
     Say("Downloading track...");
@@ -457,7 +469,7 @@ void S318TrackerModPlayer::TakeFetched() {
   download_ = std::move(fetched.song);
   downloadName_ = "module_" + std::to_string(download_.id);
   link_ = Archive().Page(download_.id);
-  path_.clear();
+  SetPath("");
   Say("");
   SongPlayer::Order order;
   order.path = downloadName_;
@@ -484,8 +496,8 @@ void S318TrackerModPlayer::SaveDownload() {
     if (!data.empty()) fs::create_directories(data + kDownloads, error);
     if (data.empty() || error) throw platform::FileError(path, "", "no folder");
     platform::WriteWholeFile(path, std::as_bytes(std::span(download_.bytes)));
-    path_ = path;
-    editor->ModuleEdited(*this);
+    SetPath(path);
+    engine->PatchEdited();  // no step: the file stays, and so does the song that it holds
     Say("File saved to: " + path);
   } catch (const platform::FileError&) {
     Say("Save failed!!");
@@ -566,17 +578,17 @@ void S318TrackerModPlayer::LoadPreset(const void* buffer, int size, int) {
     const bool hasPitch = pitch >= kLowestPitch && pitch <= kHighestPitch && pitch != 1.0f;
     if (hasPitch && pitch != PitchOfKnob()) SetPitch(pitch);
   }
-  if (path->empty() && path_.empty()) return;
+  // A download goes on: a preset that names no file may be from before it was saved.
+  if (path->empty() && (path_.empty() || !download_.bytes.empty())) return;
   if (*path == path_ && hasMoved_ && player.Shown().hasSong) return;
-  if (*path != path_) {
-    download_ = {};
-    link_.clear();
-  }
-  path_ = *path;
+  // Beside another song the slider may show where that is.
+  const bool isOther = !path_.empty() && *path != path_;
+  const float share = !isOther ? position_->getValue() : 0.0f;
+  if (*path != path_) ForgetDownload();
+  SetPath(std::string(*path));
   SongPlayer::Order order;
   order.path = path_;
   if (std::isfinite(seconds) && seconds > 0.0) order.seconds = seconds;
-  const float share = position_->getValue();
   if (share > 0.0f) order.share = std::min(share, 1.0f);
   Load(std::move(order));
 }
@@ -593,7 +605,7 @@ void S318TrackerModPlayer::TakePatchKey(const PatchValue& value, const std::stri
                               "put it beside the patch, or correct the path");
   }
   media::OpenSong(path.string(), {}, {});  // throws if it is none
-  path_ = path.string();
+  SetPath(path.string());
 }
 
 }  // namespace halveron

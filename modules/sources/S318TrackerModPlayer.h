@@ -85,6 +85,10 @@ class S318TrackerModPlayer final : public BuiltInModule<S318TrackerModPlayer>,
   void AddControls();
   void Load(SongPlayer::Order order);
   void TakeFetched();
+  /// Gives up what was fetched, and what is being fetched.
+  void ForgetDownload();
+  /// A host may save on a thread of its own.
+  void SetPath(std::string path);
   void ShowSong(const SongPlayer::Display& shown);
   void Say(const std::string& message);
   void SetTempo(float tempo);

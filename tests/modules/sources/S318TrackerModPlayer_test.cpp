@@ -331,6 +331,9 @@ TEST(S318TrackerModPlayer, FetchesAModuleByChanceAndSavesIt) {
   EXPECT_NE(ReadFile(rig.folder.At("Config.ini")).find("address"), std::string::npos);
   rig.Press("Save");
   EXPECT_EQ(rig.Label("Status"), "No download to save");
+  rig.rack.editor.OpenViews();
+  EditHistory& history = rig.rack.editor.history;
+  history.Follow();
 
   WebServer server;
   server.Serve("/xml-tools.php", "text/xml", "<m><id>42</id></m>");
@@ -346,10 +349,35 @@ TEST(S318TrackerModPlayer, FetchesAModuleByChanceAndSavesIt) {
   EXPECT_EQ(server.Targets().front(),
             "/xml-tools.php?key=aaaaaaaa-bbbbbbbb-cccccccc-dddddddd&request=random");
   EXPECT_EQ(server.Targets().back(), "/downloads.php?moduleid=42");
+  rig.rack.MoveControl(*rig.module, "Pitch", 0.75f);
+  history.Settle();
+  const std::size_t steps = history.Steps();
   rig.Press("Save");
   const std::string path = rig.folder.At("Downloads/module_42.mod");
   EXPECT_EQ(rig.Label("Status"), "File saved to: " + path);
   EXPECT_EQ(ReadFile(path), TrackerFile("By chance"));
+
+  // Undoing a knob across the saving takes neither the song nor the download.
+  history.Settle();
+  EXPECT_EQ(history.Steps(), steps);
+  history.Undo();
+  rig.AwaitLoad();
+  EXPECT_EQ(rig.rack.Control(*rig.module, "Pitch").getValue(), 0.5f);
+  EXPECT_TRUE(rig.module->player.Shown().hasSong);
+  rig.Press("Save");
+  EXPECT_EQ(rig.Label("Status"), "File saved to: " + path);
+
+  // What arrives late does not take the place of a file that was chosen meanwhile.
+  const std::size_t asked = server.Targets().size();
+  rig.Press("Random");
+  for (int i = 0; i < 2000 && server.Targets().size() < asked + 2; ++i) {
+    std::this_thread::sleep_for(5ms);
+  }
+  std::this_thread::sleep_for(100ms);
+  rig.module->LoadFile(rig.song);
+  rig.AwaitLoad();
+  EXPECT_TRUE(rig.module->player.Shown().hasSong);
+  EXPECT_NE(rig.Label("Title"), "By chance");
 
   server.Serve("/refuse/xml-tools.php", "text/xml", "<error>unknown key</error>");
   options.SetText("Tracker Archive", "address", server.Address("/refuse/"));
