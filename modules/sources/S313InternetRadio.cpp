@@ -74,6 +74,7 @@ void S313InternetRadio::ReadList() { stations_ = LoadStations(editor->files.data
 
 int S313InternetRadio::Station() const {
   const float value = station_->getValue();
+  if (keptStation_ > 0 && value >= station_->getMax()) return keptStation_;
   return value > 1.0f ? static_cast<int>(std::min(value, station_->getMax())) : 1;
 }
 
@@ -141,11 +142,12 @@ void S313InternetRadio::ProcessSample() {
 
 void S313InternetRadio::ValueChanged(CControl* control) {
   if (isLoading_ || control->getValue() < 0.5f) return;
+  if (control == station_) keptStation_ = 0;
   const int last = static_cast<int>(station_->getMax());
   if (control == up_) {
     Choose(Station() >= last ? 1 : Station() + 1);
   } else if (control == down_) {
-    Choose(Station() <= 1 ? last : Station() - 1);
+    Choose(Station() <= 1 ? last : std::min(Station(), last) - 1);
   } else if (control == connect_) {
     Connect();
   } else if (control == disconnect_) {
@@ -155,8 +157,9 @@ void S313InternetRadio::ValueChanged(CControl* control) {
 }
 
 void S313InternetRadio::Choose(int station) {
-  station_->setValue(
-      static_cast<float>(std::clamp(station, 1, static_cast<int>(station_->getMax()))));
+  const int last = static_cast<int>(station_->getMax());
+  station_->setValue(static_cast<float>(std::clamp(station, 1, last)));
+  keptStation_ = station > last ? std::min(station, kMostSlots) : 0;
   station_->invalid();
 }
 
@@ -202,8 +205,12 @@ void S313InternetRadio::LoadPreset(const void* buffer, int size, int) {
   rightLamp_.Set(0.0f);
   std::int32_t station = 1;
   reader.Read(station);
-  // A text patch may name the station among its controls alone.
-  Choose(Station() == 1 ? station : Station());
+  // A text patch may name the station among its controls alone. Digits at the end of the short
+  // range may stand for a station above it.
+  const float shown = station_->getValue();
+  const bool isAtEnd = shown == static_cast<float>(kFewSlots) && station > kFewSlots;
+  const int digits = shown > 1.0f ? static_cast<int>(std::min(shown, float{kMostSlots})) : 1;
+  Choose(digits == 1 || isAtEnd ? station : digits);
 }
 
 }  // namespace halveron

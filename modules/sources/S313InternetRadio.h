@@ -60,6 +60,9 @@ class S313InternetRadio final : public BuiltInModule<S313InternetRadio> {
   float peakRight_ = 0.0f;
   bool isLoading_ = false;
 
+  /// A preset's station above the range of the digits, which stand at their end; else 0. The range
+  /// itself stays as long as the module lives, as a host's automation is shares of it.
+  int keptStation_ = 0;
   CSpecialDigitEx* station_;
   CKickButtonEx* up_;
   CKickButtonEx* down_;

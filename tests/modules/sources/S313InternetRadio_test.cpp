@@ -293,6 +293,20 @@ TEST(S313InternetRadio, KeepsItsStationAsANumber) {
   twin.LoadPreset(saved.data(), static_cast<int>(saved.size()), 1000);
   EXPECT_EQ(twin.Station(), 42);
   EXPECT_EQ(twin.player.Shown().state, State::kIdle) << "a preset opens no connection";
+  // A station of a longer list than there is here is kept until the user chooses another.
+  const float digits = 150.0f;
+  station = 150;
+  std::vector<std::byte> longer = saved;
+  std::memcpy(longer.data(), &digits, sizeof digits);
+  std::memcpy(longer.data() + longer.size() - sizeof station, &station, sizeof station);
+  for (int round = 0; round < 2; ++round) {
+    twin.LoadPreset(longer.data(), static_cast<int>(longer.size()), 1000);
+    EXPECT_EQ(twin.Station(), 150);
+    EXPECT_EQ(rig.rack.Control(twin, "Station").getValue(), 99.0f);
+    longer = rig.rack.SavedPreset(twin);
+  }
+  rig.rack.MoveControl(twin, "Down", 1.0f);
+  EXPECT_EQ(twin.Station(), 98);
 }
 
 }  // namespace
