@@ -47,9 +47,19 @@ PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* ne
   return record;
 }
 
-PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint) {
-  PresetModule record = CapturePresetSettings(module, corner, nextPoint);
-  record.data.resize(static_cast<std::size_t>(module.GetPresetSize()));
+PresetModule CapturePresetModule(RackModel& rack, Module& module, int* nextPoint) {
+  const auto sizeOf = [&] { return static_cast<std::size_t>(module.GetPresetSize()); };
+  std::size_t size = 0;
+  {
+    const std::lock_guard lock(rack.engine.processingLock);
+    size = sizeOf();
+  }
+  // The audio thread does not wait for the memory that much data takes.
+  std::vector<std::byte> room(size);
+  const std::lock_guard lock(rack.engine.processingLock);
+  PresetModule record = CapturePresetSettings(module, rack.RestingCorner(module), nextPoint);
+  room.resize(sizeOf());  // a worker may have changed it
+  record.data = std::move(room);
   module.SavePreset(record.data.data(), static_cast<int>(record.data.size()));
   return record;
 }
@@ -202,11 +212,9 @@ PresetDocument CaptureRackSettings(const RackModel& rack) {
 PresetDocument CapturePreset(RackModel& rack) {
   const std::lock_guard edit(rack.engine.editLock);
   PresetDocument document = CaptureRackSettings(rack);
-  const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {
-    document.modules.push_back(
-        CapturePresetModule(*module, rack.RestingCorner(*module), &nextPoint));
+    document.modules.push_back(CapturePresetModule(rack, *module, &nextPoint));
   }
   document.patchPointCount = nextPoint;
   for (const Cable* cable = rack.cables.cableList.head; cable; cable = cable->next) {

@@ -16,11 +16,12 @@ class RackModel;
 
 /// The settings of the rack itself, without modules and cables.
 PresetDocument CaptureRackSettings(const RackModel& rack);
-/// A module as a preset keeps it, but for its data; as CapturePresetModule.
+/// A module as a preset keeps it, but for its data, its corner in pixels. Numbers its patch points
+/// on from `nextPoint`. To be called inside the processing lock.
 PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* nextPoint);
-/// A module as a preset keeps it, its corner in pixels. Numbers its patch points on from
-/// `nextPoint`. To be called inside the processing lock.
-PresetModule CapturePresetModule(Module& module, const CPoint& corner, int* nextPoint);
+/// A module as a preset keeps it. Numbers its patch points on from `nextPoint`. To be called inside
+/// the edit lock; takes the processing lock while it reads the module.
+PresetModule CapturePresetModule(RackModel& rack, Module& module, int* nextPoint);
 /// Adds a module with all that its record keeps; null if it cannot be made. Controls that the
 /// module has got since it was saved are added to `newControls`: they want host parameters when
 /// those of all modules are known.
@@ -37,8 +38,8 @@ void ConnectPresetCable(const PresetCable& cable, const std::vector<PatchPoint*>
 /// Moves a module to the place of its record.
 void PlacePresetModule(const PresetModule& record, Module& module);
 
-/// The rack as a preset of the current version. Takes the processing lock while it reads the
-/// modules.
+/// The rack as a preset of the current version. Takes the processing lock for one module at a time,
+/// so that the audio thread waits for one at most.
 PresetDocument CapturePreset(RackModel& rack);
 
 /// Whether all modules of a preset could be made.

@@ -18,12 +18,10 @@ PresetDocument CaptureExcerpt(RackModel& rack, std::span<Module* const> modules)
   const auto isMeant = [&](const Module* module) {
     return std::find(modules.begin(), modules.end(), module) != modules.end();
   };
-  const std::lock_guard lock(rack.engine.processingLock);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {
     if (!isMeant(module)) continue;
-    excerpt.modules.push_back(
-        CapturePresetModule(*module, rack.RestingCorner(*module), &nextPoint));
+    excerpt.modules.push_back(CapturePresetModule(rack, *module, &nextPoint));
   }
   excerpt.patchPointCount = nextPoint;
   for (const Cable* cable = rack.cables.cableList.head; cable; cable = cable->next) {
