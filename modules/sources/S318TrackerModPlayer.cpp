@@ -374,7 +374,9 @@ bool S318TrackerModPlayer::onDrop(std::span<const std::string> files, const CPoi
 }
 
 ControlEffect S318TrackerModPlayer::EffectOf(const CControl& control) const {
-  return &control == position_ ? ControlEffect::kPlayback : ControlEffect::kSetting;
+  // What "Save" has written stays, so there is no step for it.
+  const bool isPlayback = &control == position_ || &control == save_;
+  return isPlayback ? ControlEffect::kPlayback : ControlEffect::kSetting;
 }
 
 void S318TrackerModPlayer::SetPath(std::string path) {
