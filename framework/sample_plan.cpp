@@ -369,9 +369,12 @@ class PlanBuilder {
       const SamplePlan::ModuleRun run{module.GetRunFunction(), next, row.voices.size()};
       next += row.voices.size();
       SamplePlan::Stage& stage = module.oversampled ? program_.everyStep : program_.firstStep;
-      const bool continues = last && !last->maker && !row.maker && last->Key() == row.Key();
+      // All modules of libraries have one function, and some of them have groups.
+      const bool isRun = !ClassOf(module);
+      const bool continues = last && !last->maker && !row.maker && last->Key() == row.Key() &&
+                             !ClassOf(*last->voices.front()) == isRun;
       if (row.maker) TakeGroup(row);
-      if (!ClassOf(module)) {
+      if (isRun) {
         continues ? void(stage.runs.back().count += run.count) : stage.runs.push_back(run);
       } else if (continues) {
         stage.teams.back().single.count += run.count;
