@@ -7,6 +7,7 @@
 #include <mutex>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "dsp/pack.h"
@@ -150,8 +151,9 @@ class SamplePlan::Layout {
 
   std::vector<Row> rows;
   std::vector<Point> points;
-  SignalStore imaged{true}, plain{false};  // outputs with and without an image
-  SignalStore ins{false};                  // inputs that are carried into, and either-way points
+  std::unordered_set<const PatchPoint*> unplugged;  // inputs that have lost a cable since then
+  SignalStore imaged{true}, plain{false};           // outputs with and without an image
+  SignalStore ins{false};  // inputs that are carried into, and either-way points
 };
 
 class SamplePlan::Draft {
@@ -357,7 +359,8 @@ class PlanBuilder {
     }
   }
 
-  /// The rows are in the order of the functions' addresses: any order sounds the same.
+  /// The rows are in the order of the functions' addresses. Any order sounds the same but for
+  /// modules that draw from the same random numbers, which get other ones.
   void PlanModules() {
     for (const Row& row : layout_.rows) {
       program_.modules.insert(program_.modules.end(), row.voices.begin(), row.voices.end());
@@ -369,9 +372,12 @@ class PlanBuilder {
       const SamplePlan::ModuleRun run{module.GetRunFunction(), next, row.voices.size()};
       next += row.voices.size();
       SamplePlan::Stage& stage = module.oversampled ? program_.everyStep : program_.firstStep;
-      const bool continues = last && !last->maker && !row.maker && last->Key() == row.Key();
+      // Modules of other authors have one function in common, and not all of them have groups.
+      const bool hasGroups = ClassOf(module) != nullptr;
+      const bool continues = last && !last->maker && !row.maker && last->Key() == row.Key() &&
+                             (ClassOf(*last->voices.front()) != nullptr) == hasGroups;
       if (row.maker) TakeGroup(row);
-      if (!ClassOf(module)) {
+      if (!hasGroups) {
         continues ? void(stage.runs.back().count += run.count) : stage.runs.push_back(run);
       } else if (continues) {
         stage.teams.back().single.count += run.count;
@@ -546,9 +552,11 @@ class PlanBuilder {
     return point.point->type == kInputPoint && point.copied && point.feeds.size() == 1 &&
            point.feeds[0]->type == kOutputPoint;
   }
+  /// Not if the same output has been plugged in again: the input starts from silence.
   bool KeepsItsCable(const Point& point) const {
     const Point* before = Before(point);
-    return before && HasSingleCable(*before) && before->feeds[0] == point.feeds[0];
+    return before && HasSingleCable(*before) && before->feeds[0] == point.feeds[0] &&
+           !old_.unplugged.contains(point.point);
   }
   bool IsNewReader(const Point& point) const {
     const Point* before = Before(point);
@@ -776,6 +784,8 @@ SamplePlan::SamplePlan() : layout_(std::make_unique<Layout>()) {}
 
 SamplePlan::~SamplePlan() = default;
 
+void SamplePlan::NoteUnplugged(const PatchPoint* input) { layout_->unplugged.insert(input); }
+
 SamplePlan::OwnDraft SamplePlan::Prepare(const Patch& patch, Draw draw) const {
   OwnDraft draft(new Draft);
   PlanBuilder builder(*this, *draft, draw);
@@ -836,6 +846,7 @@ std::size_t SamplePlan::Stage::VectorRows() const {
 }
 
 void SamplePlan::BeginBlock(int steps) {
+  isInBlock_ = true;
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (Team& team : stage->teams) {
       team.inVectors = team.group && steps >= kFewestSteps && team.group->Load();
@@ -847,9 +858,18 @@ void SamplePlan::BeginBlock(int steps) {
 }
 
 void SamplePlan::EndBlock() {
-  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+  for (const Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (const Team& team : stage->teams) {
       if (team.inVectors) team.group->Store();
+    }
+  }
+  isInBlock_ = false;
+}
+
+void SamplePlan::StoreGroups() {
+  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+    for (Team& team : stage->teams) {
+      if (std::exchange(team.inVectors, false)) team.group->Store();
     }
   }
 }

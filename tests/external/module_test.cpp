@@ -168,6 +168,25 @@ std::vector<std::uint32_t> FilterRun(int voices, VectorUnit unit, std::size_t& v
   return bits;
 }
 
+TEST(ExternalModules, WithAndWithoutVoiceFunctionsPlaySideBySide) {
+  const auto play = [](bool waveFirst) {
+    ExternalRack rack;
+    Module* wave = nullptr;
+    Module* filter = nullptr;
+    for (const bool isWave : {waveFirst, !waveFirst}) {
+      (isWave ? wave : filter) =
+          &AddExternal(rack, isWave ? "Example Drawn Wave" : "Example Filter", kExamplesVendor);
+    }
+    rack.Connect(*wave, "Out", *filter, "In");
+    rack.Tap(*filter, "Out");
+    rack.Run(256);
+    return rack.Recorded(*filter, "Out");
+  };
+  const std::vector<float> heard = play(true);
+  EXPECT_NE(heard.front(), heard.back());
+  EXPECT_EQ(heard, play(false));
+}
+
 TEST(ExternalModules, RunTheirVoicesInVectorsWithTheSameBits) {
   for (const int voices : {3, 8, 16}) {
     std::size_t without = 0, with = 0;
