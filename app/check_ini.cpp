@@ -7,6 +7,7 @@
 
 #include "editor/module_catalogue.h"
 #include "platform/profile_file.h"
+#include "platform/utf8.h"
 #include "presets/nearest_name.h"
 
 namespace halveron {
@@ -46,6 +47,33 @@ std::string Remedy(const std::string& key, const std::vector<std::string>& known
   return "the key of module " + std::to_string(number) + " is " + Quoted(NumberKey(number));
 }
 
+void CheckKey(const platform::ProfileFile& ini, const std::string& section, const std::string& key,
+              const std::vector<std::string>& known, const CheckReport& report) {
+  const std::string place = "[" + section + "] ";
+  if (!Contains(known, key)) {
+    report(ini.Path(), place + "the key " + Quoted(key) + " means nothing; " + Remedy(key, known));
+    return;
+  }
+  const std::size_t count = ini.Count(section, key);
+  if (count > 1) {
+    report(ini.Path(), place + "has the key " + key + " " + std::to_string(count) +
+                           " times, of which the last counts");
+  }
+  if (!platform::IsUtf8(ini.GetText(section, key, ""))) {
+    report(ini.Path(), place + key + " is not UTF-8");
+  }
+}
+
+/// Of module `first` of a category and those behind it.
+std::vector<std::string> NumberKeysFrom(const platform::ProfileFile& ini,
+                                        const std::string& category, int first) {
+  std::vector<std::string> found;
+  for (int number = first; number <= kMostNumbers; ++number) {
+    if (ini.Find(category, NumberKey(number))) found.push_back(NumberKey(number));
+  }
+  return found;
+}
+
 }  // namespace
 
 void CheckIniNames(const std::string& path, const CheckReport& report) {
@@ -65,9 +93,7 @@ void CheckIniNames(const std::string& path, const CheckReport& report) {
     const std::vector<std::string> known =
         SameName(section, kConfiguration) ? std::vector<std::string>{kVendor} : categoryKeys;
     for (const std::string& key : ini.Keys(section)) {
-      if (Contains(known, key)) continue;
-      report(path,
-             "[" + section + "] the key " + Quoted(key) + " means nothing; " + Remedy(key, known));
+      CheckKey(ini, section, key, known, report);
     }
   }
 }
@@ -81,7 +107,9 @@ void CheckIniCounts(const ModuleLibrary& library, const CheckReport& report) {
     const std::string folder = NamesOf(category).folder;
     const auto text = ini.Find(folder, kCount);
     if (!text) {
-      if (ini.Find(folder, "M1")) report(path, "[" + folder + "] has no " + kCount);
+      for (const std::string& key : NumberKeysFrom(ini, folder, 1)) {
+        report(path, "[" + folder + "] has the key " + key + ", but no " + kCount);
+      }
       continue;
     }
     const int announced = ini.GetInt(folder, kCount, -1);
@@ -92,10 +120,10 @@ void CheckIniCounts(const ModuleLibrary& library, const CheckReport& report) {
     const auto found =
         std::count_if(library.modules.begin(), library.modules.end(),
                       [&](const ModuleEntry& entry) { return entry.category == category; });
-    const std::string next = NumberKey(std::min(announced, kMostNumbers) + 1);
-    if (announced < kMostNumbers && ini.Find(folder, next)) {
+    for (const std::string& key :
+         NumberKeysFrom(ini, folder, std::min(announced, kMostNumbers) + 1)) {
       std::string cause = "[" + folder + "] announces " + std::to_string(announced);
-      report(path, cause.append(" modules, but has the key ").append(next));
+      report(path, cause.append(" modules, but has the key ").append(key));
     }
     if (found == announced) continue;
     report(path, "[" + folder + "] announces " + std::to_string(announced) + " modules and has " +

@@ -59,14 +59,24 @@ class Trial {
       for (PatchPoint* point : module_.Points()) {
         if (point->type == kInputPoint && !point->twoState) point->in = level;
       }
-      engine_.processReplacing(nullptr, nullptr, LibraryRig::kFrames);
-      for (const PatchPoint* point : module_.Points()) {
-        if (point->type != kOutputPoint || point->twoState || std::isfinite(point->out)) continue;
-        hasBrokenSound_ = true;
-        report_(name_, std::string("the output '") + point->role + "' is no finite number " + when);
-        return;
+      // Sample by sample at first: a module may give one bad value when something changes.
+      for (int frame = 0; frame < kSingleFrames; ++frame) {
+        if (!SoundsAfter(1, when)) return;
       }
+      if (!SoundsAfter(LibraryRig::kFrames, when)) return;
     }
+  }
+
+  /// Plays a block. False, with a report, if an output ends it with no finite number.
+  bool SoundsAfter(int frames, const std::string& when) {
+    engine_.processReplacing(nullptr, nullptr, frames);
+    for (const PatchPoint* point : module_.Points()) {
+      if (point->type != kOutputPoint || point->twoState || std::isfinite(point->out)) continue;
+      hasBrokenSound_ = true;
+      report_(name_, std::string("the output '") + point->role + "' is no finite number " + when);
+      return false;
+    }
+    return true;
   }
 
   void CheckData() {
@@ -92,6 +102,8 @@ class Trial {
     module_.SavePreset(data.data(), static_cast<int>(data.size()));
     return data;
   }
+
+  static constexpr int kSingleFrames = 256;
 
   Halveron& engine_;
   Module& module_;

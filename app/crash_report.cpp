@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstring>
 
 #include "app/run_command.h"
@@ -17,6 +16,7 @@ constexpr unsigned kMostSeconds = 120;  // of a step
 
 /// Written by a signal handler, which may allocate nothing.
 char line[1024];
+char stack[1 << 16];
 
 const char* CauseOf(int signal) {
   switch (signal) {
@@ -48,14 +48,26 @@ void Fall(int signal) {
 
 CrashReport::CrashReport() {
   Begin("the library", "is loaded");
+  // Of its own: a recursion without end leaves no room on the thread's stack.
+  stack_t own{};
+  own.ss_sp = stack;
+  own.ss_size = sizeof stack;
+  sigaltstack(&own, &formerStack_);
+  struct sigaction action {};
+  action.sa_handler = Fall;
+  action.sa_flags = SA_ONSTACK;
+  sigemptyset(&action.sa_mask);
   for (std::size_t i = 0; i < std::size(kSignals); ++i) {
-    former_[i] = std::signal(kSignals[i], Fall);
+    sigaction(kSignals[i], &action, &former_[i]);
   }
 }
 
 CrashReport::~CrashReport() {
   alarm(0);
-  for (std::size_t i = 0; i < std::size(kSignals); ++i) std::signal(kSignals[i], former_[i]);
+  for (std::size_t i = 0; i < std::size(kSignals); ++i) {
+    sigaction(kSignals[i], &former_[i], nullptr);
+  }
+  sigaltstack(&formerStack_, nullptr);
 }
 
 void CrashReport::Begin(const std::string& who, const std::string& what) {

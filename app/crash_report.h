@@ -1,6 +1,7 @@
 // What to say when code of others brings the program down.
 #pragma once
 
+#include <csignal>
 #include <string>
 
 namespace halveron {
@@ -18,7 +19,8 @@ class CrashReport {
   void Begin(const std::string& who, const std::string& what);
 
  private:
-  void (*former_[6])(int);
+  struct sigaction former_[6];
+  stack_t formerStack_;
 };
 
 }  // namespace halveron

@@ -83,6 +83,11 @@ void PrintCatalogue(const std::vector<ListedModule>& all, std::ostream& out) {
   out << "\n";
 }
 
+/// A library's .ini may hold names of any bytes: what is not UTF-8 shows as such.
+void Print(const Json& json, std::ostream& out) {
+  out << json.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+}
+
 /// Why a module of the list cannot be made.
 [[noreturn]] void Refuse(const ListedModule& listed) {
   if (listed.library.empty()) {
@@ -107,7 +112,7 @@ int ListModules(const std::string& name, bool asJson, std::ostream& out) {
     for (const ListedModule& listed : all) {
       list.push_back(DescribeModule(listed, workshop.Make(listed)));
     }
-    out << list.dump(2) << "\n";
+    Print(list, out);
     return kExitDone;
   }
   Json descriptions = Json::array();
@@ -121,7 +126,7 @@ int ListModules(const std::string& name, bool asJson, std::ostream& out) {
   }
   if (asJson) {
     // One module by itself, those of several vendors as a list.
-    out << (descriptions.size() == 1 ? descriptions.front() : descriptions).dump(2) << "\n";
+    Print(descriptions.size() == 1 ? descriptions.front() : descriptions, out);
     return kExitDone;
   }
   for (const Json& description : descriptions) {

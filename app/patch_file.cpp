@@ -70,6 +70,22 @@ PresetDocument LoadWithPlaceholders(const std::string& path, SynEditor& editor, 
   return preset;
 }
 
+/// Applies what comes from a text patch; what is missing has placeholders.
+void ApplyWithPlaceholders(const std::string& path, const PresetDocument& preset, SynEditor& editor,
+                           std::ostream& err) {
+  const PresetOutcome outcome = editor.ApplyWithPlaceholders(preset);
+  if (!outcome) throw FileError(path, "", outcome.failure);
+  WarnOfPlaceholders(path, preset, editor, err);
+}
+
+/// The same rack by the modules of now: text names controls and jacks by their roles.
+PresetDocument OfPresentVersions(PresetDocument preset, SynEditor& editor, bool isApplied) {
+  if (IsOfPresentVersions(preset, editor)) return preset;
+  // With a module that is missing the records stay as they are, for whoever has the module.
+  if (!isApplied && !ApplyPreset(preset, editor)) return preset;
+  return CapturePreset(editor);
+}
+
 void Print(const PatchWarnings& warnings, std::ostream& err) {
   for (const std::string& warning : warnings) err << "halveron: warning: " << warning << "\n";
 }
@@ -92,8 +108,7 @@ void LoadPatchFile(const std::string& path, SynEditor& editor, std::ostream& err
   const TextPatch patch = ReadTextPatch(path);
   if (placeholders) {
     const PresetDocument preset = ToPreset(patch, path, editor, KnownModules(editor), &warnings);
-    editor.ApplyWithPlaceholders(preset);
-    WarnOfPlaceholders(path, preset, editor, err);
+    ApplyWithPlaceholders(path, preset, editor, err);
   } else {
     ApplyTextPatch(patch, path, editor, KnownModules(editor), &warnings);
   }
@@ -107,7 +122,8 @@ PresetDocument ReadPatchFile(const std::string& path, SynEditor& editor, std::os
     PresetDocument preset =
         ToPreset(ReadTextPatch(path), path, editor, KnownModules(editor), &warnings);
     Print(warnings, err);
-    return preset;
+    if (placeholders) ApplyWithPlaceholders(path, preset, editor, err);
+    return OfPresentVersions(std::move(preset), editor, placeholders);
   }
   PresetDocument preset =
       placeholders ? LoadWithPlaceholders(path, editor, err) : ReadPresetFile(path);

@@ -183,7 +183,7 @@ HalveronHost MakeHost() {
     return control ? control->getValue() : 0.0f;
   };
   host.SetValue = SetValue;
-  host.DataChanged = [](HalveronContext* c) { ModuleOf(c).engine->PatchEdited(); };
+  host.DataChanged = [](HalveronContext* c) { ModuleOf(c).DataChanged(); };
   return host;
 }
 

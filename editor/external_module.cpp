@@ -105,8 +105,12 @@ class ExternalDisplayView final : public DisplayView {
     const auto wheel = owner_.Type().functions.wheel;
     if (!wheel) return false;
     const auto [x, y] = InUnits(where);
+    const ExternalModule::MouseCall call(owner_);
     const bool used = wheel(owner_.Instance(), index_, x, y, distance, buttons()) != 0;
-    if (used) setDirty();
+    if (used) {
+      owner_.editor->ModuleEdited(owner_);
+      setDirty();
+    }
     return used;
   }
 
@@ -119,15 +123,24 @@ class ExternalDisplayView final : public DisplayView {
     const auto mouse = owner_.Type().functions.mouse;
     if (!mouse) return kMouseEventNotHandled;
     const auto [x, y] = InUnits(where);
-    if (mouse(owner_.Instance(), index_, event, x, y, buttons()) == 0) {
-      return kMouseEventNotHandled;
+    const ExternalModule::MouseCall call(owner_);
+    const bool used = mouse(owner_.Instance(), index_, event, x, y, buttons()) != 0;
+    if (event == HALVERON_MOUSE_DOWN && used && !isPressed_) {
+      isPressed_ = true;
+      beginEdit();
+    } else if (event == HALVERON_MOUSE_UP && isPressed_) {
+      isPressed_ = false;
+      owner_.editor->ModuleEdited(owner_);
+      endEdit();
     }
+    if (!used) return kMouseEventNotHandled;
     setDirty();
     return kMouseEventHandled;
   }
 
   ExternalModule& owner_;
   const std::uint32_t index_;
+  bool isPressed_ = false;  // a step of the history is under way
 };
 
 /// All voices of a module in one call of its library.
@@ -172,6 +185,27 @@ OwnVoiceGroup MakeExternalVoices(std::span<Module* const> voices) {
 }
 
 }  // namespace
+
+namespace {
+
+/// Of this thread; null outside of mouse calls.
+thread_local const ExternalModule* mouseModule = nullptr;
+
+}  // namespace
+
+ExternalModule::MouseCall::MouseCall(const ExternalModule& module)
+    : outer_(std::exchange(mouseModule, &module)) {}
+
+ExternalModule::MouseCall::~MouseCall() { mouseModule = outer_; }
+
+void ExternalModule::DataChanged() {
+  // The history belongs to the window thread, and a library may call this from others.
+  if (mouseModule == this) {
+    editor->ModuleEdited(*this);
+  } else {
+    engine->PatchEdited();
+  }
+}
 
 Module* ExternalModule::Make(std::shared_ptr<const ExternalModuleType> type, CFrame* frame,
                              const HostTable& table, int voiceIndex) {

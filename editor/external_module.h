@@ -63,6 +63,19 @@ class ExternalModule final : public Module, public GrowingPanel {
   /// Whether the library finds its signals where they will lie in the sample plan that is being
   /// made, or where they lie now. Inside the processing lock.
   void ShowPlannedPlaces(bool show);
+  /// The library's data has changed: within a mouse call by what the user does.
+  void DataChanged();
+  /// Lasts while the library handles the mouse.
+  class MouseCall {
+   public:
+    explicit MouseCall(const ExternalModule& module);
+    ~MouseCall();
+    MouseCall(const MouseCall&) = delete;
+    MouseCall& operator=(const MouseCall&) = delete;
+
+   private:
+    const ExternalModule* const outer_;
+  };
   CControl* ControlAt(std::uint32_t index) const {
     return index < controls_.size() ? controls_[index] : nullptr;
   }

@@ -10,6 +10,7 @@
 #include "framework/panel_metrics.h"
 #include "framework/shared_bitmaps.h"
 #include "platform/foreign_memory.h"
+#include "platform/utf8.h"
 #include "presets/preset_format.h"
 
 namespace halveron {
@@ -22,9 +23,17 @@ constexpr std::size_t kMostTextBytes = kMostPresetTextBytes - 1;
 constexpr int kMostColumns = 84;  // of the rack
 constexpr int kFewestDataVersion = 1000;
 constexpr std::uint32_t kKnownFlags = 2 * HALVERON_BANDLIMIT_MODES - 1;
-/// Up to the last field of the first version of the interface.
-constexpr std::uint32_t kLeastModuleBytes =
-    offsetof(HalveronModule, process_sample) + sizeof(HalveronModule::process_sample);
+
+// Tables of the first version of the interface end with these fields: what is added behind them
+// later does not refuse an older library.
+#define HALVERON_THROUGH(table, field) (offsetof(table, field) + sizeof(table::field))
+constexpr std::uint32_t kLeastModuleBytes = HALVERON_THROUGH(HalveronModule, process_sample);
+constexpr std::uint32_t kLeastVoicesBytes = HALVERON_THROUGH(HalveronVoices, store_voices);
+constexpr std::size_t kLeastControlBytes = HALVERON_THROUGH(HalveronControl, entries);
+constexpr std::size_t kLeastPointBytes = HALVERON_THROUGH(HalveronPoint, y);
+constexpr std::size_t kLeastLampBytes = HALVERON_THROUGH(HalveronLamp, y);
+constexpr std::size_t kLeastDisplayBytes = HALVERON_THROUGH(HalveronDisplay, height);
+#undef HALVERON_THROUGH
 
 std::string Shown(float value) {
   char text[32];
@@ -82,6 +91,7 @@ class TableReader {
     });
     if (copy->empty()) Object(place, "is empty");
     if (!isPlain) Object(place, "has control characters");
+    RequireUtf8(place, *copy);
     return *copy;
   }
 
@@ -90,6 +100,7 @@ class TableReader {
     const auto read = platform::CopyForeignText(text, kMostTextBytes);
     if (!read) Object(place, "is not in readable memory or too long");
     copy = read.value_or("");
+    RequireUtf8(place, copy);
     return true;
   }
 
@@ -127,6 +138,10 @@ class TableReader {
   }
 
  private:
+  void RequireUtf8(const std::string& place, const std::string& text) {
+    if (!platform::IsUtf8(text)) Object(place, "is not UTF-8");
+  }
+
   std::vector<std::string>& problems_;
 };
 
@@ -138,16 +153,16 @@ class PanelReader {
   void Read() {
     const HalveronModule& table = type_.functions;
     const auto controls = reader_.Entries("controls", table.controls, table.control_size,
-                                          table.control_count, sizeof(HalveronControl));
+                                          table.control_count, kLeastControlBytes);
     for (std::size_t i = 0; i < controls.size(); ++i) ReadControl(i, controls[i]);
     const auto points = reader_.Entries("points", table.points, table.point_size, table.point_count,
-                                        sizeof(HalveronPoint));
+                                        kLeastPointBytes);
     for (std::size_t i = 0; i < points.size(); ++i) ReadPoint(i, points[i]);
-    const auto lamps = reader_.Entries("lamps", table.lamps, table.lamp_size, table.lamp_count,
-                                       sizeof(HalveronLamp));
+    const auto lamps =
+        reader_.Entries("lamps", table.lamps, table.lamp_size, table.lamp_count, kLeastLampBytes);
     for (std::size_t i = 0; i < lamps.size(); ++i) ReadLamp(i, lamps[i]);
     const auto displays = reader_.Entries("displays", table.displays, table.display_size,
-                                          table.display_count, sizeof(HalveronDisplay));
+                                          table.display_count, kLeastDisplayBytes);
     for (std::size_t i = 0; i < displays.size(); ++i) ReadDisplay(i, displays[i]);
   }
 
@@ -355,7 +370,6 @@ void ReadFunctions(TableReader& reader, ExternalModuleType& type) {
   reader.Code("wheel", table.wheel, false);
   reader.Code("mouse_moved", table.mouse_moved, false);
   if (!table.voices) return;
-  constexpr auto kLeastVoicesBytes = static_cast<std::uint32_t>(sizeof(HalveronVoices));
   if (!reader.Sized("voices", table.voices, kLeastVoicesBytes, type.voices)) return;
   reader.Code("voices.create_voices", type.voices.create_voices, true);
   reader.Code("voices.destroy_voices", type.voices.destroy_voices, true);

@@ -9,6 +9,7 @@
 #include "framework/shared_bitmaps.h"
 #include "platform/file_error.h"
 #include "platform/profile_file.h"
+#include "platform/utf8.h"
 #include "presets/preset_format.h"
 
 namespace halveron {
@@ -49,7 +50,7 @@ int ReadEntries(const platform::ProfileFile& ini, ModuleLibrary& library) {
     for (std::string& name : ini.GetTexts(NamesOf(category).folder, keys)) {
       ++number;
       if (name.empty()) continue;
-      name.resize(std::min(name.size(), kMostPresetTextBytes - 1));
+      name.resize(platform::Utf8Prefix(name, kMostPresetTextBytes - 1).size());
       ModuleEntry& entry = library.modules.emplace_back();
       entry.name = std::move(name);
       entry.category = category;
@@ -99,7 +100,7 @@ ModuleLibrary* ExternalModules::AddLibrary(const std::string& path, std::string*
   ModuleLibrary library;
   library.dll_path = path;
   library.vendor = ini.GetText(kConfiguration, "Vendor", "");
-  library.vendor.resize(std::min(library.vendor.size(), kMostPresetTextBytes - 1));
+  library.vendor.resize(platform::Utf8Prefix(library.vendor, kMostPresetTextBytes - 1).size());
   const bool listsModules = !library.vendor.empty() && ReadEntries(ini, library) > 0;
   if (problem) {
     std::error_code error;

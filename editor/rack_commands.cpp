@@ -30,9 +30,20 @@ void RackCommands::Insert(const std::vector<Module*>& modules, const std::string
   if (window && !modules.empty()) window->BeginInsertion(modules);
 }
 
+bool RackCommands::BringBack(const ModuleIdentity& identity) {
+  editor_.PrepareModule(identity.first, identity.second);
+  const PlaceholderPlans former = editor_.Placeholders();
+  PlaceholderPlans others = former;
+  others.erase(identity);
+  editor_.UsePlaceholders(others);
+  const bool isThere = ScratchRack(editor_).Add(identity.first, identity.second) != nullptr;
+  editor_.UsePlaceholders(former);
+  return isThere && editor_.history.ReplacePlaceholders(identity);
+}
+
 void RackCommands::InsertModule(std::string_view name, std::string_view vendor) {
   Module* module = nullptr;
-  if (!editor_.IsMissing(name, vendor)) {
+  if (!editor_.IsMissing(name, vendor) || BringBack({std::string(name), std::string(vendor)})) {
     editor_.PrepareModule(name, vendor);
     module = editor_.AddModule(name, vendor);
   }

@@ -300,10 +300,12 @@ void SynEditor::RememberColumns(const ModuleEntry& entry) {
   }
 }
 
-std::string SynEditor::PlanForMissing(const PresetDocument& document) {
+std::string SynEditor::PlanForMissing(const PresetDocument& document,
+                                      const std::set<ModuleIdentity>& refused) {
   placeholders_.clear();
   std::string failures;
-  const std::set<ModuleIdentity> identities = FindMissing(document, failures);
+  std::set<ModuleIdentity> identities = FindMissing(document, failures);
+  identities.insert(refused.begin(), refused.end());
   if (!identities.empty()) {
     placeholders_ = PlanPlaceholders(document, identities, KnownColumns(identities),
                                      KindsOfPoints(document, identities));
@@ -311,10 +313,22 @@ std::string SynEditor::PlanForMissing(const PresetDocument& document) {
   return failures;
 }
 
-void SynEditor::ApplyWithPlaceholders(const PresetDocument& document) {
+PresetOutcome SynEditor::ApplyReplacing(const PresetDocument& document, std::string& failures) {
+  // A library may make an instance and refuse the next, of a further voice or a second module.
+  std::set<ModuleIdentity> refused;
+  std::string refusals;
+  while (true) {
+    failures = PlanForMissing(document, refused) + refusals;
+    PresetOutcome outcome = ApplyPreset(document, *this);
+    if (outcome || !refused.insert(outcome.module).second) return outcome;
+    refusals += outcome.failure + "\n";
+  }
+}
+
+PresetOutcome SynEditor::ApplyWithPlaceholders(const PresetDocument& document) {
   for (const PresetModule& record : document.modules) PrepareModule(record.name, record.vendor);
-  PlanForMissing(document);
-  ApplyPreset(document, *this);
+  std::string failures;
+  return ApplyReplacing(document, failures);
 }
 
 bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::string& name,
@@ -329,9 +343,9 @@ bool SynEditor::Load(const PresetReadResult& read, PresetForm form, const std::s
   const std::optional<PresetDocument> before =
       keepsRack ? std::optional(CapturePreset(*this)) : std::nullopt;
   const PlaceholderPlans former = std::exchange(placeholders_, {});
-  const std::string failures =
-      missing == Missing::kReplace ? PlanForMissing(document) : std::string();
-  const PresetOutcome outcome = ApplyPreset(document, *this);
+  std::string failures;
+  const PresetOutcome outcome = missing == Missing::kReplace ? ApplyReplacing(document, failures)
+                                                             : ApplyPreset(document, *this);
   if (!outcome && before) {
     placeholders_ = former;
     ApplyPreset(*before, *this);

@@ -33,6 +33,7 @@
 namespace halveron {
 
 class RackWindow;
+struct PresetOutcome;
 
 /// Works with a window and without one, which then costs nothing. All of it belongs to the window
 /// thread.
@@ -64,7 +65,7 @@ class SynEditor : public RackModel {
   /// Modules that cannot be made become placeholders, and the load succeeds.
   bool LoadPresetWithPlaceholders(const std::string& path);
   /// The same for a rack that comes from no file.
-  void ApplyWithPlaceholders(const PresetDocument& document);
+  PresetOutcome ApplyWithPlaceholders(const PresetDocument& document);
   /// Loads a rack from a file as a change, not yet saved, of the preset at `path` or of none, with
   /// placeholders for missing modules. The step of the history has the name `stepName`.
   bool LoadAsChange(const std::string& file, const std::string& path, const std::string& stepName);
@@ -190,8 +191,13 @@ class SynEditor : public RackModel {
   bool LoadContents(const std::string& path, Missing missing);
   bool Load(const PresetReadResult& read, PresetForm form, const std::string& name, Missing missing,
             const std::string& path = {});
-  /// Plans placeholders for what cannot be made of a document; a line about each module.
-  std::string PlanForMissing(const PresetDocument& document);
+  /// ApplyPreset with placeholders for what cannot be made, and a line about each such module in
+  /// `failures`.
+  PresetOutcome ApplyReplacing(const PresetDocument& document, std::string& failures);
+  /// Plans placeholders for what cannot be made of a document, and for the modules in `refused`; a
+  /// line about each of the others.
+  std::string PlanForMissing(const PresetDocument& document,
+                             const std::set<ModuleIdentity>& refused);
   /// The modules of a document that cannot be made; a line about each in `failures`.
   std::set<ModuleIdentity> FindMissing(const PresetDocument& document, std::string& failures);
   /// Of each of a document's points, whether it carries MIDI; none where its module is missing.

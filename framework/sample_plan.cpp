@@ -372,12 +372,12 @@ class PlanBuilder {
       const SamplePlan::ModuleRun run{module.GetRunFunction(), next, row.voices.size()};
       next += row.voices.size();
       SamplePlan::Stage& stage = module.oversampled ? program_.everyStep : program_.firstStep;
-      // Modules of other authors have one function in common, and not all of them have groups.
-      const bool hasGroups = ClassOf(module) != nullptr;
+      // All modules of libraries have one function, and some of them have groups.
+      const bool isRun = !ClassOf(module);
       const bool continues = last && !last->maker && !row.maker && last->Key() == row.Key() &&
-                             (ClassOf(*last->voices.front()) != nullptr) == hasGroups;
+                             !ClassOf(*last->voices.front()) == isRun;
       if (row.maker) TakeGroup(row);
-      if (!hasGroups) {
+      if (isRun) {
         continues ? void(stage.runs.back().count += run.count) : stage.runs.push_back(run);
       } else if (continues) {
         stage.teams.back().single.count += run.count;

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <memory>
 
+#include "platform/utf8.h"
+
 namespace halveron {
 
 CFontDesc::CFontDesc(const char* family_, double size_, int style_)
@@ -32,7 +34,7 @@ void CFontDesc::layOut(PangoLayout* layout, std::string_view text) const {
   if (attributes) pango_attr_list_unref(attributes);
 
   const auto length = static_cast<gssize>(text.size());
-  if (length == 0 || g_utf8_validate(text.data(), length, nullptr)) {
+  if (length == 0 || platform::IsUtf8(text)) {
     pango_layout_set_text(layout, length ? text.data() : "", static_cast<int>(length));
   } else {
     const std::unique_ptr<char, decltype(&g_free)> valid(g_utf8_make_valid(text.data(), length),

@@ -110,6 +110,15 @@ std::vector<std::string> ProfileFile::Keys(const std::string& section) const {
   return InOrder(std::move(names));
 }
 
+std::size_t ProfileFile::Count(const std::string& section, const std::string& key) const {
+  CSimpleIniA profile;
+  profile.SetMultiKey(true);
+  CSimpleIniA::TNamesDepend values;
+  if (!Load(path_, profile)) return 0;
+  profile.GetAllValues(section.c_str(), key.c_str(), values);
+  return values.size();
+}
+
 std::string ProfileFile::GetText(const std::string& section, const std::string& key,
                                  const std::string& fallback) const {
   return Find(section, key).value_or(fallback);

@@ -32,6 +32,8 @@ class ProfileFile {
   /// As they are written, in the order of the file, each once; "" for what stands before the first.
   std::vector<std::string> Sections() const;
   std::vector<std::string> Keys(const std::string& section) const;
+  /// How many lines give the key a value; GetText reads the last of them.
+  std::size_t Count(const std::string& section, const std::string& key) const;
   /// The whole number that the value begins with; `fallback` if it begins with none.
   int GetInt(const std::string& section, const std::string& key, int fallback) const;
   /// The same for a number with a decimal point; never infinite.

@@ -1,5 +1,6 @@
 #include "presets/grown_record.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "framework/growing_panel.h"
@@ -20,6 +21,16 @@ void InsertFloat(Bytes& data, std::size_t index, float value) {
               std::end(bytes));
 }
 
+/// Leaves out the entries from `first` up to `end`.
+void EraseEntries(PresetModule& record, std::size_t first, std::size_t end) {
+  const auto bytes = [&](std::size_t entry) {
+    return record.data.begin() + static_cast<Offset>(entry * sizeof(float));
+  };
+  record.data.erase(bytes(first), bytes(end));
+  record.indices.erase(record.indices.begin() + static_cast<Offset>(first),
+                       record.indices.begin() + static_cast<Offset>(end));
+}
+
 }  // namespace
 
 PresetModule FitToPanel(const PresetModule& record, const Module& module,
@@ -30,13 +41,14 @@ PresetModule FitToPanel(const PresetModule& record, const Module& module,
   const GrowingPanel::Counts now = panel->SavedCounts();
   const std::size_t saved = record.indices.size();
   const auto points = static_cast<std::size_t>(record.patchPointCount);
-  if (saved < points + now.lamps || points > now.points) return fitted;
+  if (saved < points + now.lamps || record.data.size() < saved * sizeof(float)) return fitted;
   const std::size_t controls = saved - points - now.lamps;
-  if (controls > now.controls || saved == now.All()) return fitted;
-  if (record.data.size() < saved * sizeof(float)) return fitted;
 
+  EraseEntries(fitted, controls + now.lamps + std::min(points, now.points),
+               controls + now.lamps + points);
+  EraseEntries(fitted, std::min(controls, now.controls), controls);
   for (std::size_t i = points; i < now.points; ++i) {
-    const std::size_t end = controls + now.lamps + i;
+    const std::size_t end = std::min(controls, now.controls) + now.lamps + i;
     InsertFloat(fitted.data, end, 0.0f);
     fitted.indices.insert(fitted.indices.begin() + static_cast<Offset>(end), 0);
   }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace halveron {
@@ -75,7 +76,7 @@ PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
       rooms[identity] = RoomOf(document, module);
     }
     rooms[identity] = std::min(rooms[identity], RoomOf(document, module));
-    if (module.indices.size() > plan.isPoint.size()) plan.isPoint = PointsAmong(module, number);
+    plan.isPointInFewer[module.indices.size()] = PointsAmong(module, number);
     const auto count = static_cast<std::size_t>(module.patchPointCount);
     plan.points.resize(std::max(plan.points.size(), count));
     for (const PresetCable& cable : document.cables) {
@@ -92,6 +93,9 @@ PlaceholderPlans PlanPlaceholders(const PresetDocument& document,
     }
   }
   for (auto& [identity, plan] : plans) {
+    const auto most = std::prev(plan.isPointInFewer.end());
+    plan.isPoint = std::move(most->second);
+    plan.isPointInFewer.erase(most);
     const auto known = knownColumns.find(identity);
     const int wanted = PlaceholderColumns(plan.points.size());
     // Modules mostly stand side by side; a wide gap is one that the user left.
@@ -106,6 +110,7 @@ Placeholder::Placeholder(const PlaceholderPlan& plan, const HostTable& table, in
     : Module(CRect(0, 0, plan.columns * panelUnitWidth, panelHeight), nullptr, nullptr, table,
              voiceIndex),
       plan_(plan),
+      isPoint_(plan.isPoint),
       links_(plan.points.size()),
       data_(plan.isPoint.size() * sizeof(float)),
       indices_(plan.isPoint.size(), TAG_UNASSIGNED),
@@ -173,20 +178,60 @@ void Placeholder::LoadPreset(const void* buffer, int size, int version) {
   const auto* bytes = static_cast<const std::byte*>(buffer);
   data_.assign(bytes, bytes + std::max(size, 0));
   version_ = version;
+  ShowValues();
+}
+
+template <class Value>
+std::vector<Value> Placeholder::OnPanel(const std::vector<Value>& saved, Value rest) const {
+  std::vector<Value> shown(plan_.isPoint.size(), rest);
+  for (const bool ofPoints : {false, true}) {
+    std::size_t place = 0;
+    for (std::size_t i = 0; i < saved.size(); ++i) {
+      if (isPoint_[i] != ofPoints) continue;
+      while (place < shown.size() && plan_.isPoint[place] != ofPoints) ++place;
+      if (place == shown.size()) break;
+      shown[place++] = saved[i];
+    }
+  }
+  return shown;
+}
+
+void Placeholder::ShowValues() {
   // Whatever they mean: hosts read them as the values of the parameters.
-  Module::LoadPreset(buffer, size, version);
+  std::vector<float> values(std::min(isPoint_.size(), data_.size() / sizeof(float)));
+  if (values.empty()) return;
+  std::memcpy(values.data(), data_.data(), values.size() * sizeof(float));
+  const std::vector<float> shown = OnPanel(values, 0.0f);
+  LoadControlValues(shown.data(), static_cast<unsigned>(shown.size() * sizeof(float)));
+}
+
+void Placeholder::NumberPatchPoints(int* next) {
+  // The panel may have points that this one's record lacks; they have no cables.
+  int number = *next;
+  Module::NumberPatchPoints(&number);
+  *next += static_cast<int>(std::count(isPoint_.begin(), isPoint_.end(), true));
 }
 
 void Placeholder::SavePatchPointIndices(int* buffer) {
-  Module::SavePatchPointIndices(buffer);
-  for (std::size_t i = 0; i < indices_.size(); ++i) {
-    if (!plan_.isPoint[i]) buffer[i] = indices_[i];
+  auto point = Points().begin();
+  for (std::size_t i = 0; i < isPoint_.size(); ++i) {
+    const bool isShown = isPoint_[i] && point != Points().end();
+    buffer[i] = isShown ? (*point++)->getTag() : indices_[i];
   }
 }
 
 void Placeholder::LoadPatchPointIndices(const int* buffer, unsigned size) {
-  Module::LoadPatchPointIndices(buffer, size);
-  std::copy_n(buffer, std::min(size / sizeof(int), indices_.size()), indices_.begin());
+  const std::size_t count = size / sizeof(int);
+  if (const auto fewer = plan_.isPointInFewer.find(count); fewer != plan_.isPointInFewer.end()) {
+    isPoint_ = fewer->second;
+    ShowValues();
+  } else if (count == plan_.isPoint.size()) {
+    isPoint_ = plan_.isPoint;
+  }
+  indices_.assign(isPoint_.size(), TAG_UNASSIGNED);
+  std::copy_n(buffer, std::min(count, indices_.size()), indices_.begin());
+  const std::vector<int> shown = OnPanel(indices_, int{TAG_UNASSIGNED});
+  Module::LoadPatchPointIndices(shown.data(), static_cast<unsigned>(shown.size() * sizeof(int)));
 }
 
 }  // namespace halveron

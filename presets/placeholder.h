@@ -13,9 +13,6 @@
 
 namespace halveron {
 
-/// Name and vendor.
-using ModuleIdentity = std::pair<std::string, std::string>;
-
 /// What is known of a missing module from the presets that have it.
 struct PlaceholderPlan {
   struct Point {
@@ -29,7 +26,9 @@ struct PlaceholderPlan {
   int columns = 1;
   bool isMono = true;
   bool leadsToVoices = false;
-  std::vector<bool> isPoint;  ///< of each saved control, in order
+  std::vector<bool> isPoint;  ///< of each saved control, in order, where most were saved
+  /// The same for records of other versions, by how many controls they saved.
+  std::map<std::size_t, std::vector<bool>> isPointInFewer;
   std::vector<Point> points;
 };
 
@@ -74,13 +73,22 @@ class Placeholder : public Module {
   int GetPresetSize() override { return static_cast<int>(data_.size()); }
   void SavePreset(void* buffer, int size) override;
   void LoadPreset(const void* buffer, int size, int version) override;
+  void NumberPatchPoints(int* next) override;
+  int GetPatchPointIndicesSize() override {
+    return static_cast<int>(isPoint_.size() * sizeof(int));
+  }
   void SavePatchPointIndices(int* buffer) override;
   void LoadPatchPointIndices(const int* buffer, unsigned size) override;
 
  private:
   void MakePoint(std::size_t index);
+  void ShowValues();
+  /// Values by saved entry, as they stand on the panel, which may have more entries.
+  template <class Value>
+  std::vector<Value> OnPanel(const std::vector<Value>& saved, Value rest) const;
 
   const PlaceholderPlan plan_;
+  std::vector<bool> isPoint_;  // of the entries of this one's record
   std::vector<std::string> roles_;
   std::vector<PointLink> links_;
   std::vector<std::byte> data_;

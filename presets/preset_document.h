@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "framework/midi_map.h"
@@ -19,6 +20,9 @@ inline constexpr int kPresetVersion = 2211;
 inline constexpr int kClipLevelVersion = 1300;
 inline constexpr int kVoicesVersion = 2000;  ///< voices of the rack, mono of a module
 inline constexpr int kHighestParameterVersion = 2001;
+
+/// Name and vendor.
+using ModuleIdentity = std::pair<std::string, std::string>;
 
 struct PresetModule {
   std::string name;

@@ -31,9 +31,11 @@ PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* ne
   record.name = module.GetName();
   record.vendor = module.GetVendorName();
   record.version = module.GetVersion();
-  record.controlCount = module.GetNbControls();
-  record.patchPointCount = module.GetNbPatchPoints();
+  // A placeholder may show more than its record has.
+  record.controlCount = module.GetPatchPointIndicesSize() / static_cast<int>(sizeof(std::int32_t));
+  const int firstPoint = *nextPoint;
   module.NumberPatchPoints(nextPoint);
+  record.patchPointCount = *nextPoint - firstPoint;
   record.x = ToUnits(corner.x);
   record.y = ToUnits(corner.y);
   record.oversampled = module.oversampled;
@@ -41,8 +43,7 @@ PresetModule CapturePresetSettings(Module& module, const CPoint& corner, int* ne
   record.bandlimitMode = module.GetBandlimitMode();
   record.clipLevel = module.GetClipLevel();
   record.mono = module.mono;
-  record.indices.resize(static_cast<std::size_t>(module.GetPatchPointIndicesSize()) /
-                        sizeof(std::int32_t));
+  record.indices.resize(static_cast<std::size_t>(record.controlCount));
   module.SavePatchPointIndices(record.indices.data());
   return record;
 }
@@ -155,7 +156,9 @@ class PresetLoader {
       rack_.author = document_.author;
       rack_.description = document_.description;
       for (const PresetModule& record : document_.modules) {
-        if (!LoadModule(record)) return {FailureOf(record, rack_)};
+        if (!LoadModule(record)) {
+          return {FailureOf(record, rack_), {record.name, record.vendor}};
+        }
       }
       if (document_.highestParameterIndex) {
         rack_.parameters.highestParameterIndex = *document_.highestParameterIndex;

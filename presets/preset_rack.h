@@ -45,6 +45,7 @@ PresetDocument CapturePreset(RackModel& rack);
 struct PresetOutcome {
   /// The user's message about the first module that could not be made; empty on success.
   std::string failure;
+  ModuleIdentity module;  ///< which one it was
 
   explicit operator bool() const { return failure.empty(); }
 };

@@ -259,9 +259,8 @@ void RackSnapshots::AddCables(const RackSnapshot& to) {
   rack_.cables.Sort(order);
 }
 
-bool RackSnapshots::AddModules(const RackSnapshot& to) {
+bool RackSnapshots::AddModules(const RackSnapshot& to, std::vector<CControl*>& newControls) {
   bool complete = true;
-  std::vector<CControl*> newControls;
   for (const RackSnapshot::Entry& entry : to.modules) {
     if (FindModule(entry.id)) continue;
     if (Module* module = LoadPresetModule(entry.record->Whole(), rack_, newControls)) {
@@ -270,7 +269,6 @@ bool RackSnapshots::AddModules(const RackSnapshot& to) {
       complete = false;
     }
   }
-  GiveParameters(newControls, rack_);
   std::vector<Module*> order;
   for (const RackSnapshot::Entry& entry : to.modules) {
     if (Module* module = FindModule(entry.id)) order.push_back(module);
@@ -333,7 +331,8 @@ bool RackSnapshots::Restore(const RackSnapshot& from, const RackSnapshot& to) {
     if (module && !to.Find(entry.id)) rack_.RemoveModule(module, true);
   }
   RestoreRack(from.rack, to.rack);
-  const bool complete = AddModules(to);
+  std::vector<CControl*> newControls;
+  const bool complete = AddModules(to, newControls);
   const auto forEachChanged = [&](auto&& restore) {
     for (const RackSnapshot::Entry& entry : to.modules) {
       const ModuleRecord* was = from.Find(entry.id);
@@ -358,6 +357,7 @@ bool RackSnapshots::Restore(const RackSnapshot& from, const RackSnapshot& to) {
   if (to.rack.highestParameterIndex) {
     rack_.parameters.highestParameterIndex = *to.rack.highestParameterIndex;
   }
+  GiveParameters(newControls, rack_);
   rack_.RequestRedraw();
   return complete;
 }

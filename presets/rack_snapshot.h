@@ -12,6 +12,7 @@
 
 namespace halveron {
 
+class CControl;
 struct Cable;
 class Module;
 class PatchPoint;
@@ -90,7 +91,8 @@ class RackSnapshots {
   void NumberPoints();
   void RemoveCables(const RackSnapshot& to);
   void AddCables(const RackSnapshot& to);
-  bool AddModules(const RackSnapshot& to);
+  /// Collects controls that want host parameters when the highest one is known.
+  bool AddModules(const RackSnapshot& to, std::vector<CControl*>& newControls);
   void RestoreOptions(Module& module, const PresetModule& was, const PresetModule& will);
   ModuleRecord RecordOf(Module& module, const ModuleRecord* previous);
   void RestoreData(Module& module, const ModuleRecord& from, const ModuleRecord& to);

@@ -10,6 +10,7 @@
 #include "framework/module.h"
 #include "framework/rack_model.h"
 #include "platform/file_error.h"
+#include "platform/utf8.h"
 #include "presets/base64.h"
 #include "presets/kept_record.h"
 #include "presets/module_roles.h"
@@ -137,17 +138,8 @@ Json GridNumber(double number) {
   return number == whole ? Json(static_cast<int>(whole)) : Json(number);
 }
 
-bool IsUtf8(const std::string& text) {
-  try {
-    (void)Json(text).dump();
-    return true;
-  } catch (const Json::type_error&) {
-    return false;
-  }
-}
-
 void FormatAnyText(Json& json, const std::string& key, const std::string& text) {
-  if (IsUtf8(text)) {
+  if (platform::IsUtf8(text)) {
     json[key] = text;
   } else {
     json[key + "_base64"] = EncodeBase64(std::as_bytes(std::span(text)));
@@ -241,6 +233,12 @@ TextPatch ToText(const PresetDocument& preset, RackModel& rack) {
   std::set<int> taken, takenByUsual;
   bool usualParameters = true;
   for (const PresetModule& record : preset.modules) {
+    if (!platform::IsUtf8(record.name) || !platform::IsUtf8(record.vendor)) {
+      throw platform::FileError(
+          "", "",
+          "the name of module " + std::to_string(patch.modules.size() + 1) + " is not UTF-8",
+          "a text patch cannot hold it; keep the preset (.hvp)");
+    }
     Module* usual = scratch.Add(record.name, record.vendor);
     if (!usual) {
       throw platform::FileError(

@@ -62,7 +62,7 @@ enum {
 
 /* Flags of a control. */
 enum {
-  HALVERON_NO_PARAMETER = 1 /* the host cannot automate it */
+  HALVERON_NO_PARAMETER = 1 /* the host cannot automate it, as it never can menus and digits */
 };
 
 typedef struct HalveronControl {

@@ -333,6 +333,11 @@ class Module {
     }
     return displays_++;
   }
+  /// Keeps the control that was made last from having a host parameter. Menus and digits never have
+  /// one.
+  void ExcludeFromAutomation() {
+    if (setup_.recorder) setup_.recorder->controls.back().flags |= HALVERON_NO_PARAMETER;
+  }
   /// A shorter text on the panel for what was made last; empty for none.
   void SetCaption(std::string_view caption) {
     if (setup_.recorder) *setup_.recorder->caption = setup_.recorder->Keep(caption);

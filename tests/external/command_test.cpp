@@ -3,6 +3,7 @@
 
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <sstream>
 
 #include "app/run_command.h"
@@ -84,6 +85,28 @@ TEST_F(OwnModules, MayShareANameWithAnotherVendors) {
   EXPECT_EQ(unclear.status, kExitMisuse);
   EXPECT_NE(unclear.err.find("or \"" + one + "\""), std::string::npos) << unclear.err;
   EXPECT_EQ(Call({"screenshot", "--module", one, "-o", picture}).status, 0);
+  // A name that is not UTF-8 cannot be made, and the others are described all the same.
+  std::ofstream(folder_ / "in_order.ini") << Ini("Filter", {"Gr\xFC\xDF"});
+  const Answer all = Call({"modules", "--json"});
+  EXPECT_EQ(all.status, 0) << all.err;
+  EXPECT_GT(nlohmann::json::parse(all.out).size(), 3u);
+}
+
+TEST_F(OwnModules, HavePlaceholdersWhereTheyRefuseAVoice) {
+  fs::copy(HALVERON_LIBRARIES_FOLDER "/unruly.so", folder_);
+  std::ofstream(folder_ / "unruly.ini") << Ini("Filter", {"Quartet"});
+  const std::string patch = scratch_.Write("patch.json", R"({"halveron": 1, "voices": 16,
+    "modules": [{"id": "vco", "name": "S310 VCO", "row": 0, "column": 0},
+                {"id": "four", "name": "Quartet", "vendor": "Test Vendor"},
+                {"id": "out", "name": "SA02 2 DAW"}],
+    "cables": [{"from": "vco.Saw", "to": "out.Left", "colour": "Red"}]})");
+  const std::vector<std::string> words{
+      "render", patch, "-o", scratch_.At("a.wav"), "--frames", "4800", "--placeholders"};
+  const Answer rendered = Call(words);
+  EXPECT_EQ(rendered.status, 0) << rendered.err;
+  EXPECT_NE(rendered.err.find("Quartet Test Vendor is missing; a placeholder"), std::string::npos)
+      << rendered.err;
+  EXPECT_EQ(rendered.out.find("silent"), std::string::npos) << "the rest plays: " << rendered.out;
 }
 
 TEST_F(OwnModules, AreRenderedConvertedAndDrawn) {
@@ -153,12 +176,51 @@ TEST_F(OwnModules, AreConvertedToTextAndBackWhileTheyAreMissing) {
   EXPECT_EQ(Call({"render", preset, "-o", scratch_.At("b.wav"), "--frames", "480"}).status, 0);
   EXPECT_EQ(ReadFile(wave), ReadFile(scratch_.At("b.wav")));
 
+  // From text to text as well, with fewer libraries and with later ones.
+  for (const char* name : {"filter.ini", "drawn_wave.ini"}) fs::remove(folder_ / name);
+  const Answer again = Call({"convert", text, scratch_.At("c.json"), "--placeholders"});
+  EXPECT_EQ(again.status, 0) << again.err;
+  EXPECT_NE(again.err.find("Example Filter Halveron Examples is missing"), std::string::npos);
+  EXPECT_EQ(ReadFile(scratch_.At("c.json")), ReadFile(text));
+
   const std::string broken = R"({"halveron": 1, "modules": [
     {"id": "a", "name": "A", "saved": [{"jack": "inptu"}]}]})";
   const Answer refused = Call({"convert", scratch_.Write("c.json", broken), preset});
   EXPECT_NE(refused.err.find("saved[0].jack: no kind of jack \"inptu\"; did you mean \"input\"?"),
             std::string::npos)
       << refused.err;
+}
+
+TEST_F(OwnModules, AreConvertedFromTheTextOfAnEarlierVersion) {
+  const auto install = [&](const std::string& library) {
+    fs::copy(HALVERON_LIBRARIES_FOLDER "/" + library + ".so", folder_ / "probe.so",
+             fs::copy_options::overwrite_existing);
+    std::ofstream(folder_ / "probe.ini") << Ini("Amplifier", {"Probe"});
+  };
+  install("in_order");
+  const std::string preset = scratch_.At("a.hvp");
+  const std::string patch = scratch_.Write("patch.json", R"({"halveron": 1, "modules": [
+    {"id": "probe", "name": "Probe", "vendor": "Test Vendor", "controls": {"Level": 0.25}},
+    {"id": "other", "name": "Probe", "vendor": "Test Vendor", "controls": {"Level": 0.75}},
+    {"id": "out", "name": "SA02 2 DAW"}],
+    "cables": [{"from": "probe.Out", "to": "other.In", "colour": "Red"},
+               {"from": "other.Out", "to": "out.Left", "colour": "Red"}]})");
+  ASSERT_EQ(Call({"convert", patch, preset}).status, 0);
+  fs::remove(folder_ / "probe.ini");
+  const std::string kept = scratch_.At("kept.json");
+  ASSERT_EQ(Call({"convert", preset, kept, "--placeholders"}).status, 0);
+  install("grown");
+  const Answer converted = Call({"convert", kept, scratch_.At("b.json")});
+  ASSERT_EQ(converted.status, 0) << converted.err;
+  const auto json = nlohmann::json::parse(ReadFile(scratch_.At("b.json")));
+  EXPECT_EQ(json["modules"][0]["controls"]["Level"], 0.25);
+  EXPECT_EQ(json["modules"][1]["controls"]["Level"], 0.75);
+  std::set<std::string> ends;
+  for (const auto& cable : json["cables"]) {
+    const std::string from = cable["from"], to = cable["to"];
+    ends.insert(from.substr(from.find('.')) + to.substr(to.find('.')));
+  }
+  EXPECT_EQ(ends, (std::set<std::string>{".Out.In", ".Out.Left"}));
 }
 
 TEST(CheckLibrary, FindsNothingWrongWithTheExamplesAndTheTemplate) {
@@ -202,11 +264,22 @@ TEST(CheckLibrary, ReportsEverythingThatIsWrong) {
        "[configuration]\nVendr=x\n",
        {"did you mean \"Vendor\"?", "has no Vendor", "does not export DllInitialize"}},
       {"unruly",
-       Ini("Filter", {"Few", "Shared", "Skewed"}),
+       Ini("Filter", {"Few", "Shared", "Skewed", "Blinks", "Late"}),
        {"Few: create gives no instance beside 4 others",
         "Few: create gives no instance for voice 4",
         "Shared: the output 'Out' of a module among 16 is ",
-        "Skewed: the output 'Out' of voice 3 by run_voices in 4 lanes is ", "4 faults"}},
+        "Skewed: the output 'Out' of voice 3 by run_voices in 4 lanes is ",
+        "Blinks: the output 'Out' is no finite number with", "Late: the output 'Out' of voice 0",
+        "6 faults"}},
+      {"in_order",
+       "[Configuration]\nVendor=Test "
+       "Vendor\n[Filter]\nnumber_of_modules=1\nM1=A\nM3=B\nM4=C\nM1=D\n"
+       "[Other]\nM2=E\n[MIDI]\nnumber_of_modules=1\nM1=Gr\xFC\xDF\n",
+       {"[Filter] has the key M1 2 times, of which the last counts",
+        "[Filter] announces 1 modules, but has the key M3",
+        "[Filter] announces 1 modules, but has the key M4",
+        "[Other] has the key M2, but no number_of_modules", "[MIDI] M1 is not UTF-8",
+        "name: is not UTF-8"}},
   };
   for (const Case& each : cases) {
     const std::string path = folder.Add(each.library, each.ini);
@@ -224,6 +297,9 @@ TEST(CheckLibrary, ReportsEverythingThatIsWrong) {
   const std::string falling = folder.Add("unruly", Ini("Filter", {"Falls"}));
   EXPECT_EXIT(Call({"modules", "--check", falling}), ::testing::ExitedWithCode(kExitMisuse),
               "Falls: crashes while it plays with its defaults .access to invalid memory");
+  const std::string deep = folder.Add("unruly", Ini("Filter", {"Deep"}));
+  EXPECT_EXIT(Call({"modules", "--check", deep}), ::testing::ExitedWithCode(kExitMisuse),
+              "Deep: crashes while it plays with its defaults .access to invalid memory");
   const std::string alone = folder.Add("no_get_module", "");
   fs::remove(folder.Path() + "no_get_module.ini");
   const Answer withoutIni = Call({"modules", "--check", alone});

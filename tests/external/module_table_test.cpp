@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "editor/external_module_type.h"
+#include "sdk/halveron_module.hpp"
 
 namespace halveron::testing {
 namespace {
@@ -136,6 +137,8 @@ TEST(ModuleTables, ThatLieAreRefusedWithThePlace) {
       {"controls[0].role: is null", [](Tables& t) { t.controls[0].role = nullptr; }},
       {"controls[0].role: is empty", [](Tables& t) { t.controls[0].role = ""; }},
       {"controls[0].role: has control", [](Tables& t) { t.controls[0].role = "A\nB"; }},
+      {"controls[0].role: is not UTF-8", [](Tables& t) { t.controls[0].role = "Gr\xFC"; }},
+      {"points[0].caption: is not UTF-8", [](Tables& t) { t.points[0].caption = "\xC0\xAF"; }},
       {"controls[2]: the role 'Level' is used twice",
        [](Tables& t) { t.controls[2].role = "Level"; }},
       {"lamps[0]: the role 'Level'", [](Tables& t) { t.lamps[0].role = "Level"; }},
@@ -171,6 +174,32 @@ TEST(ModuleTables, ThatLieAreRefusedWithThePlace) {
   Problems problems;
   ReadModuleTable(nullptr, "", "", problems);
   EXPECT_EQ(problems, Problems{"module: is null"});
+}
+
+/// A knob and a toggle, of which the host automates the toggle.
+class Manual final : public halveron_sdk::Module {
+ public:
+  static constexpr char kName[] = "Manual";
+  static constexpr char kVendor[] = "Vendor";
+  static constexpr int kColumns = 4;
+  static constexpr int kVersion = 1000;
+  static constexpr bool kPolyphonic = false;
+  explicit Manual(const halveron_sdk::Setup& setup) : Module(setup) {
+    AddModuleKnob(level_, "Level", 24, 80, HALVERON_SMALL, 0.5f);
+    ExcludeFromAutomation();
+    AddOnOffButton("Fixed", 24, 120, 0);
+  }
+  void ProcessSample() {}
+
+ private:
+  halveron_sdk::Knob level_;
+};
+
+TEST(ModuleTables, OfCppClassesExcludeControlsFromAutomation) {
+  const HalveronModule& table = halveron_sdk::detail::Table<Manual>::Get();
+  ASSERT_EQ(table.control_count, 2u);
+  EXPECT_EQ(table.controls[0].flags, unsigned{HALVERON_NO_PARAMETER});
+  EXPECT_EQ(table.controls[1].flags, 0u);
 }
 
 }  // namespace

@@ -168,6 +168,36 @@ TEST_F(PlaceholderTest, AreOfferedForAFile) {
   EXPECT_TRUE(rig.window.Dialog().IsShown());
 }
 
+TEST_F(PlaceholderTest, StandForModulesThatRefuseAFurtherVoice) {
+  folder_.Add("in_order", Ini("Amplifier", {"Quartet"}));
+  std::vector<std::byte> chunk;
+  PresetDocument document;
+  {
+    TestRack rack;
+    Equip(rack);
+    rack.editor.voices.ApplyVoiceCount(16);
+    Module& first = AddExternal(rack, "Quartet", kTestVendor);
+    Module& second = AddExternal(rack, "Quartet", kTestVendor);
+    Module& out = rack.Add("SA02 2 DAW");
+    rack.Connect(first, "Out", second, "In");
+    rack.Connect(second, "Out", out, "Left");
+    rack.SetControl(second, "Level", 0.125f);
+    document = CapturePreset(rack.editor);
+    document.pathPrefix = "x.hvp";
+    chunk = WritePreset(document, PresetForm::kChunk);
+  }
+  std::filesystem::remove(folder_.Path() + "in_order.ini");
+  folder_.Add("unruly", Ini("Amplifier", {"Quartet"}));
+  TestRack rack;
+  Equip(rack);
+  std::string text;
+  rack.editor.dialogs = [&](const DialogText& dialog) { text = dialog.text; };
+  EXPECT_FALSE(rack.editor.LoadChunk(chunk));
+  EXPECT_TRUE(rack.editor.IsMissing("Quartet", kTestVendor));
+  EXPECT_EQ(text.find("Quartet Test Vendor"), 0u) << text;
+  ExpectSame(CapturePreset(rack.editor), document);
+}
+
 TEST_F(PlaceholderTest, GiveWayWhenTheirModuleIsInsertedAndItsLibraryIsBack) {
   const PresetDocument document = SavedRack();
   const ScratchFolder files;
@@ -197,6 +227,51 @@ TEST_F(PlaceholderTest, GiveWayWhenTheirModuleIsInsertedAndItsLibraryIsBack) {
     EXPECT_EQ(now.modules[i].indices, document.modules[i].indices);
   }
   EXPECT_NE(rig.editor.modules[2][2], nullptr) << "with all its voices";
+}
+
+TEST_F(PlaceholderTest, GiveWayToALaterVersionWithParametersOfItsOwn) {
+  const PresetDocument document = SavedRack();
+  std::filesystem::remove(folder_.Path() + "in_order.ini");
+  WindowRig rig;
+  ASSERT_FALSE(rig.editor.LoadChunk(WritePreset(document, PresetForm::kChunk)));
+  folder_.Add("grown", Ini("Amplifier", {"Probe"}));
+  Equip(rig.rack);
+  rig.editor.commands.InsertModule("Probe", kTestVendor);
+  ASSERT_FALSE(rig.editor.HasPlaceholders());
+  const PresetDocument now = CapturePreset(rig.editor);
+  for (const std::size_t i : {2, 3}) {
+    EXPECT_GT(now.modules[i].indices[2], *document.highestParameterIndex);
+    EXPECT_GE(now.highestParameterIndex.value_or(-1), now.modules[i].indices[2]);
+  }
+}
+
+TEST_F(PlaceholderTest, AreNotNeededForAModuleThatHasLessThanItHad) {
+  const auto install = [&](const std::string& library) {
+    folder_.Add(library, Ini("Amplifier", {"Probe"}));
+    std::filesystem::rename(folder_.Path() + library + ".so", folder_.Path() + "probe.so");
+    std::filesystem::rename(folder_.Path() + library + ".ini", folder_.Path() + "probe.ini");
+  };
+  std::filesystem::remove(folder_.Path() + "in_order.ini");
+  install("grown");
+  const PresetDocument document = SavedRack();
+  install("in_order");
+  TestRack rack;
+  Equip(rack);
+  ASSERT_TRUE(rack.editor.LoadChunk(WritePreset(document, PresetForm::kChunk)));
+  const PresetDocument now = CapturePreset(rack.editor);
+  EXPECT_EQ(now.cables.size(), document.cables.size());
+  for (const std::size_t i : {2, 3}) {
+    const PresetModule& was = document.modules[i];
+    const PresetModule& is = now.modules[i];
+    EXPECT_TRUE(std::equal(is.indices.begin(), is.indices.begin() + 2, was.indices.begin()));
+    EXPECT_TRUE(std::equal(is.data.begin(), is.data.begin() + 8, was.data.begin()));
+    EXPECT_TRUE(
+        std::equal(is.data.begin() + 5 * 4, is.data.begin() + 6 * 4, was.data.begin() + 8 * 4))
+        << "its own data";
+  }
+  Module& mono = *rack.editor.modules[0][3];
+  EXPECT_TRUE(rack.Point(mono, "In", kInputPoint).IsCabled());
+  EXPECT_TRUE(rack.Point(mono, "Out", kOutputPoint).IsCabled());
 }
 
 TEST_F(PlaceholderTest, StandForUnknownBuiltInNamesAndForAnyFormOfData) {
@@ -233,6 +308,17 @@ TEST_F(PlaceholderTest, StandForUnknownBuiltInNamesAndForAnyFormOfData) {
   EXPECT_FALSE(rack.editor.LoadChunk(WritePreset(document, PresetForm::kChunk)));
   const PresetDocument kept = CapturePreset(rack.editor);
   EXPECT_TRUE(kept.modules == document.modules);
+  // A record of a version that had less, between two others.
+  document.modules[0].data.assign(16, std::byte{0});
+  document.modules[1].data.assign(12, std::byte{0});
+  document.modules[1].indices = {702, 2, 3};
+  document.modules[1].controlCount = 3;
+  document.modules.push_back(document.modules[0]);
+  document.modules[3].indices = {703, 0x7FFFFFF8, 4, 5};
+  document.cables = {{0, 3, 2}, {2, 5, 7}};
+  EXPECT_FALSE(rack.editor.LoadChunk(WritePreset(document, PresetForm::kChunk)));
+  EXPECT_TRUE(CapturePreset(rack.editor).modules == document.modules);
+  EXPECT_TRUE(CapturePreset(rack.editor).cables == document.cables);
 }
 
 TEST_F(PlaceholderTest, AreNotNeededForAModuleThatHasMoreThanItHad) {

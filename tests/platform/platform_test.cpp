@@ -8,9 +8,24 @@
 #include "platform/denormals.h"
 #include "platform/library_path.h"
 #include "platform/recursive_lock.h"
+#include "platform/utf8.h"
 
 namespace halveron::platform {
 namespace {
+
+TEST(Utf8, IsToldFromOtherBytesAndCutBetweenLetters) {
+  for (const char* text : {"", "abc", "Gr\xC3\xBC\xC3\x9F", "\xE2\x82\xAC", "\xED\x9F\xBF",
+                           "\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"}) {
+    EXPECT_TRUE(IsUtf8(text)) << text;
+  }
+  // Alone, cut short, longer than needed, surrogates, above U+10FFFF.
+  for (const char* text : {"Gr\xFC", "\x80", "\xE2\x82", "\xE2\x82x", "\xC0\xAF", "\xE0\x9F\xBF",
+                           "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF"}) {
+    EXPECT_FALSE(IsUtf8(text)) << text;
+  }
+  EXPECT_EQ(Utf8Prefix("a\xE2\x82\xAC", 3), "a");
+  EXPECT_EQ(Utf8Prefix("a\xE2\x82\xAC", 4), "a\xE2\x82\xAC");
+}
 
 TEST(RecursiveLock, IsReentrantAndKeepsOthersOut) {
   RecursiveLock lock;

@@ -29,6 +29,7 @@ typedef struct Probe {
   const HalveronPanel* panel;
   float rate;
   float mode;
+  int blinks;
   int32_t counts[8]; /* its own data */
 } Probe;
 
@@ -103,11 +104,38 @@ static void LoadData(void* instance, const void* data, uint32_t size, int32_t ve
 }
 
 #if FAULT == UNRULY
-/* "Falls" crashes when it plays, "Few" makes four instances, "Shared" hands sound from one to the next, "Skewed" sounds otherwise
- * when its voices run in one call. */
+/* "Falls" and "Deep" crash when they play, "Few" makes four instances, "Quartet" those of four
+ * voices, "Shared" hands sound from one to the next, "Blinks" gives one value that is no number when
+ * a control moves, "Skewed" sounds otherwise when its voices run in one call, "Late" only in the
+ * ninth sample of a block. */
 static void* CreateFew(const HalveronHost* host, HalveronContext* context,
                        const HalveronPanel* panel, int32_t voice) {
   return test_instances < 4 ? Create(host, context, panel, voice) : NULL;
+}
+static void* CreateQuartet(const HalveronHost* host, HalveronContext* context,
+                           const HalveronPanel* panel, int32_t voice) {
+  return voice < 4 ? Create(host, context, panel, voice) : NULL;
+}
+static int Dig(volatile char* above) {
+  volatile char room[4096];
+  room[0] = above[0];
+  return Dig(room) + room[0];
+}
+static void ProcessDeep(void* instance) {
+  volatile char ground = 0;
+  (void)instance;
+  (void)Dig(&ground);
+}
+static void ValueChangedBlinks(void* instance, uint32_t control, float value) {
+  (void)control;
+  (void)value;
+  ((Probe*)instance)->blinks = 1;
+}
+static void ProcessBlinks(void* instance) {
+  Probe* probe = instance;
+  ProcessSample(instance);
+  if (probe->blinks) *probe->panel->jacks[1].signal = 0.0f / 0.0f;
+  probe->blinks = 0;
 }
 static void ProcessFalling(void* instance) {
   static volatile int* nowhere = NULL;
@@ -123,6 +151,7 @@ static void ProcessShared(void* instance) {
 }
 typedef struct Group {
   uint32_t count;
+  int samples; /* of the block */
   void* instances[16];
 } Group;
 static void* CreateVoices(void* const* instances, uint32_t count, uint32_t lanes) {
@@ -140,7 +169,20 @@ static void RunVoices(void* voices) {
     if (i == 3) *((Probe*)group->instances[i])->panel->jacks[1].signal += 1;
   }
 }
+static int32_t LoadLate(void* voices) {
+  ((Group*)voices)->samples = 0;
+  return 1;
+}
+static void RunLate(void* voices) {
+  Group* group = voices;
+  ++group->samples;
+  for (uint32_t i = 0; i < group->count; ++i) {
+    ProcessSample(group->instances[i]);
+    if (group->samples == 9) *((Probe*)group->instances[i])->panel->jacks[1].signal += 1;
+  }
+}
 static void StoreVoices(void* voices) { (void)voices; }
+static const HalveronVoices late = {sizeof late, CreateVoices, free, LoadLate, RunLate, StoreVoices};
 static const HalveronVoices skewed = {sizeof skewed, CreateVoices, free,
                                       LoadVoices,    RunVoices,    StoreVoices};
 #endif
@@ -192,6 +234,13 @@ static void FillTable(const char* name) {
   table.load_data = LoadData;
 #if FAULT == UNRULY
   if (strcmp(name, "Falls") == 0) table.process_sample = ProcessFalling;
+  if (strcmp(name, "Deep") == 0) table.process_sample = ProcessDeep;
+  if (strcmp(name, "Quartet") == 0) table.create = CreateQuartet;
+  if (strcmp(name, "Blinks") == 0) {
+    table.process_sample = ProcessBlinks;
+    table.value_changed = ValueChangedBlinks;
+  }
+  if (strcmp(name, "Late") == 0) table.voices = &late;
   if (strcmp(name, "Few") == 0) table.create = CreateFew;
   if (strcmp(name, "Shared") == 0) table.process_sample = ProcessShared;
   if (strcmp(name, "Skewed") == 0) table.voices = &skewed;
