@@ -45,7 +45,7 @@ SharedPointer<CBitmap> PictureOf(const Canvas& canvas) {
 
 SharedPointer<CBitmap> Paint(const Module& module, Category category, const std::string& skin) {
   const std::string head = HeadOf(module);
-  const CatalogueEntry entry{category, head.c_str(), "", nullptr, nullptr, nullptr};
+  const CatalogueEntry entry{category, head.c_str(), "", "", "", nullptr, nullptr, nullptr};
   const Canvas canvas = PaintPanel(PlanPanel(module, entry), ThemeOf(skin));
   return PictureOf(canvas);
 }
