@@ -175,6 +175,10 @@ clap_process_status ClapPluginInstance::Process(const clap_process_t& block) {
     std::for_each_n(block.audio_outputs, block.audio_outputs_count,
                     [](clap_audio_buffer_t& port) { port.constant_mask = 0; });
   }
+  if (engine_.Editor()->plan.HaveTeamsBroken() &&
+      !wantsRegrouping_.exchange(true, std::memory_order_relaxed)) {
+    RequestMainThread();
+  }
   processingThread_.store({}, std::memory_order_relaxed);
   return CLAP_PROCESS_CONTINUE;
 }
@@ -219,6 +223,8 @@ void ClapPluginInstance::Flush(const clap_input_events_t* in, const clap_output_
 }
 
 void ClapPluginInstance::OnMainThread() {
+  wantsRegrouping_.store(false, std::memory_order_relaxed);
+  engine_.fxIdle();
   window_.OnMainThread();
   if (!patchEdited_.exchange(false, std::memory_order_acquire)) return;
   if (hostState_ && hostState_->mark_dirty) hostState_->mark_dirty(host_);
@@ -298,6 +304,10 @@ void ClapPluginInstance::QueueParamGesture(int index, bool begins) {
 
 void ClapPluginInstance::PatchEdited() {
   if (isLoadingState_ || patchEdited_.exchange(true, std::memory_order_release)) return;
+  RequestMainThread();
+}
+
+void ClapPluginInstance::RequestMainThread() const {
   if (host_ && host_->request_callback) host_->request_callback(host_);
 }
 

@@ -73,6 +73,7 @@ class ClapPluginInstance final : public ClapHostServices {
 
   void TakeTransport(const clap_event_transport_t* transport);
   void TakeEvents(const clap_input_events_t* events);
+  void RequestMainThread() const;
   void RunSlice(Channels& channels, int frames);
   void RunCut(Channels& channels, int frames, const clap_input_events_t* events);
   void Log(clap_log_severity severity, const char* message) const;
@@ -93,6 +94,7 @@ class ClapPluginInstance final : public ClapHostServices {
   VstTimeInfo timeInfo_{};
   bool hasTransport_ = false;
   std::atomic<std::thread::id> processingThread_{};  // while in Process
+  std::atomic<bool> wantsRegrouping_ = false;        // has asked for the main thread
   std::atomic<bool> patchEdited_ = false;            // and the host is not notified yet
   std::atomic<bool> isLoadingState_ = false;
 };

@@ -236,6 +236,11 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   rack_->plan.EndBlock();
 }
 
+int Halveron::fxIdle() {
+  if (rack_) rack_->RegroupModules();
+  return 1;
+}
+
 void Halveron::AdvanceSample() {
   if (currentOutL) ++currentOutL;
   if (currentOutR) ++currentOutR;
@@ -277,6 +282,7 @@ int Halveron::processEvents(VstEvents* events) {
 
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
+  rack_->plan.LeaveVectors();  // a host may hand back from within a block what a module sent
   rack_->midi.Take(*events);
   for (Module* module : rack_->plan.EventModules()) module->ProcessEvents(events);
 }

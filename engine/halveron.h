@@ -43,6 +43,8 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void processDoubleReplacing(double**, double**, int) override {}
   /// Hands host events to the active modules that registered for them.
   int processEvents(VstEvents* events) override;
+  /// What the main thread does now and then whether there is a window or not.
+  int fxIdle() override;
   /// The same for a caller that holds the processing lock.
   void HandEvents(VstEvents* events);
 

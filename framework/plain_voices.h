@@ -1,7 +1,10 @@
 // The group of a class whose sound is a plain function of its inputs.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cassert>
+#include <span>
 
 #include "framework/voice_lanes.h"
 
@@ -17,9 +20,15 @@ class PlainVoices : public VoiceLanes<M, Unit> {
 
  public:
   explicit PlainVoices(std::span<Module* const> voices) : Base(voices) {
+    const std::span<PatchPoint* const> points = this->Voice(0).Points();
+    [[maybe_unused]] const auto isOutput = [](const PatchPoint* point) {
+      return point->type == kOutputPoint;
+    };
+    assert(points.size() == ins_.size() + outs_.size());
+    assert(std::count_if(points.begin(), points.end(), isOutput) == M::kOuts);
     float** in = ins_.data();
     float** out = outs_.data();
-    for (const PatchPoint* point : this->Voice(0).Points()) {
+    for (const PatchPoint* point : points) {
       *(point->type == kOutputPoint ? out++ : in++) = point->plannedCell;
     }
   }

@@ -179,6 +179,7 @@ void RackCables::RemoveCable(Cable* cable, int voices, bool inSumList) {
     }
     (inSumList ? sumCableList : cableList).Unlink(cable);
     delete cable;
+    rack_.plan.NoteUnplugged(a);
     edit.OutdatePlan();
 
     rack_.UpdateActiveState(moduleA, false);

@@ -88,11 +88,11 @@ void RackModel::CommitBeside() {
   if (draft) plan.Swap(*draft);
   if (planOutdated_ || parameters.IsMirrorOutdated()) {
     CommitHeld();  // a module's answer to a notice has changed more
-    return;
+  } else {
+    holdsProcessingLock_ = false;
+    engine.processingLock.unlock();
+    waitingChanges_.clear();
   }
-  holdsProcessingLock_ = false;
-  engine.processingLock.unlock();
-  waitingChanges_.clear();
   // Only now do modules know of their cables.
   if (movesPlan) Regroup();
 }
@@ -116,9 +116,9 @@ void RackModel::Regroup() {
 }
 
 void RackModel::RegroupModules() {
-  if (!plan.TakeTeamsBroke()) return;
+  if (!plan.HaveTeamsBroken()) return;
   const std::lock_guard edit(engine.editLock);
-  if (editDepth_ == 0) Regroup();
+  if (editDepth_ == 0 && plan.TakeTeamsBroke()) Regroup();
 }
 
 Module* RackModel::GetVoiceModule(Module* module, int voice) const {

@@ -108,6 +108,7 @@ void RackParameters::SetControls(int index, float value) {
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
   if (!control) return;
   hostParameters_.Mirror(index, value);
+  rack_.plan.LeaveVectors();  // a host may answer a report from within a block
   for (; control; control = control->nextVoice) {
     control->setValue(value);
     TellModule(control);

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "dsp/pack.h"
@@ -150,8 +151,9 @@ class SamplePlan::Layout {
 
   std::vector<Row> rows;
   std::vector<Point> points;
-  SignalStore imaged{true}, plain{false};  // outputs with and without an image
-  SignalStore ins{false};                  // inputs that are carried into, and either-way points
+  std::unordered_set<const PatchPoint*> unplugged;  // inputs that have lost a cable since then
+  SignalStore imaged{true}, plain{false};           // outputs with and without an image
+  SignalStore ins{false};  // inputs that are carried into, and either-way points
 };
 
 class SamplePlan::Draft {
@@ -357,7 +359,8 @@ class PlanBuilder {
     }
   }
 
-  /// The rows are in the order of the functions' addresses: any order sounds the same.
+  /// The rows are in the order of the functions' addresses. Any order sounds the same but for
+  /// modules that draw from the same random numbers, which get other ones.
   void PlanModules() {
     for (const Row& row : layout_.rows) {
       program_.modules.insert(program_.modules.end(), row.voices.begin(), row.voices.end());
@@ -549,9 +552,11 @@ class PlanBuilder {
     return point.point->type == kInputPoint && point.copied && point.feeds.size() == 1 &&
            point.feeds[0]->type == kOutputPoint;
   }
+  /// Not if the same output has been plugged in again: the input starts from silence.
   bool KeepsItsCable(const Point& point) const {
     const Point* before = Before(point);
-    return before && HasSingleCable(*before) && before->feeds[0] == point.feeds[0];
+    return before && HasSingleCable(*before) && before->feeds[0] == point.feeds[0] &&
+           !old_.unplugged.contains(point.point);
   }
   bool IsNewReader(const Point& point) const {
     const Point* before = Before(point);
@@ -779,6 +784,8 @@ SamplePlan::SamplePlan() : layout_(std::make_unique<Layout>()) {}
 
 SamplePlan::~SamplePlan() = default;
 
+void SamplePlan::NoteUnplugged(const PatchPoint* input) { layout_->unplugged.insert(input); }
+
 SamplePlan::OwnDraft SamplePlan::Prepare(const Patch& patch, Draw draw) const {
   OwnDraft draft(new Draft);
   PlanBuilder builder(*this, *draft, draw);
@@ -839,6 +846,7 @@ std::size_t SamplePlan::Stage::VectorRows() const {
 }
 
 void SamplePlan::BeginBlock(int steps) {
+  isInBlock_ = true;
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (Team& team : stage->teams) {
       team.inVectors = team.group && steps >= kFewestSteps && team.group->Load();
@@ -850,9 +858,18 @@ void SamplePlan::BeginBlock(int steps) {
 }
 
 void SamplePlan::EndBlock() {
-  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+  for (const Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (const Team& team : stage->teams) {
       if (team.inVectors) team.group->Store();
+    }
+  }
+  isInBlock_ = false;
+}
+
+void SamplePlan::StoreGroups() {
+  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+    for (Team& team : stage->teams) {
+      if (std::exchange(team.inVectors, false)) team.group->Store();
     }
   }
 }

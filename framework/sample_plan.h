@@ -58,6 +58,9 @@ class SamplePlan {
   SamplePlan(const SamplePlan&) = delete;
   SamplePlan& operator=(const SamplePlan&) = delete;
 
+  /// An input loses a cable. Should it get the same one back before the next plan is prepared, it
+  /// starts from silence like any other. Whoever edits the rack.
+  void NoteUnplugged(const PatchPoint* input);
   /// Allocates. Any thread that edits the rack, one at a time.
   OwnDraft Prepare(const Patch& patch, Draw draw) const;
   /// Whether the inputs that would begin to read the image hold what they would find there; true of
@@ -72,6 +75,7 @@ class SamplePlan {
   bool HasOutgrownTeams(const Patch& patch) const;
   /// Whether since the last call modules of a team came to differ while they played. Any thread.
   bool TakeTeamsBroke() { return teamsBroke_.exchange(false, std::memory_order_relaxed); }
+  bool HaveTeamsBroken() const { return teamsBroke_.load(std::memory_order_relaxed); }
 
   /// The widest vectors that groups may use, by default the machine's; kNone runs every voice by
   /// itself. The next draft follows.
@@ -84,6 +88,12 @@ class SamplePlan {
   /// Around the samples of a block, `steps` of them with oversampling counted.
   void BeginBlock(int steps);
   void EndBlock();
+  /// Before a module changes others while it plays: for the rest of the block each instance runs by
+  /// itself, from the state that its group has reached. Nothing happens between blocks. Inside the
+  /// processing lock.
+  void LeaveVectors() {
+    if (isInBlock_) StoreGroups();
+  }
 
   /// The modules that follow the oversampling, and those at the host's rate.
   void RunEveryStep() const { program_.everyStep.Run(); }
@@ -124,7 +134,8 @@ class SamplePlan {
 
     void Run() const {
       for (const ModuleRun& each : runs) each.run(each.modules, each.count);
-      // In a fixed order, whichever way they run: some draw from the same random numbers.
+      // The same order with and without vectors, since some draw from the same random numbers. It
+      // is not that of the active list.
       for (const Team& team : teams) {
         if (team.inVectors) {
           team.group->Run();
@@ -168,9 +179,12 @@ class SamplePlan {
     std::vector<SignalMove> sums;    // what is added to a copied cell, in order
   };
 
+  void StoreGroups();
+
   Program program_;
   std::unique_ptr<Layout> layout_;
   std::atomic<bool> teamsBroke_ = false;
+  bool isInBlock_ = false;
   VectorUnit unit_ = WidestVectorUnit();
 };
 

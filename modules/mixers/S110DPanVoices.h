@@ -55,7 +55,7 @@ class S110DPanVoices final : public VoiceLanes<S110DPan, Unit> {
       &S110DPan::pan1_, &S110DPan::pan2_, &S110DPan::amount1_, &S110DPan::amount2_};
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
-  typename Base::template PerPack<Float> a_, b_;
+  typename Base::template PerPack<Float> a_{}, b_{};  // stored even if no sample has run
   const float *in1_, *in2_, *panCv1_, *panCv2_;
   float *outA_, *outB_;
 };

@@ -18,6 +18,7 @@ namespace {
 
 constexpr float kJump = 0.25f;     // of the trigger, between two samples
 constexpr double kHoldoff = 0.01;  // seconds
+constexpr int kReportPeriod = 50;  // milliseconds
 constexpr const char* kSampler = "S315 Mini Sampler VCO";
 
 bool IsMorph(const Module& module) {
@@ -33,7 +34,8 @@ bool HasDelicateButtons(const Module& module) {
 }  // namespace
 
 SE20GlobalMorph::SE20GlobalMorph(CFrame* frame, const HostTable& table, int voiceIndex)
-    : BuiltInModule(frame, table, voiceIndex) {
+    : BuiltInModule(frame, table, voiceIndex),
+      reportTimer_(*this, kReportPeriod, [this] { ApplyHostReport(); }) {
   constexpr float kLeft = 26, kMiddle = 72, kRight = 118, kMorph = 94, kRing = 46;
   AddModuleKnob(morph_, "Morph", kMiddle, kMorph, SharedBitmap::kSmallKnob, 0.0f);
   AddModuleKnob(randomAmount_, "Random amount", kRight, 204, SharedBitmap::kGrayKnob, 0.1f);
@@ -63,6 +65,7 @@ SE20GlobalMorph::SE20GlobalMorph(CFrame* frame, const HostTable& table, int voic
   clipLevel = -1.0f;
   InitPatchPoints(0.0f);
   SetSampleRate(sampleRate);
+  reportTimer_.Start();
 }
 
 void SE20GlobalMorph::SetSampleRate(float rate) {
@@ -89,7 +92,7 @@ void SE20GlobalMorph::ValueChanged(CControl* control) {
   const ProcessingSection section(*this);
   const bool pressed = control->getValue() >= 0.5f;
   if (control == hostReport_) {
-    SetHostReport(!pressed);
+    wantsReport_ = !pressed;  // parameters come and go on the window's thread
   } else if (control == differences_) {
     differencesOnly_ = !pressed;
   } else if (isLoading_) {
@@ -154,10 +157,11 @@ void SE20GlobalMorph::Morph() {
 
 void SE20GlobalMorph::ChangeTo(CControl& control, Module& owner, int tag, float value) {
   const float before = control.getValue();
+  editor->plan.LeaveVectors();
   control.setValue(value);
   if (control.getValue() == before) return;
   editor->parameters.ValueSet(tag);
-  if (reportToHost_) {
+  if (wantsReport_) {
     // Keeps the engine from taking the report for a move by the host.
     const bool wasInside = editor->parameters.inValueChanged.exchange(true);
     engine->ParameterMoved(tag, control.getValue());
@@ -215,9 +219,13 @@ void SE20GlobalMorph::Randomise() {
   });
 }
 
-void SE20GlobalMorph::SetHostReport(bool wanted) {
-  if (wanted == reportToHost_) return;
-  reportToHost_ = wanted;
+/// The list of host parameters follows the switch, which the host may have moved during a block:
+/// from the timer, and without a window when a state is saved. Outside of the processing lock,
+/// except within an edit.
+void SE20GlobalMorph::ApplyHostReport() {
+  const bool wanted = wantsReport_;
+  if (wanted == hostLacksMorph_) return;
+  hostLacksMorph_ = wanted;
   if (wanted) {
     // A host that hears of every control that Morph moves must not write Morph as well.
     morphTag_ = morph_.View().getTag();
@@ -234,6 +242,11 @@ void SE20GlobalMorph::ShowLamps() {
   }
 }
 
+void SE20GlobalMorph::SavePatchPointIndices(int* buffer) {
+  ApplyHostReport();
+  Module::SavePatchPointIndices(buffer);
+}
+
 int SE20GlobalMorph::GetPresetSize() { return PresetTail(*this).SizeWith(snapshots_.Bytes()); }
 
 void SE20GlobalMorph::SavePreset(void* buffer, int size) {
@@ -247,11 +260,14 @@ void SE20GlobalMorph::SavePreset(void* buffer, int size) {
 }
 
 void SE20GlobalMorph::LoadPreset(const void* buffer, int size, int) {
-  const ProcessingSection section(*this);
-  snapshots_.Clear();
-  ByteReader reader = PresetTail(*this).Load(buffer, size);
-  snapshots_.Load(reader);
-  ShowLamps();
+  {
+    const ProcessingSection section(*this);
+    snapshots_.Clear();
+    ByteReader reader = PresetTail(*this).Load(buffer, size);
+    snapshots_.Load(reader);
+    ShowLamps();
+  }
+  ApplyHostReport();
 }
 
 }  // namespace halveron

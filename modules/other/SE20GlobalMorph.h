@@ -2,8 +2,10 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 
 #include "framework/module.h"
+#include "framework/module_timer.h"
 #include "modules/other/snapshot_table.h"
 
 namespace halveron {
@@ -22,6 +24,7 @@ class SE20GlobalMorph final : public BuiltInModule<SE20GlobalMorph> {
   void ValueChanged(CControl* control) override;
   ControlEffect EffectOf(const CControl& control) const override;
   void LoadControlValues(const float* buffer, unsigned size) override;
+  void SavePatchPointIndices(int* buffer) override;
   int GetPresetSize() override;
   void SavePreset(void* buffer, int size) override;
   void LoadPreset(const void* buffer, int size, int version) override;
@@ -37,7 +40,7 @@ class SE20GlobalMorph final : public BuiltInModule<SE20GlobalMorph> {
   void Store();
   void Randomise();
   void ChangeTo(CControl& control, Module& owner, int tag, float value);
-  void SetHostReport(bool wanted);
+  void ApplyHostReport();
   void ShowLamps();
 
   Knob morph_, randomAmount_, step_;
@@ -47,7 +50,8 @@ class SE20GlobalMorph final : public BuiltInModule<SE20GlobalMorph> {
   std::array<CMovieBitmap*, SnapshotTable::kLamps> lamps_;
 
   SnapshotTable snapshots_;
-  bool reportToHost_ = false;
+  std::atomic<bool> wantsReport_ = false;  ///< the switch
+  bool hostLacksMorph_ = false;            ///< Morph is none of the host's parameters
   bool differencesOnly_ = false;
   bool isLoading_ = false;
   int morphTag_ = TAG_UNASSIGNED;  ///< that Morph had before it left the host's parameters
@@ -55,6 +59,7 @@ class SE20GlobalMorph final : public BuiltInModule<SE20GlobalMorph> {
   float lastTrigger_ = 0.0f;
   int holdoff_ = 0;  // samples
   int holdoffSamples_ = 0;
+  ModuleTimer reportTimer_;
 };
 
 }  // namespace halveron

@@ -44,7 +44,7 @@ class ChangingRack {
 
   /// True if one cable came or went; else cables have been rebuilt or went with a module.
   bool Change() {
-    switch (random_() % 9) {
+    switch (random_() % 11) {
       case 0:
         rack.editor.voices.ApplyVoiceCount(static_cast<int>(1 + random_() % 6));
         return false;
@@ -56,6 +56,9 @@ class ChangingRack {
         return false;
       case 3:
       case 4:
+        return Replug();
+      case 5:
+      case 6:
         RemoveFirstVisible();
         break;
       default:
@@ -113,6 +116,19 @@ class ChangingRack {
     rack.editor.RemoveModule(module, true);
     if (random_() % 2 == 0) rack.RunBlock(1);
     module = &rack.Add(name);
+  }
+
+  /// The newest cable goes and comes back in one edit.
+  bool Replug() {
+    Cable* cable = rack.editor.cables.cableList.tail;
+    while (cable && cable->voiceTag != 0) cable = cable->prev;
+    if (!cable) return false;
+    PatchPoint* from = cable->origin;
+    PatchPoint* to = cable->destination;
+    const PatchEdit edit(rack.editor, PatchEdit::Hold::kAtTheEnd);
+    rack.editor.cables.RemoveCable(cable, kAllVoices, false);
+    rack.editor.cables.ConnectCable(from, to, 1, -1);
+    return false;
   }
 
   void RemoveFirstVisible() {
@@ -262,6 +278,28 @@ TEST(SamplePlan, MovesNoSignalThatAnEditDoesNotTouch) {
   patch.Remove(2);
   EXPECT_EQ(cells(), before);
   EXPECT_EQ(patch.Rack().plan.CarriedInputs(), 0u);
+}
+
+TEST(SamplePlan, AnInputHearsACableThatIsDroppedOnItOnceMore) {
+  EditedRack patch;
+  Sum& bystander = static_cast<Sum&>(patch.Host().Adopt(new Sum(patch.Rack().hostTable)));
+  patch.Connect(0, 0);
+  patch.Rack().cables.ConnectCable(patch.counter.outs[0], bystander.ins[0], 1, -1);
+  for (const bool isReadDirectly : {false, true}) {
+    patch.Run(4);
+    if (isReadDirectly) patch.Connect(1, 1);
+    const float sounding = patch.Out(0);
+    patch.Rack().cables.BeginCableDrag(patch.counter.outs[0]);
+    patch.Rack().cables.dragOrigin = patch.counter.outs[0];
+    patch.Rack().cables.DropCable(patch.sum.ins[0]);
+    EXPECT_EQ(patch.In(0), 0.0f);
+    EXPECT_EQ(bystander.ins[0]->in, sounding);
+    for (int sample = 0; sample < 3; ++sample) {
+      patch.Run(1);
+      EXPECT_EQ(patch.In(0), patch.Out(0));
+      EXPECT_EQ(bystander.ins[0]->in, patch.Out(0));
+    }
+  }
 }
 
 TEST(SamplePlan, AnInputThatHoldsAnotherValueGoesOnBeingCopied) {

@@ -231,7 +231,11 @@ class RandomRack {
     PatchPoint* from = AnySource();
     if (to->type == kOutputPoint || from->type != kOutputPoint) return;
     if (to->firstCable) {
+      // Some cables go and come back in one edit.
+      const PatchEdit edit(rack_.editor, PatchEdit::Hold::kAtTheEnd);
+      PatchPoint* origin = to->firstCable->origin;
       rack_.editor.cables.RemoveCable(to->firstCable, kAllVoices, false);
+      if (random_() % 2 == 0) rack_.editor.cables.ConnectCable(origin, to, 1, -1);
     } else {
       rack_.editor.cables.ConnectCable(from, to, 1, -1);
     }
@@ -272,17 +276,19 @@ class RandomRack {
 struct UnitCase {
   VectorUnit unit;
   const char* name;
-  bool isHere;
 };
+
+std::vector<UnitCase> UnitsHere() {
+  std::vector<UnitCase> units{{VectorUnit::kSse2, "SSE2"}};
+  if (platform::HasAvx2()) units.push_back({VectorUnit::kAvx2, "AVX2"});
+  if (platform::HasAvx512()) units.push_back({VectorUnit::kAvx512, "AVX-512"});
+  return units;
+}
 
 /// Plays the rack of a seed by single instances and by every unit that is here, with edits between
 /// blocks. Fails unless at least `fewest` of its modules have run in vectors at once.
 void CompareUnits(unsigned seed, RackKind kind, int blocks, std::size_t fewest) {
-  const UnitCase units[] = {{VectorUnit::kSse2, "SSE2", true},
-                            {VectorUnit::kAvx2, "AVX2", platform::HasAvx2()},
-                            {VectorUnit::kAvx512, "AVX-512", platform::HasAvx512()}};
-  for (const UnitCase& unit : units) {
-    if (!unit.isHere) continue;
+  for (const UnitCase& unit : UnitsHere()) {
     kind.unit = VectorUnit::kNone;
     RandomRack single(seed, kind);
     kind.unit = unit.unit;
@@ -323,6 +329,42 @@ TEST(VoiceGroups, GiveTheBitsOfSingleInstancesInRandomPatches) {
     CompareUnits(seed,
                  {.voices = static_cast<int>(1 + seed % 6), .classes = kClasses, .isMixed = true},
                  60, 10);
+  }
+}
+
+/// Four oscillators whose ratios a morph moves within blocks, as bits of their outputs.
+std::vector<std::uint32_t> MorphedOscillators(VectorUnit unit) {
+  TestRack rack;
+  rack.editor.plan.AllowVectors(unit);
+  Module& morph = rack.Add("SE20 Global Morph");
+  std::vector<Module*> vcos;
+  for (int i = 0; i < 4; ++i) vcos.push_back(&rack.Add("S302 Dual Sub/Sin VCO"));
+  for (const float position : {0.0f, 1.0f}) {
+    for (Module* vco : vcos) rack.MoveControl(*vco, "Ratio 1", position);
+    rack.SetControl(morph, "Morph", position);
+    for (const float pressed : {1.0f, 0.0f}) rack.MoveControl(morph, "Store", pressed);
+  }
+  std::vector<float> trigger(2000, 0.0f);
+  for (const std::size_t at : {100u, 700u, 1300u}) trigger[at] = 1.0f;
+  rack.Feed(morph, "Trigger", trigger);
+  std::vector<std::uint32_t> bits;
+  for (int block = 0; block < 40; ++block) {
+    rack.RunBlock(50);
+    for (const Module* vco : vcos) {
+      for (const PatchPoint* point : vco->Points()) {
+        bits.push_back(std::bit_cast<std::uint32_t>(static_cast<float>(point->out)));
+      }
+    }
+  }
+  EXPECT_EQ(rack.editor.plan.VectorRows(), unit == VectorUnit::kNone ? 0u : vcos.size());
+  EXPECT_NE(rack.Control(*vcos[0], "Ratio 1").getValue(), 1.0f);
+  return bits;
+}
+
+TEST(VoiceGroups, TakeUpWhatAModuleMovesInOthersWithinABlock) {
+  const std::vector<std::uint32_t> single = MorphedOscillators(VectorUnit::kNone);
+  for (const UnitCase& unit : UnitsHere()) {
+    EXPECT_EQ(MorphedOscillators(unit.unit), single) << unit.name;
   }
 }
 

@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <future>
 #include <map>
+#include <mutex>
 #include <random>
 #include <string>
 #include <vector>
@@ -27,6 +30,10 @@ class GlobalMorphTest : public ::testing::Test {
     CControl& knob = rack_.Control(morph_, "Morph");
     knob.setValue(position);
     Press("Store");
+  }
+  void SwitchReport(bool on) {
+    rack_.MoveControl(morph_, "Host report", on ? 0.0f : 1.0f);
+    rack_.editor.SaveChunk();  // without a window the host's parameters follow now
   }
   float ValueOf(Module& module, const char* role) { return rack_.Control(module, role).getValue(); }
   const SnapshotTable& Snapshots() const {
@@ -175,7 +182,7 @@ TEST_F(GlobalMorphTest, TheHostHearsOnlyWhenItIsToAndThenDoesNotOwnMorph) {
   Turn(0.5f);
   EXPECT_EQ(rack_.automated, (std::vector<std::pair<int, float>>{{morphTag, 0.5f}}));
 
-  rack_.MoveControl(morph_, "Host report", 0.0f);
+  SwitchReport(true);
   const auto& controls = rack_.editor.parameters.parameterControls;
   EXPECT_EQ(controls[static_cast<std::size_t>(morphTag)], nullptr);
   rack_.host.echoesAutomation = true;
@@ -189,18 +196,37 @@ TEST_F(GlobalMorphTest, TheHostHearsOnlyWhenItIsToAndThenDoesNotOwnMorph) {
   EXPECT_EQ(rack_.automated[0].first, levelTag);
   EXPECT_NEAR(rack_.automated[0].second, 0.3f, 1e-6f);
 
-  rack_.MoveControl(morph_, "Host report", 1.0f);
+  SwitchReport(false);
   EXPECT_EQ(controls[static_cast<std::size_t>(morphTag)], &rack_.Control(morph_, "Morph"));
-  rack_.MoveControl(morph_, "Host report", 0.0f);
+  SwitchReport(true);
   CControl& taker = rack_.Control(mixer, "Level 2");
   const int freed = taker.getTag();
   rack_.editor.parameters.UnregisterTag(&taker);
   ASSERT_TRUE(rack_.editor.parameters.RegisterTag(&taker, morphTag));
-  rack_.MoveControl(morph_, "Host report", 1.0f);
+  SwitchReport(false);
   const int found = rack_.Control(morph_, "Morph").getTag();
   EXPECT_NE(found, morphTag);
   ASSERT_LT(found, kParameterCount) << freed;
   EXPECT_EQ(controls[static_cast<std::size_t>(found)], &rack_.Control(morph_, "Morph"));
+}
+
+TEST_F(GlobalMorphTest, TheHostMovesTheReportSwitchDuringAnEdit) {
+  const auto morphTag = static_cast<std::size_t>(rack_.Control(morph_, "Morph").getTag());
+  const int reportTag = rack_.Control(morph_, "Host report").getTag();
+  const auto& controls = rack_.editor.parameters.parameterControls;
+  std::future<void> block;
+  {
+    const std::lock_guard edit(rack_.engine.editLock);
+    block = std::async(std::launch::async, [&] {
+      rack_.engine.setParameter(reportTag, 0.0f);
+      rack_.RunBlock(16);
+    });
+    EXPECT_EQ(block.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    EXPECT_NE(controls[morphTag], nullptr) << "not on the audio thread";
+  }
+  block.get();
+  rack_.editor.SaveChunk();
+  EXPECT_EQ(controls[morphTag], nullptr);
 }
 
 TEST_F(GlobalMorphTest, RandomiseMovesKnobsByItsAmountAndButtonsByChance) {
