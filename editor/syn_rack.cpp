@@ -212,6 +212,8 @@ void SynRack::invalidateDirtyViews() {
 }
 
 CMouseEventResult SynRack::onMouseDown(CPoint& where, const CButtonState& buttons) {
+  // The release of an earlier press may have gone to a panel that opened meanwhile.
+  if (std::exchange(isPressed_, false)) onFreeRelease();
   auto* jack = dynamic_cast<PatchPoint*>(getViewAt(where, true));
   if (jack && onJackPress && onJackPress(*jack, buttons)) {
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;

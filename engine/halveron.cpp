@@ -238,7 +238,7 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
 
 int Halveron::fxIdle() {
   if (rack_) rack_->RegroupModules();
-  return 1;
+  return 0;  // hosts need not call again for this
 }
 
 void Halveron::AdvanceSample() {

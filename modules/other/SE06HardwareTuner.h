@@ -62,7 +62,7 @@ class SE06HardwareTuner final : public BuiltInModule<SE06HardwareTuner> {
   double referenceHertz_ = SE06HardwareTunerKernel::kStandard;
   bool corrects_ = true;
   bool isLoading_ = false;
-  std::atomic<bool> isTableNew_ = false;  ///< by a calibration that nobody was told of yet
+  std::atomic<bool> isTableNew_ = false;  ///< by a calibration that was not reported yet
   TripleBuffer<Picture> feed_;
   ModuleTimer timer_;
 };
