@@ -18,9 +18,8 @@ void ModuleDrag::Begin(const std::vector<Module*>& modules, const CPoint& where)
     module->place.isDragged = true;
     box.unite(module->getViewSize());
   }
-  for (auto module = group_.rbegin(); module != group_.rend(); ++module) {
-    rack_.RaiseModule(**module);
-  }
+  std::for_each(group_.rbegin(), group_.rend(),
+                [this](Module* module) { rack_.RaiseModule(*module); });
   parts_.clear();
   for (const Module* module : group_) {
     parts_.push_back(CRect(module->getViewSize()).offset(-box.left, -box.top));

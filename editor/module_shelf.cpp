@@ -34,7 +34,7 @@ void ModuleShelf::Write(List list, const std::vector<ModuleIdentity>& modules) {
   for (const auto& [name, vendor] : modules) {
     if ((name + vendor).find(kBetween) != std::string::npos) continue;
     if (!text.empty()) text += kBetween;
-    text += name + kBetween + vendor;
+    text.append(name).append(1, kBetween).append(vendor);
   }
   file_.SetText(kSection, kKeys[list], text);
 }

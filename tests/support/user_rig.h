@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
@@ -27,6 +28,10 @@ class UserRig {
       editor_->OpenViews();
       Frame().useManualClock();
     }
+    // While the editor ends it is none to notify.
+    ~Instance() override { const std::unique_ptr<SynEditor> ending = std::move(editor_); }
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
     SynEditor& Editor() { return *editor_; }
     RackWindow& Window() { return *editor_->Window(); }
     SynFrame& Frame() { return Window().Frame(); }
