@@ -83,11 +83,9 @@ SoundLink::~SoundLink() {
     FadeCard();
     card_->Stop();
   }
-  if (!search_.valid() || search_.wait_for(kSearchPatience) == std::future_status::ready) return;
-  // Drivers may take seconds to find that there is nothing, and cannot be asked to stop: the search
-  // ends with the process.
-  auto* left = new std::future(std::move(search_));
-  (void)left;
+  // Drivers may take seconds to find that there is nothing, and cannot be asked to stop: a longer
+  // search goes on by itself, or ends with the process.
+  if (search_.valid()) search_.wait_for(kSearchPatience);
 }
 
 bool SoundLink::Poll(double now) {
@@ -159,7 +157,11 @@ bool SoundLink::TakeNewCard(double now) {
   if (gone_) return false;
   if (!search_.valid()) {
     if (now < nextSearch_) return false;
-    search_ = std::async(std::launch::async, open_, system_);
+    // Unlike that of std::async, the future of a task does not wait for its end.
+    std::packaged_task<std::unique_ptr<media::SoundOutput>()> task(
+        [open = open_, system = system_] { return open(system); });
+    search_ = task.get_future();
+    std::thread(std::move(task)).detach();
   }
   if (search_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return false;
   nextSearch_ = now + kSearchSeconds;
