@@ -108,7 +108,9 @@ void CheckIniCounts(const ModuleLibrary& library, const CheckReport& report) {
     const auto text = ini.Find(folder, kCount);
     if (!text) {
       for (const std::string& key : NumberKeysFrom(ini, folder, 1)) {
-        report(path, "[" + folder + "] has the key " + key + ", but no " + kCount);
+        std::string objection = "[" + folder;
+        objection.append("] has the key ").append(key).append(", but no ").append(kCount);
+        report(path, objection);
       }
       continue;
     }

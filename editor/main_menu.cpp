@@ -356,7 +356,7 @@ MainMenu::Menu MainMenu::MakeWindowHeight() const {
 
 MainMenu::Menu MainMenu::MakeZoom() const {
   constexpr int kPercents[] = {50, 75, 100, 125, 150, 175, 200, 250, 300};
-  const Menu menu = MakeFrom(kZoomEntries);
+  Menu menu = MakeFrom(kZoomEntries);
   menu->addSeparator();
   const int present = window_.Zoom().Percent();
   for (const int percent : kPercents) {
