@@ -143,7 +143,7 @@ void AskForBinding(SynEditor& editor, const SharedPointer<ModuleKnob>& knob, con
 }  // namespace
 
 std::string BindingText(const MidiBinding& binding) {
-  const std::string text = "CC " + std::to_string(binding.controller);
+  std::string text = "CC " + std::to_string(binding.controller);
   if (binding.channel == MidiBinding::kAnyChannel) return text;
   return text + ", channel " + std::to_string(binding.channel + 1);
 }

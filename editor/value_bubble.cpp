@@ -159,13 +159,12 @@ void ValueBubble::onIdle() {
   const bool isThere = control_ && control_->getFrame() == root;
   const RackWindow* window = editor_.Window();
   const ModuleKnob* waiting = window ? window->Learning().Waiting() : nullptr;
-  if (root->getModalView() || (window && window->IsDragging())) {
-    Hide();
-  } else if (isThere && (control_->isEditing() || root->getTime() < shownUntil_ ||
-                         control_.get() == waiting)) {
-    ShowBeside(*control_);
-  } else if (rested) {
-    ShowBeside(*rested);
+  const bool isBusy = root->getModalView() || (window && window->IsDragging());
+  const bool goesOn = isThere && (control_->isEditing() || root->getTime() < shownUntil_ ||
+                                  control_.get() == waiting);
+  CControl* shown = goesOn ? control_.get() : rested;
+  if (shown && !isBusy) {
+    ShowBeside(*shown);
   } else {
     Hide();
   }

@@ -90,7 +90,8 @@ std::vector<std::string> NamesOf(const CControl& control, const ControlScale* sc
   if (scale && scale->positions) return Split(scale->positions);
   std::vector<std::string> names;
   if (const auto* menu = dynamic_cast<const COptionMenu*>(&control)) {
-    for (int i = 0; i < menu->getNbEntries(); ++i) names.push_back(menu->getEntry(i)->getTitle());
+    for (int i = 0; i < menu->getNbEntries(); ++i)
+      names.emplace_back(menu->getEntry(i)->getTitle());
   } else if (!scale && dynamic_cast<const COnOffButton*>(&control)) {
     names = {"off", "on"};
   }
