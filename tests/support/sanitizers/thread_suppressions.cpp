@@ -6,7 +6,6 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
 
 extern "C" const char* __tsan_default_suppressions() {
   return "race:halveron::ModuleKnob::setValue\n"
-         "called_from_lib:libcairo.so\n"
          "called_from_lib:libfontconfig.so\n"
          "called_from_lib:libglib-2.0.so\n"
          "called_from_lib:libpango-1.0.so\n"
@@ -14,5 +13,6 @@ extern "C" const char* __tsan_default_suppressions() {
          "called_from_lib:libpangocairo-1.0.so\n"
          "race:libfontconfig.so\n"
          "race:libglib-2.0.so\n"
-         "race:libpango\n";
+         "race:libpango\n"
+         "deadlock:libcairo.so\n";
 }
