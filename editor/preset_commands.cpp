@@ -113,8 +113,8 @@ void PresetCommands::SaveTo(const std::string& path, const Done& done) {
   DialogRequest request;
   request.width = kDialogWidth;
   request.title = "Replace a factory preset?";
-  request.text = "\"" + PresetTitle(path) +
-                 "\" came with Halveron. Its present contents\nstay in the menu \"Versions\".";
+  request.text.append("\"").append(PresetTitle(path)).append("\"");
+  request.text += " came with Halveron. Its present contents\nstay in the menu \"Versions\".";
   request.buttons = {"Save As...", "Replace", "Cancel"};
   request.callback = [this, path, done](DialogWindow& dialog, int button) {
     dialog.CloseDialog();

@@ -36,8 +36,9 @@ fs::path FreeName(const fs::path& folder, fs::file_time_type time) {
   const std::string stem = platform::TimeForFileName(time);
   std::error_code error;
   for (int i = 1; i <= kMostInOneSecond; ++i) {
-    const std::string number = i == 1 ? "" : " " + std::to_string(i);
-    fs::path path = folder / (stem + number + kPresetExtension);
+    std::string name = stem;
+    if (i > 1) name.append(" ").append(std::to_string(i));
+    fs::path path = folder / (name + kPresetExtension);
     if (!fs::exists(path, error)) return path;
   }
   return {};

@@ -42,7 +42,7 @@ void Recovery::Ask(const std::vector<Leftover>& leftovers) {
   request.title = isOne ? "Recover an unsaved rack?" : "Recover unsaved racks?";
   request.text = "Halveron ended without saving:";
   for (std::size_t i = 0; i < leftovers.size() && i < kMostNamed; ++i) {
-    request.text += "\n" + leftovers[i].Title();
+    request.text.append("\n").append(leftovers[i].Title());
   }
   if (leftovers.size() > kMostNamed) {
     request.text += "\nand " + std::to_string(leftovers.size() - kMostNamed) + " more";

@@ -160,7 +160,8 @@ bool SynEditor::LoadFile(const std::string& path, Missing missing) {
 }
 
 bool SynEditor::LoadContents(const std::string& path, Missing missing) {
-  const std::string name = "'" + path.substr(path.find_last_of('/') + 1) + "'";
+  const std::string name =
+      std::string("'").append(path, path.find_last_of('/') + 1, std::string::npos).append("'");
   std::vector<std::byte> bytes;
   try {
     bytes = platform::ReadWholeFile(path);

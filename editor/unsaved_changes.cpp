@@ -54,7 +54,8 @@ void UnsavedChanges::AskThen(std::function<void()> then, std::function<void()> o
   DialogRequest request;
   request.width = kDialogWidth;
   request.title = "Save the changes?";
-  request.text = "\"" + NameOf(editor_.presetName) + "\" has changes that are not saved.";
+  request.text.append("\"").append(NameOf(editor_.presetName));
+  request.text += "\" has changes that are not saved.";
   request.buttons = {"Save", "Discard", "Cancel"};
   request.callback = [this, then = std::move(then), otherwise = std::move(otherwise)](
                          DialogWindow& dialog, int button) {

@@ -52,9 +52,9 @@ CRect InFrame(const CControl& control) {
 std::string DetailsOf(const SynEditor& editor, const CControl& control) {
   std::string details;
   const auto add = [&](const std::string& part) {
-    details += (details.empty() ? "" : "   ") + part;
+    details.append(details.empty() ? "" : "   ").append(part);
   };
-  if (IsParameter(editor, control)) add("P" + std::to_string(control.getTag()));
+  if (IsParameter(editor, control)) add(std::string("P").append(std::to_string(control.getTag())));
   const auto* knob = dynamic_cast<const ModuleKnob*>(&control);
   if (!knob) return details;
   if (const MidiBinding* binding = editor.midi.Find(*knob)) add(BindingText(*binding));

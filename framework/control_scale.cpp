@@ -210,6 +210,13 @@ std::string DecibelText(double gain) {
   return Signed(20.0 * std::log10(gain), 1, true) + " dB";
 }
 
+std::string NoteText(double key) {
+  std::string text;
+  const char* name = midi::NoteName(static_cast<int>(std::clamp(std::round(key), 0.0, 127.0)));
+  while (*name) text += *name++;
+  return text;
+}
+
 std::string QuantityText(double x, const ControlScale& scale, bool isSigned) {
   switch (scale.unit) {
     case Unit::kPercent:
@@ -227,7 +234,7 @@ std::string QuantityText(double x, const ControlScale& scale, bool isSigned) {
     case Unit::kOctaves:
       return Signed(x, 3, isSigned) + " octaves";
     case Unit::kNote:
-      return midi::NoteName(static_cast<int>(std::clamp(std::round(x), 0.0, 127.0)));
+      return NoteText(x);
     case Unit::kTimes:
       return "x " + Digits(x);
     case Unit::kVolts:

@@ -33,12 +33,13 @@ bool IsSound(const Record& record) {
 }  // namespace
 
 std::vector<std::byte> WriteMidiBlock(const std::vector<PresetMidiBinding>& midi) {
-  std::vector<std::byte> bytes;
-  const auto append = [&](const void* data, std::size_t size) {
-    const auto* first = static_cast<const std::byte*>(data);
-    bytes.insert(bytes.end(), first, first + size);
+  if (midi.empty()) return {};
+  std::vector<std::byte> bytes(kMark.size() + midi.size() * kRecordSize);
+  std::byte* end = bytes.data();
+  const auto append = [&end](const void* data, std::size_t size) {
+    std::memcpy(end, data, size);
+    end += size;
   };
-  if (midi.empty()) return bytes;
   append(kMark.data(), kMark.size());
   for (const auto& [module, control, binding] : midi) {
     const bool isAny = binding.channel == MidiBinding::kAnyChannel;

@@ -27,13 +27,13 @@ class S902EGLFOLevelConverterVoices final : public VoiceLanes<S902EGLFOLevelConv
   [[gnu::flatten]] void Run() override {
     for (int p = 0; p < this->Packs(); ++p) {
       if (bipolarIn_) {
-        const Float half =
-            S902EGLFOLevelConverter::HalfOfBipolar(Gather(p, &S902EGLFOLevelConverter::bipolar_));
+        const Float half = S902EGLFOLevelConverter::HalfOfBipolar(
+            GatherPoint(p, &S902EGLFOLevelConverter::bipolar_));
         this->Write(half_, p, half);
         Scatter(p, &S902EGLFOLevelConverter::unipolar_, half + 0.5f);
       } else {
-        const Float half =
-            S902EGLFOLevelConverter::HalfOfUnipolar(Gather(p, &S902EGLFOLevelConverter::unipolar_));
+        const Float half = S902EGLFOLevelConverter::HalfOfUnipolar(
+            GatherPoint(p, &S902EGLFOLevelConverter::unipolar_));
         this->Write(half_, p, half);
         Scatter(p, &S902EGLFOLevelConverter::bipolar_, half * 2.0f);
       }
@@ -46,7 +46,7 @@ class S902EGLFOLevelConverterVoices final : public VoiceLanes<S902EGLFOLevelConv
   using Point = Either S902EGLFOLevelConverter::*;
 
   // An either-way point keeps its two cells together, so that those of the voices lie apart.
-  Float Gather(int pack, Point point) const {
+  Float GatherPoint(int pack, Point point) const {
     Float x = 0.0f;
     for (int lane = 0; lane < Base::kLanes; ++lane) {
       dsp::Lane(x, lane) = (this->Voice(pack * Base::kLanes + lane).*point)->in;

@@ -127,7 +127,7 @@ S218SpectralFilterFrames S218SpectralFilterFrames::FromPatch(const PatchValue& v
   S218SpectralFilterFrames frames;
   frames.count_ = static_cast<int>(list->size());
   for (std::size_t i = 0; i < list->size(); ++i) {
-    const std::string place = "[" + std::to_string(i) + "]";
+    const std::string place = std::string("[").append(std::to_string(i)).append("]");
     const PatchValue::Members* members = (*list)[i].Object();
     if (!members) throw UserError("", place, "no object", "give one with \"gain\" and \"phase\"");
     Frame bars;

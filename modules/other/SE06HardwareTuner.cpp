@@ -140,7 +140,7 @@ std::array<std::string, 3> SE06HardwareTuner::Lines(const Report& report, double
                                                 : "";
   }
   const std::string place = PitchText(static_cast<double>(report.voltage));
-  const std::string note = place.substr(0, place.find(' '));
+  const std::string note = std::string(place.begin(), std::find(place.begin(), place.end(), ' '));
   switch (report.outcome) {
     case Outcome::kNone:
       lines[2] = isTuned ? "tuned" : "not calibrated";

@@ -82,7 +82,9 @@ void AnalyzerScreen::SetCursor(std::optional<CPoint> shares) {
 
 std::string AnalyzerScreen::ReadOut() {
   Take();
-  return Headline() + (cursor_ ? "\n" + CursorLine() : "");
+  std::string text = Headline();
+  if (cursor_) text.append("\n").append(CursorLine());
+  return text;
 }
 
 void AnalyzerScreen::Take() {

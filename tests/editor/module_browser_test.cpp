@@ -73,7 +73,7 @@ TEST(ModuleShelf, KeepsItsListsInTheFileOfOptions) {
   const testing::ScratchFolder folder;
   const std::string file = folder.At("Config.ini");
   ModuleShelf shelf(file);
-  for (int i = 0; i < 10; ++i) shelf.NoteUse({"M" + std::to_string(i), "Me"});
+  for (int i = 0; i < 10; ++i) shelf.NoteUse({std::string("M").append(std::to_string(i)), "Me"});
   shelf.NoteUse({"M5", "Me"});
   shelf.ToggleFavourite({"A/B = C", "Me"});
   shelf.ToggleFavourite({"D", "You"});

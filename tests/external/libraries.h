@@ -44,7 +44,11 @@ inline std::string Ini(const std::string& category, const std::vector<std::strin
   std::string text = "[Configuration]\nVendor=" + vendor + "\n[" + category +
                      "]\nnumber_of_modules=" + std::to_string(names.size()) + "\n";
   for (std::size_t i = 0; i < names.size(); ++i) {
-    text += "M" + std::string(1, static_cast<char>('1' + i)) + "=" + names[i] + "\n";
+    text.append("M")
+        .append(1, static_cast<char>('1' + i))
+        .append("=")
+        .append(names[i])
+        .append("\n");
   }
   return text;
 }

@@ -72,9 +72,9 @@ TEST(SD06MIDIMergerKernel, DumpsOfSeveralInputsStayWholeOnOneOutput) {
     const Word word = kernel.queue.Pop();
     if (!word.IsNone()) listener.Hear(word);
   }
-  std::sort(sent.begin(), sent.end());
-  std::sort(listener.dumps.begin(), listener.dumps.end());
-  EXPECT_EQ(listener.dumps, sent);
+  EXPECT_EQ(listener.dumps.size(), sent.size());
+  EXPECT_TRUE(
+      std::is_permutation(sent.begin(), sent.end(), listener.dumps.begin(), listener.dumps.end()));
 }
 
 TEST(SD06MIDIMergerKernel, NotesOfAllInputsEndAndDumpsStayWhole) {
