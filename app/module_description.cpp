@@ -94,7 +94,7 @@ std::vector<ListedModule> FindModules(const SynEditor& editor, const std::string
       return {listed};
     }
   }
-  throw platform::UserError(place, "", "no module " + Quoted(name), DidYouMean(name, names));
+  throw platform::UserError(place, "", "no module " + Quoted(name), DidYouMeanModule(name, names));
 }
 
 ListedModule FindModule(const SynEditor& editor, const std::string& name, const char* place) {

@@ -36,11 +36,57 @@ int EditDistance(std::string_view a, std::string_view b) {
   return above[b.size()];
 }
 
+std::string LowerCase(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(), Lower);
+  return lower;
+}
+
+std::string_view FirstWord(std::string_view text) { return text.substr(0, text.find(' ')); }
+
+/// Both in lower case.
+using ModuleMatch = bool (*)(std::string_view typed, std::string_view module);
+
+/// "s310 vc", "310", "s310vco"
+bool HasNumber(std::string_view typed, std::string_view module) {
+  const std::string_view number = FirstWord(module);
+  const std::string_view digits = number.substr(std::min<std::size_t>(1, number.size()));
+  const std::string_view word = FirstWord(typed);
+  return word == number || (word == digits && !digits.empty()) ||
+         (digits.size() > 1 && word.starts_with(number));
+}
+
+/// "s31", "31"
+bool NumberBegins(std::string_view typed, std::string_view module) {
+  const std::string_view number = FirstWord(module);
+  const bool saysMore = typed.size() > 1 || typed.find_first_of("0123456789") == 0;
+  return saysMore &&
+         (number.starts_with(typed) || number.substr(number.empty() ? 0 : 1).starts_with(typed));
+}
+
+/// "vco"
+bool HasPart(std::string_view typed, std::string_view module) {
+  return typed.size() > 2 && module.find(typed) != std::string_view::npos;
+}
+
+/// "did you mean "A", "B" or "C"?"
+std::string AskFor(const std::vector<std::string>& names) {
+  constexpr std::size_t kMost = 4;
+  const std::size_t count = std::min(names.size(), kMost);
+  std::string text = "did you mean ";
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i > 0) text += i + 1 == count ? " or " : ", ";
+    text += Quoted(names[i]);
+  }
+  return text += "?";
+}
+
+constexpr std::size_t kLongestCompared = 200;  // keeps hostile input from costing time
+
 }  // namespace
 
 std::string NearestName(std::string_view name, const std::vector<std::string>& candidates) {
-  constexpr std::size_t kLongest = 200;  // keeps hostile input from costing time
-  name = name.substr(0, kLongest);
+  name = name.substr(0, kLongestCompared);
   std::string nearest;
   int least = std::numeric_limits<int>::max();
   for (const std::string& candidate : candidates) {
@@ -55,7 +101,29 @@ std::string NearestName(std::string_view name, const std::vector<std::string>& c
 
 std::string DidYouMean(std::string_view name, const std::vector<std::string>& candidates) {
   if (candidates.empty()) return "there is none to choose from";
-  return "did you mean " + Quoted(NearestName(name, candidates)) + "?";
+  return AskFor({NearestName(name, candidates)});
+}
+
+std::string DidYouMeanModule(std::string_view name, const std::vector<std::string>& modules) {
+  const std::string typed = LowerCase(name.substr(0, kLongestCompared));
+  for (const ModuleMatch match : {HasNumber, NumberBegins, HasPart}) {
+    std::vector<std::string> found;
+    for (const std::string& module : modules) {
+      const bool isNew = std::find(found.begin(), found.end(), module) == found.end();
+      if (!typed.empty() && isNew && match(typed, LowerCase(module))) found.push_back(module);
+    }
+    if (!found.empty()) return AskFor(found);
+  }
+  // A mistyped number is nearer to a number than to any whole name.
+  std::vector<std::string> numbers;
+  for (const std::string& module : modules) numbers.emplace_back(FirstWord(module));
+  if (FirstWord(typed) != typed || typed.find_first_of("0123456789") == std::string::npos) {
+    return DidYouMean(name, modules);
+  }
+  const std::string nearest = NearestName(typed, numbers);
+  const auto at = std::find(numbers.begin(), numbers.end(), nearest) - numbers.begin();
+  return modules.empty() ? DidYouMean(name, modules)
+                         : AskFor({modules[static_cast<std::size_t>(at)]});
 }
 
 std::string Quoted(std::string_view name) {

@@ -14,6 +14,10 @@ std::string NearestName(std::string_view name, const std::vector<std::string>& c
 /// "did you mean ...?" with the nearest name, or that there is none.
 std::string DidYouMean(std::string_view name, const std::vector<std::string>& candidates);
 
+/// The same for a module, by its name, by its number or by a part of either: "S31" and "310" mean
+/// "S310 VCO" as well. Names up to four if more fit.
+std::string DidYouMeanModule(std::string_view name, const std::vector<std::string>& modules);
+
 /// A name in quotation marks, for a message.
 std::string Quoted(std::string_view name);
 

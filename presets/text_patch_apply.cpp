@@ -66,6 +66,13 @@ std::vector<std::byte> PresetOf(Module& module, const ModuleEntry& entry) {
   return preset;
 }
 
+/// What a control of the scratch rack makes of a value.
+float TakenBy(CControl& control, float value) {
+  control.setValue(value);
+  const auto* knob = dynamic_cast<const ModuleKnob*>(&control);
+  return knob && knob->stepped ? knob->Cell().stepped_target : control.getValue();
+}
+
 /// Checks a patch against modules in a scratch rack.
 class PatchCheck {
  public:
@@ -140,7 +147,8 @@ class PatchCheck {
       Fail(PlaceOf(index, "vendor"), "no " + Quoted(entry.name) + " of " + Quoted(entry.vendor),
            DidYouMean(entry.vendor, vendors));
     }
-    Fail(PlaceOf(index, "name"), "no module " + Quoted(entry.name), DidYouMean(entry.name, names));
+    Fail(PlaceOf(index, "name"), "no module " + Quoted(entry.name),
+         DidYouMeanModule(entry.name, names));
   }
 
   void CheckModule(std::size_t index) {
@@ -263,11 +271,16 @@ class PatchCheck {
       if (role != control->role) continue;
       const auto stored = static_cast<float>(value);
       if (stored >= control->getMin() && stored <= control->getMax()) return;
-      const std::string range = Shown(control->getMin()) + " to " + Shown(control->getMax());
       if (!std::isfinite(stored)) {
-        Fail(place, Shown(value) + " is out of range", "give a number from " + range);
+        Fail(place, Shown(value) + " is out of range",
+             "give a number from " + Shown(control->getMin()) + " to " + Shown(control->getMax()));
       }
-      Warn(place, Shown(value) + " is outside " + range);
+      const std::string bound = stored > control->getMax()
+                                    ? " is above " + Shown(control->getMax())
+                                    : " is below " + Shown(control->getMin());
+      const float taken = TakenBy(*control, stored);
+      Warn(place, Shown(value) + bound + "; " +
+                      (taken == stored ? "it is used all the same" : Shown(taken) + " is used"));
       return;
     }
     Fail(place, Quoted(module.GetName()) + " has no control " + Quoted(role),

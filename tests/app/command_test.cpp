@@ -103,6 +103,12 @@ TEST(Command, MisuseIsOneLineAndLeavesEveryFileAsItWas) {
       {{"render", patch, "-o", folder.At("")}, {"is no regular file"}},
       {{"render", patch, "-o", patch}, {patch + ": is read as well"}},
       {{"modules", "S999"}, {"no module \"S999\"", "did you mean"}},
+      {{"modules", "S31"}, {"no module \"S31\"; did you mean \"S310 VCO\", ", " or \""}},
+      {{"modules", "S310 VC"}, {"; did you mean \"S310 VCO\"?"}},
+      {{"modules", "310"}, {"; did you mean \"S310 VCO\"?"}},
+      {{"modules", "s310vco"}, {"; did you mean \"S310 VCO\"?"}},
+      {{"modules", "S3100"}, {"; did you mean \"S310 VCO\"?"}},
+      {{"modules", "vco"}, {"\"S304 VCO\""}},
   };
   const std::vector<std::string> before = folder.Names();
   for (const Case& misuse : cases) {
@@ -158,6 +164,15 @@ TEST(Command, ManualHasAPageForEachModule) {
     EXPECT_EQ(rows("<tr><td>"), module["controls"].size() + module["inputs"].size() +
                                     module["outputs"].size() + module["either way"].size())
         << name;
+  }
+  EXPECT_NE(index.find("\"window.html\""), std::string::npos);
+  const std::string window = ReadFile(folder.At("pages/window.html"));
+  for (const char* row : {"<tr><td>Undo</td><td>Ctrl+Z</td></tr>",
+                          "<tr><td>Redo</td><td>Ctrl+Shift+Z or Ctrl+Y</td></tr>",
+                          "<tr><td>Zoom In</td><td>Ctrl++</td></tr>",
+                          "<tr><td>Duplicate</td><td>Ctrl+D</td></tr>",
+                          "<tr><td>Browse Modules</td><td>Return or Ctrl+B</td></tr>"}) {
+    EXPECT_NE(window.find(row), std::string::npos) << row;
   }
   const std::string vca = ReadFile(folder.At("pages/S404-VCA.html"));
   EXPECT_NE(vca.find("<tr><td>Base gain</td><td>knob</td><td>-inf dB to +26 dB</td>"),

@@ -307,12 +307,13 @@ TEST(TextPatch, WhatOnlyAPresetCanHoldIsTakenWithAWarning) {
   const PresetDocument preset = ToPreset(patch, "x", bench.Rack(), KnownModules(), &warnings);
   EXPECT_EQ(preset.modules[2].x, -12);
   EXPECT_EQ(preset.modules[3].clipLevel, -2.0f);
-  const char* expected[] = {"x: modules[0].controls[\"Shape\"]: 1.5 is outside 0 to 1",
-                            "x: modules[2].bandlimit: \"S101 Mixer\" has no choice",
-                            "x: modules[3].mono: not selectable",
-                            "x: modules[3].clip_level: ",
-                            "x: modules[1].column: \"b\" overlaps \"a\"; the next column",
-                            "x: modules[2].row: \"c\" lies outside the rack of 3 rows"};
+  const char* expected[] = {
+      "x: modules[0].controls[\"Shape\"]: 1.5 is above 1; it is used all the same",
+      "x: modules[2].bandlimit: \"S101 Mixer\" has no choice",
+      "x: modules[3].mono: not selectable",
+      "x: modules[3].clip_level: ",
+      "x: modules[1].column: \"b\" overlaps \"a\"; the next column",
+      "x: modules[2].row: \"c\" lies outside the rack of 3 rows"};
   ASSERT_EQ(warnings.size(), std::size(expected));
   for (std::size_t i = 0; i < warnings.size(); ++i) {
     EXPECT_EQ(warnings[i].find(expected[i]), 0u) << warnings[i];
