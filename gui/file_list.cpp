@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <utility>
 
 #include "gui/draw_context.h"
 #include "gui/frame.h"
@@ -47,15 +48,17 @@ bool FileList::onKeyDown(const CKeyEvent& event) {
   if (now - lastTyped > kTypingPause) typed.clear();
   lastTyped = now;
   AppendCodePoint(typed, event.character);
-  jumpTo(FoldedCase(typed));
+  if (!jumpTo(FoldedCase(typed)) && onUnknownName) onUnknownName(std::exchange(typed, {}));
   return true;
 }
 
-void FileList::jumpTo(const std::string& folded) {
+bool FileList::jumpTo(const std::string& folded) {
   for (int i = 0; i < getCount(); ++i) {
     if (!FoldedCase((*entries)[static_cast<std::size_t>(i)].name).starts_with(folded)) continue;
-    return select(i);
+    select(i);
+    return true;
   }
+  return false;
 }
 
 void FileList::drawRow(CDrawContext& context, int index, const CRect& row) {

@@ -10,13 +10,16 @@
 
 namespace halveron {
 
-/// Names, one a row. Letters find the next that begins with them.
+/// Names, one a row. Letters select the first that begins with them.
 class FileList : public RowList {
  public:
   FileList(const CRect& size, CFrame* frame, double scale);
 
   /// Selects nothing and goes to the top.
   void setEntries(const std::vector<FolderEntry>* shown, const std::string& noteIfEmpty);
+
+  /// Gets what was typed without a pause once no name begins with it.
+  std::function<void(const std::string& typed)> onUnknownName;
 
   bool onKeyDown(const CKeyEvent& event) override;
 
@@ -26,7 +29,7 @@ class FileList : public RowList {
   void drawRow(CDrawContext& context, int index, const CRect& row) override;
 
  private:
-  void jumpTo(const std::string& typed);
+  bool jumpTo(const std::string& typed);
 
   const std::vector<FolderEntry>* entries = nullptr;
   std::string typed;

@@ -169,6 +169,7 @@ void FileSelectorView::buildBottom(CFrame* root, const CRect& inside) {
   list = new FileList({inside.left, inside.top, inside.right, top - pad}, root, scale);
   list->onSelected = [this](int index) { entrySelected(index); };
   list->onActivated = [this](int index) { entryActivated(index); };
+  list->onUnknownName = [this](const std::string& typed) { typeName(typed); };
   addView(list);
 }
 
@@ -219,6 +220,13 @@ void FileSelectorView::entrySelected(int index) {
   const FolderEntry& entry = entries[static_cast<std::size_t>(index)];
   const bool wantsFolder = selector->style == CFileSelector::kSelectDirectory;
   if (entry.isFolder == wantsFolder && !namingFolder) nameField->setText(entry.name.c_str());
+  say("");
+}
+
+void FileSelectorView::typeName(const std::string& text) {
+  getFrame()->setFocusView(nameField);
+  nameField->selectAll();
+  nameField->insertText(text);
   say("");
 }
 
@@ -380,7 +388,13 @@ bool FileSelectorView::onKeyDown(const CKeyEvent& event) {
       if (!question && event.modifiers.isAltSet()) goUp();
       return true;
     default:
-      // The host's keys stay out meanwhile.
+      // Letters are for the list, wherever the focus is. The host's keys stay out meanwhile.
+      if (!question && event.character != 0 && !event.modifiers.isControlSet() &&
+          !event.modifiers.isAltSet() && root->getFocusView() != list &&
+          root->getFocusView() != nameField) {
+        root->setFocusView(list);
+        list->onKeyDown(event);
+      }
       return true;
   }
 }

@@ -67,6 +67,8 @@ class FileSelectorView : public CViewContainer, public CControlListener {
   void buildBottom(CFrame* frame, const CRect& inside);
   CTextButton* addButton(const CRect& size, const char* title, void (FileSelectorView::*action)());
   void cancel() { finish(""); }
+  /// What no name in the list begins with goes on in the name field.
+  void typeName(const std::string& text);
   void makeFolder();
   void setNamingFolder(bool on);
   const char* confirmTitle() const;

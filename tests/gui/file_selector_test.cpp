@@ -130,6 +130,26 @@ TEST_F(FileSelectorTest, OpensByKeys) {
   EXPECT_EQ(result, "");
 }
 
+TEST_F(FileSelectorTest, LettersThatNoNameBeginsWithGoToTheNameField) {
+  FileSelectorView& view = Run(CFileSelector::kSelectFile);
+  // A path has to begin like this.
+  TypeText(frame, folder.string() + "/Inner");
+  EXPECT_EQ(frame.getFocusView(), view.getNameField());
+  TypeKey(frame, kKeyReturn);
+  EXPECT_EQ(view.getFolder(), (folder / "Inner").string());
+  // From the list on: what was typed before counts, too.
+  frame.setFocusView(nullptr);
+  TypeText(frame, "deeper");
+  EXPECT_STREQ(view.getNameField()->getText(), "deeper");
+  EXPECT_EQ(frame.getFocusView(), view.getNameField());
+  TypeKey(frame, kKeyReturn);
+  EXPECT_EQ(view.getMessage(), "There is no such file");
+  // Shortcuts are no letters.
+  frame.setFocusView(view.getList());
+  TypeText(frame, "x", kControl);
+  EXPECT_EQ(frame.getFocusView(), view.getList());
+}
+
 TEST_F(FileSelectorTest, SavesWithTheExtensionAndAsksBeforeReplacing) {
   Run(CFileSelector::kSelectSaveFile, "new.hvp");
   // The name without its extension is selected.
