@@ -43,7 +43,8 @@ void ModuleBrowser::Open(Chosen chosen) {
   CFrame* root = getFrame();
   if (!root) return;
   chosen_ = std::move(chosen);
-  LayOut(root->getUiScale());
+  scale_ = root->getUiScale();
+  Build();
   modules_.emplace(editor_.externalModules, editor_.moduleShelf.Favourites(),
                    editor_.moduleShelf.Recent());
   Search(false);
@@ -62,34 +63,52 @@ void ModuleBrowser::Close() {
   removeAll();
 }
 
-void ModuleBrowser::LayOut(double scale) {
-  scale_ = scale;
+ModuleBrowser::Places ModuleBrowser::LayOut() {
   const CRect room = getParentView()->getViewSize();
-  const CCoord margin = theme::Scaled(kMargin, scale);
-  const CCoord gap = theme::Scaled(kGap, scale);
-  const CCoord width = std::min(theme::Scaled(kWidth, scale), room.getWidth() - 2 * gap);
-  const CCoord height = std::min(theme::Scaled(kHeight, scale), room.getHeight() - 2 * gap);
+  const CCoord margin = theme::Scaled(kMargin, scale_);
+  const CCoord gap = theme::Scaled(kGap, scale_);
+  const CCoord width = std::min(theme::Scaled(kWidth, scale_), room.getWidth() - 2 * gap);
+  const CCoord height = std::min(theme::Scaled(kHeight, scale_), room.getHeight() - 2 * gap);
   const CRect place = CRect::FromSize(CPoint(std::floor((room.getWidth() - width) / 2),
                                              std::floor((room.getHeight() - height) / 2)),
                                       width, height);
-  setViewSize(place, false);
+  setViewSize(place);
   setMouseableArea(place);
 
-  const CCoord fieldBottom = margin + theme::Scaled(kFieldHeight, scale);
-  const CCoord listBottom = height - margin - theme::Scaled(kHintHeight, scale);
+  const CCoord fieldBottom = margin + theme::Scaled(kFieldHeight, scale_);
+  const CCoord listBottom = height - margin - theme::Scaled(kHintHeight, scale_);
   // In a small window the list has the room.
-  const CCoord wanted = theme::Scaled(kDetailsWidth, scale);
+  const CCoord wanted = theme::Scaled(kDetailsWidth, scale_);
   const CCoord detailsWidth = width > 2 * wanted ? wanted : 0;
   const CCoord listRight = width - margin - (detailsWidth > 0 ? detailsWidth + gap : 0);
-  search_ = MakeSearchField(CRect(margin, margin, width - margin, fieldBottom));
+  Places places{CRect(margin, margin, width - margin, fieldBottom),
+                CRect(margin, fieldBottom + gap, listRight, listBottom),
+                {}};
+  if (detailsWidth > 0) {
+    places.details = CRect(listRight + gap, fieldBottom + gap, width - margin, listBottom);
+  }
+  return places;
+}
+
+void ModuleBrowser::Build() {
+  const Places places = LayOut();
+  search_ = MakeSearchField(places.search);
   addView(search_);
-  list_ = new ModuleList(CRect(margin, fieldBottom + gap, listRight, listBottom), scale);
+  list_ = new ModuleList(places.list, scale_);
   list_->onSelected = [this] { SelectionChanged(); };
   list_->onChosen = [this](const ModuleChoice& choice) { Choose(choice); };
   list_->onStar = [this](const ModuleChoice& choice) { ToggleFavourite(choice); };
   addView(list_);
-  details_ = CRect(listRight + gap, fieldBottom + gap, width - margin, listBottom);
-  if (detailsWidth == 0) details_ = {};
+  details_ = places.details;
+}
+
+void ModuleBrowser::FollowFrame() {
+  if (!IsOpen()) return;
+  const Places places = LayOut();
+  search_->setViewSize(places.search);
+  list_->setViewSize(places.list);
+  details_ = places.details;
+  SelectionChanged();  // its picture may be wanted now
 }
 
 CTextEdit* ModuleBrowser::MakeSearchField(const CRect& place) {

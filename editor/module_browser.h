@@ -31,6 +31,8 @@ class ModuleBrowser final : public CViewContainer {
   /// `chosen` is called for the module that was chosen, after the browser has closed.
   void Open(Chosen chosen);
   void Close();
+  /// The frame has another size: the panel takes the middle of it, as large as there is room.
+  void FollowFrame();
   bool IsOpen() const { return isVisible(); }
   /// While it is open.
   ModuleList& List() { return *list_; }
@@ -44,7 +46,12 @@ class ModuleBrowser final : public CViewContainer {
   void cancelModal() override { Close(); }
 
  private:
-  void LayOut(double scale);
+  /// Places of the parts within the panel, which takes its own within the frame.
+  struct Places {
+    CRect search, list, details;
+  };
+  Places LayOut();
+  void Build();
   CTextEdit* MakeSearchField(const CRect& place);
   void Search(bool keepSelection);
   void Choose(const ModuleChoice& choice);

@@ -29,11 +29,27 @@ ModuleList::ModuleList(const CRect& size, double scale)
       scale_(scale),
       rowHeight_(theme::Scaled(theme::kRowHeight, scale)),
       starWidth_(theme::Scaled(kStarColumn, scale)) {
-  bar_ = new CScrollbar(
-      CRect(getWidth() - theme::Scaled(kBarWidth, scale), 0, getWidth(), getHeight()), this, 0,
-      CScrollbar::kVertical);
+  bar_ = new CScrollbar(BarRect(), this, 0, CScrollbar::kVertical);
   bar_->setWheelStep(3 * rowHeight_);
   addView(bar_);
+}
+
+CRect ModuleList::BarRect() const {
+  return {getWidth() - theme::Scaled(kBarWidth, scale_), 0, getWidth(), getHeight()};
+}
+
+void ModuleList::setViewSize(const CRect& rect, bool invalidate) {
+  CViewContainer::setViewSize(rect, invalidate);
+  const CCoord scroll = bar_->getScrollPosition();
+  bar_->setViewSize(BarRect(), invalidate);
+  SizeBar();
+  bar_->scrollTo(scroll);
+  if (selected_ >= 0) ScrollToShow(selected_);
+}
+
+void ModuleList::SizeBar() {
+  bar_->setScrollSize(static_cast<CCoord>(rows_.size()) * rowHeight_, getHeight());
+  bar_->setVisible(bar_->canScroll());
 }
 
 const ModuleChoice* ModuleList::Selected() const {
@@ -45,8 +61,7 @@ void ModuleList::SetRows(std::vector<ModuleRow> rows, bool keepSelection) {
   const int rowBefore = selected_;
   const CCoord scrollBefore = bar_->getScrollPosition();
   rows_ = std::move(rows);
-  bar_->setScrollSize(static_cast<CCoord>(rows_.size()) * rowHeight_, getHeight());
-  bar_->setVisible(bar_->canScroll());
+  SizeBar();
   bar_->scrollTo(keepSelection ? scrollBefore : 0);
   // A module may stand in two groups: the nearer row is meant.
   int first = -1, kept = -1;

@@ -36,6 +36,8 @@ class ModuleList final : public CViewContainer, private CControlListener {
   /// The star of a module was clicked.
   std::function<void(const ModuleChoice&)> onStar;
 
+  /// The bar goes along, and the selected row stays in sight.
+  void setViewSize(const CRect& rect, bool invalidate = true) override;
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
@@ -43,6 +45,8 @@ class ModuleList final : public CViewContainer, private CControlListener {
 
  private:
   void valueChanged(CControl* control) override;
+  CRect BarRect() const;
+  void SizeBar();
   void Select(int row);
   void ScrollToShow(int row);
   CRect WholeRowRect(int index) const;

@@ -93,34 +93,57 @@ PresetBrowser::PresetBrowser(CFrame& root, PresetIndex& index,
       load_(std::move(load)),
       scale_(root.getUiScale()) {
   transparent = true;
-  const CCoord margin = theme::Scaled(kFrameMargin, scale_);
-  const CCoord width = std::min(theme::Scaled(kPanelWidth, scale_), getWidth() - 2 * margin);
-  const CCoord height = std::min(theme::Scaled(kPanelHeight, scale_), getHeight() - 2 * margin);
-  const CPoint c = viewSize.getCenter();
-  panel_ = CRect::FromSize({std::round(c.x - width * 0.5), std::round(c.y - height * 0.5)}, width,
-                           height);
   index_.Collect();
   Build(root);
   Filter();
 }
 
-void PresetBrowser::Build(CFrame& root) {
+PresetBrowser::Places PresetBrowser::LayOut(const CRect& room) {
+  const CCoord margin = theme::Scaled(kFrameMargin, scale_);
+  const CCoord width = std::min(theme::Scaled(kPanelWidth, scale_), room.getWidth() - 2 * margin);
+  const CCoord height =
+      std::min(theme::Scaled(kPanelHeight, scale_), room.getHeight() - 2 * margin);
+  const CPoint c = room.getCenter();
+  panel_ = CRect::FromSize({std::round(c.x - width * 0.5), std::round(c.y - height * 0.5)}, width,
+                           height);
   const CCoord pad = theme::Scaled(theme::kPadding, scale_);
   const CCoord row = theme::Scaled(kControlHeight, scale_);
+  const CCoord button = theme::Scaled(kButtonWidth, scale_);
   CRect inside = panel_;
   inside.inset(pad, pad);
-  AddSearch({inside.left, inside.top, inside.right, inside.top + row});
-  AddButtons({inside.left, inside.bottom - row, inside.right, inside.bottom});
-  detailsPlace_ = {inside.left, inside.bottom - row - pad - theme::Scaled(kDetailsHeight, scale_),
-                   inside.right, inside.bottom - row - pad};
-  rows_ =
-      new PresetRows({inside.left, inside.top + row + pad, inside.right, detailsPlace_.top - pad},
-                     &root, scale_, index_);
+  const CCoord top = inside.bottom - row;
+  detailsPlace_ = {inside.left, top - pad - theme::Scaled(kDetailsHeight, scale_), inside.right,
+                   top - pad};
+  return {{inside.left, inside.top, inside.right, inside.top + row},
+          {inside.left, inside.top + row + pad, inside.right, detailsPlace_.top - pad},
+          {inside.right - button, top, inside.right, inside.bottom},
+          {inside.right - 2 * button - pad, top, inside.right - button - pad, inside.bottom}};
+}
+
+void PresetBrowser::Build(CFrame& root) {
+  const Places places = LayOut(root.getViewSize());
+  AddSearch(places.search);
+  loadButton_ = AddButton(places.load, "Load", [this] { Choose(false); });
+  loadButton_->setProminent(true);
+  closeButton_ = AddButton(places.close, "Close", [this] { Close(); });
+  rows_ = new PresetRows(places.rows, &root, scale_, index_);
   rows_->onSelected = [this](int) { ShowDetails(); };
   rows_->onHovered = [this](int) { ShowDetails(); };
   rows_->onActivated = [this](int) { Choose(true); };
   rows_->onStar = [this](int starred) { ToggleFavourite(starred); };
   addView(rows_);
+}
+
+void PresetBrowser::FollowFrame() {
+  const CRect room = getFrame()->getViewSize();
+  setViewSize(room);
+  setMouseableArea(room);
+  const Places places = LayOut(room);
+  search_->setViewSize(places.search);
+  rows_->setViewSize(places.rows);
+  loadButton_->setViewSize(places.load);
+  closeButton_->setViewSize(places.close);
+  invalid();
 }
 
 void PresetBrowser::AddSearch(const CRect& place) {
@@ -136,19 +159,13 @@ void PresetBrowser::AddSearch(const CRect& place) {
   addView(search_);
 }
 
-void PresetBrowser::AddButtons(const CRect& place) {
-  const CCoord width = theme::Scaled(kButtonWidth, scale_);
-  const CCoord pad = theme::Scaled(theme::kPadding, scale_);
-  const auto add = [&](CCoord right, const char* title, std::function<void()> action) {
-    auto* button =
-        new CTextButton({right - width, place.top, right, place.bottom}, nullptr, 0, title);
-    button->setFont(theme::Font(scale_));
-    button->onPressed = std::move(action);
-    addView(button);
-    return button;
-  };
-  add(place.right, "Load", [this] { Choose(false); })->setProminent(true);
-  add(place.right - width - pad, "Close", [this] { Close(); });
+CTextButton* PresetBrowser::AddButton(const CRect& place, const char* title,
+                                      std::function<void()> action) {
+  auto* button = new CTextButton(place, nullptr, 0, title);
+  button->setFont(theme::Font(scale_));
+  button->onPressed = std::move(action);
+  addView(button);
+  return button;
 }
 
 void PresetBrowser::Open(CFrame& root, const std::string& presentPath) {

@@ -53,6 +53,8 @@ class PresetBrowser final : public CViewContainer {
   /// Shows it above all of the frame, the preset of a path selected.
   void Open(CFrame& frame, const std::string& presentPath);
   void Close();
+  /// The frame has another size: the panel takes the middle of it, as large as there is room.
+  void FollowFrame();
 
   CTextEdit& Search() { return *search_; }
   PresetRows& Rows() { return *rows_; }
@@ -70,9 +72,14 @@ class PresetBrowser final : public CViewContainer {
   void cancelModal() override { Close(); }
 
  private:
+  /// Places of the parts; the panel and the details take their own.
+  struct Places {
+    CRect search, rows, load, close;
+  };
+  Places LayOut(const CRect& room);
   void Build(CFrame& frame);
   void AddSearch(const CRect& place);
-  void AddButtons(const CRect& place);
+  CTextButton* AddButton(const CRect& place, const char* title, std::function<void()> action);
   void Filter();
   void SelectPath(const std::string& path);
   std::string SelectedPath() const;
@@ -88,6 +95,8 @@ class PresetBrowser final : public CViewContainer {
   CRect detailsPlace_;
   CTextEdit* search_ = nullptr;
   PresetRows* rows_ = nullptr;
+  CTextButton* loadButton_ = nullptr;
+  CTextButton* closeButton_ = nullptr;
   std::string details_;
 };
 

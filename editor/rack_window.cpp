@@ -319,6 +319,7 @@ void RackWindow::LayOut(const CPoint& size, double pixelScale) {
 
 void RackWindow::Follow() {
   FollowSkin();
+  zoom_.Idle();
   sharpImages_->Work(editor_);
   if (sharpGeneration_ != sharpImages_->Generation()) {
     sharpGeneration_ = sharpImages_->Generation();
@@ -368,6 +369,8 @@ void RackWindow::PlaceViews(const CPoint& size) {
   place(*rightStrip_, geometry_.RightStripRect());
   place(*bar_, geometry_.BarRect());
   place(*sizeGrip_, geometry_.GripRect());
+  browser_->FollowFrame();
+  if (PresetBrowser* presets = OpenPresets()) presets->FollowFrame();
   rack_->ResizeLayers();
   RowsChanged(geometry_.rows);
 }

@@ -16,6 +16,8 @@ namespace {
 constexpr std::array kSteps = {50, 67, 80, 90, 100, 110, 125, 150, 175, 200, 250, 300};
 /// Seconds in which a size that comes in is the answer to one that was asked for.
 constexpr double kAnswerTime = 0.7;
+/// Seconds without a new size after which a drag of the border has ended.
+constexpr double kRestTime = 0.7;
 constexpr double kSlack = 1.5;  // pixels that rounding may make
 
 double Bounded(double scale) {
@@ -49,10 +51,14 @@ double AutomaticScale(double hostScale, const RackGeometry& geometry) {
 
 }  // namespace
 
-WindowZoom::~WindowZoom() {
-  if (isKept_) return;
-  editor_.options.zoom.Set(Percent());
-  editor_.options.viewableRows.Set(window_.Geometry().viewableRows);
+void WindowZoom::Keep() {
+  if (!isZoomKept_) editor_.options.zoom.Set(Percent());
+  if (!isHeightKept_) editor_.options.viewableRows.Set(window_.Geometry().viewableRows);
+  isZoomKept_ = isHeightKept_ = true;
+}
+
+void WindowZoom::Idle() {
+  if (window_.Frame().getTime() - draggedAt_ >= kRestTime) Keep();
 }
 
 double WindowZoom::FirstScale(const SynEditor& editor, const RackGeometry& geometry) {
@@ -69,13 +75,13 @@ int WindowZoom::Percent() const {
 
 void WindowZoom::SetPercent(int percent) {
   editor_.options.zoom.Set(std::clamp(percent, kLeastPercent, kMostPercent));
-  isKept_ = true;
+  isZoomKept_ = true;
   Follow();
 }
 
 void WindowZoom::Reset() {
   editor_.options.zoom.Set(0);
-  isKept_ = true;
+  isZoomKept_ = true;
   Follow();
 }
 
@@ -135,9 +141,11 @@ void WindowZoom::TakeSize(const CPoint& pixels) {
   if (!isAnswer && std::abs(pixels.x - shown.x) >= kSlack) {
     const double least = geometry.origin.y + Options::kFewestViewableRows * geometry.rowHeight;
     scale = Bounded(std::min(pixels.x / geometry.BodyWidth(), pixels.y / least));
+    isZoomKept_ = false;
   }
   FitInto(pixels, scale);
-  isKept_ = false;
+  isHeightKept_ = false;
+  draggedAt_ = frame.getTime();
 }
 
 void WindowZoom::Ask(const CPoint& pixels) {

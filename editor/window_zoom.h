@@ -19,8 +19,7 @@ class WindowZoom {
   static constexpr int kMostPercent = 300;
 
   WindowZoom(SynEditor& editor, RackWindow& window) : editor_(editor), window_(window) {}
-  /// Keeps what the border was dragged to.
-  ~WindowZoom();
+  ~WindowZoom() { Keep(); }
   WindowZoom(const WindowZoom&) = delete;
   WindowZoom& operator=(const WindowZoom&) = delete;
 
@@ -46,8 +45,11 @@ class WindowZoom {
   void TakeSize(const CPoint& pixels);
   /// Asks for a size, as by the corner of the window.
   void Ask(const CPoint& pixels);
+  /// Part of the idle call: what the border was dragged to is kept once it rests.
+  void Idle();
 
  private:
+  void Keep();
   void SetScale(double scale);
   /// Lays the window out in a size under a zoom.
   void FitInto(const CPoint& pixels, double scale);
@@ -55,8 +57,11 @@ class WindowZoom {
 
   SynEditor& editor_;
   RackWindow& window_;
-  double askedAt_ = -1e9;  // by the frame's clock
-  bool isKept_ = true;     // what the border was dragged to is in the options
+  double askedAt_ = -1e9;  // by the frame's clock, as all times here
+  double draggedAt_ = 0;
+  // Whether what the border was dragged to is in the options.
+  bool isZoomKept_ = true;
+  bool isHeightKept_ = true;
 };
 
 }  // namespace halveron

@@ -17,11 +17,27 @@ constexpr CCoord kBarWidth = 12;
 
 RowList::RowList(const CRect& size, CFrame* root, double scale_, CCoord rowHeight_)
     : CViewContainer(size, root), scale(scale_), rowHeight(theme::Scaled(rowHeight_, scale_)) {
-  const CCoord width = theme::Scaled(kBarWidth, scale);
-  bar = new CScrollbar(CRect(getWidth() - width, 0, getWidth(), getHeight()), this, 0,
-                       CScrollbar::kVertical);
+  bar = new CScrollbar(barRect(), this, 0, CScrollbar::kVertical);
   bar->setWheelStep(3 * rowHeight);
   addView(bar);
+}
+
+CRect RowList::barRect() const {
+  return {getWidth() - theme::Scaled(kBarWidth, scale), 0, getWidth(), getHeight()};
+}
+
+void RowList::setViewSize(const CRect& rect, bool invalidate) {
+  CViewContainer::setViewSize(rect, invalidate);
+  const CCoord scroll = bar->getScrollPosition();
+  bar->setViewSize(barRect(), invalidate);
+  sizeBar();
+  bar->scrollTo(scroll);
+  showRow(selected);
+}
+
+void RowList::sizeBar() {
+  bar->setScrollSize(count * rowHeight, getHeight());
+  bar->setVisible(bar->canScroll());
 }
 
 void RowList::setCount(int rows, const std::string& noteIfEmpty) {
@@ -29,9 +45,8 @@ void RowList::setCount(int rows, const std::string& noteIfEmpty) {
   note = noteIfEmpty;
   selected = -1;
   hovered = -1;
-  bar->setScrollSize(count * rowHeight, getHeight());
+  sizeBar();
   bar->scrollTo(0);
-  bar->setVisible(bar->canScroll());
   invalid();
 }
 
@@ -61,15 +76,18 @@ void RowList::invalidRow(int index) {
   if (!row.isEmpty()) invalidRect(row);
 }
 
+void RowList::showRow(int index) {
+  if (index < 0) return;
+  const CCoord top = index * rowHeight;
+  const CCoord scroll = bar->getScrollPosition();
+  if (top < scroll) bar->scrollTo(top);
+  if (top + rowHeight > scroll + getHeight()) bar->scrollTo(top + rowHeight - getHeight());
+}
+
 void RowList::select(int index) {
   selected = index >= 0 && index < count ? index : -1;
-  if (selected >= 0) {
-    const CCoord top = selected * rowHeight;
-    const CCoord scroll = bar->getScrollPosition();
-    if (top < scroll) bar->scrollTo(top);
-    if (top + rowHeight > scroll + getHeight()) bar->scrollTo(top + rowHeight - getHeight());
-    if (onSelected) onSelected(selected);
-  }
+  showRow(selected);
+  if (selected >= 0 && onSelected) onSelected(selected);
   invalid();
 }
 

@@ -36,6 +36,8 @@ class RowList : public CViewContainer, public CControlListener {
   std::function<void(int)> onActivated;
   std::function<void(int)> onHovered;
 
+  /// The bar goes along, and the selected row stays in sight.
+  void setViewSize(const CRect& rect, bool invalidate = true) override;
   void valueChanged(CControl* control) override;
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
@@ -59,6 +61,9 @@ class RowList : public CViewContainer, public CControlListener {
 
  private:
   CRect wholeRowRect(int index) const;
+  CRect barRect() const;
+  void sizeBar();
+  void showRow(int index);
   void setHovered(int index);
 
   CScrollbar* bar;

@@ -70,6 +70,64 @@ TEST(WindowZoom, ShareOutASizeFromOutside) {
   EXPECT_EQ(rig.editor.NearestWindowSize(CPoint(1e5, 1e4)).x, usual.x * 3);
 }
 
+TEST(WindowZoom, KeepsADragOfTheBorderWhenItEnds) {
+  WindowRig rig;
+  const CPoint usual = PixelsOf(rig);
+  const auto pass = [&rig](double seconds) {
+    rig.frame.advanceTime(seconds);
+    rig.editor.Idle();
+  };
+  for (const double share : {1.2, 1.4, 1.5}) {
+    rig.editor.SetWindowSize(CPoint(usual.x * share, usual.y * share));
+    pass(0.5);
+    EXPECT_EQ(rig.editor.options.zoom.Get(), 0) << "the drag goes on";
+  }
+  pass(0.5);
+  EXPECT_EQ(rig.editor.options.zoom.Get(), 150);
+
+  rig.Shortcut('0');
+  rig.editor.SetWindowSize(PixelsOf(rig) + CPoint(0, rig.window.Geometry().rowHeight));
+  pass(1);
+  EXPECT_EQ(rig.editor.options.viewableRows.Get(), 3);
+  EXPECT_EQ(rig.editor.options.zoom.Get(), 0) << "a height is no choice of a zoom";
+}
+
+TEST(WindowZoom, BrowsersFollowTheSizeOfTheWindow) {
+  WindowRig rig;
+  const CPoint usual = PixelsOf(rig);
+  const auto centre = [&] { return rig.frame.getViewSize().getCenter(); };
+  const auto resize = [&](CCoord height) { rig.editor.SetWindowSize(CPoint(usual.x, height)); };
+  ModuleBrowser& modules = rig.window.Browser();
+  rig.window.OpenModuleBrowser();
+  rig.Type("vco");
+  const std::string selected = modules.List().Selected()->identity.first;
+  const CCoord before = modules.List().getHeight();
+  for (const double share : {0.6, 2.0}) {
+    resize(std::round(usual.y * share));
+    const CRect place = modules.getViewSize();
+    EXPECT_NEAR(place.getCenter().y, centre().y, 1);
+    EXPECT_TRUE(rig.frame.getViewSize().rectInside(place));
+    EXPECT_EQ(share > 1, modules.List().getHeight() > before);
+    EXPECT_STREQ(modules.SearchField().getText(), "vco") << "what was typed stays";
+    EXPECT_EQ(modules.List().Selected()->identity.first, selected);
+    rig.DrawDirty();
+  }
+  rig.Shortcut('+');
+  EXPECT_EQ(rig.frame.getFocusView(), &modules.SearchField());
+  modules.Close();
+
+  resize(usual.y);
+  rig.window.OpenPresetBrowser();
+  PresetBrowser& presets = *rig.window.OpenPresets();
+  for (const double share : {0.6, 2.0}) {
+    resize(std::round(usual.y * share));
+    EXPECT_EQ(presets.getViewSize(), rig.frame.getViewSize());
+    EXPECT_TRUE(presets.getViewSize().rectInside(presets.Rows().getViewSize()));
+  }
+  EXPECT_EQ(rig.frame.getFocusView(), &presets.Search());
+  presets.Close();
+}
+
 TEST(WindowZoom, GrowingPicturesAreThoseOfAFreshDraw) {
   WindowRig rig;
   rig.editor.SetRows(6);
