@@ -23,16 +23,21 @@ std::vector<PresetMidiBinding> CaptureMidiBindings(const RackModel& rack) {
   return midi;
 }
 
+MidiMap::Bound BoundOf(Module& module, const PresetMidiBinding& saved) {
+  MidiMap::Bound bound{&module, saved.control, nullptr, saved.binding};
+  for (const auto& [control, savedIndex, isLamp] : SettableControls(module)) {
+    if (static_cast<int>(savedIndex) == saved.control) {
+      bound.knob = dynamic_cast<ModuleKnob*>(control);
+    }
+  }
+  return bound;
+}
+
 void ApplyMidiBindings(const std::vector<PresetMidiBinding>& midi, RackModel& rack) {
   std::vector<MidiMap::Bound> all;
-  for (const auto& [index, savedIndex, binding] : midi) {
-    if (index < 0 || index >= rack.ModuleCount()) continue;
-    Module* module = rack.modules[0][static_cast<std::size_t>(index)];
-    MidiMap::Bound bound{module, savedIndex, nullptr, binding};
-    for (const auto& [control, saved, isLamp] : SettableControls(*module)) {
-      if (static_cast<int>(saved) == savedIndex) bound.knob = dynamic_cast<ModuleKnob*>(control);
-    }
-    all.push_back(bound);
+  for (const PresetMidiBinding& saved : midi) {
+    if (saved.module < 0 || saved.module >= rack.ModuleCount()) continue;
+    all.push_back(BoundOf(*rack.modules[0][static_cast<std::size_t>(saved.module)], saved));
   }
   rack.midi.Set(std::move(all));
 }

@@ -2,25 +2,58 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 
 #include "framework/module.h"
 #include "framework/rack_model.h"
+#include "presets/midi_bindings.h"
 #include "presets/preset_rack.h"
 
 namespace halveron {
 
+namespace {
+
+/// Whether a message could be for both.
+bool ShareController(const MidiBinding& a, const MidiBinding& b) {
+  constexpr int kAny = MidiBinding::kAnyChannel;
+  return a.controller == b.controller &&
+         (a.channel == b.channel || a.channel == kAny || b.channel == kAny);
+}
+
+/// Binds the knobs of added modules to those of their controllers that the rack did not use.
+void BindFreeControllers(const PresetDocument& excerpt, const std::vector<Module*>& added,
+                         RackModel& rack) {
+  const std::vector<MidiMap::Bound> used = rack.midi.All();
+  std::vector<MidiMap::Bound> all = used;
+  for (const PresetMidiBinding& saved : excerpt.midi) {
+    const bool isUsed = std::any_of(used.begin(), used.end(), [&](const MidiMap::Bound& bound) {
+      return ShareController(bound.binding, saved.binding);
+    });
+    if (isUsed || static_cast<std::size_t>(saved.module) >= added.size()) continue;
+    all.push_back(BoundOf(*added[static_cast<std::size_t>(saved.module)], saved));
+  }
+  if (all.size() > used.size()) rack.midi.Set(std::move(all));
+}
+
+}  // namespace
+
 PresetDocument CaptureExcerpt(RackModel& rack, std::span<Module* const> modules) {
   const std::lock_guard edit(rack.engine.editLock);
   PresetDocument excerpt = CaptureRackSettings(rack);
-  excerpt.midi.clear();  // a controller stays with the knob that it was learned for
   excerpt.author.clear();
   excerpt.description.clear();
   const auto isMeant = [&](const Module* module) {
     return std::find(modules.begin(), modules.end(), module) != modules.end();
   };
   int nextPoint = 0;
+  const std::vector<PresetMidiBinding> midi = std::exchange(excerpt.midi, {});
   for (Module* module : rack.modules[0]) {
     if (!isMeant(module)) continue;
+    for (PresetMidiBinding binding : midi) {
+      if (binding.module != module->place.moduleIndex) continue;
+      binding.module = static_cast<int>(excerpt.modules.size());
+      excerpt.midi.push_back(binding);
+    }
     excerpt.modules.push_back(CapturePresetModule(rack, *module, &nextPoint));
   }
   excerpt.patchPointCount = nextPoint;
@@ -65,6 +98,7 @@ std::vector<Module*> AddExcerpt(const PresetDocument& excerpt, RackModel& rack,
   }
   const PatchEdit edit(rack, PatchEdit::Hold::kAtTheEnd);
   for (const PresetCable& cable : excerpt.cables) ConnectPresetCable(cable, points, rack);
+  BindFreeControllers(excerpt, added, rack);
   return added;
 }
 
