@@ -6,8 +6,10 @@
 #include <span>
 #include <sstream>
 
+#include "app/html_page.h"
 #include "app/module_description.h"
 #include "app/run_command.h"
+#include "app/window_page.h"
 #include "editor/module_catalogue.h"
 #include "framework/manual_page.h"
 #include "framework/module.h"
@@ -21,56 +23,13 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-constexpr char kStyle[] =
-    "body{font:16px/1.5 sans-serif;max-width:50em;margin:2em auto;padding:0 1em;color:#222;"
-    "background:#fff}"
-    "table{border-collapse:collapse;width:100%;margin-bottom:1.5em}"
-    "th,td{text-align:left;padding:.25em .75em .25em 0;border-bottom:1px solid #ddd}"
-    "@media(prefers-color-scheme:dark){body{color:#ddd;background:#1c1c1c}a{color:#8bf}"
-    "th,td{border-color:#444}}";
-
-std::string Escaped(std::string_view text) {
-  std::string escaped;
-  for (const char letter : text) {
-    switch (letter) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += letter;
-    }
-  }
-  return escaped;
-}
-
-std::string TextOf(const Json& value) { return Escaped(value.get_ref<const std::string&>()); }
-
-void BeginPage(std::ostream& page, const std::string& title) {
-  page << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>"
-       << Escaped(title) << "</title>\n<style>" << kStyle << "</style>\n</head>\n<body>\n<h1>"
-       << Escaped(title) << "</h1>\n";
-}
-
-void AddRow(std::ostream& page, const char* cell, std::span<const std::string> texts) {
-  page << "<tr>";
-  for (const std::string& text : texts) page << "<" << cell << ">" << text << "</" << cell << ">";
-  page << "</tr>\n";
-}
+std::string TextOf(const Json& value) { return EscapedHtml(value.get_ref<const std::string&>()); }
 
 void AddControls(std::ostream& page, const Json& controls) {
   if (controls.empty()) return;
   page << "<h2>Controls</h2>\n<table>\n";
   const std::string heads[] = {"Control", "Kind", "Values", "Default", "In presets"};
-  AddRow(page, "th", heads);
+  AddHtmlRow(page, "th", heads);
   for (const Json& control : controls) {
     std::ostringstream kind, range;
     const bool hasWords = control.contains("values");
@@ -81,7 +40,7 @@ void AddControls(std::ostream& page, const Json& controls) {
     const std::string cells[] = {TextOf(control["role"]), kind.str(),
                                  hasWords ? TextOf(control["values"]) : "",
                                  hasWords ? TextOf(control["default_value"]) : "", range.str()};
-    AddRow(page, "td", cells);
+    AddHtmlRow(page, "td", cells);
   }
   page << "</table>\n";
 }
@@ -99,12 +58,12 @@ void AddJacks(std::ostream& page, const Json& module) {
       if (!hasHead) {
         page << "<h2>Jacks</h2>\n<table>\n";
         const std::string heads[] = {"Jack", "Direction", "Signal"};
-        AddRow(page, "th", heads);
+        AddHtmlRow(page, "th", heads);
         hasHead = true;
       }
       const std::string cells[] = {TextOf(point["role"]), direction,
                                    point["midi"].get<bool>() ? "MIDI" : "voltage"};
-      AddRow(page, "td", cells);
+      AddHtmlRow(page, "td", cells);
     }
   }
   if (hasHead) page << "</table>\n";
@@ -112,7 +71,7 @@ void AddJacks(std::ostream& page, const Json& module) {
 
 std::string ModulePage(const Json& module) {
   std::ostringstream page;
-  BeginPage(page, module["name"].get<std::string>());
+  BeginHtmlPage(page, module["name"].get<std::string>());
   page << "<p><a href=\"" << kManualStart << "\">All modules</a> &rsaquo; "
        << TextOf(module["category"]) << "</p>\n<p>" << TextOf(module["summary"]) << "</p>\n<p>"
        << (module["mono"].get<bool>() ? "One instance serves all voices"
@@ -121,27 +80,28 @@ std::string ModulePage(const Json& module) {
        << (module["always_on"].get<bool>() ? " It runs without cables, too." : "") << "</p>\n";
   AddControls(page, module["controls"]);
   AddJacks(page, module);
-  page << "</body>\n</html>\n";
+  EndHtmlPage(page);
   return page.str();
 }
 
 std::string IndexPage(const std::vector<Json>& modules) {
   std::ostringstream page;
-  BeginPage(page, "Halveron: modules");
+  BeginHtmlPage(page, "Halveron: modules");
+  page << "<p><a href=\"" << kManualWindow << "\">The window</a>: what mouse and keys do</p>\n";
   for (int category = 0; category < kCategoryCount; ++category) {
     const char* title = NamesOf(static_cast<Category>(category)).display;
     bool hasHead = false;
     for (const Json& module : modules) {
       if (module["category"] != title) continue;
-      if (!hasHead) page << "<h2>" << Escaped(title) << "</h2>\n<ul>\n";
+      if (!hasHead) page << "<h2>" << EscapedHtml(title) << "</h2>\n<ul>\n";
       hasHead = true;
       const auto& name = module["name"].get_ref<const std::string&>();
-      page << "<li><a href=\"" << Escaped(ManualPageName(name)) << "\">" << Escaped(name)
+      page << "<li><a href=\"" << EscapedHtml(ManualPageName(name)) << "\">" << EscapedHtml(name)
            << "</a></li>\n";
     }
     if (hasHead) page << "</ul>\n";
   }
-  page << "</body>\n</html>\n";
+  EndHtmlPage(page);
   return page.str();
 }
 
@@ -169,6 +129,7 @@ int WriteManual(const std::string& folder, std::ostream& out) {
     Write(std::filesystem::path(folder) / ManualPageName(entry.name), ModulePage(modules.back()));
   }
   Write(std::filesystem::path(folder) / kManualStart, IndexPage(modules));
+  Write(std::filesystem::path(folder) / kManualWindow, WindowPage());
   out << "Wrote the pages of " << modules.size() << " modules to " << folder << "\n";
   return kExitDone;
 }

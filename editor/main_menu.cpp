@@ -161,7 +161,7 @@ const MainMenu::Entry MainMenu::kEdit[] = {
     {.text = "Paste",
      .keys = "Ctrl+V",
      .act = [](SynEditor& editor, RackWindow&) { editor.commands.PasteModule(); },
-     .isEnabled = [](const SynEditor& editor) { return editor.moduleClipboard.HasData(); }},
+     .isEnabled = [](const SynEditor& editor) { return editor.sharedClipboard.MayPaste(); }},
     {.text = "Duplicate",
      .keys = "Ctrl+D",
      .act = [](SynEditor& editor,
@@ -234,11 +234,27 @@ bool MainMenu::IsEnabled(const Entry& entry) const {
   return !entry.isEnabled || entry.isEnabled(editor_);
 }
 
+std::vector<std::span<const MainMenu::Entry>> MainMenu::Tables() {
+  return {kEntries, kZoomEntries, kEdit, kCables, kKeysOnly};
+}
+
+std::vector<ShortcutLine> MainMenu::Shortcuts() {
+  std::vector<ShortcutLine> lines;
+  for (const std::span<const Entry> table : Tables()) {
+    for (const Entry& entry : table) {
+      if (!*entry.keys) continue;
+      std::string keys;
+      for (const char* letter = entry.keys; *letter; ++letter) {
+        keys += *letter == ' ' ? std::string(" or ") : std::string(1, *letter);
+      }
+      lines.push_back({entry.text, std::move(keys)});
+    }
+  }
+  return lines;
+}
+
 bool MainMenu::RunShortcut(const CKeyEvent& event) const {
-  for (const std::span<const Entry> table :
-       {std::span<const Entry>(kEntries), std::span<const Entry>(kZoomEntries),
-        std::span<const Entry>(kEdit), std::span<const Entry>(kCables),
-        std::span<const Entry>(kKeysOnly)}) {
+  for (const std::span<const Entry> table : Tables()) {
     for (const Entry& entry : table) {
       if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
       if (entry.isOffered && !entry.isOffered(editor_)) continue;

@@ -3,6 +3,7 @@
 
 #include <span>
 #include <string>
+#include <vector>
 
 #include "editor/syn_option_menu.h"
 
@@ -10,6 +11,12 @@ namespace halveron {
 
 class RackWindow;
 class SynEditor;
+
+/// A command and the keys that run it.
+struct ShortcutLine {
+  std::string command;
+  std::string keys;
+};
 
 /// Built each time that it opens, so that its marks are those of the rack and the options as
 /// they are then. One table defines what each entry shows and does.
@@ -22,6 +29,8 @@ class MainMenu {
   SharedPointer<SynOptionMenu> MakeEdit() const;
   /// Runs the enabled entry with these keys. False if no entry has them.
   bool RunShortcut(const CKeyEvent& event) const;
+  /// All shortcuts, for the manual.
+  static std::vector<ShortcutLine> Shortcuts();
 
  private:
   struct Entry;
@@ -30,6 +39,8 @@ class MainMenu {
   static const Entry kCables[];
   static const Entry kEdit[];
   static const Entry kKeysOnly[];
+  /// All of these.
+  static std::vector<std::span<const Entry>> Tables();
 
   using Menu = SharedPointer<SynOptionMenu>;
   bool IsEnabled(const Entry& entry) const;

@@ -36,7 +36,7 @@ void ManualHelp::ShowPageHere() {
   Module* module = ModuleAround(editor_.ViewUnderMouse());
   if (!module) module = ModuleAround(window->Frame().getFocusView());
   if (module && module->GetInfoURL()) return ShowPageOf(*module);
-  Show(folder + kManualStart);
+  Show(folder + kManualWindow);
 }
 
 void ManualHelp::Show(const std::string& file) {

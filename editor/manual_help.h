@@ -15,7 +15,8 @@ class ManualHelp {
 
   /// Of a module by another author that names no page, nothing.
   void ShowPageOf(Module& module);
-  /// The page of the module under the mouse, else of the one that has the focus, else the first.
+  /// The page of the module under the mouse, else of the one that has the focus, else that of the
+  /// window.
   void ShowPageHere();
 
   /// Opens an address with what the desktop has for it; false if that cannot be asked.

@@ -12,6 +12,9 @@ inline constexpr char kManualFolder[] = "Manual";
 /// The page that leads to all others, in that folder.
 inline constexpr char kManualStart[] = "index.html";
 
+/// The page on the window, in that folder.
+inline constexpr char kManualWindow[] = "window.html";
+
 /// File name of a built-in module's page: each blank of its name becomes "-", each "/" is dropped.
 std::string ManualPageName(std::string_view moduleName);
 

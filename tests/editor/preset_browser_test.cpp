@@ -174,10 +174,10 @@ TEST_F(Browser, F1OpensThePageOfTheModuleUnderTheMouse) {
   editor.manual.folder = user.folders.data;
   Key(kKeyF1);
   EXPECT_TRUE(opened.empty());
-  EXPECT_NE(one->Dialog().Request().text.find("index.html"), std::string::npos)
+  EXPECT_NE(one->Dialog().Request().text.find("window.html"), std::string::npos)
       << "not installed, and said so";
   one->Dialog().Press(0);
-  for (const char* page : {"index.html", "S310-VCO.html"}) {
+  for (const char* page : {"window.html", "S310-VCO.html"}) {
     platform::WriteWholeFile(user.folders.data + page, {});
   }
   Module* module = editor.AddModule("S310 VCO", kBuiltInVendor);
@@ -188,7 +188,7 @@ TEST_F(Browser, F1OpensThePageOfTheModuleUnderTheMouse) {
   CPoint bar(2, 2);
   one->Frame().onMouseMoved(bar, {});
   Key(kKeyF1);
-  EXPECT_EQ(opened, (Names{"S310-VCO.html", "index.html"}));
+  EXPECT_EQ(opened, (Names{"S310-VCO.html", "window.html"}));
 }
 
 TEST_F(Browser, AnEmptyRackShowsHintsUntilThereIsAModule) {
