@@ -61,20 +61,14 @@ Menu MakeClipMenu(SynEditor& editor, Module& module) {
   return menu;
 }
 
-void SetKnob(SynEditor& editor, ModuleKnob& knob, float value) {
-  knob.setValue(value);
-  editor.valueChanged(&knob);
-  knob.invalid();
-}
-
 }  // namespace
 
 SharedPointer<SynOptionMenu> MakeModuleMenu(SynEditor& editor, Module& module) {
   Menu menu = SynOptionMenu::Make();
   menu->Add("Delete Module", [&] { editor.commands.DeleteModule(module); });
-  menu->Add("Copy", [&] { editor.moduleClipboard.Copy(editor, module); });
-  menu->Add("Paste", [&] { editor.moduleClipboard.PasteOnto(module, editor); })
-      .setEnabled(editor.moduleClipboard.HasData());
+  menu->Add("Copy", [&] { editor.commands.CopyModule(module); });
+  menu->Add("Paste", [&] { editor.commands.PasteOnto(module); })
+      .setEnabled(editor.sharedClipboard.MayPaste());
   menu->addSeparator();
   menu->AddChecked("No Oversampling", !module.oversampled,
                    [&] { editor.SetModuleOversampled(&module, !module.oversampled); })
@@ -101,8 +95,8 @@ SharedPointer<SynOptionMenu> MakeSelectionMenu(SynEditor& editor, RackWindow& wi
 
 SharedPointer<SynOptionMenu> MakeKnobMenu(SynEditor& editor, ModuleKnob& knob) {
   Menu menu = SynOptionMenu::Make();
-  menu->Add("Copy", [&] { editor.knobClipboard = knob.getValue(); });
-  menu->Add("Paste", [&] { SetKnob(editor, knob, editor.knobClipboard); });
+  menu->Add("Copy", [&] { editor.knobClipboard.Copy(knob); });
+  menu->Add("Paste", [&] { editor.knobClipboard.PasteOnto(knob, editor); });
   menu->addSeparator();
   menu->Add("Enter Value...", [&] { AskForValue(editor, knob); }).setShortcut(ShownShortcut("F2"));
   menu->Add("Reset", [&] { MoveControl(knob, knob.getDefaultValue()); });
@@ -114,7 +108,7 @@ SharedPointer<SynOptionMenu> MakeKnobMenu(SynEditor& editor, ModuleKnob& knob) {
 SharedPointer<SynOptionMenu> MakeRackMenu(SynEditor& editor) {
   Menu menu = SynOptionMenu::Make();
   menu->Add("Paste Module", [&] { editor.commands.PasteModule(); })
-      .setEnabled(editor.moduleClipboard.HasData());
+      .setEnabled(editor.sharedClipboard.MayPaste());
   menu->addSeparator();
   int colour = 0;
   for (const char* text : kColourTexts) {

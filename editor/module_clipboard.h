@@ -2,8 +2,7 @@
 #pragma once
 
 #include <span>
-#include <string>
-#include <vector>
+#include <utility>
 
 #include "presets/preset_document.h"
 
@@ -19,6 +18,8 @@ class ModuleClipboard {
   /// With the cables among them. Takes the processing lock while it reads the modules.
   void Copy(RackModel& rack, std::span<Module* const> modules);
   void Copy(RackModel& rack, Module& module);
+  /// Modules that were copied elsewhere.
+  void Set(PresetDocument excerpt) { excerpt_ = std::move(excerpt); }
   /// Applies the copy of a single module to all voices of one of the same class; others do not
   /// change.
   void PasteOnto(Module& module, RackModel& rack) const;

@@ -56,7 +56,21 @@ void RackCommands::InsertModule(std::string_view name, std::string_view vendor) 
 }
 
 void RackCommands::PasteModule() {
-  if (editor_.moduleClipboard.HasData()) InsertExcerpt(editor_.moduleClipboard.Excerpt());
+  editor_.sharedClipboard.Fetch([this] { InsertExcerpt(editor_.moduleClipboard.Excerpt()); });
+}
+
+void RackCommands::CopyModule(Module& module) {
+  Module* const one[] = {&module};
+  editor_.sharedClipboard.Copy(one);
+}
+
+void RackCommands::PasteOnto(Module& module) {
+  editor_.sharedClipboard.Fetch([this, wanted = &module] {
+    // It may have gone while the clipboard was asked.
+    const std::vector<Module*>& modules = editor_.modules[0];
+    const bool isThere = std::find(modules.begin(), modules.end(), wanted) != modules.end();
+    if (isThere) editor_.moduleClipboard.PasteOnto(*wanted, editor_);
+  });
 }
 
 void RackCommands::InsertExcerpt(const PresetDocument& excerpt) {

@@ -21,6 +21,9 @@ class RackCommands {
   void InsertModule(std::string_view name, std::string_view vendor);
   /// The same for copies of the modules on the clipboard.
   void PasteModule();
+  void CopyModule(Module& module);
+  /// Gives a module the values of one of its class that was copied.
+  void PasteOnto(Module& module);
   /// With all its voices; the last one that voices can be reached by takes them along.
   void DeleteModule(Module& module);
   void DeleteModules(const std::vector<Module*>& modules);

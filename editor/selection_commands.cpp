@@ -39,9 +39,7 @@ std::string FaultOf(const std::string& name) {
 
 bool SelectionCommands::HasSelection() const { return !window_.Selection().IsEmpty(); }
 
-void SelectionCommands::Copy() {
-  editor_.moduleClipboard.Copy(editor_, window_.Selection().Modules());
-}
+void SelectionCommands::Copy() { editor_.sharedClipboard.Copy(window_.Selection().Modules()); }
 
 void SelectionCommands::Duplicate() {
   if (!HasSelection()) return;

@@ -13,6 +13,7 @@
 #include "editor/data_folders.h"
 #include "editor/edit_history.h"
 #include "editor/external_modules.h"
+#include "editor/knob_clipboard.h"
 #include "editor/manual_help.h"
 #include "editor/module_clipboard.h"
 #include "editor/module_shelf.h"
@@ -23,6 +24,7 @@
 #include "editor/rack_commands.h"
 #include "editor/rack_geometry.h"
 #include "editor/recovery.h"
+#include "editor/shared_clipboard.h"
 #include "editor/skin.h"
 #include "editor/sound_control.h"
 #include "editor/unsaved_changes.h"
@@ -173,8 +175,9 @@ class SynEditor : public RackModel {
   PresetCommands presetCommands{*this};
   PresetLibrary presets;
   ModuleClipboard moduleClipboard;
+  SharedClipboard sharedClipboard{*this};
   ModuleShelf moduleShelf;
-  float knobClipboard = 0.0f;
+  KnobClipboard knobClipboard;
   float scrollValue = 0.0f;  ///< where the window was scrolled to, and opens again
 
   std::string presetPath;        ///< of the preset in the rack; empty after a failed load

@@ -46,6 +46,7 @@ bool SynEditor::OpenWindow(void* parent, std::string* error) {
     return false;
   }
   isEmbedded_ = parent != nullptr;
+  if (!sharedClipboard.IsInUse()) sharedClipboard.Use(platform::DisplayClipboard());
   return true;
 }
 
@@ -100,6 +101,7 @@ void SynEditor::Idle() {
   RegroupModules();
   if (window_) {
     window_->Frame().idle();
+    if (window_) sharedClipboard.Idle();
     history.Settle();
   }
   if (window_) {

@@ -17,10 +17,6 @@ namespace {
 constexpr std::uintptr_t kWakeTimer = 0;
 constexpr double kDoubleClickSeconds = 0.4;
 constexpr CCoord kDoubleClickPixels = 5;
-constexpr char kTextType[] = "text/plain";
-// The selection's own name for text; the MIME type would not be found by programs that ask for
-// text.
-constexpr char kTextTarget[] = "UTF8_STRING";
 
 CVirtualKey KeyOf(std::uint32_t key) {
   switch (key) {
@@ -134,10 +130,6 @@ struct Window::Translator {
         return KeyRelease(window, event.key);
       case PUGL_TEXT:
         return Text(window, event.text);
-      case PUGL_DATA_OFFER:
-        return Offer(window, event.offer);
-      case PUGL_DATA:
-        return window.ReceiveClipboard(event.data.typeIndex);
       default:
         return;
     }
@@ -242,17 +234,6 @@ struct Window::Translator {
     if (isControl || (modifiers & kControl) || (modifiers & kAlt)) return;
     window.frame_.onKeyDown({event.character, KeyOf(event.character), CButtonState(modifiers)});
   }
-
-  static void Offer(Window& window, const PuglDataOfferEvent& event) {
-    const std::uint32_t count = puglGetNumClipboardTypes(window.view_);
-    for (std::uint32_t i = 0; i < count; ++i) {
-      const char* type = puglGetClipboardType(window.view_, i);
-      if (type && std::string_view(type) == kTextType) {
-        puglAcceptOffer(window.view_, &event, i);
-        return;
-      }
-    }
-  }
 };
 
 std::unique_ptr<Window> Window::Open(CFrame& frame, void* parent, const char* title,
@@ -303,6 +284,8 @@ bool Window::Create(void* parent, const char* title, std::string& error) {
                     [this](const std::vector<std::string>& paths, int x, int y) {
                       return frame_.onDrop(paths, ToFrame(x, y));
                     }});
+  clipboard_ = platform::DisplayClipboard();
+  if (!clipboard_) clipboard_ = platform::PrivateClipboard();
   // Keys that no view wants are the host's.
   if (isEmbedded_) platform::SetKeysWanted(Native(), false);
   puglShow(view_);
@@ -408,6 +391,7 @@ void Window::HandleEvents() {
   const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
   drops_->Poll();
   puglUpdate(world_, 0);
+  ReceiveClipboard();
   if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
 }
 
@@ -500,21 +484,21 @@ void Window::SetKeyboardWanted(bool wanted) {
 }
 
 void Window::SetClipboardText(std::string_view text) {
-  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
-  puglSetClipboard(view_, kTextTarget, text.data(), text.size());
+  clipboard_->Offer({{platform::kClipboardText, std::string(text)}});
 }
 
 void Window::RequestClipboardText(std::function<void(const std::string&)> callback) {
-  const platform::X11ErrorScope errors(puglGetNativeWorld(world_));
+  const std::string type = platform::kClipboardText;
   clipboardCallback_ = std::move(callback);
-  puglPaste(view_);
+  clipboardRequest_ = clipboard_->Ask({&type, 1});
 }
 
-void Window::ReceiveClipboard(std::uint32_t typeIndex) {
-  std::size_t length = 0;
-  const void* data = puglGetClipboard(view_, typeIndex, &length);
+void Window::ReceiveClipboard() {
+  const auto answer = clipboardRequest_ ? clipboardRequest_->Take() : std::nullopt;
+  if (!answer) return;
+  clipboardRequest_.reset();
   const auto callback = std::exchange(clipboardCallback_, nullptr);
-  if (data && callback) callback(std::string(static_cast<const char*>(data), length));
+  if (!answer->type.empty() && callback) callback(answer->bytes);
 }
 
 }  // namespace halveron

@@ -10,6 +10,7 @@
 
 #include "gui/draw_context.h"
 #include "gui/frame.h"
+#include "platform/clipboard.h"
 #include "platform/file_drop_target.h"
 #include "platform/x11_window.h"
 
@@ -70,7 +71,7 @@ class Window {
   /// The point of an unbounded drag, for a pointer at `where` in the window and at `onScreen`.
   CPoint FollowUnbounded(const CPoint& where, const CPoint& onScreen);
   void EndUnbounded();
-  void ReceiveClipboard(std::uint32_t typeIndex);
+  void ReceiveClipboard();
 
   CFrame& frame_;
   bool isEmbedded_;
@@ -80,6 +81,8 @@ class Window {
   std::unique_ptr<COffscreenContext> picture_;
   std::unique_ptr<platform::WindowSurface> surface_;
   std::unique_ptr<platform::FileDropTarget> drops_;
+  std::shared_ptr<platform::Clipboard> clipboard_;
+  std::shared_ptr<platform::ClipboardRequest> clipboardRequest_;
   std::function<void(const std::string&)> clipboardCallback_;
   std::exception_ptr failure_;
   std::uintptr_t keyboardBefore_ = 0;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 
@@ -291,6 +292,39 @@ TEST_F(WindowOnDisplay, KnobsTakeTypedValuesAndControllers) {
   rack.SendEvent(0, {0xB0, 74, 127});
   rack.RunBlock(64);
   EXPECT_EQ(cutoff.getValue(), 1.0f);
+}
+
+TEST_F(WindowOnDisplay, ModulesGoThroughTheClipboardOfTheSystem) {
+  AddModule("s310", 2, 0);
+  const auto pump = [this] { Call(effEditIdle); };
+  Click(Cell(2, 0) + CPoint(4, 4), 3);
+  display->TypeText("copy");
+  display->TypeKey("Return");
+  ASSERT_TRUE(Until([&] { return rack.editor.moduleClipboard.HasData(); }));
+  const std::string patch = display->ReadClipboard(pump);
+  EXPECT_NE(patch.find("\"name\": \"S310 VCO\""), std::string::npos) << patch;
+
+  // Another program's letter is newer.
+  bool hasAsked = false;
+  const auto begun = std::chrono::steady_clock::now();
+  const auto askOnce = [&] {
+    Call(effEditIdle);
+    if (hasAsked || std::chrono::steady_clock::now() - begun < std::chrono::milliseconds(300))
+      return;
+    hasAsked = true;
+    rack.editor.commands.PasteModule();
+  };
+  EXPECT_TRUE(display->OfferClipboard(
+      R"(Try {"halveron": 1, "modules": [{"id": "a", "name": "S404 VCA"}]})", askOnce,
+      [&] { return rack.editor.modules[0].size() == 2; }));
+  ASSERT_EQ(rack.editor.modules[0].size(), 2u);
+  EXPECT_STREQ(rack.editor.modules[0][1]->GetName(), "S404 VCA");
+  Window().LandInsertion();
+
+  rack.editor.commands.CopyModule(*rack.editor.modules[0][0]);
+  Call(effEditClose);
+  EXPECT_EQ(display->ReadClipboard([] {}), patch) << "it outlives the window";
+  Open();
 }
 
 }  // namespace
