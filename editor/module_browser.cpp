@@ -94,8 +94,8 @@ void ModuleBrowser::Build() {
   const Places places = LayOut();
   search_ = MakeSearchField(places.search);
   addView(search_);
-  list_ = new ModuleList(places.list, scale_);
-  list_->onSelected = [this] { SelectionChanged(); };
+  list_ = new ModuleList(places.list, getFrame(), scale_);
+  list_->onSelected = [this](int) { SelectionChanged(); };
   list_->onChosen = [this](const ModuleChoice& choice) { Choose(choice); };
   list_->onStar = [this](const ModuleChoice& choice) { ToggleFavourite(choice); };
   addView(list_);
@@ -131,6 +131,7 @@ CTextEdit* ModuleBrowser::MakeSearchField(const CRect& place) {
 
 void ModuleBrowser::Search(bool keepSelection) {
   list_->SetRows(modules_->Find(search_->getText()), keepSelection);
+  SelectionChanged();
 }
 
 void ModuleBrowser::Choose(const ModuleChoice& choice) {
@@ -184,25 +185,11 @@ CMouseEventResult ModuleBrowser::onMouseDown(CPoint& where, const CButtonState& 
 }
 
 bool ModuleBrowser::onKeyDown(const CKeyEvent& event) {
-  switch (event.key) {
-    case kKeyEscape:
-      Close();
-      return true;
-    case kKeyUp:
-      list_->Move(-1);
-      return true;
-    case kKeyDown:
-      list_->Move(1);
-      return true;
-    case kKeyPageUp:
-      list_->Move(-list_->ModulesPerPage());
-      return true;
-    case kKeyPageDown:
-      list_->Move(list_->ModulesPerPage());
-      return true;
-    default:
-      break;
+  if (event.key == kKeyEscape) {
+    Close();
+    return true;
   }
+  if (list_->moveByKey(event.key)) return true;
   const bool isF = event.character == 'f' || event.character == 'F';
   if (isF && event.modifiers.isControlSet() && list_->Selected()) {
     const ModuleChoice choice = *list_->Selected();
