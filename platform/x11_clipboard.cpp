@@ -97,7 +97,10 @@ class Server {
     XSelectInput(display_, window_, PropertyChangeMask);
     int error = 0;
     if (XFixesQueryExtension(display_, &fixes_, &error)) {
-      XFixesSelectSelectionInput(display_, window_, clipboard_, XFixesSetSelectionOwnerNotifyMask);
+      XFixesSelectSelectionInput(display_, window_, clipboard_,
+                                 XFixesSetSelectionOwnerNotifyMask |
+                                     XFixesSelectionWindowDestroyNotifyMask |
+                                     XFixesSelectionClientCloseNotifyMask);
     } else {
       fixes_ = -1;
     }
@@ -189,6 +192,15 @@ class Server {
     shared_.types.clear();
   }
 
+  void OwnerChanged(::Window owner) {
+    if (owner == window_) return;
+    Lose();
+    // The former owner may never answer.
+    if (incoming_ && incoming_->request) waiting_.push_front(incoming_->request);
+    incoming_.reset();
+    asksTypes_ = owner != None;
+  }
+
   void GiveUp() {
     if (incoming_ && incoming_->request) incoming_->request->Answer({});
     for (const auto& request : waiting_) request->Answer({});
@@ -204,10 +216,7 @@ class Server {
   void Handle(const XEvent& event) {
     if (fixes_ >= 0 && event.type == fixes_ + XFixesSelectionNotify) {
       const auto& change = reinterpret_cast<const XFixesSelectionNotifyEvent&>(event);
-      if (change.owner == window_) return;
-      Lose();
-      asksTypes_ = change.owner != None;
-      return;
+      return OwnerChanged(change.subtype == XFixesSetSelectionOwnerNotify ? change.owner : None);
     }
     switch (event.type) {
       case SelectionClear:
