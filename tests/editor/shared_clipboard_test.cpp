@@ -108,7 +108,7 @@ TEST_F(Shared, WhatCannotBePastedIsSaid) {
          "did you mean \"S310 VCO\"?");
   expect({kClipboardText, R"({"halveron": 1, "modules": []})"}, "holds no modules");
   expect({kClipboardText, R"({"halveron": 1, "modules": [}})"}, "Clipboard: line 1");
-  expect({SharedClipboard::kType, "no preset"}, "offset");
+  expect({SharedClipboard::kType, "no preset"}, "is not a preset version");
 
   system->Offer({{"image/png", "picture"}});
   EXPECT_FALSE(two.editor.sharedClipboard.MayPaste());
