@@ -74,6 +74,7 @@ class DialogWindow final : public CViewContainer {
   CCoord AddTexts(CCoord top, double scale);
   CCoord AddFields(CCoord top, double scale);
   CCoord AddButtons(CCoord top, double scale);
+  static void Focus(CFrame& root, CTextEdit& field);
   void FocusNextField(bool backward);
   bool PressByLetter(char32_t letter);
 
