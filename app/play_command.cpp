@@ -251,14 +251,16 @@ void KeepPlaying(const PlayOptions& options, LiveHost& host, SoundLink& sound, M
                  const InterruptWatch& watch, std::ostream& out, std::ostream& err) {
   std::unique_ptr<HostWindow> window;
   if (options.hasWindow) window = std::make_unique<HostWindow>(host, "Halveron", err);
-  if (window) window->SetNotice(sound.Notice());
+  std::string notice = sound.Notice();
+  if (window) window->SetNotice(notice);
   double nextMidi = 0;
   while (!watch.IsInterrupted() && !(window && window->IsClosed())) {
     if (window) window->Idle();
+    // It goes, too, when the user has chosen a device that works.
+    if (window && notice != sound.Notice()) window->SetNotice(notice = sound.Notice());
     const double now = LiveHost::Now();
     if (sound.Poll(now)) {
       ReportSound(sound, host.SampleRate(), out);
-      if (window) window->SetNotice(sound.Notice());
       // A sound server that has gone may have carried MIDI, too. Its ports have to be closed before
       // a connection to its successor is made: the library crashes on the way back.
       if (!sound.Card()) {

@@ -209,8 +209,7 @@ bool DialogWindow::onKeyDown(const CKeyEvent& event) {
   if (event.key == kKeyReturn) {
     Press(0);
   } else if (event.key == kKeyEscape) {
-    const int last = static_cast<int>(request_.buttons.size()) - 1;
-    Press(request_.escapeButton < 0 ? last : request_.escapeButton);
+    Press(EscapeButton());
   } else if (event.key == kKeyTab) {
     FocusNextField(event.modifiers.isShiftSet());
   } else {
@@ -233,6 +232,15 @@ bool DialogWindow::PressByLetter(char32_t letter) {
   }
   if (found >= 0) Press(found);
   return found >= 0;
+}
+
+int DialogWindow::EscapeButton() const {
+  const int last = static_cast<int>(request_.buttons.size()) - 1;
+  return request_.escapeButton < 0 ? last : request_.escapeButton;
+}
+
+void DialogWindow::cancelModal() {
+  if (IsShown()) Press(EscapeButton());
 }
 
 void DialogWindow::Press(int button) {
