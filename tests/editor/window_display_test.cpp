@@ -277,9 +277,6 @@ TEST_F(WindowOnDisplay, KnobsTakeTypedValuesAndControllers) {
   }
   ASSERT_TRUE(Until([&] { return Window().Dialog().IsShown(); }));
   Settle();
-  display->PressKey("Control_L");
-  display->TypeKey("a");
-  display->ReleaseKey("Control_L");
   display->TypeText("440");
   display->TypeKey("Return");
   EXPECT_TRUE(Until([&] { return !Window().Dialog().IsShown(); }));
@@ -297,8 +294,13 @@ TEST_F(WindowOnDisplay, KnobsTakeTypedValuesAndControllers) {
 TEST_F(WindowOnDisplay, ModulesGoThroughTheClipboardOfTheSystem) {
   AddModule("s310", 2, 0);
   const auto pump = [this] { Call(effEditIdle); };
-  Click(Cell(2, 0) + CPoint(4, 4), 3);
+  const Module& vco = *rack.editor.modules[0][0];
+  CPoint panel = vco.getViewSize().getTopLeft() + CPoint(8, 20);
+  Click(vco.localToFrame(panel), 3);
+  ASSERT_TRUE(Until([&] { return Window().OpenMenu() != nullptr; }));
+  Settle();
   display->TypeText("copy");
+  Settle();
   display->TypeKey("Return");
   ASSERT_TRUE(Until([&] { return rack.editor.moduleClipboard.HasData(); }));
   const std::string patch = display->ReadClipboard(pump);

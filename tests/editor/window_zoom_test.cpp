@@ -108,7 +108,7 @@ TEST(WindowZoom, BrowsersFollowTheSizeOfTheWindow) {
     const CRect place = modules.getViewSize();
     EXPECT_NEAR(place.getCenter().y, centre().y, 1);
     EXPECT_EQ(CRect(place).bound(rig.frame.getViewSize()), place);
-    EXPECT_EQ(share > 1, modules.List().getHeight() > before);
+    EXPECT_EQ(share < 1, modules.List().getHeight() < before);
     EXPECT_STREQ(modules.SearchField().getText(), "vco") << "what was typed stays";
     EXPECT_EQ(modules.List().Selected()->identity.first, selected);
     rig.DrawDirty();
