@@ -325,7 +325,8 @@ TEST_F(WindowOnDisplay, ModulesGoThroughTheClipboardOfTheSystem) {
 
   rack.editor.commands.CopyModule(*rack.editor.modules[0][0]);
   Call(effEditClose);
-  EXPECT_EQ(display->ReadClipboard([] {}), patch) << "it outlives the window";
+  EXPECT_NE(display->ReadClipboard([] {}).find("\"name\": \"S310 VCO\""), std::string::npos)
+      << "it outlives the window";
   Open();
 }
 
