@@ -128,7 +128,7 @@ struct SA03MSFromDAWKernel {
   double ppqNow = 0.0;
   double ppqPrevBlock = 0.0;
   double ppqPrevSample = kForceTick;
-  std::int64_t previousTick = 0;  // Ticks(ppqPrevSample)
+  std::int64_t previousTick = 0;          // Ticks(ppqPrevSample)
   std::uint8_t pendingTransportByte = 0;  // 0: none
   int stepsPerFrame = 1;
   std::int64_t stepIndex = 0;

@@ -135,7 +135,10 @@ struct SD02MCVSKernel {
   /// The sample of a voice at rest.
   void Rest() { EndClock(); }
   /// As many of them, no more than RestsUntilChange.
-  void RestFor(int samples) { clockCounter += std::min(samples, dsp::kIdleCounter - clockCounter); }
+  void RestFor(std::int64_t samples) {
+    const int most = dsp::kIdleCounter - clockCounter;
+    clockCounter += samples < most ? static_cast<int>(samples) : most;
+  }
   /// Samples at rest that change nothing but the count.
   int RestsUntilChange() const {
     return clock == 0.0f ? dsp::kIdleCounter : std::max(0, clockPulseLength - clockCounter);

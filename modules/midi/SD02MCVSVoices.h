@@ -87,7 +87,7 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
   /// Takes the samples since the instance came to rest.
   void CatchUp(int i) {
     if ((busy_ >> i & 1u) == 0) {
-      this->Voice(i).kernel_.RestFor(static_cast<int>(now_ - restsFrom_[i]));
+      this->Voice(i).kernel_.RestFor(now_ - restsFrom_[i]);
     }
     restsFrom_[i] = now_;
   }
@@ -98,7 +98,7 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
   static constexpr int kLanes = Base::kLanes;
 
   const float* midiIn_;
-  std::int64_t now_ = 0;         // samples of this block so far
+  std::int64_t now_ = 0;         // samples since Load
   std::int64_t nextChange_ = 0;  // when the clock of one at rest may end
   unsigned busy_ = 0;            // a bit for each instance that is not at rest
   std::array<std::int64_t, kMaxVoices> restsFrom_{};
