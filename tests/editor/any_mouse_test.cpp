@@ -76,7 +76,12 @@ class AnyHand {
  private:
   /// Presets, dialogs and what else takes keys.
   void UseKeys() {
-    switch (Dice(6)) {
+    switch (Dice(8)) {
+      case 6:
+        return rig.Shortcut(U',');
+      case 7:
+        // The load of each module, or its list.
+        return Dice(2) ? rig.Shortcut(U'L', kControl | kShift) : rig.Shortcut(U'l');
       case 0:
         return rig.Shortcut(U'p');
       case 1:
