@@ -19,7 +19,7 @@ namespace halveron {
 namespace {
 
 // Panel units.
-constexpr CCoord kHeight = 17;
+constexpr CCoord kHeight = 19;
 constexpr CCoord kWidest = 54;
 constexpr CCoord kInset = 4;
 constexpr CCoord kBarHeight = 3;

@@ -25,6 +25,7 @@ namespace {
 
 using halveron::testing::Convert;
 using halveron::testing::Played;
+using halveron::testing::ReadFile;
 using halveron::testing::ScratchFolder;
 using halveron::testing::WaitUntil;
 
@@ -244,9 +245,7 @@ TEST(Play, TakesItsSoundFromTheDialogAndKeepsTheChoice) {
     // From the first field, which has the focus, its list is found by typing.
     const auto choose = [&](const char* system) {
       display->SetFocus(window);
-      display->PressKey("Control_L");
-      display->TypeKey("comma");
-      display->ReleaseKey("Control_L");
+      display->TypeChord("Ctrl+comma");
       display->TypeKey("Return");
       display->TypeText(system);
       display->TypeKey("Return");
