@@ -1,5 +1,6 @@
 #include "editor/main_menu.h"
 
+#include "editor/context_menus.h"
 #include "editor/midi_learning.h"
 #include "editor/panel_loads.h"
 #include "editor/preset_versions.h"
@@ -78,6 +79,12 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "Preset Browser",
      .keys = "Ctrl+P",
      .act = [](SynEditor&, RackWindow& window) { window.OpenPresetBrowser(); }},
+    {.text = "Previous Preset",
+     .keys = "Ctrl+PageUp",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(-1); }},
+    {.text = "Next Preset",
+     .keys = "Ctrl+PageDown",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(1); }},
     {.text = nullptr},
     {.text = "Undo",
      .keys = "Ctrl+Z",
@@ -185,6 +192,10 @@ const MainMenu::Entry MainMenu::kEdit[] = {
                RackWindow& window) { SelectionCommands(editor, window).SaveSnippet(); },
      .needsSelection = true},
     {.text = "Insert Snippet", .submenu = &MainMenu::MakeSnippets},
+    {.text = nullptr},
+    {.text = "Add Row", .act = [](SynEditor& editor, RackWindow&) { editor.commands.AddRow(); }},
+    {.text = "Remove Row",
+     .act = [](SynEditor& editor, RackWindow&) { editor.commands.RemoveRow(); }},
 };
 
 const MainMenu::Entry MainMenu::kCables[] = {
@@ -206,6 +217,7 @@ const MainMenu::Entry MainMenu::kCables[] = {
          },
      .isChecked = [](const SynEditor& editor) { return editor.options.signalColours.Get(); }},
     {.text = "Slack", .submenu = &MainMenu::MakeCableSlack},
+    {.text = "New Cables", .submenu = &MainMenu::MakeNewCables},
 };
 
 const MainMenu::Entry MainMenu::kSound[] = {
@@ -428,6 +440,12 @@ MainMenu::Menu MainMenu::MakeSound() const { return MakeFrom(kSound); }
 void MainMenu::AddSound(SynOptionMenu& menu) const { AddTo(menu, kSound); }
 
 MainMenu::Menu MainMenu::MakeCables() const { return MakeFrom(kCables); }
+
+MainMenu::Menu MainMenu::MakeNewCables() const {
+  Menu menu = SynOptionMenu::Make();
+  AddCableColours(*menu, editor_);
+  return menu;
+}
 
 MainMenu::Menu MainMenu::MakeCableSlack() const {
   Menu menu = SynOptionMenu::Make();

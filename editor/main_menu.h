@@ -52,6 +52,7 @@ class MainMenu {
   Menu MakeCableThickness() const;
   Menu MakeCables() const;
   Menu MakeCableSlack() const;
+  Menu MakeNewCables() const;
   Menu MakeSnippets() const;
 
   SynEditor& editor_;

@@ -9,7 +9,8 @@ namespace halveron {
 
 namespace {
 
-constexpr int kTextMargin = 6;  // panel units beside a text that fills the screen
+// Panel units beside a text that fills the screen; skins have the mark of a menu there.
+constexpr int kTextMargin = 22;
 
 }  // namespace
 

@@ -18,6 +18,8 @@ constexpr double kLeastSound =
     0.1;  // that is expected beside the readings, as a share of their time
 constexpr double kShortestWait = 128;  // samples
 constexpr double kLongestWait = 8192;
+// Nanoseconds. No module works as long on one sample: another program had the processor meanwhile.
+constexpr std::int64_t kInterruption = 1000000;
 constexpr double kMemory = 400;  // measured samples that an average goes back
 
 /// The least of many, since some are interrupted.
@@ -53,7 +55,7 @@ void ModuleLoads::Switch(bool on) {
 }
 
 void ModuleLoads::SampleMeasured(const RunStopwatch& watch, RunCosts& costs) {
-  ++costs.samples;
+  costs.EndSample(watch.Passed() < kInterruption * rack_.engine.oversamplingSteps);
   constexpr double kNanosecond = 1e-9;
   const double reading = watch.Reads() * readSeconds_;
   const double sound =

@@ -14,11 +14,21 @@ struct RunCosts {
   /// Of each of the plan's instances in its order, and at the end of the cables. A team's time is
   /// that of its first instance.
   std::vector<std::int64_t> nanoseconds;
+  std::vector<std::int64_t> present;  ///< of the sample that is being measured
   std::int64_t samples = 0;
 
   void Clear(std::size_t instances) {
     nanoseconds.assign(instances + 1, 0);
+    present = nanoseconds;
     samples = 0;
+  }
+  /// The sample is complete. It counts, or is left out.
+  void EndSample(bool counts) {
+    for (std::size_t i = 0; i < present.size(); ++i) {
+      if (counts) nanoseconds[i] += present[i];
+      present[i] = 0;
+    }
+    if (counts) ++samples;
   }
 };
 
@@ -30,7 +40,7 @@ class RunStopwatch {
   /// What has passed since the last call was taken by one of the costs.
   void Charge(RunCosts& costs, std::size_t index) {
     const Clock::time_point now = Clock::now();
-    costs.nanoseconds[index] += Nanoseconds(now - last_);
+    costs.present[index] += Nanoseconds(now - last_);
     last_ = now;
     ++reads_;
   }

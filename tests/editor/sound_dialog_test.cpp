@@ -4,43 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "editor/choice_field.h"
+#include "tests/support/fake_sound.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
 namespace {
 
+using testing::FakeSound;
 using testing::WindowRig;
-
-/// A machine with two devices, of which one does not open, and two MIDI inputs.
-class FakeSound final : public SoundControl {
- public:
-  std::string State() const override { return "48000 Hz"; }
-  std::string Details() const override { return "Playing by " + device; }
-  std::string Problem() const override { return problem; }
-  void LookForDevices() override { ++searches; }
-  void Play(std::span<const std::uint8_t>) override {}
-  std::vector<Group> Groups() override {
-    Group devices{"Sound Device", {}};
-    for (const std::string name : {"Card", "Broken", "Other"}) {
-      devices.choices.push_back({name, name == device, [this, name] {
-                                   ++opened;
-                                   problem = name == "Broken" ? "It does not open." : "";
-                                   if (problem.empty()) device = name;
-                                 }});
-    }
-    if (searches > 1) devices.choices.push_back({"Late", false, [this] { device = "Late"; }});
-    Group ports{"MIDI Inputs", {}, true};
-    for (std::size_t i = 0; i < isOn.size(); ++i) {
-      ports.choices.push_back(
-          {"Port " + std::to_string(i), isOn[i], [this, i] { isOn[i] = !isOn[i]; }});
-    }
-    return {devices, ports};
-  }
-
-  std::string device = "Card", problem;
-  std::vector<bool> isOn = {true, false};
-  int searches = 0, opened = 0;
-};
 
 class Sound : public ::testing::Test {
  protected:

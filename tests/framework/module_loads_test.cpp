@@ -75,6 +75,13 @@ TEST(ModuleLoads, GivesEachModuleItsShareOfTheTime) {
       << "no more than the whole";
   loads.Forget(large);
   EXPECT_EQ(ShareOf(loads, large), -1);
+
+  loads.Switch(false);
+  rack.Adopt(new Idler(rack.editor.hostTable, std::chrono::milliseconds(2)));
+  loads.Switch(true);
+  rack.Run(40);
+  loads.Update(1);
+  EXPECT_TRUE(loads.Shares().empty()) << "a sample that was interrupted says nothing";
 }
 
 // Teams, voices, modules at the host's rate beside oversampled ones, edits and replaced plans.
