@@ -169,17 +169,8 @@ void RackWindow::BuildViews() {
 
 void RackWindow::MakeBar() {
   bar_ = new TopBar(geometry_.BarRect(), images_, config_);
-<<<<<<< HEAD
-  frame_->addView(bar_);
-  // What covers the rack lies above it.
-  for (CView* above : std::initializer_list<CView*>{browser_, soundDialog_, dialog_, nestedDialog_,
-                                                    learning_, bubble_}) {
-    if (frame_->removeView(above, false)) frame_->addView(above);
-  }
-=======
   // Below what covers the rack. That may be up and stays in the frame: it would lose the keys.
   frame_->addView(bar_, browser_);
->>>>>>> main
 }
 
 void RackWindow::ConnectBar() {

@@ -8,12 +8,14 @@
 #include <string_view>
 
 #include "editor/midi_learning.h"
+#include "tests/support/fake_sound.h"
 #include "tests/support/user_rig.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
 namespace {
 
+using testing::FakeSound;
 using testing::UserRig;
 using testing::WindowHand;
 
@@ -186,6 +188,7 @@ class AnyHand {
 
   std::mt19937 random_;
   const UserRig user_;
+  FakeSound sound_;
   std::unique_ptr<UserRig::Instance> instance_;
   std::unique_ptr<WindowHand> hand_;
 };
