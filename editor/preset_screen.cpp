@@ -38,16 +38,17 @@ CTextLabel* PresetScreen::AddLabel(const CRect& place, const SkinConfig::PresetT
 void PresetScreen::ShowName(const std::string& name, bool isChanged) {
   presetAuthorLabel_->setVisible(false);
   const std::string shown = name.empty() && isChanged ? "Untitled" : name;
-  const std::string mark = isChanged ? " *" : "";
-  name_ = shown + mark;
-  SetFitting(*presetNameLabel_, shown, mark);
+  mark_ = isChanged ? " *" : "";
+  name_ = shown + mark_;
+  SetFitting(*presetNameLabel_, shown, mark_);
+  SetFitting(*presetAuthorLabel_, author_, mark_);
   presetNameLabel_->setVisible(true);
   invalid();
 }
 
 void PresetScreen::SetAuthor(const std::string& author) {
   author_ = author;
-  SetFitting(*presetAuthorLabel_, author);
+  SetFitting(*presetAuthorLabel_, author, mark_);
 }
 
 void PresetScreen::SetFitting(CTextLabel& label, const std::string& text,
@@ -64,7 +65,7 @@ void PresetScreen::Toggle() {
 }
 
 std::string PresetScreen::ShownText() const {
-  return presetNameLabel_->isVisible() ? name_ : author_;
+  return presetNameLabel_->isVisible() ? name_ : author_ + mark_;
 }
 
 void PresetScreen::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {

@@ -240,6 +240,7 @@ TEST(ControlScale, UnderstandsTheUnitsOfMusicians) {
       EXPECT_EQ(ValueText(control, *parsed.value), shown) << typed;
     } else {
       EXPECT_NE(parsed.error.find(RangeText(control)), std::string::npos) << typed;
+      if (*typed) EXPECT_EQ(parsed.error.find('"' + std::string(typed) + '"'), 0u) << parsed.error;
     }
   }
 }
