@@ -123,7 +123,13 @@ void KeyFocus::Follow() {
 }
 
 void KeyFocus::Clear() {
-  if (module_ && !isClicking_) Set(nullptr, nullptr);
+  if (!module_ || isClicking_) return;
+  Set(nullptr, nullptr);
+  // A cable that a key began goes on to a jack that is clicked, but hangs on no mouse that clicks
+  // elsewhere.
+  if (IsDraggingCable() && !dynamic_cast<PatchPoint*>(editor_.ViewUnderMouse())) {
+    window_.EndDrags();
+  }
 }
 
 void KeyFocus::ModuleLeaves(const Module& module) {

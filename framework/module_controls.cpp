@@ -24,6 +24,12 @@ ModuleKnob::~ModuleKnob() {
 void ModuleKnob::setValue(float newValue) {
   cell_->value = newValue;
   if (stepped) SnapToStep();
+  CountMove();
+}
+
+void ModuleKnob::bounceValue() {
+  CAnimKnob::bounceValue();
+  CountMove();
 }
 
 int ModuleKnob::GetStepIndex() const { return StepOf(cell_->value); }
@@ -45,12 +51,19 @@ int ModuleKnob::SnapToStep() {
   const int index = GetStepIndex();
   cell_->stepped_target =
       static_cast<float>(index) / static_cast<float>(std::max(subPixmaps - 1, 1));
+  CountMove();
   return index;
 }
 
 void ModuleKnob::SetAtOnce(float newValue) {
   setValue(newValue);
   cell_->smoothed_value = stepped ? cell_->stepped_target : cell_->value;
+  CountMove();
+}
+
+void ModuleKnob::TakeValue(float newValue) {
+  cell_->value = newValue;
+  CountMove();
 }
 
 float ModuleKnob::BaseValue() const {

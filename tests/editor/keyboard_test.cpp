@@ -86,6 +86,17 @@ TEST(KeyFocus, EscapeTakesBackACableThatAKeyBeganWhereverTheMouseIs) {
   rig.Move(rig.Middle(unused));
   beginAndEnd(vco, saw);
   beginAndEnd(mixer, used);
+
+  // A click on a jack ends it there, any other takes it back, too.
+  rig.Key(kKeyReturn);
+  rig.Click(rig.Free(vco));
+  EXPECT_FALSE(rig.editor.cables.isDraggingCable);
+  EXPECT_NE(used.source, nullptr);
+  rig.window.Keys().Set(&mixer, &used);
+  rig.Key(kKeyReturn);
+  rig.Click(rig.Middle(unused));
+  EXPECT_EQ(used.source, nullptr);
+  EXPECT_NE(unused.source, nullptr);
 }
 
 TEST(KeyFocus, ActsOnWhatHasItAndNotOnWhatLiesThere) {
