@@ -82,8 +82,10 @@ constexpr Chapter kChapters[] = {
      "sizes are in the main menu.</p>"},
     {"sound", "Sound and load",
      "<p>The bar shows the share of its time that the sound takes, and its peak. A click on it, or "
-     "<kbd>Ctrl+L</kbd>, tells more; in <code>halveron play</code> sound device, rate, block size "
-     "and MIDI ports are chosen there.</p>"},
+     "<kbd>Ctrl+L</kbd>, tells more. In <code>halveron play</code> the dialog \"Sound and MIDI\" "
+     "chooses device, rate, block size and MIDI ports. \"Show Load per Module\" tells what each "
+     "module "
+     "takes.</p>"},
     {"keyboard", "The rack by keyboard",
      "<p>Tab walks the modules and the arrows their controls and jacks. Return presses a button, "
      "opens the menu of a knob or a module, and begins and ends a cable. In <code>halveron "

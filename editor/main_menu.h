@@ -27,6 +27,8 @@ class MainMenu {
   SharedPointer<SynOptionMenu> Make() const;
   /// What can be done with the selected modules.
   SharedPointer<SynOptionMenu> MakeEdit() const;
+  /// Adds the commands for sound card and load.
+  void AddSound(SynOptionMenu& menu) const;
   /// Runs the enabled entry with these keys. False if no entry has them.
   bool RunShortcut(const CKeyEvent& event) const;
   /// All shortcuts, for the manual.
@@ -38,6 +40,7 @@ class MainMenu {
   static const Entry kZoomEntries[];
   static const Entry kCables[];
   static const Entry kEdit[];
+  static const Entry kSound[];
   static const Entry kKeysOnly[];
   /// All of these.
   static std::vector<std::span<const Entry>> Tables();
@@ -45,12 +48,14 @@ class MainMenu {
   using Menu = SharedPointer<SynOptionMenu>;
   bool IsEnabled(const Entry& entry) const;
   Menu MakeFrom(std::span<const Entry> entries) const;
+  void AddTo(SynOptionMenu& menu, std::span<const Entry> entries) const;
   Menu MakeVersions() const;
   Menu MakeRecovery() const;
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;
   Menu MakeMidiControllers() const;
+  Menu MakeSound() const;
   Menu MakeSkin() const;
   Menu MakeWindowHeight() const;
   Menu MakeZoom() const;
