@@ -796,6 +796,7 @@ SamplePlan::OwnDraft SamplePlan::Prepare(const Patch& patch, Draw draw) const {
   builder.ListMoves();
   builder.PlanModules();
   builder.PlanCables();
+  draft->program.costs.Clear(draft->program.modules.size());
   return draft;
 }
 
@@ -871,6 +872,21 @@ void SamplePlan::StoreGroups() {
     for (Team& team : stage->teams) {
       if (std::exchange(team.inVectors, false)) team.group->Store();
     }
+  }
+}
+
+/// Instances that run one after the other are measured one by one: those of libraries have one
+/// function whatever their class, and others may differ in what they do.
+void SamplePlan::Program::RunMeasured(const Stage& stage, RunStopwatch& watch) {
+  for (const ModuleRun& each : stage.runs) {
+    for (std::size_t i = 0; i < each.count; ++i) {
+      each.run(each.modules + i, 1);
+      watch.Charge(costs, IndexOf(each.modules + i));
+    }
+  }
+  for (const Team& team : stage.teams) {
+    team.Run();
+    watch.Charge(costs, IndexOf(team.single.modules));
   }
 }
 
