@@ -167,11 +167,11 @@ TEST(Command, ManualHasAPageForEachModule) {
   }
   EXPECT_NE(index.find("\"window.html\""), std::string::npos);
   const std::string window = ReadFile(folder.At("pages/window.html"));
-  for (const char* row : {"<tr><td>Undo</td><td>Ctrl+Z</td></tr>",
-                          "<tr><td>Redo</td><td>Ctrl+Shift+Z or Ctrl+Y</td></tr>",
-                          "<tr><td>Zoom In</td><td>Ctrl++</td></tr>",
-                          "<tr><td>Duplicate</td><td>Ctrl+D</td></tr>",
-                          "<tr><td>Browse Modules</td><td>Return or Ctrl+B</td></tr>"}) {
+  for (const char* row :
+       {"<tr><td>Undo</td><td>Ctrl+Z</td></tr>",
+        "<tr><td>Redo</td><td>Ctrl+Shift+Z or Ctrl+Y</td></tr>",
+        "<tr><td>Zoom In</td><td>Ctrl++</td></tr>", "<tr><td>Duplicate</td><td>Ctrl+D</td></tr>",
+        "<tr><td>Browse Modules</td><td>Return or Ctrl+B</td></tr>"}) {
     EXPECT_NE(window.find(row), std::string::npos) << row;
   }
   const std::string vca = ReadFile(folder.At("pages/S404-VCA.html"));
