@@ -144,7 +144,12 @@ struct Window::Translator {
   }
 
   static void Configure(Window& window, const PuglConfigureEvent& event) {
-    const CPoint size(event.width, event.height);
+    int width = event.width;
+    int height = event.height;
+    // The event may tell of a size that another request has replaced since: that must not come
+    // back.
+    platform::GetWindowSize(window.Native(), width, height);
+    const CPoint size(width, height);
     if (!window.picture_ || size == window.size_ || size.x < 1 || size.y < 1) return;
     window.size_ = size;
     window.frame_.onWindowResized(size);
