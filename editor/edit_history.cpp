@@ -75,6 +75,29 @@ bool AreMoves(const Difference& difference) {
   });
 }
 
+/// Gives modules of a rack the records that they have in another, which has the same modules. What
+/// the others have become by themselves is no part of a step.
+void KeepRecords(RackSnapshot& rack, const RackSnapshot& former, const std::vector<int>& ids) {
+  for (RackSnapshot::Entry& entry : rack.modules) {
+    if (std::find(ids.begin(), ids.end(), entry.id) == ids.end()) continue;
+    const auto was = std::find_if(former.modules.begin(), former.modules.end(),
+                                  [&](const auto& other) { return other.id == entry.id; });
+    if (was != former.modules.end()) entry.record = was->record;
+  }
+}
+
+/// Whether two racks differ at most in what modules do by themselves: lamps, phases, what plays.
+bool HaveSameSettings(const RackSnapshot& a, const RackSnapshot& b) {
+  const auto isSame = [](const RackSnapshot::Entry& one, const RackSnapshot::Entry& other) {
+    if (one.id != other.id || one.record->values != other.record->values) return false;
+    PresetModule settings = one.record->preset;
+    settings.data = other.record->preset.data;
+    return settings == other.record->preset;
+  };
+  return a.rack == b.rack && a.cables == b.cables &&
+         std::equal(a.modules.begin(), a.modules.end(), b.modules.begin(), b.modules.end(), isSame);
+}
+
 /// Whether two records differ in one control; which one, in `control`.
 bool DifferInOneControl(const ModuleRecord& a, const ModuleRecord& b, std::size_t* control) {
   if (a.values.size() != b.values.size() || a.ownData.size() != b.ownData.size()) return false;
@@ -143,6 +166,7 @@ void EditHistory::Clear() {
   undone_.clear();
   bytes_ = 0;
   savedStates_.clear();
+  written_.reset();
   state_ = lastState_ = 0;
   if (editor_.Window()) Follow();
 }
@@ -153,6 +177,18 @@ void EditHistory::MarkSaved() {
   // In the middle of a gesture the file has what no step leads to.
   constexpr int kNoState = -1;
   savedStates_[file_.path] = edited_ && IsBusy() ? kNoState : state_;
+}
+
+void EditHistory::MarkWritten() {
+  MarkSaved();
+  written_ = Written{snapshots_.Take(present_), state_};
+}
+
+bool EditHistory::IsAsWritten() {
+  if (!editor_.Window()) return false;  // no steps are recorded
+  Settle();
+  return written_ && written_->state == state_ &&
+         HaveSameSettings(snapshots_.Take(present_), written_->rack);
 }
 
 bool EditHistory::IsChanged() const {
@@ -305,6 +341,8 @@ void EditHistory::Record(RackSnapshot before, RackSnapshot now) {
     step = std::move(done_.back());
     done_.pop_back();
     bytes_ -= step.bytes;
+    KeepRecords(before, step.before, Compare(before, now).changedIds);
+    step.before = std::move(before);
   } else {
     step.before = std::move(before);
     step.fileBefore = file_;

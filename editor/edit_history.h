@@ -4,6 +4,7 @@
 #include <atomic>
 #include <deque>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -46,6 +47,10 @@ class EditHistory {
   /// Whether the rack differs from its file, or, without one, from the rack that Follow began with.
   bool IsChanged() const;
   void MarkSaved();
+  /// The rack has been written to its file.
+  void MarkWritten();
+  /// Whether the rack is as it was written last, but for what modules do by themselves.
+  bool IsAsWritten();
   /// A number for what the rack holds by its steps: equal after an undo, another after a new step.
   int State() const { return state_; }
 
@@ -87,6 +92,11 @@ class EditHistory {
     std::size_t bytes = 0;
   };
 
+  struct Written {
+    RackSnapshot rack;
+    int state = 0;
+  };
+
   bool IsBusy() const;
   double Now() const;
   File FileNow() const;
@@ -113,6 +123,7 @@ class EditHistory {
   int state_ = 0;  ///< a number for each state of the rack that steps lead to
   int lastState_ = 0;
   std::map<std::string, int> savedStates_;  ///< by path
+  std::optional<Written> written_;
 };
 
 /// The name of a step between two racks, for a menu.

@@ -13,6 +13,7 @@
 #include "framework/module.h"
 #include "modules/control_scales.h"
 #include "platform/file_error.h"
+#include "platform/file_times.h"
 #include "platform/profile_file.h"
 #include "platform/whole_file.h"
 #include "presets/preset_format.h"
@@ -121,14 +122,18 @@ bool SynEditor::SavePreset(const std::string& path) {
   SignPreset();
   try {
     const std::vector<std::byte> bytes = WritePreset(CapturePreset(*this), PresetForm::kFile);
-    KeepVersion(path);
+    // A version that differs only in lamps and phases would take the place of another.
+    const bool isKnown =
+        path == presetPath && fileTime_ && fileTime_ == platform::TimeOfLastChange(path);
+    if (!isKnown || !history.IsAsWritten()) KeepVersion(path);
     platform::WriteWholeFile(path, bytes);
   } catch (const std::exception&) {
     return false;
   }
   presetPath = path;
   presetFromChunk = false;
-  history.MarkSaved();
+  fileTime_ = platform::TimeOfLastChange(path);
+  history.MarkWritten();
   return true;
 }
 

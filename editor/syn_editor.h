@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -215,6 +216,7 @@ class SynEditor : public RackModel {
   void SignPreset();
 
   std::vector<std::byte> chunk_;
+  std::optional<std::filesystem::file_time_type> fileTime_;  ///< of the file that was saved last
   std::unique_ptr<RackWindow> window_;
   std::unique_ptr<RackWindow> closedWindow_;  // closed by a call from within its own events
   std::function<void()> pendingDialog_;       // shows it when the window opens

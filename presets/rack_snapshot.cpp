@@ -24,8 +24,8 @@ bool IsPlayback(const Module& module, const CControl& control) {
 std::vector<float> ValuesOf(const Module& module) {
   std::vector<float> values;
   for (const SettableControl& settable : SettableControls(module)) {
-    values.push_back(!IsPlayback(module, *settable.control) ? BaseValueOf(*settable.control)
-                                                            : 0.0f);
+    const bool isSet = !settable.isLamp && !IsPlayback(module, *settable.control);
+    values.push_back(isSet ? BaseValueOf(*settable.control) : 0.0f);
   }
   return values;
 }

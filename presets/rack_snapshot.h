@@ -27,7 +27,8 @@ struct ModuleRecord {
   /// What comes behind them, in pieces that all records share between which they stay as they are.
   std::vector<Piece> ownData;
   std::uint64_t revision = 0;  ///< of the module's own data, 0 if the class does not say
-  /// Of its controls without the host's modulation, as SettableControls; 0 for what plays.
+  /// Of its controls without the host's modulation, as SettableControls; 0 for lamps and what
+  /// plays.
   std::vector<float> values;
 
   bool HasDataOf(const ModuleRecord& other) const;

@@ -82,6 +82,19 @@ TEST(EditHistory, LeavesWhatTheHostDoesAlone) {
   history.Undo();
   EXPECT_EQ(automated.getValue(), 0.75f);
   EXPECT_NE(rig.rack.Control(moved, "Fine tune").getValue(), 0.25f);
+
+  // Between the notches of a wheel, too, which are one step.
+  const float start = rig.rack.Control(moved, "Fine tune").getValue();
+  for (const float played : {0.5f, 0.625f, 0.6875f}) {
+    rig.editor.parameters.Post(automated.getTag(), played);
+    rig.frame.onWheel(rig.Middle(rig.rack.Control(moved, "Fine tune")), 1.0f, {});
+    history.Settle();
+  }
+  EXPECT_EQ(history.Steps(), 1u);
+  EXPECT_EQ(history.UndoName(), std::string("Change ") + kOscillator);
+  history.Undo();
+  EXPECT_EQ(rig.rack.Control(moved, "Fine tune").getValue(), start);
+  EXPECT_EQ(automated.getValue(), 0.6875f);
 }
 
 TEST(EditHistory, WhatAModuleMovesInOthersIsOneStep) {

@@ -210,6 +210,8 @@ TEST_F(Question, VersionsOfAPresetComeBackAsChanges) {
   const std::vector<PresetVersion> versions = ListVersions(user.Preset("Bass"));
   ASSERT_EQ(versions.size(), 1u);
   EXPECT_EQ(ReadFile(versions[0].path), saved);
+  ASSERT_TRUE(editor.SavePreset(user.Preset("Bass")));
+  EXPECT_EQ(ListVersions(user.Preset("Bass")).size(), 1u) << "nothing has changed";
   const SharedPointer<SynOptionMenu> menu = MakeVersionsMenu(editor);
   ASSERT_EQ(menu->getNbEntries(), 1);
   static_cast<SynMenuItem*>(menu->getEntry(0))->action();
