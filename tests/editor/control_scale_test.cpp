@@ -240,7 +240,8 @@ TEST(ControlScale, UnderstandsTheUnitsOfMusicians) {
       EXPECT_EQ(ValueText(control, *parsed.value), shown) << typed;
     } else {
       EXPECT_NE(parsed.error.find(RangeText(control)), std::string::npos) << typed;
-      if (*typed) EXPECT_EQ(parsed.error.find('"' + std::string(typed) + '"'), 0u) << parsed.error;
+      const std::string quoted = *typed ? '"' + std::string(typed) + '"' : "Type a value";
+      EXPECT_EQ(parsed.error.find(quoted), 0u) << parsed.error;
     }
   }
 }
