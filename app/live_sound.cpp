@@ -247,24 +247,36 @@ bool LiveSound::Try(F&& change) {
 
 void LiveSound::Take(const SoundChoice& wanted) {
   if (!Try([&] { sound_.Change(OpenerFor(SettingsOf(wanted))); })) return;
-  choice_ = wanted;
-  Keep();
+  Keep(std::exchange(choice_, wanted));
 }
 
 void LiveSound::TakeMidi(const std::vector<std::string>& inputs) {
   if (!Try([&] { midi_.Choose(inputs); })) return;
+  const SoundChoice former = choice_;
   choice_.midiInputs = inputs;
-  Keep();
+  Keep(former);
 }
 
 void LiveSound::TakeMidiOutput(const std::string& port) {
   if (!Try([&] { openOutput_(port); })) return;
+  const SoundChoice former = choice_;
   choice_.midiOutput = port;
-  Keep();
+  Keep(former);
 }
 
-void LiveSound::Keep() const {
-  choice_.Write(platform::ProfileFile(host_.Rack().folders.ConfigFile()));
+void LiveSound::Keep(const SoundChoice& former) const {
+  const platform::ProfileFile file(host_.Rack().folders.ConfigFile());
+  SoundChoice kept = SoundChoice::Read(file);
+  const auto take = [&](auto SoundChoice::*field) {
+    if (choice_.*field != former.*field) kept.*field = choice_.*field;
+  };
+  take(&SoundChoice::system);
+  take(&SoundChoice::device);
+  take(&SoundChoice::rate);
+  take(&SoundChoice::block);
+  take(&SoundChoice::midiInputs);
+  take(&SoundChoice::midiOutput);
+  kept.Write(file);
 }
 
 }  // namespace halveron

@@ -61,7 +61,9 @@ class LiveSound final : public SoundControl {
   bool Try(F&& change);
   void TakeMidi(const std::vector<std::string>& inputs);
   void TakeMidiOutput(const std::string& port);
-  void Keep() const;
+  /// Only what differs from before: the rest may come from the command, or stand in for what is
+  /// missing now.
+  void Keep(const SoundChoice& former) const;
 
   LiveHost& host_;
   SoundLink& sound_;

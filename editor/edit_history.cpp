@@ -90,6 +90,9 @@ void KeepRecords(RackSnapshot& rack, const RackSnapshot& former, const std::vect
 bool HaveSameSettings(const RackSnapshot& a, const RackSnapshot& b) {
   const auto isSame = [](const RackSnapshot::Entry& one, const RackSnapshot::Entry& other) {
     if (one.id != other.id || one.record->values != other.record->values) return false;
+    // Modules of libraries may record by themselves.
+    const bool isBuiltIn = one.record->preset.vendor == kBuiltInVendor;
+    if (!isBuiltIn && !one.record->HasDataOf(*other.record)) return false;
     PresetModule settings = one.record->preset;
     settings.data = other.record->preset.data;
     return settings == other.record->preset;

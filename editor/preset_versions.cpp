@@ -40,8 +40,12 @@ void Prune(const std::string& presetPath, const fs::path& justKept, fs::file_tim
 bool IsKept(const std::vector<PresetVersion>& versions, fs::file_time_type savedAt,
             const std::vector<std::byte>& bytes) {
   for (std::size_t i = 0; i < versions.size(); ++i) {
-    const bool mayBe = i == 0 || versions[i].savedAt == savedAt;
-    if (mayBe && platform::ReadWholeFile(versions[i].path) == bytes) return true;
+    if (i > 0 && versions[i].savedAt != savedAt) continue;
+    try {
+      if (platform::ReadWholeFile(versions[i].path) == bytes) return true;
+    } catch (const platform::FileError&) {
+      continue;  // what cannot be read keeps nothing
+    }
   }
   return false;
 }

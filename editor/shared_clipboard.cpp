@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "editor/known_modules.h"
+#include "editor/rack_window.h"
 #include "editor/syn_editor.h"
 #include "platform/user_error.h"
 #include "presets/preset_format.h"
@@ -27,14 +28,27 @@ std::string Megabytes(std::size_t bytes) { return std::to_string((bytes >> 20) +
 
 std::string PatchWithin(const std::string& text) {
   const std::size_t key = text.find("\"halveron\"");
-  const std::size_t end = text.rfind('}');
-  if (key == std::string::npos || end == std::string::npos || end < key) return {};
+  if (key == std::string::npos) return {};
   // Braces of the letter are not followed by a key.
   std::size_t begin = text.find('{');
   while (begin < key && text[text.find_first_not_of(" \t\r\n", begin + 1)] != '"') {
     begin = text.find('{', begin + 1);
   }
-  return begin < key ? text.substr(begin, end - begin + 1) : std::string();
+  if (begin >= key) return {};
+  int depth = 0;
+  bool isInString = false;
+  for (std::size_t i = begin; i < text.size(); ++i) {
+    if (isInString && text[i] == '\\') {
+      ++i;
+    } else if (text[i] == '"') {
+      isInString = !isInString;
+    } else if (!isInString && text[i] == '{') {
+      ++depth;
+    } else if (!isInString && text[i] == '}' && --depth == 0) {
+      return text.substr(begin, i - begin + 1);
+    }
+  }
+  return text.substr(begin);  // the parser says where it breaks off
 }
 
 std::string TextForOthers(const PresetDocument& excerpt, std::size_t size, RackModel& rack) {
@@ -74,6 +88,7 @@ void SharedClipboard::Fetch(std::function<void()> paste) {
     return;
   }
   paste_ = std::move(paste);
+  expectsModules_ = system_->Has(kType);
   const std::string types[] = {kType, platform::kClipboardText};
   request_ = system_->Ask(types);
   Idle();
@@ -81,6 +96,10 @@ void SharedClipboard::Fetch(std::function<void()> paste) {
 
 void SharedClipboard::Idle() {
   if (!request_) return;
+  // What comes late waits until the user has finished what has begun meanwhile.
+  RackWindow* window = editor_.Window();
+  const bool isBusy = window && (window->IsDragging() || window->Frame().getModalView());
+  if (isBusy || editor_.cables.isDraggingCable) return;
   const std::optional<platform::ClipboardForm> form = request_->Take();
   if (!form) return;
   request_.reset();
@@ -88,7 +107,15 @@ void SharedClipboard::Idle() {
   paste_ = nullptr;
 }
 
+void SharedClipboard::Forget() {
+  request_.reset();
+  paste_ = nullptr;
+}
+
 void SharedClipboard::Take(const platform::ClipboardForm& form) {
+  if (form.type.empty() && expectsModules_) {
+    return Refuse("The program that copied the modules did not hand them over");
+  }
   PresetDocument excerpt;
   const bool isOurs = form.type == kType;
   const std::string patch = isOurs ? "" : PatchWithin(form.bytes);

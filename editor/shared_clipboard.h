@@ -42,6 +42,8 @@ class SharedClipboard {
   void Fetch(std::function<void()> paste);
   /// Takes an answer that has come.
   void Idle();
+  /// The window closes: what was asked for is not pasted into the next one.
+  void Forget();
 
  private:
   void Take(const platform::ClipboardForm& form);
@@ -54,6 +56,7 @@ class SharedClipboard {
   std::uint64_t offered_ = 0;  // by this rack
   std::shared_ptr<platform::ClipboardRequest> request_;
   std::function<void()> paste_;
+  bool expectsModules_ = false;  // the owner said that it has some
 };
 
 /// Copied modules, of `size` bytes as a snippet, as text: a text patch, or why there is none.

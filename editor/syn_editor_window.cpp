@@ -53,6 +53,7 @@ bool SynEditor::OpenWindow(void* parent, std::string* error) {
 void SynEditor::CloseWindow() {
   if (!window_) return;
   window_->EndDrags();
+  sharedClipboard.Forget();
   history.Settle();
   autosave.WriteNow();
   window_->Frame().close();

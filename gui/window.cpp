@@ -150,6 +150,8 @@ struct Window::Translator {
   static void Expose(Window& window, const PuglExposeEvent& event) {
     window.surface_->Copy(window.picture_->getSurface(), event.x, event.y, event.width,
                           event.height);
+    // Where nothing moves, no later paint brings it to the screen.
+    window.surface_->Flush();
   }
 
   static void Press(Window& window, const PuglButtonEvent& event) {

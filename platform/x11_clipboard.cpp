@@ -15,6 +15,7 @@
 #include <deque>
 #include <list>
 #include <mutex>
+#include <new>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -30,6 +31,7 @@ using Moment = std::chrono::steady_clock::time_point;
 
 constexpr std::size_t kPiece = std::size_t{256} << 10;
 constexpr std::size_t kMostReceived = std::size_t{1} << 30;
+constexpr std::size_t kMostText = std::size_t{16} << 20;
 constexpr auto kPatience = std::chrono::seconds(4);  // with another program that stops answering
 constexpr auto kAnnouncementTime = std::chrono::milliseconds(300);
 constexpr int kWakePeriod = 500;  // milliseconds, for what waits too long
@@ -83,7 +85,7 @@ class Server {
 
   Server(Display* display, Shared& shared, int wake)
       : shared_(shared), display_(display), wake_(wake) {
-    const X11ErrorScope errors(display_);
+    IgnoreErrors(display_);
     // Without it the process would end with its X server.
     XSetIOErrorExitHandler(
         display_, [](Display*, void* self) { static_cast<Server*>(self)->isBroken_ = true; }, this);
@@ -110,16 +112,18 @@ class Server {
   void Run() {
     while (!isBroken_ && !TakeOrders()) {
       bool hasEvents = false;
-      {
-        const X11ErrorScope errors(display_);
+      try {
         while (!isBroken_ && XPending(display_) > 0) {
           XEvent event;
           XNextEvent(display_, &event);
           Handle(event);
         }
         if (!isBroken_) Drive();
-        if (!isBroken_) hasEvents = XPending(display_) > 0;
+      } catch (const std::bad_alloc&) {
+        // What another program offers may be of any size.
+        if (incoming_) EndIncoming({});
       }
+      if (!isBroken_) hasEvents = XPending(display_) > 0;
       if (hasEvents || isBroken_) continue;
       pollfd waits[] = {{ConnectionNumber(display_), POLLIN, 0}, {wake_, POLLIN, 0}};
       poll(waits, 2, kWakePeriod);
@@ -127,7 +131,6 @@ class Server {
       if (waits[1].revents && read(wake_, &count, sizeof count) < 0) continue;
     }
     GiveUp();
-    const X11ErrorScope errors(display_);
     // A broken connection cannot be closed in order.
     if (!isBroken_) XCloseDisplay(display_);
   }
@@ -174,7 +177,6 @@ class Server {
       }
     }
     if (!mustOwn) return false;
-    const X11ErrorScope errors(display_);
     XSetSelectionOwner(display_, clipboard_, window_, CurrentTime);
     if (XGetSelectionOwner(display_, clipboard_) != window_) Lose();
     const std::lock_guard lock(shared_.mutex);
@@ -193,7 +195,7 @@ class Server {
   }
 
   void OwnerChanged(::Window owner) {
-    if (owner == window_) return;
+    if (owner == window_ || XGetSelectionOwner(display_, clipboard_) == window_) return;
     Lose();
     // The former owner may never answer.
     if (incoming_ && incoming_->request) waiting_.push_front(incoming_->request);
@@ -220,7 +222,9 @@ class Server {
     }
     switch (event.type) {
       case SelectionClear:
-        return Lose();
+        // It may tell of a loss before we took it again.
+        if (XGetSelectionOwner(display_, clipboard_) != window_) Lose();
+        return;
       case SelectionRequest:
         return Serve(event.xselectionrequest);
       case SelectionNotify:
@@ -330,6 +334,9 @@ class Server {
       to = next;
     }
     if (incoming_ && Now() - incoming_->since > kPatience) EndIncoming({});
+    // Whoever asked may have dropped the request.
+    if (incoming_ && incoming_->request && incoming_->request.use_count() == 1) incoming_.reset();
+    std::erase_if(waiting_, [](const auto& request) { return request.use_count() == 1; });
     std::erase_if(waiting_, [this](const auto& request) { return AnswerFromOurs(*request); });
     // A user who waits goes first.
     if (incoming_ && !incoming_->request && !waiting_.empty()) incoming_.reset();
@@ -344,11 +351,15 @@ class Server {
   }
 
   bool AnswerFromOurs(Request& request) {
-    const std::lock_guard lock(shared_.mutex);
-    if (!shared_.isOurs) return false;
+    std::vector<Form> forms;
+    {
+      const std::lock_guard lock(shared_.mutex);
+      if (!shared_.isOurs) return false;
+      forms = shared_.forms;
+    }
     ClipboardForm answer;
     for (const std::string& type : request.types) {
-      for (const Form& form : shared_.forms) {
+      for (const Form& form : forms) {
         if (answer.type.empty() && form.type == type) answer = {type, *form.bytes};
       }
     }
@@ -448,7 +459,8 @@ class Server {
       }
       if (data && format == 8) incoming_->bytes.append(reinterpret_cast<char*>(data), count);
       if (data) XFree(data);
-      if (type == None || incoming_->bytes.size() > kMostReceived) return false;
+      const std::size_t most = incoming_->type == kClipboardText ? kMostText : kMostReceived;
+      if (type == None || incoming_->bytes.size() > most) return false;
       if (rest == 0 || format != 8) break;
       offset += kWords;
     }

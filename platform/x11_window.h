@@ -34,6 +34,10 @@ class X11ErrorScope {
   bool failed_ = false;
 };
 
+/// Errors of a connection are ignored until it is closed. Unlike an X11ErrorScope, this leaves the
+/// process's handler alone, which belongs to the host while none of its calls is under way.
+void IgnoreErrors(void* display);
+
 /// The connection's file descriptor.
 int EventDescriptor(void* display);
 /// Waits until events have come, `seconds` at most.

@@ -47,10 +47,17 @@ std::string_view FirstWord(std::string_view text) { return text.substr(0, text.f
 /// Both in lower case.
 using ModuleMatch = bool (*)(std::string_view typed, std::string_view module);
 
+/// The number that a built-in module's name begins with; empty if there is none.
+std::string_view NumberOf(std::string_view module) {
+  const std::string_view word = FirstWord(module);
+  return word.find_first_of("0123456789") != std::string_view::npos ? word : std::string_view();
+}
+
 /// "s310 vc", "310", "s310vco"
 bool HasNumber(std::string_view typed, std::string_view module) {
-  const std::string_view number = FirstWord(module);
-  const std::string_view digits = number.substr(std::min<std::size_t>(1, number.size()));
+  const std::string_view number = NumberOf(module);
+  if (number.empty()) return false;
+  const std::string_view digits = number.substr(1);
   const std::string_view word = FirstWord(typed);
   return word == number || (word == digits && !digits.empty()) ||
          (digits.size() > 1 && word.starts_with(number));
@@ -58,10 +65,10 @@ bool HasNumber(std::string_view typed, std::string_view module) {
 
 /// "s31", "31"
 bool NumberBegins(std::string_view typed, std::string_view module) {
-  const std::string_view number = FirstWord(module);
+  const std::string_view number = NumberOf(module);
   const bool saysMore = typed.size() > 1 || typed.find_first_of("0123456789") == 0;
-  return saysMore &&
-         (number.starts_with(typed) || number.substr(number.empty() ? 0 : 1).starts_with(typed));
+  return saysMore && !number.empty() &&
+         (number.starts_with(typed) || number.substr(1).starts_with(typed));
 }
 
 /// "vco"

@@ -80,7 +80,7 @@ const Script kScripts[] = {
       "other picture", "keys Ctrl+a", "keys Delete", "keys Escape", "move 50,1", "same picture"}},
     {"OpensThePageOfTheModule",
      kVoice,
-     {"move S310", "keys F1", "home opened S310", "move 50,1", "keys F1", "home opened index"}},
+     {"move S310", "keys F1", "home opened S310", "move 50,1", "keys F1", "home opened window"}},
     {"StartsWithAVoiceAndKeepsFactoryPresets",
      nullptr,
      {"title Singing Lead - Halveron", "text Config.ini first_voice_shown", "keys Ctrl+s",
