@@ -198,6 +198,8 @@ void RackParameters::SetParameterOffset(int index, int voice, float offset, bool
     if (!knob) return;
     if (upToVoice || present == voice) {
       const float before = knob->getValue();
+      // A note that starts within a block brings its own modulation.
+      if (knob->BaseValue() + offset != before) rack_.plan.LeaveVectors();
       SetKnobAtHost(*knob, knob->BaseValue(), offset);
       if (knob->getValue() != before) TellModule(knob);
     }

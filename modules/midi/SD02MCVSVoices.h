@@ -46,7 +46,11 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
   }
 
   void Store() override {
-    for (int i = 0; i < this->Count(); ++i) CatchUp(i);
+    // A note that starts may end the vectors within Step: who does not wait there has its sample.
+    for (int i = 0; i < this->Count(); ++i) {
+      const bool isDone = isStepping_ && (waiting_ >> i & 1u) == 0;
+      CatchUp(i, isDone ? now_ + 1 : now_);
+    }
   }
 
  private:
@@ -69,9 +73,10 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
       active = (1u << this->Count()) - 1;
       nextChange_ = kNever;
     }
-    for (; active != 0; active &= active - 1) {
-      const int i = std::countr_zero(active);
-      CatchUp(i);
+    isStepping_ = true;
+    for (waiting_ = active; waiting_ != 0; waiting_ &= waiting_ - 1) {
+      const int i = std::countr_zero(waiting_);
+      CatchUp(i, now_);
       SD02MCVS& voice = this->Voice(i);
       voice.SD02MCVS::ProcessSample();
       restsFrom_[i] = now_ + 1;
@@ -82,14 +87,15 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
         busy_ |= 1u << i;
       }
     }
+    isStepping_ = false;
   }
 
-  /// Takes the samples since the instance came to rest.
-  void CatchUp(int i) {
+  /// Takes the samples before `now` since the instance came to rest.
+  void CatchUp(int i, std::int64_t now) {
     if ((busy_ >> i & 1u) == 0) {
-      this->Voice(i).kernel_.RestFor(now_ - restsFrom_[i]);
+      this->Voice(i).kernel_.RestFor(now - restsFrom_[i]);
     }
-    restsFrom_[i] = now_;
+    restsFrom_[i] = now;
   }
   void Settle(int i) {
     nextChange_ = std::min(nextChange_, restsFrom_[i] + this->Voice(i).kernel_.RestsUntilChange());
@@ -101,6 +107,8 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
   std::int64_t now_ = 0;         // samples since Load
   std::int64_t nextChange_ = 0;  // when the clock of one at rest may end
   unsigned busy_ = 0;            // a bit for each instance that is not at rest
+  unsigned waiting_ = 0;         // a bit for each whose present sample is to come or under way
+  bool isStepping_ = false;
   std::array<std::int64_t, kMaxVoices> restsFrom_{};
 };
 
