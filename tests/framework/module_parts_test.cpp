@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "framework/midi_output.h"
 #include "framework/moving_knobs.h"
 #include "framework/numbered_role.h"
@@ -89,7 +91,9 @@ TEST(MovingKnobs, OnlyMovedKnobsAreSmoothedUntilTheyArrive) {
 
 TEST(RestingKnobs, LookAtTheKnobsAfterEveryMoveUntilAllHaveArrived) {
   Rig rig;
-  auto& [first, second, other] = rig.module.knobs;
+  Knob& first = rig.module.knobs[0];
+  Knob& second = rig.module.knobs[1];
+  Knob& other = rig.module.knobs[2];
   const KnobMoves& moves = *first.View().moves;
   second.View().stepped = true;
   second.View().SetAtOnce(0.5f);
