@@ -93,7 +93,6 @@ TEST(RestingKnobs, LookAtTheKnobsAfterEveryMoveUntilAllHaveArrived) {
   Rig rig;
   Knob& first = rig.module.knobs[0];
   Knob& second = rig.module.knobs[1];
-  Knob& other = rig.module.knobs[2];
   const KnobMoves& moves = *first.View().moves;
   second.View().stepped = true;
   second.View().SetAtOnce(0.5f);
