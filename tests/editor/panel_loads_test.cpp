@@ -21,12 +21,17 @@ TEST(PanelLoads, TagsFollowTheModulesThatRun) {
     rig.rack.Run(20000);
     rig.frame.advanceTime(PanelLoads::kPeriod);
   };
+  // Samples during which another program had the processor do not count: there may be none at
+  // first.
+  const auto measureUntilKnown = [&] {
+    for (int i = 0; i < 100 && loads.TextOf(oscillator).empty(); ++i) measure();
+  };
   measure();
   EXPECT_EQ(loads.TextOf(oscillator), "") << "off until asked for";
   rig.Shortcut(U'L', kControl | kShift);
   ASSERT_TRUE(loads.IsOn());
   rig.frame.advanceTime(PanelLoads::kPeriod);
-  measure();
+  measureUntilKnown();
   EXPECT_NE(loads.TextOf(oscillator), "");
   EXPECT_NE(loads.TextOf(mixer), "");
   EXPECT_EQ(loads.TextOf(idle), "") << "it does not run";
@@ -58,9 +63,16 @@ TEST(PanelLoads, TagsFollowTheModulesThatRun) {
   };
   ASSERT_GE(titles.size(), 3u);
   EXPECT_TRUE(named(titles.back(), "Cables")) << titles.back();
-  EXPECT_TRUE(named(titles[titles.size() - 3], "S310 VCO")) << "takes more than the mixer";
-  EXPECT_TRUE(named(titles[titles.size() - 2], "S102 Unity Mixer"));
-  rig.Choose({titles[titles.size() - 3].c_str()});
+  // Which of the two takes more, the machine decides.
+  const std::vector<ModuleLoads::Share> largest = LargestLoads(rig.editor.moduleLoads, 2);
+  ASSERT_EQ(largest.size(), 2u);
+  EXPECT_GE(largest[0].share, largest[1].share);
+  const bool oscillatorLeads = largest[0].module == &oscillator;
+  const std::string& ofOscillator = titles[titles.size() - (oscillatorLeads ? 3 : 2)];
+  EXPECT_TRUE(named(ofOscillator, "S310 VCO")) << ofOscillator;
+  const std::string& ofMixer = titles[titles.size() - (oscillatorLeads ? 2 : 3)];
+  EXPECT_TRUE(named(ofMixer, "S102 Unity Mixer")) << ofMixer;
+  rig.Choose({ofOscillator.c_str()});
   EXPECT_TRUE(rig.window.Selection().Holds(oscillator)) << "the way to it";
 
   rig.editor.commands.DeleteModule(oscillator);
