@@ -1,6 +1,7 @@
 // The benchmark program: every scenario, or those that --benchmark_filter names, as one table.
 //
-// `benchmarks --play SCENE BLOCKS` runs a scene and nothing else, for tools that count.
+// `benchmarks --play SCENE TIMES FRAMES` runs 512 samples of a scene so many times, in blocks of
+// FRAMES, and nothing else, for tools that count.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -13,8 +14,8 @@
 
 namespace {
 
-int Play(const char* scene, int blocks) {
-  const auto runBlock = halveron::benchmarks::PlayScene(scene);
+int Play(const char* scene, int blocks, int frames) {
+  const auto runBlock = halveron::benchmarks::PlayScene(scene, frames);
   if (!runBlock) {
     std::cerr << "benchmarks: there is no scene '" << scene << "' in benchmarks/scenes\n";
     return 2;
@@ -26,8 +27,8 @@ int Play(const char* scene, int blocks) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 4 && std::string_view(argv[1]) == "--play") {
-    return Play(argv[2], std::atoi(argv[3]));
+  if (argc == 5 && std::string_view(argv[1]) == "--play" && std::atoi(argv[4]) > 0) {
+    return Play(argv[2], std::atoi(argv[3]), std::atoi(argv[4]));
   }
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;

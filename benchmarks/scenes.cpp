@@ -143,17 +143,19 @@ void LoadScene(RackRig& rig, const std::string& scene) {
   ApplyTextPatch(ReadTextPatch(path), path, rig.Rack(), KnownModules());
 }
 
-std::function<void()> PlayScene(const std::string& scene) {
+std::function<void()> PlayScene(const std::string& scene, int frames) {
   for (const PadScene& pad : kPads) {
     if (scene != pad.name) continue;
     const auto rack = std::make_shared<ScenePad>(pad);
     while (!rack->IsComplete()) rack->RunBlock();
-    return [rack] { rack->RunBlock(); };
+    return [rack, frames] { rack->RunInPieces(frames); };
   }
   if (!std::filesystem::exists(PathOf(scene))) return {};
   const auto rig = std::make_shared<RackRig>();
   LoadScene(*rig, scene);
-  return [rig] { rig->RunBlock(); };
+  return [rig, frames] {
+    for (int done = 0; done < kBlock; done += frames) rig->RunBlock(frames);
+  };
 }
 
 namespace {

@@ -12,8 +12,8 @@ class RackRig;
 /// Loads a scene into a rig. Throws platform::FileError if it cannot be read.
 void LoadScene(RackRig& rig, const std::string& scene);
 
-/// A scene that plays, all its notes held; each call runs a block of kBlock samples. Empty if there
-/// is no scene of the name.
-std::function<void()> PlayScene(const std::string& scene);
+/// A scene that plays, all its notes held; each call runs kBlock samples in blocks of `frames`.
+/// Empty if there is no scene of the name.
+std::function<void()> PlayScene(const std::string& scene, int frames);
 
 }  // namespace halveron::benchmarks
