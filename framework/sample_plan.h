@@ -46,6 +46,8 @@ class SamplePlan {
     kNearby,  ///< moves only what the edit touches, and inputs that can begin to read the image
     kStill,   ///< moves only what the edit touches
   };
+  /// Where everything lies, for those who edit.
+  class Layout;
   /// The next plan while the present one plays.
   class Draft;
   struct DraftDeleter {
@@ -112,7 +114,6 @@ class SamplePlan {
 
  private:
   friend class PlanBuilder;
-  class Layout;
 
   /// Modules of a class that run in one call.
   struct ModuleRun {
