@@ -24,6 +24,7 @@ ModuleKnob::~ModuleKnob() {
 void ModuleKnob::setValue(float newValue) {
   cell_->value = newValue;
   if (stepped) SnapToStep();
+  store_->NoteMove();
 }
 
 int ModuleKnob::GetStepIndex() const { return StepOf(cell_->value); }
@@ -45,6 +46,7 @@ int ModuleKnob::SnapToStep() {
   const int index = GetStepIndex();
   cell_->stepped_target =
       static_cast<float>(index) / static_cast<float>(std::max(subPixmaps - 1, 1));
+  store_->NoteMove();
   return index;
 }
 
@@ -74,6 +76,7 @@ float BaseValueOf(const CControl& control) {
 void ModuleKnob::SetSmoothing(float delay, float sampleRate) {
   if (delay >= 0.0f) smoothDelay = delay;
   cell_->smooth_step = 1000.0f / (smoothDelay * sampleRate);
+  store_->NoteMove();
 }
 
 CMouseEventResult ModuleKnob::onMouseDown(CPoint& where, const CButtonState& buttons) {

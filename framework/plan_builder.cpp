@@ -195,7 +195,8 @@ class PlanBuilder {
       } else if (continues) {
         stage.teams.back().single.count += run.count;
       } else {
-        stage.teams.push_back({row.group.get(), run, row.starts.size()});
+        stage.teams.push_back(
+            {row.group.get(), run, row.starts.size(), row.group && row.group->Stays()});
       }
       last = &row;
     }

@@ -1,6 +1,7 @@
 #include "framework/sample_plan.h"
 
 #include <algorithm>
+#include <mutex>
 #include <utility>
 
 #include "framework/plan_builder.h"
@@ -11,7 +12,7 @@ namespace halveron {
 
 namespace {
 
-/// In shorter blocks it does not pay to take up state and put it back.
+/// For fewer steps it does not pay to take up state and put it back.
 constexpr int kFewestSteps = 8;
 
 constexpr std::size_t kLine = SignalStore::kLine;
@@ -49,6 +50,7 @@ bool SamplePlan::Fits(const Draft& draft) {
 }
 
 void SamplePlan::Swap(Draft& draft) {
+  PutBack();
   // Lanes without a voice are computed, too. Not before: the present plan's image is copied by
   // whole blocks.
   for (const SignalStore::Place& line : draft.newLines) {
@@ -79,32 +81,67 @@ std::size_t SamplePlan::Stage::VectorRows() const {
   return rows;
 }
 
+void SamplePlan::BeginTeam(Team& team, int steps) {
+  if (!team.group || team.isLoaded) return;
+  const bool pays = (team.stays ? stepsAtRest_ : steps) >= kFewestSteps;
+  team.inVectors = team.isLoaded = pays && team.group->Load();
+  if (team.isLoaded) isAnyLoaded_.store(true, std::memory_order_relaxed);
+  if (!pays || team.rows < 2) return;
+  if (team.fitted && !team.inVectors) teamsBroke_.store(true, std::memory_order_relaxed);
+  team.fitted = team.inVectors;
+}
+
 void SamplePlan::BeginBlock(int steps) {
   isInBlock_ = true;
+  stepsAtRest_ = std::min(stepsAtRest_, kFewestSteps) + steps;
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
-    for (Team& team : stage->teams) {
-      team.inVectors = team.group && steps >= kFewestSteps && team.group->Load();
-      if (!team.group || steps < kFewestSteps || team.rows < 2) continue;
-      if (team.fitted && !team.inVectors) teamsBroke_.store(true, std::memory_order_relaxed);
-      team.fitted = team.inVectors;
-    }
+    for (Team& team : stage->teams) BeginTeam(team, steps);
   }
 }
 
 void SamplePlan::EndBlock() {
-  for (const Stage* stage : {&program_.everyStep, &program_.firstStep}) {
-    for (const Team& team : stage->teams) {
-      if (team.inVectors) team.group->Store();
+  isInBlock_ = false;
+  if (recalls_.load(std::memory_order_relaxed) > 0) {
+    PutBack();
+    return;
+  }
+  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+    for (Team& team : stage->teams) {
+      if (!team.isLoaded) continue;
+      team.stays ? team.group->ShowLamps() : team.Store();
     }
   }
-  isInBlock_ = false;
 }
 
 void SamplePlan::StoreGroups() {
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (Team& team : stage->teams) {
-      if (std::exchange(team.inVectors, false)) team.group->Store();
+      if (isInBlock_) team.inVectors = false;
+      team.Store();
     }
+  }
+  isAnyLoaded_.store(false, std::memory_order_relaxed);
+  stepsAtRest_ = 0;
+}
+
+SamplePlan::Team* SamplePlan::TeamAt(std::size_t index) {
+  for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+    if (index < stage->teams.size()) return &stage->teams[index];
+    index -= stage->teams.size();
+  }
+  return nullptr;
+}
+
+SamplePlan::Recall::Recall(SamplePlan& plan, platform::RecursiveLock& lock) : plan_(plan) {
+  ++plan.recalls_;
+  bool isDone = false;
+  for (std::size_t next = 0; !isDone && plan.IsAnyLoaded(); ++next) {
+    const std::lock_guard hold(lock);
+    // A block that came between has put the rest back as it ended.
+    Team* team = plan.isInBlock_ ? nullptr : plan.TeamAt(next);
+    if (team) team->Store();
+    isDone = !team;
+    if (isDone) plan.PutBack();
   }
 }
 

@@ -11,6 +11,7 @@ namespace halveron {
 
 PresetDocument CaptureExcerpt(RackModel& rack, std::span<Module* const> modules) {
   const std::lock_guard edit(rack.engine.editLock);
+  const SamplePlan::Recall recall(rack.plan, rack.engine.processingLock);
   PresetDocument excerpt = CaptureRackSettings(rack);
   excerpt.midi.clear();  // a controller stays with the knob that it was learned for
   excerpt.author.clear();
