@@ -20,8 +20,6 @@ constexpr const char* kCount = "number_of_modules";
 /// Modules in a category: "=", which would be the key of the next, can be none.
 constexpr int kMostNumbers = 12;
 
-std::string NumberKey(int number) { return {'M', static_cast<char>('0' + number)}; }
-
 /// Names in a profile file are compared so.
 bool SameName(const std::string& a, const std::string& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
@@ -44,7 +42,7 @@ std::string Remedy(const std::string& key, const std::vector<std::string>& known
   if (number < 1 || number > kMostNumbers) {
     return "a category has room for " + std::to_string(kMostNumbers) + " modules of a library";
   }
-  return "the key of module " + std::to_string(number) + " is " + Quoted(NumberKey(number));
+  return "the key of module " + std::to_string(number) + " is " + Quoted(ModuleNumberKey(number));
 }
 
 void CheckKey(const platform::ProfileFile& ini, const std::string& section, const std::string& key,
@@ -69,7 +67,7 @@ std::vector<std::string> NumberKeysFrom(const platform::ProfileFile& ini,
                                         const std::string& category, int first) {
   std::vector<std::string> found;
   for (int number = first; number <= kMostNumbers; ++number) {
-    if (ini.Find(category, NumberKey(number))) found.push_back(NumberKey(number));
+    if (ini.Find(category, ModuleNumberKey(number))) found.push_back(ModuleNumberKey(number));
   }
   return found;
 }
@@ -82,7 +80,8 @@ void CheckIniNames(const std::string& path, const CheckReport& report) {
   for (int i = 0; i < kCategoryCount; ++i) {
     sections.emplace_back(NamesOf(static_cast<Category>(i)).folder);
   }
-  for (int number = 1; number <= kMostNumbers; ++number) categoryKeys.push_back(NumberKey(number));
+  for (int number = 1; number <= kMostNumbers; ++number)
+    categoryKeys.push_back(ModuleNumberKey(number));
   for (const std::string& section : ini.Sections()) {
     if (!Contains(sections, section)) {
       report(path, section.empty() ? "there are keys before the first section"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <clocale>
+#include <cmath>
 #include <memory>
 #include <mutex>
 #include <ostream>
@@ -19,6 +20,7 @@
 #include "editor/first_start.h"
 #include "gui/frame.h"
 #include "gui/param_display.h"
+#include "gui/theme.h"
 #include "media/live/midi_port.h"
 #include "media/live/sound_card.h"
 #include "platform/library_path.h"
@@ -99,9 +101,9 @@ MidiInputSource MakeInputSource(LiveHost& host) {
 /// A free window around the instance's own, to which it hands what the desktop hands to whole
 /// windows. Below it there is room for a notice.
 class OuterFrame final : public CFrame {
- public:
-  static constexpr CCoord kNoticeHeight = 26;
+  static constexpr CCoord kLeastNoticeHeight = 26;
 
+ public:
   /// `size` is the instance's.
   OuterFrame(const CRect& size, SynEditor& rack)
       : CFrame(size), rack_(rack), rackSize_(size.getWidth(), size.getHeight()) {
@@ -113,11 +115,11 @@ class OuterFrame final : public CFrame {
   void SetNotice(const std::string& text) {
     if (notice_) removeView(std::exchange(notice_, nullptr));
     if (!text.empty()) {
-      notice_ = new CTextLabel(CRect(0, rackSize_.y, rackSize_.x, rackSize_.y + kNoticeHeight),
-                               text.c_str());
+      notice_ = new CTextLabel(CRect(), text.c_str());
       notice_->setBackColor(CColor(140, 40, 20, 255));
       notice_->setFontColor(kWhiteCColor);
       addView(notice_);
+      PlaceNotice();
     }
     Fit();
   }
@@ -129,7 +131,8 @@ class OuterFrame final : public CFrame {
 
   /// The rack takes all of it, but for the notice.
   void onWindowResized(const CPoint& pixels) override {
-    rackSize_ = CPoint(pixels.x, std::max(pixels.y - (notice_ ? kNoticeHeight : 0), 1.0));
+    rackSize_.x = pixels.x;
+    rackSize_.y = std::max(pixels.y - NoticeHeight(), 1.0);
     PlaceNotice();
     Fit();
     rack_.SetWindowSize(rackSize_);
@@ -154,11 +157,18 @@ class OuterFrame final : public CFrame {
  private:
   void PlaceNotice() {
     if (!notice_) return;
-    const CRect place = CRect::FromSize(CPoint(0, rackSize_.y), rackSize_.x, kNoticeHeight);
+    const CRect place = CRect::FromSize(CPoint(0, rackSize_.y), rackSize_.x, NoticeHeight());
+    notice_->setFont(theme::Font(NoticeHeight() / kLeastNoticeHeight));
     notice_->setViewSize(place);
     notice_->setMouseableArea(place);
   }
-  bool Fit() { return setSize(rackSize_.x, rackSize_.y + (notice_ ? kNoticeHeight : 0)); }
+  /// Pixels; it zooms with the rack, but remains readable.
+  CCoord NoticeHeight() const {
+    constexpr CCoord kShareOfWidth = 0.025;
+    if (!notice_) return 0;
+    return std::max(kLeastNoticeHeight, std::round(rackSize_.x * kShareOfWidth));
+  }
+  bool Fit() { return setSize(rackSize_.x, rackSize_.y + NoticeHeight()); }
 
   SynEditor& rack_;
   CPoint rackSize_;
@@ -241,14 +251,16 @@ void KeepPlaying(const PlayOptions& options, LiveHost& host, SoundLink& sound, M
                  const InterruptWatch& watch, std::ostream& out, std::ostream& err) {
   std::unique_ptr<HostWindow> window;
   if (options.hasWindow) window = std::make_unique<HostWindow>(host, "Halveron", err);
-  if (window) window->SetNotice(sound.Notice());
+  std::string notice = sound.Notice();
+  if (window) window->SetNotice(notice);
   double nextMidi = 0;
   while (!watch.IsInterrupted() && !(window && window->IsClosed())) {
     if (window) window->Idle();
+    // It goes, too, when the user has chosen a device that works.
+    if (window && notice != sound.Notice()) window->SetNotice(notice = sound.Notice());
     const double now = LiveHost::Now();
     if (sound.Poll(now)) {
       ReportSound(sound, host.SampleRate(), out);
-      if (window) window->SetNotice(sound.Notice());
       // A sound server that has gone may have carried MIDI, too. Its ports have to be closed before
       // a connection to its successor is made: the library crashes on the way back.
       if (!sound.Card()) {

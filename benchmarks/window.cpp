@@ -120,14 +120,21 @@ class FullRack {
                              static_cast<int>(window_.Frame().getHeight())};
 };
 
-template <class F>
-void Measure(benchmark::State& state, F&& call) {
+/// `restore` is not measured.
+template <class F, class G>
+void Measure(benchmark::State& state, F&& call, G&& restore) {
   std::vector<double> times;
   for ([[maybe_unused]] auto _ : state) {
     times.push_back(SecondsOf(call));
     state.SetIterationTime(times.back());
+    restore();
   }
   state.counters[kMilliseconds] = Median(times) * 1e3;
+}
+
+template <class F>
+void Measure(benchmark::State& state, F&& call) {
+  Measure(state, call, [] {});
 }
 
 void MeasureFullRedraw(benchmark::State& state) {
@@ -187,6 +194,18 @@ void MeasureScrolling(benchmark::State& state) {
   });
 }
 
+void MeasureBrowser(benchmark::State& state) {
+  FullRack rack;
+  const auto open = [&] {
+    rack.Window().OpenModuleBrowser();
+    rack.Paint();
+  };
+  Measure(state, open, [&] {
+    rack.Window().Browser().Close();
+    rack.Paint();
+  });
+}
+
 void MeasureIdle(benchmark::State& state) {
   FullRack rack;
   Measure(state, [&] { rack.Frame().idle(); });
@@ -203,6 +222,7 @@ void RegisterWindow() {
   add("window/step of a cable drag, 20 lamps blinking", MeasureCableDrag);
   add("window/step of a module drag", MeasureModuleDrag);
   add("window/step of scrolling", MeasureScrolling);
+  add("window/opening the module browser", MeasureBrowser);
   add("window/idle call", MeasureIdle);
 }
 

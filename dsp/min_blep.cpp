@@ -87,4 +87,19 @@ const std::array<float, kMinBlepSize>& GetMinBlepTable() {
   return table;
 }
 
+const MinBlepRows& GetMinBlepRows() {
+  static const MinBlepRows rows = [] {
+    const std::array<float, kMinBlepSize>& table = GetMinBlepTable();
+    MinBlepRows built;
+    for (std::size_t row = 0; row < built.size(); ++row) {
+      for (std::size_t i = 0; i < built[row].size(); ++i) {
+        const std::size_t point = row + i * kMinBlepDensity;
+        built[row][i] = point < table.size() ? table[point] : 1.0f;
+      }
+    }
+    return built;
+  }();
+  return rows;
+}
+
 }  // namespace halveron::dsp

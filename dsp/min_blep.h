@@ -24,6 +24,13 @@ inline constexpr int kMinBlepSize = kMinBlepLength + 1;
 /// takes some milliseconds: make it off the audio thread.
 const std::array<float, kMinBlepSize>& GetMinBlepTable();
 
+/// The same by rows for a step that goes through the table at its full density: point
+/// `row + i * kMinBlepDensity` of the table is entry i of a row, so that what a step adds to
+/// samples in turn lies side by side. Behind the step's end all entries are 1. A row more than the
+/// density, for the point after that of the last.
+using MinBlepRows = std::array<std::array<float, 2 * kMinBlepZeroCrossings>, kMinBlepDensity + 1>;
+const MinBlepRows& GetMinBlepRows();
+
 /// The residuals of the steps under way: what is to be added to the naive wave, sample by sample.
 ///
 /// A step is inserted when the naive wave has jumped; the ring then leads from the old
@@ -54,12 +61,16 @@ class MinBlepRing {
     position = position < 0.0f ? 0.0f : position;
     int k = static_cast<int>(position);
     const float fraction = position - static_cast<float>(k);
+    quietAt_[static_cast<std::size_t>(lane)] = now_ + size_;
+    if (stride_ == kMinBlepDensity) {
+      InsertAtFullDensity(lane, k, fraction, amplitude);
+      return;
+    }
     for (int slot = read_; k < kMinBlepLength; k += stride_) {
       const float value = table_[k] + (table_[k + 1] - table_[k]) * fraction;
       Lane(slots_[slot], lane) += (1.0f - value) * amplitude;
       if (++slot == size_) slot = 0;
     }
-    quietAt_[static_cast<std::size_t>(lane)] = now_ + size_;
   }
 
   /// The residual of the present sample; goes on to the next.
@@ -95,6 +106,23 @@ class MinBlepRing {
   template <class Other>
   friend class MinBlepRing;
 
+  /// The same as the loop of Insert, most of it for several samples at once.
+  void InsertAtFullDensity(int lane, int k, float fraction, float amplitude) {
+    const auto row = static_cast<std::size_t>(k % kMinBlepDensity);
+    const int first = k / kMinBlepDensity;
+    const float* const points = rows_[row].data() + first;
+    const float* const next = rows_[row + 1].data() + first;
+    std::array<float, kMinBlepZeroCrossings> residual;
+    for (int i = 0; i < kMinBlepZeroCrossings; ++i) {
+      const float value = points[i] + (next[i] - points[i]) * fraction;
+      residual[i] = (1.0f - value) * amplitude;
+    }
+    const int count = kMinBlepZeroCrossings - first;
+    const int beforeEnd = std::min(count, size_ - read_);
+    for (int i = 0; i < beforeEnd; ++i) Lane(slots_[read_ + i], lane) += residual[i];
+    for (int i = beforeEnd; i < count; ++i) Lane(slots_[i - beforeEnd], lane) += residual[i];
+  }
+
   /// Samples after which a lane is all zeros, at most.
   std::int64_t Rest(int lane) const {
     const std::int64_t rest = quietAt_[static_cast<std::size_t>(lane)] - now_;
@@ -102,6 +130,7 @@ class MinBlepRing {
   }
 
   const float* table_ = GetMinBlepTable().data();
+  const std::array<float, 2 * kMinBlepZeroCrossings>* rows_ = GetMinBlepRows().data();
   int stride_ = kMinBlepDensity;
   int size_ = kMinBlepSize / kMinBlepDensity + 3;
   int read_ = 0;

@@ -56,6 +56,12 @@ struct Pack : Registers<T, Unit> {
   using Mask = LaneMask<MaskLane<T>, Unit>;
 
   Pack() = default;
+  Pack(const Pack&) = default;
+  // Register by register, see Load.
+  Pack& operator=(const Pack& other) {
+    for (int i = 0; i < Base::kParts; ++i) this->part[i] = other.part[i];
+    return *this;
+  }
   explicit Pack(const Base& registers) : Base(registers) {}
   /// The same number in every lane.
   template <class U>
@@ -304,16 +310,20 @@ inline unsigned LaneBits(const WideMask<Unit>& mask) {
 }
 template <class Unit>
 inline bool Any(const NarrowMask<Unit>& mask) {
-  return LaneBits(mask) != 0;
+  return VectorOps<Unit>::Any32((typename VectorOps<Unit>::Ints)mask.part[0]);
 }
 template <class Unit>
 inline bool Any(const WideMask<Unit>& mask) {
-  return VectorOps<Unit>::Bits64((typename VectorOps<Unit>::Ints)(mask.part[0] | mask.part[1])) !=
-         0;
+  return VectorOps<Unit>::Any64((typename VectorOps<Unit>::Ints)(mask.part[0] | mask.part[1]));
 }
-template <class T, class Unit>
-inline bool All(const LaneMask<T, Unit>& mask) {
-  return !Any(!mask);
+template <class Unit>
+inline bool All(const NarrowMask<Unit>& mask) {
+  return LaneBits(mask) == (1u << NarrowMask<Unit>::kPerPart) - 1;
+}
+template <class Unit>
+inline bool All(const WideMask<Unit>& mask) {
+  const auto both = (typename VectorOps<Unit>::Ints)(mask.part[0] & mask.part[1]);
+  return VectorOps<Unit>::Bits64(both) == (1u << WideMask<Unit>::kPerPart) - 1;
 }
 
 template <class Unit>

@@ -55,6 +55,8 @@ struct VectorOps<Sse2> {
   static unsigned Bits64(Ints mask) {
     return static_cast<unsigned>(_mm_movemask_pd(_mm_castsi128_pd(mask)));
   }
+  static bool Any32(Ints mask) { return Bits32(mask) != 0; }
+  static bool Any64(Ints mask) { return Bits64(mask) != 0; }
   static Floats LoadEach(const float* const* at) {
     return _mm_setr_ps(*at[0], *at[1], *at[2], *at[3]);
   }
@@ -94,6 +96,14 @@ struct VectorOps<Avx2> {
   }
   static unsigned Bits64(Ints mask) {
     return static_cast<unsigned>(_mm256_movemask_pd(_mm256_castsi256_pd(mask)));
+  }
+  static bool Any32(Ints mask) {
+    const Floats bits = _mm256_castsi256_ps(mask);
+    return _mm256_testz_ps(bits, bits) == 0;
+  }
+  static bool Any64(Ints mask) {
+    const Doubles bits = _mm256_castsi256_pd(mask);
+    return _mm256_testz_pd(bits, bits) == 0;
   }
   static Floats LoadEach(const float* const* at) {
     return _mm256_setr_ps(*at[0], *at[1], *at[2], *at[3], *at[4], *at[5], *at[6], *at[7]);
@@ -135,6 +145,8 @@ struct VectorOps<Avx512> {
   }
   static unsigned Bits32(Ints mask) { return _mm512_movepi32_mask(mask); }
   static unsigned Bits64(Ints mask) { return _mm512_movepi64_mask(mask); }
+  static bool Any32(Ints mask) { return Bits32(mask) != 0; }
+  static bool Any64(Ints mask) { return Bits64(mask) != 0; }
   static Floats LoadEach(const float* const* at) {
     return _mm512_setr_ps(*at[0], *at[1], *at[2], *at[3], *at[4], *at[5], *at[6], *at[7], *at[8],
                           *at[9], *at[10], *at[11], *at[12], *at[13], *at[14], *at[15]);

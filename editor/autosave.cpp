@@ -16,8 +16,8 @@ Autosave::Autosave(SynEditor& editor, std::string folder)
 Autosave::~Autosave() { writer_.Stop(); }
 
 bool Autosave::IsOutdated() const {
-  return editor_.unsaved.Exist() &&
-         (writtenState_ != editor_.history.State() || writtenPath_ != editor_.presetPath);
+  return editor_.unsaved.Exist() && (!error_.empty() || writtenState_ != editor_.history.State() ||
+                                     writtenPath_ != editor_.presetPath);
 }
 
 void Autosave::Update() {
@@ -36,13 +36,16 @@ void Autosave::Update() {
 void Autosave::Write() {
   if (!files_) files_ = AutosaveFiles::Make(folder_);
   changedAt_ = -1;
+  error_.clear();
+  fits_ = true;
   writtenState_ = editor_.history.State();
   writtenPath_ = editor_.presetPath;
   std::vector<std::byte> bytes;
   try {
     bytes = WritePreset(CapturePreset(editor_), PresetForm::kFile);
   } catch (const std::invalid_argument&) {
-    return;  // a rack that does not fit the format, which saving tells the user
+    fits_ = false;  // which saving tells the user
+    return;
   }
   const std::string path = editor_.HasOwnFile() ? editor_.presetPath : "";
   writer_.Start([files = files_.get(), folder = folder_, name = editor_.presetName, path,
@@ -52,23 +55,32 @@ void Autosave::Write() {
   });
 }
 
+void Autosave::NoteError() {
+  std::string error = writer_.TakeError();
+  if (!error.empty()) error_ = std::move(error);
+}
+
 void Autosave::Report() {
-  const std::string error = writer_.TakeError();
-  if (error.empty() || std::exchange(isReported_, true)) return;
+  NoteError();
+  if (error_.empty() || std::exchange(isReported_, true)) return;
   editor_.ShowDialog({"Autosave",
-                      "Changes cannot be kept against a crash:\n" + error +
+                      "Changes cannot be kept against a crash:\n" + error_ +
                           "\nSave your work, and make room or check the folder.",
                       600});
 }
 
-void Autosave::WriteNow() {
-  if (folder_.empty()) return;
+bool Autosave::WriteNow() {
+  if (folder_.empty()) return false;
   writer_.Stop();
+  NoteError();
   if (IsOutdated()) Write();
   writer_.Stop();
+  NoteError();
+  return fits_ && error_.empty();
 }
 
 void Autosave::LeaveForNextStart() {
+  if (editor_.Window()) editor_.Window()->EndDrags();
   editor_.history.Settle();
   WriteNow();
   if (files_ && writtenState_ >= 0) files_->Leave();

@@ -26,8 +26,9 @@ class Autosave {
   /// Writes changes that have waited for long enough, on a thread of its own, and removes the file
   /// when all is saved. On idle.
   void Update();
-  /// Writes changes now and waits for the end of it.
-  void WriteNow();
+  /// Writes changes now and waits for the end of it. False if there are changes that could not be
+  /// written.
+  bool WriteNow();
   /// The program ends without asking: what is not saved is offered at the next start.
   void LeaveForNextStart();
 
@@ -35,6 +36,7 @@ class Autosave {
   bool IsOutdated() const;
   void Write();
   void Report();
+  void NoteError();
 
   SynEditor& editor_;
   std::string folder_;
@@ -43,6 +45,8 @@ class Autosave {
   int writtenState_ = -1;  // of the history; -1 if nothing is written
   std::string writtenPath_;
   double changedAt_ = -1;  // seconds of the frame's clock; below 0 if all is written
+  std::string error_;      // of the last write, empty if it succeeded
+  bool fits_ = true;       // the rack fits the format
   bool isReported_ = false;
 };
 

@@ -116,13 +116,17 @@ SharedPointer<SynOptionMenu> MakeRackMenu(SynEditor& editor) {
   menu->Add("Paste Module", [&] { editor.commands.PasteModule(); })
       .setEnabled(editor.moduleClipboard.HasData());
   menu->addSeparator();
+  AddCableColours(*menu, editor);
+  return menu;
+}
+
+void AddCableColours(SynOptionMenu& menu, SynEditor& editor) {
   int colour = 0;
   for (const char* text : kColourTexts) {
-    menu->AddChecked(text, editor.cables.cableColourChoice == colour,
-                     [&editor, colour] { editor.cables.cableColourChoice = colour; });
+    menu.AddChecked(text, editor.cables.cableColourChoice == colour,
+                    [&editor, colour] { editor.cables.cableColourChoice = colour; });
     ++colour;
   }
-  return menu;
 }
 
 }  // namespace halveron

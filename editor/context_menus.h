@@ -16,5 +16,7 @@ SharedPointer<SynOptionMenu> MakeSelectionMenu(SynEditor& editor, RackWindow& wi
                                                Module& module);
 SharedPointer<SynOptionMenu> MakeKnobMenu(SynEditor& editor, ModuleKnob& knob);
 SharedPointer<SynOptionMenu> MakeRackMenu(SynEditor& editor);
+/// The colour of cables that are plugged from now on.
+void AddCableColours(SynOptionMenu& menu, SynEditor& editor);
 
 }  // namespace halveron

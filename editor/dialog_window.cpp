@@ -47,7 +47,13 @@ void DialogWindow::ShowDialog(DialogRequest request, double scale) {
   setVisible(true);
   CFrame* root = getFrame();
   if (root && request_.modal) root->pushModalView(this);
-  if (root && !fields_.empty()) root->setFocusView(fields_.front());
+  if (root && !fields_.empty()) Focus(*root, *fields_.front());
+}
+
+void DialogWindow::Focus(CFrame& root, CTextEdit& field) {
+  root.setFocusView(&field);
+  // What is typed takes its place.
+  field.selectAll();
 }
 
 void DialogWindow::CloseDialog() {
@@ -195,16 +201,15 @@ void DialogWindow::FocusNextField(bool backward) {
   const auto count = fields_.size();
   const auto place = std::find(fields_.begin(), fields_.end(), root->getFocusView());
   const auto present = static_cast<std::size_t>(place - fields_.begin());
-  root->setFocusView(
-      fields_[place == fields_.end() ? 0 : (present + (backward ? count - 1 : 1)) % count]);
+  Focus(*root,
+        *fields_[place == fields_.end() ? 0 : (present + (backward ? count - 1 : 1)) % count]);
 }
 
 bool DialogWindow::onKeyDown(const CKeyEvent& event) {
   if (event.key == kKeyReturn) {
     Press(0);
   } else if (event.key == kKeyEscape) {
-    const int last = static_cast<int>(request_.buttons.size()) - 1;
-    Press(request_.escapeButton < 0 ? last : request_.escapeButton);
+    Press(EscapeButton());
   } else if (event.key == kKeyTab) {
     FocusNextField(event.modifiers.isShiftSet());
   } else {
@@ -227,6 +232,15 @@ bool DialogWindow::PressByLetter(char32_t letter) {
   }
   if (found >= 0) Press(found);
   return found >= 0;
+}
+
+int DialogWindow::EscapeButton() const {
+  const int last = static_cast<int>(request_.buttons.size()) - 1;
+  return request_.escapeButton < 0 ? last : request_.escapeButton;
+}
+
+void DialogWindow::cancelModal() {
+  if (IsShown()) Press(EscapeButton());
 }
 
 void DialogWindow::Press(int button) {

@@ -61,12 +61,14 @@ class DialogWindow final : public CViewContainer {
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   bool onKeyDown(const CKeyEvent& event) override;
-  void cancelModal() override { CloseDialog(); }
+  /// As Escape does, so that whoever asked gets an answer.
+  void cancelModal() override;
 
   /// What a press of a button does.
   void Press(int button);
 
  private:
+  int EscapeButton() const;
   void LayOut(double scale);
   CCoord WidthFor(double scale) const;
   CTextLabel* AddText(CCoord top, const std::string& text, CCoord leastHeight, double scale,
@@ -74,6 +76,7 @@ class DialogWindow final : public CViewContainer {
   CCoord AddTexts(CCoord top, double scale);
   CCoord AddFields(CCoord top, double scale);
   CCoord AddButtons(CCoord top, double scale);
+  static void Focus(CFrame& root, CTextEdit& field);
   void FocusNextField(bool backward);
   bool PressByLetter(char32_t letter);
 

@@ -11,7 +11,8 @@ namespace halveron {
 
 namespace {
 
-constexpr double kJoinSeconds = 0.7;  // notches of a wheel this close together are one gesture
+constexpr double kJoinSeconds =
+    0.7;  // notches of a wheel, or keys that carry, this close are one gesture
 
 struct Difference {
   std::vector<const ModuleRecord*> added;
@@ -67,6 +68,13 @@ std::string OfChange(const ModuleRecord& was, const ModuleRecord& is) {
   return "Change " + b.name;
 }
 
+/// Whether modules were moved and nothing else changed in them.
+bool AreMoves(const Difference& difference) {
+  return std::all_of(difference.changed.begin(), difference.changed.end(), [](const auto& pair) {
+    return OfChange(*pair.first, *pair.second).starts_with("Move ");
+  });
+}
+
 /// Whether two records differ in one control; which one, in `control`.
 bool DifferInOneControl(const ModuleRecord& a, const ModuleRecord& b, std::size_t* control) {
   if (a.values.size() != b.values.size() || a.ownData.size() != b.ownData.size()) return false;
@@ -102,12 +110,8 @@ std::string DescribeStep(const RackSnapshot& before, const RackSnapshot& after) 
     return OfChange(*difference.changed.front().first, *difference.changed.front().second);
   }
   if (!difference.changed.empty()) {
-    const auto isMove = [](const auto& pair) {
-      return OfChange(*pair.first, *pair.second).starts_with("Move ");
-    };
-    const bool areMoves = std::all_of(difference.changed.begin(), difference.changed.end(), isMove);
-    return (areMoves ? "Move " : "Change ") + std::to_string(difference.changed.size()) +
-           " modules";
+    return (AreMoves(difference) ? "Move " : "Change ") +
+           std::to_string(difference.changed.size()) + " modules";
   }
   if (before.rack.oversamplingFactor != after.rack.oversamplingFactor ||
       before.rack.oversamplingFilter != after.rack.oversamplingFilter) {
@@ -146,7 +150,9 @@ void EditHistory::Clear() {
 void EditHistory::MarkSaved() {
   Settle();
   file_ = FileNow();
-  savedStates_[file_.path] = state_;
+  // In the middle of a gesture the file has what no step leads to.
+  constexpr int kNoState = -1;
+  savedStates_[file_.path] = edited_ && IsBusy() ? kNoState : state_;
 }
 
 bool EditHistory::IsChanged() const {
@@ -278,10 +284,13 @@ bool EditHistory::JoinsLast(const RackSnapshot& before, const RackSnapshot& now)
   const Difference first = Compare(last.before, last.after);
   const Difference second = Compare(before, now);
   std::size_t firstControl = 0, secondControl = 0;
-  return first.changedIds.size() == 1 && first.changedIds == second.changedIds &&
-         first.added.empty() && second.added.empty() && first.removed.empty() &&
-         second.removed.empty() && first.newCables + first.lostCables == 0 &&
-         second.newCables + second.lostCables == 0 &&
+  const bool isOfSameModules =
+      !first.changedIds.empty() && first.changedIds == second.changedIds && first.added.empty() &&
+      second.added.empty() && first.removed.empty() && second.removed.empty() &&
+      first.newCables + first.lostCables == 0 && second.newCables + second.lostCables == 0;
+  if (!isOfSameModules) return false;
+  if (AreMoves(first) && AreMoves(second)) return true;
+  return first.changedIds.size() == 1 &&
          DifferInOneControl(*first.changed[0].first, *first.changed[0].second, &firstControl) &&
          DifferInOneControl(*second.changed[0].first, *second.changed[0].second, &secondControl) &&
          firstControl == secondControl;

@@ -23,10 +23,6 @@ constexpr const char* kConfiguration = "Configuration";
 /// A key is one character from '0' on: so many fit.
 constexpr int kMostNumbers = 255 - '0';
 
-std::string NumberKey(int number) {
-  return {'M', static_cast<char>(static_cast<unsigned char>('0' + number))};
-}
-
 std::string IniPathOf(const std::string& libraryPath) {
   return fs::path(libraryPath).replace_extension(".ini").string();
 }
@@ -44,7 +40,7 @@ int ReadEntries(const platform::ProfileFile& ini, ModuleLibrary& library) {
     const auto category = static_cast<Category>(i);
     std::vector<std::string> keys;
     for (int number = 1; number <= std::min(counts[i], kMostNumbers); ++number) {
-      keys.push_back(NumberKey(number));
+      keys.push_back(ModuleNumberKey(number));
     }
     int number = 0;
     for (std::string& name : ini.GetTexts(NamesOf(category).folder, keys)) {
@@ -75,6 +71,10 @@ std::vector<std::string> Names(const std::string& folder, bool folders) {
 }
 
 }  // namespace
+
+std::string ModuleNumberKey(int number) {
+  return {'M', static_cast<char>(static_cast<unsigned char>('0' + number))};
+}
 
 void ExternalModules::ScanModuleLibraries(const std::string& folder) {
   std::set<std::string> visited;

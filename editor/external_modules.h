@@ -15,6 +15,9 @@ namespace halveron {
 
 struct ModuleLibrary;
 
+/// The key of a library's module in the section of its category, from "M1" on.
+std::string ModuleNumberKey(int number);
+
 /// One module of a library.
 struct ModuleEntry {
   int required_host_version = 0;  ///< of the interface; 0 until the library is loaded

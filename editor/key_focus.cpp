@@ -4,12 +4,16 @@
 #include <cmath>
 #include <limits>
 
+#include "editor/module_carry.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
+#include "editor/value_entry.h"
+#include "framework/control_scale.h"
 #include "framework/module.h"
 #include "framework/patch_point.h"
 #include "gui/draw_context.h"
 #include "gui/shortcut.h"
+#include "gui/switch.h"
 #include "gui/theme.h"
 
 namespace halveron {
@@ -119,7 +123,13 @@ void KeyFocus::Follow() {
 }
 
 void KeyFocus::Clear() {
-  if (module_ && !isClicking_) Set(nullptr, nullptr);
+  if (!module_ || isClicking_) return;
+  Set(nullptr, nullptr);
+  // A cable that a key began goes on to a jack that is clicked, but hangs on no mouse that clicks
+  // elsewhere.
+  if (IsDraggingCable() && !dynamic_cast<PatchPoint*>(editor_.ViewUnderMouse())) {
+    window_.EndDrags();
+  }
 }
 
 void KeyFocus::ModuleLeaves(const Module& module) {
@@ -179,7 +189,20 @@ bool KeyFocus::Turn(float distance, const CButtonState& modifiers) {
   return true;
 }
 
+bool KeyFocus::Advance(CSwitchBase& strip) {
+  const int count = strip.getNumPositions();
+  if (count < 2) return true;
+  const int next = (strip.getPosition() + 1) % count;
+  MoveControl(strip, strip.getMin() + strip.getRange() * static_cast<float>(next) /
+                                          static_cast<float>(count - 1));
+  return true;
+}
+
 bool KeyFocus::Press() {
+  // A click would bring a slider's handle to the middle of its way.
+  const bool isTyped = TakesTypedValue(item_) && !dynamic_cast<ModuleKnob*>(item_);
+  if (isTyped) return window_.EnterValue();
+  if (auto* strip = dynamic_cast<CSwitchBase*>(item_)) return Advance(*strip);
   if (!item_ || dynamic_cast<ModuleKnob*>(item_)) return OpenMenu();
   if (auto* jack = dynamic_cast<PatchPoint*>(item_)) return Plug(*jack);
   Click(kLButton);
@@ -188,7 +211,12 @@ bool KeyFocus::Press() {
 
 void KeyFocus::Click(int button) {
   SynFrame& frame = window_.Frame();
+  // The wheel may have scrolled it out of sight, where something else takes the click.
+  window_.ScrollToShow(*module_);
   const CPoint point = PressPoint();
+  const CView* hit = frame.getViewAt(point, true);
+  while (hit && hit != item_) hit = hit->getParentView();
+  if (!hit) return;
   isClicking_ = true;
   CPoint where = point;
   frame.onMouseMoved(where, CButtonState());
@@ -217,7 +245,7 @@ bool KeyFocus::Plug(PatchPoint& jack) {
 
 bool KeyFocus::OpenMenu() {
   if (!module_) return false;
-  if (item_ && !dynamic_cast<PatchPoint*>(item_)) {
+  if (item_ && !IsDraggingCable()) {
     Click(kRButton);
   } else {
     window_.PopUpModuleMenu(*module_, PressPoint());
@@ -225,7 +253,27 @@ bool KeyFocus::OpenMenu() {
   return true;
 }
 
+bool KeyFocus::ToggleSelection() {
+  window_.Selection().Toggle(*module_);
+  // Escape comes to the rack, which ends the selection.
+  window_.Frame().setFocusView(&window_.Rack());
+  return true;
+}
+
+bool KeyFocus::Carry(const CPoint& direction) {
+  if (window_.IsDragging()) return true;
+  std::vector<Module*> modules = {module_};
+  if (window_.Selection().Holds(*module_)) modules = window_.Selection().Modules();
+  if (CarryModules(window_.Rack(), window_.Geometry(), modules, direction)) {
+    editor_.engine.PatchEdited();
+    window_.ScrollToShow(*module_);
+    Follow();
+  }
+  return true;
+}
+
 bool KeyFocus::OnKey(const CKeyEvent& event) {
+  Follow();  // what has the focus may have gone since the last idle call
   if (MatchesShortcut(event, "Tab")) return WalkModules(1);
   if (MatchesShortcut(event, "Shift+Tab")) return WalkModules(-1);
   if (!module_) return false;
@@ -233,6 +281,11 @@ bool KeyFocus::OnKey(const CKeyEvent& event) {
   if (MatchesShortcut(event, "Left")) return WalkItems(CPoint(-1, 0));
   if (MatchesShortcut(event, "Down")) return WalkItems(CPoint(0, 1));
   if (MatchesShortcut(event, "Up")) return WalkItems(CPoint(0, -1));
+  if (MatchesShortcut(event, "Ctrl+Right")) return Carry(CPoint(1, 0));
+  if (MatchesShortcut(event, "Ctrl+Left")) return Carry(CPoint(-1, 0));
+  if (MatchesShortcut(event, "Ctrl+Down")) return Carry(CPoint(0, 1));
+  if (MatchesShortcut(event, "Ctrl+Up")) return Carry(CPoint(0, -1));
+  if (MatchesShortcut(event, "Space")) return ToggleSelection();
   if (MatchesShortcut(event, "Return")) return Press();
   if (MatchesShortcut(event, "Shift+F10")) return OpenMenu();
   if (MatchesShortcut(event, "+ Alt+Up Alt+Shift+Up")) return Turn(1, event.modifiers);

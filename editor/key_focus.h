@@ -7,6 +7,7 @@
 
 namespace halveron {
 
+class CSwitchBase;
 class Module;
 class PatchPoint;
 class RackWindow;
@@ -16,7 +17,8 @@ class SynEditor;
 /// control or jack next in that direction and from the edge of a panel to its neighbour. Return
 /// does what a click does: on a jack it begins a cable, which the next one plugs in. "+" and "-"
 /// turn a control as a wheel does, finely with Shift. Shift+F10 or the menu key opens the menu.
-/// Escape ends a cable, then the focus.
+/// Space selects the module or takes it out of the selection, and Ctrl with arrows carries it, or
+/// the selection that it belongs to. Escape ends a cable, then the focus.
 class KeyFocus {
  public:
   KeyFocus(SynEditor& editor, RackWindow& window) : editor_(editor), window_(window) {}
@@ -29,6 +31,8 @@ class KeyFocus {
   /// The mouse has taken over.
   void Clear();
 
+  /// On a module, or on a view of its panel.
+  void Set(Module* module, CView* item);
   Module* FocusModule() const { return module_; }
   /// Null while the module itself has the focus.
   CView* Item() const { return item_; }
@@ -42,11 +46,14 @@ class KeyFocus {
   bool WalkItems(const CPoint& direction);
   bool Turn(float distance, const CButtonState& modifiers);
   bool Press();
+  /// To the next position, after the last to the first.
+  static bool Advance(CSwitchBase& strip);
   /// With the mouse, where the focus is.
   void Click(int button);
   bool Plug(PatchPoint& jack);
   bool OpenMenu();
-  void Set(Module* module, CView* item);
+  bool ToggleSelection();
+  bool Carry(const CPoint& direction);
   /// In the frame's coordinates.
   CRect Place() const;
   CPoint PressPoint() const;

@@ -1,5 +1,6 @@
 #include "editor/main_menu.h"
 
+#include "editor/context_menus.h"
 #include "editor/midi_learning.h"
 #include "editor/preset_versions.h"
 #include "editor/rack_window.h"
@@ -76,6 +77,12 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "Preset Browser",
      .keys = "Ctrl+P",
      .act = [](SynEditor&, RackWindow& window) { window.OpenPresetBrowser(); }},
+    {.text = "Previous Preset",
+     .keys = "Ctrl+PageUp",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(-1); }},
+    {.text = "Next Preset",
+     .keys = "Ctrl+PageDown",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(1); }},
     {.text = nullptr},
     {.text = "Undo",
      .keys = "Ctrl+Z",
@@ -182,6 +189,10 @@ const MainMenu::Entry MainMenu::kEdit[] = {
                RackWindow& window) { SelectionCommands(editor, window).SaveSnippet(); },
      .needsSelection = true},
     {.text = "Insert Snippet", .submenu = &MainMenu::MakeSnippets},
+    {.text = nullptr},
+    {.text = "Add Row", .act = [](SynEditor& editor, RackWindow&) { editor.commands.AddRow(); }},
+    {.text = "Remove Row",
+     .act = [](SynEditor& editor, RackWindow&) { editor.commands.RemoveRow(); }},
 };
 
 const MainMenu::Entry MainMenu::kCables[] = {
@@ -203,6 +214,7 @@ const MainMenu::Entry MainMenu::kCables[] = {
          },
      .isChecked = [](const SynEditor& editor) { return editor.options.signalColours.Get(); }},
     {.text = "Slack", .submenu = &MainMenu::MakeCableSlack},
+    {.text = "New Cables", .submenu = &MainMenu::MakeNewCables},
 };
 
 // Shortcuts of commands that no entry shows.
@@ -406,6 +418,12 @@ MainMenu::Menu MainMenu::MakeSnippets() const {
 }
 
 MainMenu::Menu MainMenu::MakeCables() const { return MakeFrom(kCables); }
+
+MainMenu::Menu MainMenu::MakeNewCables() const {
+  Menu menu = SynOptionMenu::Make();
+  AddCableColours(*menu, editor_);
+  return menu;
+}
 
 MainMenu::Menu MainMenu::MakeCableSlack() const {
   Menu menu = SynOptionMenu::Make();

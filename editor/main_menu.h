@@ -47,6 +47,7 @@ class MainMenu {
   Menu MakeCableThickness() const;
   Menu MakeCables() const;
   Menu MakeCableSlack() const;
+  Menu MakeNewCables() const;
   Menu MakeSnippets() const;
 
   SynEditor& editor_;

@@ -33,7 +33,8 @@ void ManualHelp::ShowPageOf(Module& module) {
 void ManualHelp::ShowPageHere() {
   RackWindow* window = editor_.Window();
   if (!window) return;
-  Module* module = ModuleAround(editor_.ViewUnderMouse());
+  Module* module = window->Keys().FocusModule();
+  if (!module) module = ModuleAround(editor_.ViewUnderMouse());
   if (!module) module = ModuleAround(window->Frame().getFocusView());
   if (module && module->GetInfoURL()) return ShowPageOf(*module);
   Show(folder + kManualStart);

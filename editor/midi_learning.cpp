@@ -79,10 +79,11 @@ Fields FieldsOf(const MidiBinding& binding, const ModuleKnob& knob) {
           binding.pickUp ? "yes" : "no"};
 }
 
-/// What the fields say; an empty binding and the cause in `error` if they cannot be understood.
-std::optional<MidiBinding> ParseFields(const Fields& fields, const ModuleKnob& knob,
-                                       std::string& error) {
-  MidiBinding binding;
+/// What the fields say, which began as those of `former`; an empty binding and the cause in `error`
+/// if they cannot be understood.
+std::optional<MidiBinding> ParseFields(const Fields& fields, const MidiBinding& former,
+                                       const ModuleKnob& knob, std::string& error) {
+  MidiBinding binding = former;
   const auto controller = WholeNumber(fields[0], 0, MidiBinding::kControllers - 1);
   if (!controller) {
     error = "Controller: a number from 0 to 119";
@@ -94,9 +95,11 @@ std::optional<MidiBinding> ParseFields(const Fields& fields, const ModuleKnob& k
     error = "Channel: a number from 1 to 16, or all";
     return std::nullopt;
   }
-  if (channel) binding.channel = *channel - 1;
+  binding.channel = channel ? *channel - 1 : MidiBinding::kAnyChannel;
   for (const auto& [name, text, value] :
        {std::tuple{"From: ", &fields[2], &binding.from}, {"To: ", &fields[3], &binding.to}}) {
+    // The words are rounded; a value that nobody has touched stays exactly.
+    if (*text == ValueText(knob, *value)) continue;
     const ParsedValue parsed = ParseValue(knob, *text);
     if (!parsed.value) {
       error = name + parsed.error;
@@ -112,8 +115,8 @@ std::optional<MidiBinding> ParseFields(const Fields& fields, const ModuleKnob& k
   return binding;
 }
 
-void AskForBinding(SynEditor& editor, const SharedPointer<ModuleKnob>& knob, const Fields& fields,
-                   const std::string& text) {
+void AskForBinding(SynEditor& editor, const SharedPointer<ModuleKnob>& knob,
+                   const MidiBinding& former, const Fields& fields, const std::string& text) {
   DialogRequest request;
   request.width = kDialogWidth;
   request.title = NameOf(*knob);
@@ -125,16 +128,16 @@ void AskForBinding(SynEditor& editor, const SharedPointer<ModuleKnob>& knob, con
                     {"To", fields[3]},
                     {"Pick-up", fields[4]}};
   request.buttons = {"OK", "Cancel"};
-  request.callback = [&editor, knob](DialogWindow& dialog, int button) {
+  request.callback = [&editor, knob, former](DialogWindow& dialog, int button) {
     Fields typed;
     for (std::size_t i = 0; i < typed.size(); ++i) typed[i] = dialog.FieldText(static_cast<int>(i));
     dialog.CloseDialog();
     if (button != 0 || !knob->getFrame()) return;
     std::string error;
-    if (const auto binding = ParseFields(typed, *knob, error)) {
+    if (const auto binding = ParseFields(typed, former, *knob, error)) {
       Bind(editor, *knob, *binding);
     } else {
-      AskForBinding(editor, knob, typed, error);
+      AskForBinding(editor, knob, former, typed, error);
     }
   };
   ShowDialogBeside(editor, *knob, std::move(request));
@@ -181,6 +184,8 @@ void MidiLearning::onIdle() {
       MidiBinding binding;
       if (const MidiBinding* present = editor_.midi.Find(*knob)) binding = *present;
       binding.controller = learned->controller;
+      // A fixed channel moves along; else the controller that was just turned would do nothing.
+      if (binding.channel != MidiBinding::kAnyChannel) binding.channel = learned->channel;
       Bind(editor_, *knob, binding);
     }
   }
@@ -211,8 +216,9 @@ void MidiLearning::UpdateMarks() {
 
 void EditBinding(SynEditor& editor, ModuleKnob& knob) {
   const MidiBinding* present = editor.midi.Find(knob);
-  AskForBinding(editor, SharedPointer<ModuleKnob>(&knob),
-                FieldsOf(present ? *present : MidiBinding{}, knob), RangeText(knob));
+  const MidiBinding former = present ? *present : MidiBinding{};
+  AskForBinding(editor, SharedPointer<ModuleKnob>(&knob), former, FieldsOf(former, knob),
+                RangeText(knob));
 }
 
 void AddMidiEntries(SynOptionMenu& menu, SynEditor& editor, ModuleKnob& knob) {

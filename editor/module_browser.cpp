@@ -83,8 +83,9 @@ void ModuleBrowser::LayOut(double scale) {
   const CCoord listRight = width - margin - (detailsWidth > 0 ? detailsWidth + gap : 0);
   search_ = MakeSearchField(CRect(margin, margin, width - margin, fieldBottom));
   addView(search_);
-  list_ = new ModuleList(CRect(margin, fieldBottom + gap, listRight, listBottom), scale);
-  list_->onSelected = [this] { SelectionChanged(); };
+  list_ =
+      new ModuleList(CRect(margin, fieldBottom + gap, listRight, listBottom), getFrame(), scale);
+  list_->onSelected = [this](int) { SelectionChanged(); };
   list_->onChosen = [this](const ModuleChoice& choice) { Choose(choice); };
   list_->onStar = [this](const ModuleChoice& choice) { ToggleFavourite(choice); };
   addView(list_);
@@ -112,6 +113,7 @@ CTextEdit* ModuleBrowser::MakeSearchField(const CRect& place) {
 
 void ModuleBrowser::Search(bool keepSelection) {
   list_->SetRows(modules_->Find(search_->getText()), keepSelection);
+  SelectionChanged();
 }
 
 void ModuleBrowser::Choose(const ModuleChoice& choice) {
@@ -165,25 +167,11 @@ CMouseEventResult ModuleBrowser::onMouseDown(CPoint& where, const CButtonState& 
 }
 
 bool ModuleBrowser::onKeyDown(const CKeyEvent& event) {
-  switch (event.key) {
-    case kKeyEscape:
-      Close();
-      return true;
-    case kKeyUp:
-      list_->Move(-1);
-      return true;
-    case kKeyDown:
-      list_->Move(1);
-      return true;
-    case kKeyPageUp:
-      list_->Move(-list_->ModulesPerPage());
-      return true;
-    case kKeyPageDown:
-      list_->Move(list_->ModulesPerPage());
-      return true;
-    default:
-      break;
+  if (event.key == kKeyEscape) {
+    Close();
+    return true;
   }
+  if (list_->moveByKey(event.key)) return true;
   const bool isF = event.character == 'f' || event.character == 'F';
   if (isF && event.modifiers.isControlSet() && list_->Selected()) {
     const ModuleChoice choice = *list_->Selected();

@@ -15,7 +15,7 @@ SharedPointer<SynOptionMenu> MakeModulePicker(SynEditor& editor) {
             [&editor] {
               if (RackWindow* window = editor.Window()) window->OpenModuleBrowser();
             })
-      .setShortcut("Return");
+      .setShortcut("Ctrl+B");
   menu->addSeparator();
   std::array<SharedPointer<SynOptionMenu>, kCategoryCount> categories;
   for (int i = 0; i < kCategoryCount; ++i) {

@@ -59,6 +59,9 @@ bool NoteKeys::Down(const CKeyEvent& event) {
   if (event.modifiers() & (kControl | kAlt)) return false;
   if (Adjust(event)) return true;
   const char32_t letter = Plain(event.character);
+  // Its release would come as the key's plain sign, which may be another one of these.
+  const bool isShiftedSign = (event.modifiers() & kShift) && letter == event.character;
+  if (isShiftedSign) return false;
   const int semitones = SemitonesOf(letter);
   if (semitones < 0) return false;
   for (Held& held : held_) {

@@ -1,13 +1,12 @@
 #include "editor/preset_browser.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <numbers>
 #include <utility>
 
 #include "gui/draw_context.h"
 #include "gui/frame.h"
+#include "gui/star.h"
 #include "gui/text_button.h"
 #include "gui/text_edit.h"
 #include "gui/text_fit.h"
@@ -29,19 +28,6 @@ constexpr CCoord kStarRadius = 6;
 constexpr double kMostTitleShare = 0.6;  // of a row's width, if the folder needs the rest
 
 constexpr const char* kHint = "Return loads and closes, Shift+Return loads, Ctrl+F stars";
-
-void DrawStar(CDrawContext& context, const CPoint& centre, CCoord radius, bool isFilled) {
-  std::array<CPoint, 10> points;
-  for (std::size_t i = 0; i < points.size(); ++i) {
-    const double angle = std::numbers::pi * (static_cast<double>(i) / 5 - 0.5);
-    const CCoord r = i % 2 ? radius * 0.45 : radius;
-    points[i] = centre + CPoint(r * std::cos(angle), r * std::sin(angle));
-  }
-  context.setFillColor(theme::kAccent);
-  context.setFrameColor(isFilled ? theme::kAccent : theme::kDisabledText);
-  context.setLineWidth(1);
-  context.drawPolygon(points, isFilled ? kDrawFilledAndStroked : kDrawStroked);
-}
 
 }  // namespace
 
@@ -69,7 +55,8 @@ bool PresetRows::pressInRow(int index, CCoord x) {
 void PresetRows::drawRow(CDrawContext& context, int index, const CRect& row) {
   const IndexedPreset& preset = index_.Presets()[static_cast<std::size_t>(PresetAt(index))];
   const CPoint star(row.left + StarWidth() / 2, row.getCenter().y);
-  DrawStar(context, star, theme::Scaled(kStarRadius, scale), preset.isFavourite);
+  DrawStar(context, star, theme::Scaled(kStarRadius, scale), preset.isFavourite,
+           theme::kDisabledText);
   const CFontDesc& font = *context.getFont();
   const CCoord pad = theme::Scaled(theme::kPadding, scale);
   CRect text = row;

@@ -9,7 +9,8 @@ namespace halveron {
 
 namespace {
 
-constexpr int kTextMargin = 6;  // panel units beside a text that fills the screen
+// Panel units beside a text that fills the screen; skins have the mark of a menu there.
+constexpr int kTextMargin = 22;
 
 }  // namespace
 
@@ -37,16 +38,17 @@ CTextLabel* PresetScreen::AddLabel(const CRect& place, const SkinConfig::PresetT
 void PresetScreen::ShowName(const std::string& name, bool isChanged) {
   presetAuthorLabel_->setVisible(false);
   const std::string shown = name.empty() && isChanged ? "Untitled" : name;
-  const std::string mark = isChanged ? " *" : "";
-  name_ = shown + mark;
-  SetFitting(*presetNameLabel_, shown, mark);
+  mark_ = isChanged ? " *" : "";
+  name_ = shown + mark_;
+  SetFitting(*presetNameLabel_, shown, mark_);
+  SetFitting(*presetAuthorLabel_, author_, mark_);
   presetNameLabel_->setVisible(true);
   invalid();
 }
 
 void PresetScreen::SetAuthor(const std::string& author) {
   author_ = author;
-  SetFitting(*presetAuthorLabel_, author);
+  SetFitting(*presetAuthorLabel_, author, mark_);
 }
 
 void PresetScreen::SetFitting(CTextLabel& label, const std::string& text,
@@ -63,7 +65,7 @@ void PresetScreen::Toggle() {
 }
 
 std::string PresetScreen::ShownText() const {
-  return presetNameLabel_->isVisible() ? name_ : author_;
+  return presetNameLabel_->isVisible() ? name_ : author_ + mark_;
 }
 
 void PresetScreen::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {

@@ -19,7 +19,7 @@ class PresetScreen final : public CViewContainer {
 
   HALVERON_TYPE_OF(PresetScreen, CViewContainer)
 
-  /// With the mark of a rack that its file does not hold.
+  /// With a mark on name and author if the file does not hold the rack as it is.
   void ShowName(const std::string& name, bool isChanged = false);
   void SetAuthor(const std::string& author);
   /// An author of one character is not shown.
@@ -38,8 +38,7 @@ class PresetScreen final : public CViewContainer {
 
  private:
   /// The suffix is shown in full.
-  static void SetFitting(CTextLabel& label, const std::string& text,
-                         const std::string& suffix = {});
+  static void SetFitting(CTextLabel& label, const std::string& text, const std::string& suffix);
   CTextLabel* AddLabel(const CRect& place, const SkinConfig::PresetText& text);
 
   SharedPointer<CBitmap> screen_;
@@ -48,6 +47,7 @@ class PresetScreen final : public CViewContainer {
   CTextLabel* presetAuthorLabel_;
   std::string name_;
   std::string author_;
+  std::string mark_;  ///< of a rack that its file does not hold
 };
 
 }  // namespace halveron

@@ -7,6 +7,7 @@
 #include "editor/preset_library.h"
 #include "editor/syn_editor.h"
 #include "platform/file_error.h"
+#include "platform/file_times.h"
 #include "platform/time_text.h"
 #include "platform/whole_file.h"
 
@@ -22,13 +23,27 @@ fs::path FolderOf(const fs::path& preset) {
   return preset.parent_path() / ".versions" / preset.filename();
 }
 
-void Prune(const std::string& presetPath) {
-  const std::vector<PresetVersion> versions = ListVersions(presetPath);
-  const auto oldest = fs::file_time_type::clock::now() - kOldestVersion;
-  for (std::size_t i = 1; i < versions.size(); ++i) {
+/// What counts is when a version was replaced: an original may be years old by then.
+void Prune(const std::string& presetPath, const fs::path& justKept, fs::file_time_type now) {
+  std::vector<PresetVersion> versions = ListVersions(presetPath);
+  std::erase_if(versions, [&](const PresetVersion& version) { return version.path == justKept; });
+  std::stable_sort(versions.begin(), versions.end(),
+                   [](const auto& a, const auto& b) { return a.keptAt > b.keptAt; });
+  for (std::size_t i = 0; i < versions.size(); ++i) {
     std::error_code error;
-    if (i >= kMostVersions || versions[i].savedAt < oldest) fs::remove(versions[i].path, error);
+    const bool isOld = versions[i].keptAt < now - kOldestVersion;
+    if (i + 1 >= kMostVersions || isOld) fs::remove(versions[i].path, error);
   }
+}
+
+/// Whether the bytes that a preset got at a time are among its versions.
+bool IsKept(const std::vector<PresetVersion>& versions, fs::file_time_type savedAt,
+            const std::vector<std::byte>& bytes) {
+  for (std::size_t i = 0; i < versions.size(); ++i) {
+    const bool mayBe = i == 0 || versions[i].savedAt == savedAt;
+    if (mayBe && platform::ReadWholeFile(versions[i].path) == bytes) return true;
+  }
+  return false;
 }
 
 /// A name that is free; empty if there is none.
@@ -54,7 +69,8 @@ std::vector<PresetVersion> ListVersions(const std::string& presetPath) {
     std::error_code unreadable;
     const fs::file_time_type time = at->last_write_time(unreadable);
     if (!unreadable && IsPresetFile(at->path().filename().string())) {
-      versions.push_back({at->path().string(), time});
+      const std::string path = at->path().string();
+      versions.push_back({path, time, platform::TimeOfLastChange(path).value_or(time)});
     }
   }
   std::sort(versions.begin(), versions.end(), [](const auto& a, const auto& b) {
@@ -63,16 +79,16 @@ std::vector<PresetVersion> ListVersions(const std::string& presetPath) {
   return versions;
 }
 
-bool KeepVersion(const std::string& presetPath) {
+bool KeepVersion(const std::string& presetPath, fs::file_time_type now) {
+  fs::path path;
   std::error_code error;
   if (!fs::is_regular_file(presetPath, error)) return true;
   try {
     const std::vector<std::byte> bytes = platform::ReadWholeFile(presetPath);
-    const std::vector<PresetVersion> versions = ListVersions(presetPath);
-    if (!versions.empty() && platform::ReadWholeFile(versions.front().path) == bytes) return true;
     const fs::file_time_type savedAt = fs::last_write_time(presetPath);
+    if (IsKept(ListVersions(presetPath), savedAt, bytes)) return true;
     fs::create_directories(FolderOf(presetPath));
-    const fs::path path = FreeName(FolderOf(presetPath), savedAt);
+    path = FreeName(FolderOf(presetPath), savedAt);
     if (path.empty()) return false;
     platform::WriteWholeFile(path.string(), bytes);
     fs::last_write_time(path, savedAt, error);
@@ -81,7 +97,7 @@ bool KeepVersion(const std::string& presetPath) {
   } catch (const fs::filesystem_error&) {
     return false;
   }
-  Prune(presetPath);
+  Prune(presetPath, path, now);
   return true;
 }
 

@@ -16,15 +16,18 @@ class SynEditor;
 struct PresetVersion {
   std::string path;
   std::filesystem::file_time_type savedAt;
+  std::filesystem::file_time_type keptAt;  ///< when the copy was made
 };
 
 inline constexpr std::size_t kMostVersions = 10;
-/// Versions from before are dropped at the next save, the newest one excepted.
+/// Versions that were replaced before are dropped at the next save, the last one excepted.
 inline constexpr std::chrono::hours kOldestVersion{24 * 365};
 
-/// Keeps a copy of a preset's file, which is about to be replaced, and drops the oldest copies. One
-/// that equals the newest is not kept twice. False if the file exists and no copy could be made.
-bool KeepVersion(const std::string& presetPath);
+/// Keeps a copy of a preset's file, which is about to be replaced, and drops the copies that were
+/// made first. One that is kept already is not kept twice. False if the file exists and no copy
+/// could be made.
+bool KeepVersion(const std::string& presetPath, std::filesystem::file_time_type now =
+                                                    std::filesystem::file_time_type::clock::now());
 /// The newest first.
 std::vector<PresetVersion> ListVersions(const std::string& presetPath);
 

@@ -104,6 +104,15 @@ void RackWindow::BuildRack() {
     return jackTools_.Press(jack, buttons);
   };
   rack_->onKey = [this](const CKeyEvent& event) {
+    if (event.key == kKeyReturn && drag_.IsInserting()) {
+      Module* landing = drag_.DraggedModule();
+      LandInsertion();
+      // A full rack takes none.
+      const std::vector<Module*>& modules = editor_.modules[0];
+      const bool isThere = std::find(modules.begin(), modules.end(), landing) != modules.end();
+      if (isThere) keys_.Set(landing, nullptr);
+      return true;
+    }
     if (event.key != kKeyEscape) return false;
     const bool hadSelection = !selection_.IsEmpty();
     if (EndByEscape()) return true;
@@ -148,18 +157,14 @@ void RackWindow::BuildViews() {
                                      dialog_, nestedDialog_, learning_, bubble_}) {
     frame_->addView(part);
   }
-  frame_->addView(keys_.MakeRing());
+  frame_->addView(keys_.MakeRing(), browser_);
   MakeBar();
 }
 
 void RackWindow::MakeBar() {
   bar_ = new TopBar(geometry_.BarRect(), images_, config_);
-  frame_->addView(bar_);
-  // What covers the rack lies above it.
-  for (CView* above :
-       std::initializer_list<CView*>{browser_, dialog_, nestedDialog_, learning_, bubble_}) {
-    if (frame_->removeView(above, false)) frame_->addView(above);
-  }
+  // Below what covers the rack. That may be up and stays in the frame: it would lose the keys.
+  frame_->addView(bar_, browser_);
 }
 
 void RackWindow::ConnectBar() {
@@ -184,7 +189,7 @@ void RackWindow::OpenModulePicker() {
 
 bool RackWindow::EnterValue() {
   CView* underMouse = frame_->getViewAt(frame_->getCurrentMouseLocation(), true);
-  for (CView* view : {underMouse, frame_->getFocusView()}) {
+  for (CView* view : {keys_.Item(), underMouse, frame_->getFocusView()}) {
     if (!TakesTypedValue(view)) continue;
     AskForValue(editor_, static_cast<CControl&>(*view));
     return true;
@@ -562,6 +567,7 @@ void RackWindow::CancelInsertion() {
 void RackWindow::EndDrags() {
   LandInsertion();
   EndByEscape();
+  frame_->endHold();
 }
 
 bool RackWindow::EndByEscape() {
@@ -606,7 +612,9 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
     return;
   }
   if (!std::exchange(followsCable_, true)) {
-    auto* pressed = dynamic_cast<PatchPoint*>(editor_.ViewUnderMouse());
+    // A press of the mouse ends the keyboard's focus; while there is one, a key began the drag.
+    CView* held = keys_.FocusModule() ? keys_.Item() : editor_.ViewUnderMouse();
+    auto* pressed = dynamic_cast<PatchPoint*>(held);
     // The input of a cable that was copied still has its own.
     const bool wasPulled = pressed && pressed != editor_.cables.dragOrigin && !pressed->source;
     pulledFrom_ = wasPulled ? pressed : nullptr;
@@ -621,7 +629,6 @@ void RackWindow::MoveCableEnd(const CPoint& where) {
 }
 
 bool RackWindow::RunShortcut(const CKeyEvent& event) {
-  if (event.key == kKeyEscape && learning_->Cancel()) return true;
   return MainMenu(editor_, *this).RunShortcut(event);
 }
 

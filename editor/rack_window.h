@@ -89,8 +89,8 @@ class RackWindow final : private CControlListener {
     return presetBrowser_ && presetBrowser_->getFrame() ? presetBrowser_.get() : nullptr;
   }
   void OpenLoadMenu();
-  /// Asks for a value of the control under the mouse, or of the one that has the focus. False if
-  /// there is none that takes one.
+  /// Asks for a value of the control that has the keys' focus, else of the one under the mouse.
+  /// False if there is none that takes one.
   bool EnterValue();
   /// The next controller turns this knob.
   void BeginLearning(ModuleKnob& knob);
@@ -110,8 +110,8 @@ class RackWindow final : private CControlListener {
   void ScrollTo(float value);
   void ScrollToShow(const Module& module);
 
-  /// A new module begins to follow the mouse, until a left click puts it down or Escape or a right
-  /// click discards it. Whatever else ends this puts it down where its outline is.
+  /// A new module begins to follow the mouse, until a left click or Return puts it down or Escape
+  /// or a right click discards it. Whatever else ends this puts it down where its outline is.
   void BeginInsertion(const std::vector<Module*>& modules);
   /// A module follows the mouse, new or not.
   bool IsDragging() const { return drag_.DraggedModule() != nullptr; }
@@ -120,7 +120,8 @@ class RackWindow final : private CControlListener {
   /// The corner at which a module stands, or would if a drag of it ended now.
   CPoint RestingCorner(const Module& module) const;
   void CancelInsertion();
-  /// Before the window closes: a new module is put down, all other drags are taken back.
+  /// Before the window closes, or the rack is saved or replaced: a new module is put down, the drag
+  /// of another or of a cable is taken back, and any other press that is held ends.
   void EndDrags();
 
   /// Shows a menu at a point of the frame and keeps it alive until the next one.

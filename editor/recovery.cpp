@@ -107,8 +107,7 @@ void Recovery::Recover(const Leftover& leftover) {
       editor_.ShowAuthor();
     }
     // What was recovered is not lost by another crash either.
-    editor_.autosave.WriteNow();
-    files->Remove();
+    if (editor_.autosave.WriteNow()) files->Remove();
   });
 }
 

@@ -116,6 +116,8 @@ void SynEditor::SignPreset() {
 }
 
 bool SynEditor::SavePreset(const std::string& path) {
+  // The file would have what no step of the history leads to.
+  if (window_) window_->EndDrags();
   SignPreset();
   try {
     const std::vector<std::byte> bytes = WritePreset(CapturePreset(*this), PresetForm::kFile);

@@ -2,8 +2,10 @@
 
 #include <cmath>
 
+#include "editor/midi_learning.h"
 #include "editor/rack_window.h"
 #include "editor/value_entry.h"
+#include "gui/text_edit.h"
 
 namespace halveron {
 
@@ -67,8 +69,13 @@ bool SynFrame::onWheel(const CPoint& where, float distance, const CButtonState& 
 }
 
 bool SynFrame::onKeyDown(const CKeyEvent& event) {
+  // Before what has the focus takes Escape for itself: the next controller would be bound.
+  if (event.key == kKeyEscape && !getModalView() && window_.Learning().Cancel()) return true;
   if (CFrame::onKeyDown(event)) return true;
   if (getModalView()) return false;
+  // What is typed into a panel's field is not undone, saved or copied in the rack.
+  const bool isTyping = dynamic_cast<CTextEdit*>(getFocusView()) != nullptr;
+  if (isTyping && event.modifiers.isControlSet()) return false;
   // What has the keyboard's focus comes before the window.
   if (window_.Keys().FocusModule() && window_.Keys().OnKey(event)) return true;
   return window_.RunShortcut(event) || window_.UseKey(event);

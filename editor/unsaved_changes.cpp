@@ -47,7 +47,7 @@ void UnsavedChanges::Update() {
 
 void UnsavedChanges::AskThen(std::function<void()> then, std::function<void()> otherwise) {
   RackWindow* window = editor_.Window();
-  if (window) window->LandInsertion();
+  if (window) window->EndDrags();
   editor_.history.Settle();
   if (!quit || !window || !Exist()) return then();
   EndModals(window->Frame());

@@ -26,11 +26,14 @@ void Ask(SynEditor& editor, const SharedPointer<CControl>& control, const std::s
   request.lineCount = 1;
   request.fields = {{"Value", typed}};
   request.buttons = {"OK", "Cancel"};
-  request.callback = [&editor, control](DialogWindow& dialog, int button) {
+  const std::string shown = ValueText(*control);
+  request.callback = [&editor, control, shown](DialogWindow& dialog, int button) {
     const std::string entered = dialog.FieldText(0);
     dialog.CloseDialog();
     // The module may have gone meanwhile.
     if (button != 0 || !control->getFrame()) return;
+    // The words are rounded; a value that nobody has touched stays exactly.
+    if (entered == shown) return;
     const ParsedValue parsed = ParseValue(*control, entered);
     if (parsed.value) {
       MoveControl(*control, *parsed.value);

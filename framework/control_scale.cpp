@@ -411,6 +411,15 @@ ParsedValue Refused(const CControl& control, const std::string& why) {
   return {std::nullopt, why + RangeText(control)};
 }
 
+/// At most 24 bytes, whole characters.
+std::string Shortened(std::string_view text) {
+  constexpr std::size_t kMost = 24;
+  if (text.size() <= kMost) return std::string(text);
+  std::size_t end = kMost;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
+  return std::string(text.substr(0, end)) + "...";
+}
+
 ParsedValue ParseName(const CControl& control, const std::string& typed,
                       const std::vector<std::string>& names) {
   const int count = static_cast<int>(names.size());
@@ -422,10 +431,10 @@ ParsedValue ParseName(const CControl& control, const std::string& typed,
   int found = -1;
   for (int i = 0; i < count; ++i) {
     if (!Lower(names[static_cast<std::size_t>(i)]).starts_with(typed)) continue;
-    if (found >= 0) return Refused(control, "Several begin so: ");
+    if (found >= 0) return Refused(control, "several names begin with it: ");
     found = i;
   }
-  if (found < 0) return Refused(control, "One of: ");
+  if (found < 0) return Refused(control, "one of: ");
   return {ValueAt(control, found, count), {}};
 }
 
@@ -437,14 +446,14 @@ ParsedValue ParseScaled(const CControl& control, const std::string& typed,
     number = Trimmed(std::string_view(number).substr(0, number.size() - std::strlen(scale.noun)));
   }
   const auto quantity = ParseQuantity(number);
-  if (!quantity) return Refused(control, "Type a value of ");
+  if (!quantity) return Refused(control, "type a value of ");
   const Quantity meant = quantity->unit ? *quantity : WithShownUnit(quantity->x, control, scale);
   const Quantities quantities(control, scale);
   auto x = Converted(meant.x, *meant.unit, scale.unit);
   if (!x && *meant.unit == Unit::kPercent && meant.x >= 0.0 && meant.x <= 1.0) {
     return {control.getMin() + static_cast<float>(meant.x) * control.getRange(), {}};
   }
-  if (!x) return Refused(control, "Not that unit; ");
+  if (!x) return Refused(control, "not that unit; ");
   const auto isOutside = [&](double y) {
     // The shown ends are rounded, and stand for the ends.
     const double range = quantities.Highest() - quantities.Lowest();
@@ -454,24 +463,24 @@ ParsedValue ParseScaled(const CControl& control, const std::string& typed,
   // 440 is no kilohertz, even where these are shown.
   const bool hasPrefix = scale.unit == Unit::kHertz || scale.unit == Unit::kSeconds;
   if (!quantity->unit && hasPrefix && isOutside(*x)) x = quantity->x;
-  if (isOutside(*x)) return Refused(control, "Only from ");
+  if (isOutside(*x)) return Refused(control, "only from ");
   return {quantities.ValueFor(*x), {}};
 }
 
 ParsedValue ParsePlain(const CControl& control, const std::string& typed) {
   const auto quantity = ParseQuantity(typed);
-  if (!quantity) return Refused(control, "Type a number of ");
+  if (!quantity) return Refused(control, "type a number of ");
   const double range = static_cast<double>(control.getRange());
   const bool isShare = quantity->unit == Unit::kPercent;
-  if (quantity->unit && !isShare) return Refused(control, "No unit; ");
+  if (quantity->unit && !isShare) return Refused(control, "no unit; ");
   const int count = PositionCount(control);
   const double x = isShare ? control.getMin() + quantity->x * range : quantity->x;
   if (count > 1 && !isShare) {
-    if (x < 1.0 || x > count) return Refused(control, "Only from ");
+    if (x < 1.0 || x > count) return Refused(control, "only from ");
     return {ValueAt(control, static_cast<int>(std::lround(x)) - 1, count), {}};
   }
   if (x < static_cast<double>(control.getMin()) || x > static_cast<double>(control.getMax())) {
-    return Refused(control, "Only from ");
+    return Refused(control, "only from ");
   }
   return {static_cast<float>(x), {}};
 }
@@ -552,8 +561,10 @@ ParsedValue ParseValue(const CControl& control, std::string_view text) {
   const ControlScale* scale = ScaleOf(control);
   const std::vector<std::string> names = NamesOf(control, scale);
   if (typed.empty()) return Refused(control, names.empty() ? "Type a value of " : "One of: ");
-  if (!names.empty()) return ParseName(control, typed, names);
-  ParsedValue parsed = scale ? ParseScaled(control, typed, *scale) : ParsePlain(control, typed);
+  ParsedValue parsed = !names.empty() ? ParseName(control, typed, names)
+                       : scale        ? ParseScaled(control, typed, *scale)
+                                      : ParsePlain(control, typed);
+  if (!parsed.error.empty()) parsed.error.insert(0, '"' + Shortened(Trimmed(text)) + "\": ");
   // A display holds the number that it shows, and cuts fractions.
   if (parsed.value && control.isTypeOf("CSpecialDigit")) parsed.value = std::round(*parsed.value);
   return parsed;

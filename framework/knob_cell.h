@@ -18,6 +18,7 @@ struct KnobCell {
   bool SmoothValueSettled() { return StepToward(value); }
   /// One smoothing step toward `stepped_target`.
   void SmoothSteppedValue() { StepToward(stepped_target); }
+  bool SmoothSteppedValueSettled() { return StepToward(stepped_target); }
 
  private:
   bool StepToward(float target) { return dsp::SmoothToward(smoothed_value, target, smooth_step); }

@@ -56,9 +56,35 @@ void MidiMap::Publish() {
     first = static_cast<int>(next->entries.size());
     next->entries.push_back(entry);
   }
+  // What is bound as before goes on as it stands. Only the audio thread changes the rest of an
+  // entry.
+  std::vector<std::pair<std::size_t, std::size_t>> kept;
+  for (std::size_t i = 0; i < next->entries.size(); ++i) {
+    const Entry& entry = next->entries[i];
+    const auto same =
+        std::find_if(table_->entries.begin(), table_->entries.end(), [&](const Entry& other) {
+          return other.knob == entry.knob && other.binding == entry.binding;
+        });
+    if (same == table_->entries.end()) continue;
+    kept.emplace_back(static_cast<std::size_t>(same - table_->entries.begin()), i);
+  }
   // The old table goes with the last holder, which is not within a block.
   const auto holder = std::make_shared<std::shared_ptr<Table>>(next);
-  rack_.InLock([this, holder] { table_.swap(*holder); });
+  rack_.InLock([this, holder, was = table_.get(), kept = std::move(kept)] {
+    // Within an edit this comes later, and perhaps after another table.
+    const bool isSuccessor = table_.get() == was;
+    for (const auto& [from, to] : kept) {
+      if (!isSuccessor) break;
+      const int follower = (*holder)->entries[to].next;
+      (*holder)->entries[to] = table_->entries[from];
+      (*holder)->entries[to].next = follower;
+      const int fine = (*holder)->entries[to].binding.controller + midi::kFineOffset;
+      const bool isTaken =
+          IsFineController(fine) && (*holder)->first[static_cast<std::size_t>(fine)] != kNone;
+      if (isTaken) (*holder)->entries[to].isPaired = false;
+    }
+    table_.swap(*holder);
+  });
 }
 
 void MidiMap::Learn() {
@@ -109,11 +135,14 @@ void MidiMap::TakeController(int controller, int channel, int value) {
     const auto coarse = static_cast<float>(entry.halves.msb) / midi::kLargestData;
     Turn(entry, entry.isPaired ? entry.halves.Level() : coarse, rack_);
   };
+  bool hasKnobs = false;
   forEach(controller, [&](Entry& entry) {
+    hasKnobs = true;
     entry.halves = {static_cast<std::uint8_t>(value), 0};
     turn(entry);
   });
-  if (!IsFineController(controller)) return;
+  // One with knobs of its own is nobody's fine half.
+  if (hasKnobs || !IsFineController(controller)) return;
   // The fine half of a pair whose coarse one has come before.
   forEach(controller - midi::kFineOffset, [&](Entry& entry) {
     if (entry.last < 0.0f) return;

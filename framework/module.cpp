@@ -343,6 +343,7 @@ KnobClass* Module::MakeKnob(Knob& handle, const char* role, float x, float y, Sh
   auto* knob = new KnobClass(PlaceControl(x, y, bitmap), editor, TAG_UNASSIGNED,
                              InfoOf(bitmap).frames, BitmapOf(bitmap), editor->knobs);
   knob->stepped = stepped;
+  knob->moves = &knobMoves_;
   knob->SetSmoothing(kDefaultSmoothDelay, sampleRate);
   AdoptControl(knob, role, initial, tag);
   knob->SetAtOnce(initial);

@@ -239,6 +239,7 @@ class Module : public ModuleWrapper {
   float sampleRate60;   ///< samples a minute
   float dawSampleRate;  ///< host rate
   int blockSize;        ///< host block size in samples
+  KnobMoves knobMoves_;
 
   // Control factories. x and y name the centre in panel units (a row is 291 high); roles are
   // unique among the panel's controls, among its inputs and among its outputs.

@@ -24,6 +24,13 @@ ModuleKnob::~ModuleKnob() {
 void ModuleKnob::setValue(float newValue) {
   cell_->value = newValue;
   if (stepped) SnapToStep();
+  CountMove();
+  store_->NoteMove();
+}
+
+void ModuleKnob::bounceValue() {
+  CAnimKnob::bounceValue();
+  CountMove();
   store_->NoteMove();
 }
 
@@ -46,6 +53,7 @@ int ModuleKnob::SnapToStep() {
   const int index = GetStepIndex();
   cell_->stepped_target =
       static_cast<float>(index) / static_cast<float>(std::max(subPixmaps - 1, 1));
+  CountMove();
   store_->NoteMove();
   return index;
 }
@@ -53,6 +61,14 @@ int ModuleKnob::SnapToStep() {
 void ModuleKnob::SetAtOnce(float newValue) {
   setValue(newValue);
   cell_->smoothed_value = stepped ? cell_->stepped_target : cell_->value;
+  CountMove();
+  store_->NoteMove();
+}
+
+void ModuleKnob::TakeValue(float newValue) {
+  cell_->value = newValue;
+  CountMove();
+  store_->NoteMove();
 }
 
 float ModuleKnob::BaseValue() const {

@@ -6,6 +6,8 @@
 #pragma once
 
 #include <array>
+#include <atomic>
+#include <cstdint>
 
 #include "dsp/counters.h"
 #include "framework/knob_cell.h"
@@ -28,6 +30,19 @@ inline constexpr int TAG_UNASSIGNED = 0x7FFFFFF8;  ///< saved, but no host param
 
 inline constexpr float kDefaultSmoothDelay = 35.0f;  ///< milliseconds
 
+/// Counts the moves of a module's knobs, so that the audio thread need not look at each of them.
+/// Any thread.
+class KnobMoves {
+ public:
+  /// After the knob has its new value.
+  void Add() { count_.fetch_add(1, std::memory_order_release); }
+  /// Never 0 but after 2^32 moves.
+  std::uint32_t Count() const { return count_.load(std::memory_order_acquire); }
+
+ private:
+  std::atomic<std::uint32_t> count_ = 1;
+};
+
 /// Panel knob, range 0..1. The values that sound live in a KnobCell of the rack's store.
 class ModuleKnob : public CAnimKnob {
  public:
@@ -41,6 +56,7 @@ class ModuleKnob : public CAnimKnob {
 
   /// Sets the target; a stepped knob snaps to its step. No clamp, no listener.
   void setValue(float newValue) override;
+  void bounceValue() override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   /// A notch turns a stepped knob by a step.
   bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
@@ -51,6 +67,8 @@ class ModuleKnob : public CAnimKnob {
   int GetStepIndex() const;
   /// Sets value and smoothed value at once: no glide.
   void SetAtOnce(float newValue);
+  /// Takes the value of the same knob in voice 0; a stepped target stays until SnapToStep.
+  void TakeValue(float newValue);
 
   /// The value without the host's modulation.
   float BaseValue() const;
@@ -64,7 +82,8 @@ class ModuleKnob : public CAnimKnob {
   KnobCell& Cell() { return *cell_; }
   const KnobCell& Cell() const { return *cell_; }
 
-  float hostOffset = 0.0f;  ///< share of value that the host's modulation added
+  KnobMoves* moves = nullptr;  ///< of the module, if it counts them
+  float hostOffset = 0.0f;     ///< share of value that the host's modulation added
   bool stepped = false;
   float smoothDelay = kDefaultSmoothDelay;
 
@@ -74,6 +93,9 @@ class ModuleKnob : public CAnimKnob {
 
  private:
   int StepOf(float value) const;
+  void CountMove() {
+    if (moves) moves->Add();
+  }
 
   SharedPointer<KnobStore> store_;
   KnobCell* cell_;

@@ -31,17 +31,23 @@ void ReceiveFromDAWValues(RackModel* rack, float* values, int first, int last) {
 
 void SendToDAWPoints(RackModel* rack, PatchPoint** points, int first) {
   EngineContext& engine = rack->engine;
-  for (int i = first; i < engine.dawOutputChannels && *points; ++i, ++points) {
-    engine.dawOutputsWritten |= 1u << i;
-    if (float* channel = engine.dawOutputs[i]) channel[engine.blockPosition] = (*points)->in;
+  float* const* const channels = engine.dawOutputs;
+  const int count = engine.dawOutputChannels, position = engine.blockPosition;
+  unsigned written = 0;
+  for (int i = first; i < count && *points; ++i, ++points) {
+    written |= 1u << i;
+    if (float* channel = channels[i]) channel[position] = (*points)->in;
   }
+  engine.dawOutputsWritten |= written;
 }
 
 void ReceiveFromDAWPoints(RackModel* rack, PatchPoint** points, int first) {
-  EngineContext& engine = rack->engine;
-  for (int i = first; i < engine.dawInputChannels && *points; ++i, ++points) {
-    const float* channel = engine.dawInputs[i];
-    (*points)->out = channel ? channel[engine.blockPosition] : 0.0f;
+  const EngineContext& engine = rack->engine;
+  const float* const* const channels = engine.dawInputs;
+  const int count = engine.dawInputChannels, position = engine.blockPosition;
+  for (int i = first; i < count && *points; ++i, ++points) {
+    const float* channel = channels[i];
+    (*points)->out = channel ? channel[position] : 0.0f;
   }
 }
 

@@ -151,10 +151,12 @@ void RackParameters::Spread(CControl* control, float base) {
       rack_.engine.hostKind == HostKind::kClap && dynamic_cast<ModuleKnob*>(control) != nullptr;
   static_cast<Module*>(control->getParentView())->ValueChanged(control);
   for (CControl* clone = control->nextVoice; clone; clone = clone->nextVoice) {
+    auto* knob = dynamic_cast<ModuleKnob*>(clone);
     if (isModulated) {
       // The host may modulate each voice by its own amount, which stays.
-      auto* knob = static_cast<ModuleKnob*>(clone);
       knob->SetModulated(base, knob->hostOffset);
+    } else if (knob) {
+      knob->TakeValue(control->getValue());
     } else {
       clone->StoreValue(control->getValue());
     }

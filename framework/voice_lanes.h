@@ -181,9 +181,14 @@ class VoiceLanes : public VoiceGroup {
       StoreKnob(rows[i], [&](M& voice) -> Knob& { return voice.*knobs[i]; });
     }
   }
+  /// One smoothing step of each; false if all rested already.
   template <std::size_t N>
-  void Smooth(std::array<KnobRow<Unit>, N>& rows) const {
+  bool Smooth(std::array<KnobRow<Unit>, N>& rows) const {
+    bool isAnyMoving = false;
+    for (const KnobRow<Unit>& row : rows) isAnyMoving |= row.isMoving;
+    if (!isAnyMoving) return false;
     for (KnobRow<Unit>& row : rows) row.Smooth(packs_);
+    return true;
   }
 
   /// A kernel ties its Settings, which must be equal, and its State, one per voice.

@@ -298,6 +298,7 @@ void CFrame::updateKeyboard() {
 }
 
 void CFrame::endHold() {
+  if (dispatchingPress) return;
   const CButtonState none;
   CPoint where = mouseLocation;
   if (capture) {
@@ -312,7 +313,7 @@ void CFrame::endHold() {
 void CFrame::pushModalView(CView* view) {
   if (!view || view->frame != this || view == getModalView()) return;
   hideTooltip();
-  if (!dispatchingPress) endHold();
+  endHold();
   std::erase_if(modalViews, [view](const Modal& modal) { return modal.view == view; });
   modalViews.push_back({view, focusView});
   setFocusView(nullptr);

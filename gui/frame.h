@@ -116,6 +116,9 @@ class CFrame : public CViewContainer {
   /// Has all moves and the next release sent to one view of the tree, until the release.
   void setCapture(CView* view);
   void releaseCapture();
+  /// Ends a press that is held, as if its button were released where the mouse is. Within the call
+  /// of the press itself nothing happens.
+  void endHold();
   CView* getCapture() const { return capture; }
   /// For a drag that only the way of the mouse counts for: until all buttons are released, the
   /// mouse goes on beyond the screen's edges. Its pointer is moved back inside while it does, and
@@ -191,7 +194,6 @@ class CFrame : public CViewContainer {
   /// Who gets the mouse wherever it is: what captured it, unless a modal view keeps that out; then
   /// the modal view; else null.
   CView* mouseTarget() const;
-  void endHold();
   bool dispatchKey(const CKeyEvent& event, bool (CView::*handler)(const CKeyEvent&));
   void noteMouse(const CPoint& where, const CButtonState& buttons);
   void updateKeyboard();

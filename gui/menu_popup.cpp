@@ -330,6 +330,8 @@ void MenuPopup::moveHighlight(int from, int direction) {
 bool MenuPopup::onKeyDown(const CKeyEvent& event) {
   Panel& panel = panels.back();
   hovered = {};
+  // What is typed after that is about another place.
+  if (event.character == 0) jumpText.clear();
   const int depth = getDepth() - 1;
   const int page = std::max(1, static_cast<int>(listRect(panel).getHeight() / rowHeight) - 1);
   const int last = static_cast<int>(panel.rows.size()) - 1;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <utility>
 
 #include "gui/draw_context.h"
@@ -24,13 +25,14 @@ RowList::RowList(const CRect& size, CFrame* root, double scale_, CCoord rowHeigh
   addView(bar);
 }
 
-void RowList::setCount(int rows, const std::string& noteIfEmpty) {
+void RowList::setCount(int rows, const std::string& noteIfEmpty, bool keepScroll) {
+  const CCoord scroll = keepScroll ? bar->getScrollPosition() : 0;
   count = rows;
   note = noteIfEmpty;
   selected = -1;
   hovered = -1;
   bar->setScrollSize(count * rowHeight, getHeight());
-  bar->scrollTo(0);
+  bar->scrollTo(scroll);
   bar->setVisible(bar->canScroll());
   invalid();
 }
@@ -61,15 +63,22 @@ void RowList::invalidRow(int index) {
   if (!row.isEmpty()) invalidRect(row);
 }
 
+void RowList::scrollToShow(int index) {
+  const CCoord top = (index > 0 && isHeading(index - 1) ? index - 1 : index) * rowHeight;
+  const CCoord bottom = (index + 1) * rowHeight;
+  const CCoord scroll = bar->getScrollPosition();
+  if (top < scroll) bar->scrollTo(top);
+  if (bottom > scroll + getHeight()) bar->scrollTo(bottom - getHeight());
+}
+
 void RowList::select(int index) {
+  if (index >= 0 && index < count) scrollToShow(index);
+  selectInPlace(index);
+}
+
+void RowList::selectInPlace(int index) {
   selected = index >= 0 && index < count ? index : -1;
-  if (selected >= 0) {
-    const CCoord top = selected * rowHeight;
-    const CCoord scroll = bar->getScrollPosition();
-    if (top < scroll) bar->scrollTo(top);
-    if (top + rowHeight > scroll + getHeight()) bar->scrollTo(top + rowHeight - getHeight());
-    if (onSelected) onSelected(selected);
-  }
+  if (selected >= 0 && onSelected) onSelected(selected);
   invalid();
 }
 
@@ -82,11 +91,14 @@ void RowList::setHovered(int index) {
 void RowList::valueChanged(CControl* /*control*/) { invalid(); }
 
 CMouseEventResult RowList::onMouseDown(CPoint& where, const CButtonState& buttons) {
-  if (CFrame* root = getFrame()) root->setFocusView(this);
+  CFrame* root = takesFocus ? getFrame() : nullptr;
+  if (root) root->setFocusView(this);
   const CMouseEventResult result = CViewContainer::onMouseDown(where, buttons);
   if (result != kMouseEventNotHandled || !buttons.isLeftButton()) return result;
   const int index = getRowAt(where);
-  if (index < 0 || !pressInRow(index, where.x - viewSize.left)) {
+  const bool isTaken =
+      index >= 0 && (isHeading(index) || pressInRow(index, where.x - viewSize.left));
+  if (!isTaken) {
     const bool again = buttons.isDoubleClick() && index == selected;
     select(index);
     if (again && selected >= 0 && onActivated) onActivated(selected);
@@ -108,21 +120,33 @@ bool RowList::onWheel(const CPoint& where, float distance, const CButtonState& b
   return bar->onWheel(where, distance, buttons);
 }
 
+int RowList::rowAfter(int index, int steps) const {
+  const int direction = steps < 0 ? -1 : 1;
+  int row = index;
+  int left = std::abs(steps);
+  for (int next = index + direction; left > 0 && next >= 0 && next < count; next += direction) {
+    if (isHeading(next)) continue;
+    row = next;
+    --left;
+  }
+  return row;
+}
+
 bool RowList::moveByKey(CVirtualKey key) {
   const int page = std::max(1, static_cast<int>(getHeight() / rowHeight) - 1);
-  const int last = count - 1;
+  const bool hasNone = selected < 0;
   switch (key) {
     case kKeyUp:
-      if (last >= 0) select(selected < 0 ? last : std::max(selected - 1, 0));
+      select(rowAfter(hasNone ? count : selected, -1));
       return true;
     case kKeyDown:
-      if (last >= 0) select(std::min(selected + 1, last));
+      select(rowAfter(selected, 1));
       return true;
     case kKeyPageUp:
-      if (last >= 0) select(std::max(selected - page, 0));
+      select(rowAfter(hasNone ? count : selected, -page));
       return true;
     case kKeyPageDown:
-      if (last >= 0) select(std::min(std::max(selected, 0) + page, last));
+      select(rowAfter(selected, page));
       return true;
     default:
       return false;
@@ -133,10 +157,10 @@ bool RowList::onKeyDown(const CKeyEvent& event) {
   if (moveByKey(event.key)) return true;
   switch (event.key) {
     case kKeyHome:
-      select(0);
+      select(rowAfter(-1, 1));
       return true;
     case kKeyEnd:
-      select(count - 1);
+      select(rowAfter(count, -1));
       return true;
     case kKeyReturn:
       if (selected < 0 || !onActivated) return false;

@@ -16,8 +16,9 @@ class RowList : public CViewContainer, public CControlListener {
   /// The height of a row is in pixels of the reference scale.
   RowList(const CRect& size, CFrame* frame, double scale, CCoord rowHeight);
 
-  /// Selects nothing and goes to the top. The note stands in an empty list.
-  void setCount(int rows, const std::string& noteIfEmpty);
+  /// Selects nothing and goes to the top, or stays where it is scrolled to. The note stands in an
+  /// empty list.
+  void setCount(int rows, const std::string& noteIfEmpty, bool keepScroll = false);
   int getCount() const { return count; }
   /// -1 for none; scrolls it into sight.
   void select(int index);
@@ -54,11 +55,20 @@ class RowList : public CViewContainer, public CControlListener {
   /// A press within a row, measured from its left edge; true if it means something else than to
   /// select the row.
   virtual bool pressInRow(int /*index*/, CCoord /*x*/) { return false; }
+  /// A heading can not be selected; it is scrolled into sight with the row below it.
+  virtual bool isHeading(int /*index*/) const { return false; }
+  /// Selects without scrolling, so that rows stay where they are under the mouse.
+  void selectInPlace(int index);
 
   const double scale;
+  bool takesFocus = true;  ///< when pressed
 
  private:
   CRect wholeRowRect(int index) const;
+  /// The row `steps` rows further down, or up if negative, as far as there are any; headings are
+  /// not counted.
+  int rowAfter(int index, int steps) const;
+  void scrollToShow(int index);
   void setHovered(int index);
 
   CScrollbar* bar;

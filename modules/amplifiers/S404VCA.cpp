@@ -25,10 +25,7 @@ S404VCA::S404VCA(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S404VCA::ProcessSample() {
-  level1_->SmoothValue();
-  level2_->SmoothValue();
-  cvAmount_->SmoothValue();
-  baseGain_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, level1_, level2_, cvAmount_, baseGain_);
   clip_.Tick();
 
   using Kernel = S404VCAKernel<>;

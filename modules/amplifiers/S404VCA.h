@@ -3,6 +3,7 @@
 
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/amplifiers/S404VCAKernel.h"
 
 namespace halveron {
@@ -25,6 +26,7 @@ class S404VCA final : public BuiltInModule<S404VCA> {
   template <class Unit>
   friend class S404VCAVoices;
 
+  RestingKnobs restingKnobs_;
   Knob level1_, level2_, cvAmount_, baseGain_;
   CVerticalSwitch* lawSwitch_;
   ClipLamp clip_;

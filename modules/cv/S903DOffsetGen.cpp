@@ -17,8 +17,7 @@ S903DOffsetGen::S903DOffsetGen(CFrame* frame, const HostTable& table, int voiceI
 }
 
 void S903DOffsetGen::ProcessSample() {
-  offset1_->SmoothValue();
-  offset2_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, offset1_, offset2_);
   out1_->out = static_cast<float>(Shift<double>(in1_->in, offset1_->smoothed_value));
   out2_->out = static_cast<float>(Shift<double>(in2_->in, offset2_->smoothed_value));
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 
 namespace halveron {
 
@@ -27,6 +28,7 @@ class S903DOffsetGen final : public BuiltInModule<S903DOffsetGen> {
   template <class Unit>
   friend class S903DOffsetGenVoices;
 
+  RestingKnobs restingKnobs_;
   Knob offset1_, offset2_;
   Input in1_, in2_;
   Output out1_, out2_;

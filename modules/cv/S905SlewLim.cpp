@@ -64,4 +64,8 @@ void S905SlewLim::ProcessSample() {
   out2_->out = Follow(level2_, in2_->in);
 }
 
+VoiceGroupMaker S905SlewLim::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S905SlewLim>(unit);
+}
+
 }  // namespace halveron

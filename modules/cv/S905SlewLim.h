@@ -15,10 +15,14 @@ class S905SlewLim final : public BuiltInModule<S905SlewLim> {
 
   S905SlewLim(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
 
  private:
+  template <class Unit>
+  friend class S905SlewLimVoices;
+
   void SetSpeed();
   float Follow(double& level, float in) const;
 

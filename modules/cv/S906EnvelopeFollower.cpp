@@ -69,4 +69,8 @@ void S906EnvelopeFollower::ProcessSample() {
   }
 }
 
+VoiceGroupMaker S906EnvelopeFollower::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S906EnvelopeFollower>(unit);
+}
+
 }  // namespace halveron

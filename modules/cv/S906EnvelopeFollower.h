@@ -18,12 +18,16 @@ class S906EnvelopeFollower final : public BuiltInModule<S906EnvelopeFollower> {
 
   S906EnvelopeFollower(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
 
   static constexpr int kGates = 4;
 
  private:
+  template <class Unit>
+  friend class S906EnvelopeFollowerVoices;
+
   Knob speed_;
   std::array<Knob, kGates> thresholds_;
   std::array<Lamp, kGates> lamps_;

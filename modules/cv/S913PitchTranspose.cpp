@@ -48,4 +48,8 @@ void S913PitchTranspose::ProcessSample() {
   for (std::size_t i = 0; i < kLanes; ++i) outs_[i]->out = ins_[i]->in + offsets_[i];
 }
 
+VoiceGroupMaker S913PitchTranspose::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S913PitchTranspose>(unit);
+}
+
 }  // namespace halveron

@@ -17,11 +17,15 @@ class S913PitchTranspose final : public BuiltInModule<S913PitchTranspose> {
 
   S913PitchTranspose(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void ValueChanged(CControl* control) override;
 
   static constexpr int kLanes = 5;
 
  private:
+  template <class Unit>
+  friend class S913PitchTransposeVoices;
+
   std::array<Knob, kLanes> transposes_;
   std::array<Input, kLanes> ins_;
   std::array<Output, kLanes> outs_;

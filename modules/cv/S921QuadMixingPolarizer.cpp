@@ -78,4 +78,8 @@ void S921QuadMixingPolarizer::ProcessSample() {
   sumAll_->out = sums_[0]->out + sums_[1]->out + sums_[2]->out + sums_[3]->out;
 }
 
+VoiceGroupMaker S921QuadMixingPolarizer::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<S921QuadMixingPolarizer>(unit);
+}
+
 }  // namespace halveron

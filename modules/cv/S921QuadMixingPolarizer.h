@@ -17,12 +17,16 @@ class S921QuadMixingPolarizer final : public BuiltInModule<S921QuadMixingPolariz
 
   S921QuadMixingPolarizer(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void CableConnected(PatchPoint* point) override;
   void CableDisconnected(PatchPoint* point) override;
 
   static constexpr int kLanes = 4;
 
  private:
+  template <class Unit>
+  friend class S921QuadMixingPolarizerVoices;
+
   void FollowCables();
   void RunPair(std::size_t first);
 

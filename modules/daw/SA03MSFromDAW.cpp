@@ -55,7 +55,7 @@ void SA03MSFromDAW::BlockStart(int frames) {
 }
 
 void SA03MSFromDAW::ProcessSample() {
-  resolution_->SmoothSteppedValue();
+  restingKnobs_.Smooth(knobMoves_, Stepped(resolution_));
 
   const MidiCableWord word = kernel_.Step(SendsClock());
   midi_->out = word.ToCell();
@@ -64,7 +64,7 @@ void SA03MSFromDAW::ProcessSample() {
   } else {
     midiLamp_.Light();
   }
-  WriteLevels();
+  if (clock_->out != kernel_.clock || stop_->out != kernel_.stop) WriteLevels();
 }
 
 void SA03MSFromDAW::WriteLevels() {

@@ -4,6 +4,7 @@
 
 #include "framework/host_transport.h"
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/daw/SA03MSFromDAWKernel.h"
 
 namespace halveron {
@@ -29,6 +30,7 @@ class SA03MSFromDAW final : public BuiltInModule<SA03MSFromDAW> {
   bool SendsClock() const { return midiClock_->getValue() < 0.5f; }
   void WriteLevels();
 
+  RestingKnobs restingKnobs_;
   Knob resolution_;
   CVerticalSwitch* midiClock_;
   Lamp clockLamp_, stopLamp_;

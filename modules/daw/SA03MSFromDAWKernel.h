@@ -51,12 +51,15 @@ struct SA03MSFromDAWKernel {
       Start(sendsClock);
     }
     ppqPrevBlock = ppqNow;
+    previousTick = Ticks(ppqPrevSample);
   }
 
   MidiCableWord Step(bool sendsClock) {
     if (stop <= kClockRunsUpTo) {
-      const bool tick = Ticks(ppqPrevSample) != Ticks(ppqNow) && clock != 1.0f;
+      const std::int64_t present = Ticks(ppqNow);
+      const bool tick = present != previousTick && clock != 1.0f;
       ppqPrevSample = ppqNow;
+      previousTick = present;
       ppqNow += ppqPerSample;
       if (tick) {
         clock = 1.0f;
@@ -125,6 +128,7 @@ struct SA03MSFromDAWKernel {
   double ppqNow = 0.0;
   double ppqPrevBlock = 0.0;
   double ppqPrevSample = kForceTick;
+  std::int64_t previousTick = 0;          // Ticks(ppqPrevSample)
   std::uint8_t pendingTransportByte = 0;  // 0: none
   int stepsPerFrame = 1;
   std::int64_t stepIndex = 0;

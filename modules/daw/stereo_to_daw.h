@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 
 namespace halveron {
 
@@ -26,8 +27,7 @@ class StereoToDAW : public BuiltInModule<Derived> {
   bool IsAudioToDAW() const override { return true; }
 
   void ProcessSample() override {
-    leftGain_->SmoothValue();
-    rightGain_->SmoothValue();
+    restingKnobs_.Smooth(this->knobMoves_, leftGain_, rightGain_);
     this->SendStereoToDAW(Amplify(left_->in, leftGain_->smoothed_value),
                           Amplify(right_->in, rightGain_->smoothed_value));
   }
@@ -37,6 +37,7 @@ class StereoToDAW : public BuiltInModule<Derived> {
     return static_cast<float>(signal * knob * knob * Derived::kGain);
   }
 
+  RestingKnobs restingKnobs_;
   Knob rightGain_, leftGain_;
   Input right_, left_;
 };

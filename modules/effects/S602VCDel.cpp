@@ -63,9 +63,7 @@ void S602VCDel::CableDisconnected(PatchPoint*) { NoteCables(); }
 void S602VCDel::NoteCables() { cables_ = {feedbackCv_.IsCabled(), clock_.IsCabled()}; }
 
 void S602VCDel::ProcessSample() {
-  timeCvAmount_->SmoothValue();
-  feedback_->SmoothValue();
-  mix_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, timeCvAmount_, feedback_, mix_);
   clip_.Tick();
   if (!lines_.AreTaken()) {
     out_->out = audio_->in;

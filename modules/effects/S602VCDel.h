@@ -5,6 +5,7 @@
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
 #include "framework/module_delay_lines.h"
+#include "framework/resting_knobs.h"
 #include "modules/effects/S602VCDelKernel.h"
 
 namespace halveron {
@@ -31,6 +32,7 @@ class S602VCDel final : public BuiltInModule<S602VCDel> {
   void NoteCables();
   void TakeLine();
 
+  RestingKnobs restingKnobs_;
   Knob time_, timeCvAmount_, feedback_, mix_;
   CVerticalSwitch* mode_;
   ClipLamp clip_;

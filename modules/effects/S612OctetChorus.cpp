@@ -64,12 +64,7 @@ void S612OctetChorus::NoteCables() {
 }
 
 void S612OctetChorus::ProcessSample() {
-  feedback_->SmoothValue();
-  depth_->SmoothValue();
-  depthCvAmount_->SmoothValue();
-  rateCvAmount_->SmoothValue();
-  spread_->SmoothValue();
-  mix_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, feedback_, depth_, depthCvAmount_, rateCvAmount_, spread_, mix_);
   clip_.Tick();
 
   const float left = inLeft_->in;

@@ -5,6 +5,7 @@
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
 #include "framework/module_delay_lines.h"
+#include "framework/resting_knobs.h"
 #include "modules/effects/S612OctetChorusKernel.h"
 
 namespace halveron {
@@ -28,6 +29,7 @@ class S612OctetChorus final : public BuiltInModule<S612OctetChorus> {
  private:
   void NoteCables();
 
+  RestingKnobs restingKnobs_;
   Knob feedback_, depth_, depthCvAmount_, rate_, rateCvAmount_, spread_, mix_, voices_;
   ClipLamp clip_;
   Input inLeft_, inRight_, depthCv_, rateCv_, spreadCv_;

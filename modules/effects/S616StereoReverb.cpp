@@ -74,12 +74,7 @@ void S616StereoReverb::NoteCables() {
 }
 
 void S616StereoReverb::ProcessSample() {
-  decay_->SmoothValue();
-  modulationDepth_->SmoothValue();
-  modulationRate_->SmoothValue();
-  size_->SmoothValue();
-  width_->SmoothValue();
-  mix_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, decay_, modulationDepth_, modulationRate_, size_, width_, mix_);
   clip_.Tick();
 
   const float left = inLeft_->in;

@@ -5,6 +5,7 @@
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
 #include "framework/module_delay_lines.h"
+#include "framework/resting_knobs.h"
 #include "modules/effects/S616StereoReverbKernel.h"
 
 namespace halveron {
@@ -27,6 +28,7 @@ class S616StereoReverb final : public BuiltInModule<S616StereoReverb> {
  private:
   void NoteCables();
 
+  RestingKnobs restingKnobs_;
   Knob decay_, modulationDepth_, damping_, modulationRate_, size_, width_, mix_, lineCount_;
   CVerticalSwitch* diffusion_;
   ClipLamp clip_;

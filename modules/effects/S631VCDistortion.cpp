@@ -40,8 +40,7 @@ double S631VCDistortion::Shape(double excess, double s) {
 }
 
 void S631VCDistortion::ProcessSample() {
-  shape_->SmoothValue();
-  shapeCvAmount_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, shape_, shapeCvAmount_);
   const double v =
       dsp::LimitUnit(shapeCv_->in * shapeCvAmount_->smoothed_value + shape_->smoothed_value);
   const double s = v * 2.0 - 1.0;

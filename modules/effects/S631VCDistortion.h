@@ -5,6 +5,7 @@
 
 #include "dsp/follower.h"
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 
 namespace halveron {
 
@@ -35,6 +36,7 @@ class S631VCDistortion final : public BuiltInModule<S631VCDistortion> {
     Output out;
     dsp::EnvelopeFollower<> follower;
   };
+  RestingKnobs restingKnobs_;
   Knob shape_, shapeCvAmount_, speed_;
   Input shapeCv_;
   std::array<Channel, 2> channels_;

@@ -47,11 +47,8 @@ void S201VCF::LoadPreset(const void* buffer, int size, int version) {
 }
 
 void S201VCF::ProcessSample() {
-  inputLevel_->SmoothValue();
-  cutoff_->SmoothValue();
-  cutoffAmount_->SmoothValue();
-  resonanceAmount_->SmoothValue();
-  resonance_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, inputLevel_, cutoff_, cutoffAmount_, resonanceAmount_,
+                       resonance_);
 
   const double cutoff = attenuatedCutoffCv_->in * cutoffAmount_->smoothed_value + cutoffCv_->in +
                         cutoff_->smoothed_value;

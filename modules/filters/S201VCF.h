@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S201VCFKernel.h"
 
 namespace halveron {
@@ -26,6 +27,7 @@ class S201VCF final : public BuiltInModule<S201VCF> {
   template <class Unit>
   friend class S201VCFVoices;
 
+  RestingKnobs restingKnobs_;
   Knob inputLevel_, cutoff_, cutoffAmount_, resonanceAmount_, resonance_;
   CVerticalSwitch* range_;
   Input audio_, cutoffCv_, attenuatedCutoffCv_, resonanceCv_;

@@ -37,9 +37,7 @@ void S202HPLSVCF::ValueChanged(CControl* control) {
 }
 
 void S202HPLSVCF::ProcessSample() {
-  inputLevel_->SmoothValue();
-  cutoff_->SmoothValue();
-  cutoffAmount_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, inputLevel_, cutoff_, cutoffAmount_);
   if (lowShelf_) shelfLevel_->SmoothValue();
   resonance_->SmoothValue();
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S202HPLSVCFKernel.h"
 
 namespace halveron {
@@ -24,6 +25,7 @@ class S202HPLSVCF final : public BuiltInModule<S202HPLSVCF> {
   template <class Unit>
   friend class S202HPLSVCFVoices;
 
+  RestingKnobs restingKnobs_;
   Knob inputLevel_, cutoff_, cutoffAmount_, shelfLevel_, resonance_;
   CVerticalSwitch* mode_;
   Input audio_, cutoffCv_, attenuatedCutoffCv_, shelfCv_;

@@ -29,11 +29,7 @@ S205LPG::S205LPG(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S205LPG::ProcessSample() {
-  level_->SmoothValue();
-  cutoff_->SmoothValue();
-  cutoffAmount_->SmoothValue();
-  resonanceBase_->SmoothValue();
-  resonance_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, level_, cutoff_, cutoffAmount_, resonanceBase_, resonance_);
 
   const double cutoff = attenuatedCutoffCv_->in * cutoffAmount_->smoothed_value + cutoffCv_->in +
                         cutoff_->smoothed_value;

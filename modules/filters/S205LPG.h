@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S205LPGKernel.h"
 
 namespace halveron {
@@ -24,6 +25,7 @@ class S205LPG final : public BuiltInModule<S205LPG> {
   template <class Unit>
   friend class S205LPGVoices;
 
+  RestingKnobs restingKnobs_;
   Knob level_, cutoff_, cutoffAmount_, resonanceBase_, resonance_;
   CVerticalSwitch* modeSwitch_;
   Input audio_, cutoffCv_, attenuatedCutoffCv_, resonanceCv_;

@@ -33,12 +33,8 @@ S206PoleSeparationLPVCF::S206PoleSeparationLPVCF(CFrame* frame, const HostTable&
 }
 
 void S206PoleSeparationLPVCF::ProcessSample() {
-  level_->SmoothValue();
-  cutoff_->SmoothValue();
-  cutoffAmount_->SmoothValue();
-  separationAmount_->SmoothValue();
-  separation_->SmoothValue();
-  resonance_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, level_, cutoff_, cutoffAmount_, separationAmount_, separation_,
+                       resonance_);
 
   const double centre = cutoffCv_->in * cutoffAmount_->smoothed_value + cutoff_->smoothed_value;
   const double separation =

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S206PoleSeparationLPVCFKernel.h"
 
 namespace halveron {
@@ -24,6 +25,7 @@ class S206PoleSeparationLPVCF final : public BuiltInModule<S206PoleSeparationLPV
   template <class Unit>
   friend class S206PoleSeparationLPVCFVoices;
 
+  RestingKnobs restingKnobs_;
   Knob level_, cutoff_, cutoffAmount_, separationAmount_, separation_, resonance_;
   CVerticalSwitch* routing_;
   Input audio_, cutoffCv_, separationCv_;

@@ -64,12 +64,8 @@ void S212VCF::NoteCabledOutputs() {
 }
 
 void S212VCF::ProcessSample() {
-  inputLevel_->SmoothValue();
-  cutoff_->SmoothValue();
-  fmAmount_->SmoothValue();
-  resonanceAmount_->SmoothValue();
-  resonance_->SmoothValue();
-  instability_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, inputLevel_, cutoff_, fmAmount_, resonanceAmount_, resonance_,
+                       instability_);
 
   kernel_.Begin({audio_->in, cutoffCv_->in, fm_->in, resonanceCv_->in, instabilityCv_->in},
                 {inputLevel_->smoothed_value, cutoff_->smoothed_value, fmAmount_->smoothed_value,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S212VCFKernel.h"
 
 namespace halveron {
@@ -28,6 +29,7 @@ class S212VCF final : public BuiltInModule<S212VCF> {
 
   void NoteCabledOutputs();
 
+  RestingKnobs restingKnobs_;
   Knob inputLevel_, cutoff_, fmAmount_, resonanceAmount_, resonance_, instability_;
   CVerticalSwitch* slope_;
   Input audio_, cutoffCv_, fm_, resonanceCv_, instabilityCv_;

@@ -49,15 +49,8 @@ S213MorphingVCF::S213MorphingVCF(CFrame* frame, const HostTable& table, int voic
 }
 
 void S213MorphingVCF::ProcessSample() {
-  level_->SmoothValue();
-  cutoff_->SmoothValue();
-  cutoffAmount_->SmoothValue();
-  resonanceAmount_->SmoothValue();
-  resonance_->SmoothValue();
-  morph_->SmoothValue();
-  morphAmount_->SmoothValue();
-  drive_->SmoothValue();
-  driveAmount_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, level_, cutoff_, cutoffAmount_, resonanceAmount_, resonance_,
+                       morph_, morphAmount_, drive_, driveAmount_);
 
   const S213MorphingVCFKernel<>::Controls controls{
       level_->smoothed_value,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S213MorphingVCFKernel.h"
 
 namespace halveron {
@@ -26,6 +27,7 @@ class S213MorphingVCF final : public BuiltInModule<S213MorphingVCF> {
   template <class Unit>
   friend class S213MorphingVCFVoices;
 
+  RestingKnobs restingKnobs_;
   Knob level_, cutoff_, cutoffAmount_, resonanceAmount_, resonance_, morph_, morphAmount_, drive_,
       driveAmount_;
   CVerticalSwitch* slope_;

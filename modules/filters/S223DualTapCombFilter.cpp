@@ -57,10 +57,7 @@ void S223DualTapCombFilter::CableDisconnected(PatchPoint*) {
 }
 
 void S223DualTapCombFilter::ProcessSample() {
-  time_->SmoothValue();
-  timeCvAmount_->SmoothValue();
-  secondTap_->SmoothValue();
-  feedback_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, time_, timeCvAmount_, secondTap_, feedback_);
   clip_.Tick();
   if (!lines_.AreTaken()) {
     out_->out = audio_->in;

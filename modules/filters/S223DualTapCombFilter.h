@@ -5,6 +5,7 @@
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
 #include "framework/module_delay_lines.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S223DualTapCombFilterKernel.h"
 
 namespace halveron {
@@ -27,6 +28,7 @@ class S223DualTapCombFilter final : public BuiltInModule<S223DualTapCombFilter> 
  private:
   void TakeLine();
 
+  RestingKnobs restingKnobs_;
   Knob time_, timeCvAmount_, secondTap_, feedback_;
   CVerticalSwitch* type_;
   ClipLamp clip_;

@@ -62,9 +62,7 @@ void S224AllPassDiffusion::CableConnected(PatchPoint*) {
 void S224AllPassDiffusion::CableDisconnected(PatchPoint*) { hasReturn_ = return_.IsCabled(); }
 
 void S224AllPassDiffusion::ProcessSample() {
-  amount_->SmoothValue();
-  time_->SmoothValue();
-  spacing_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, amount_, time_, spacing_);
   clip_.Tick();
   if (!lines_.AreTaken()) {
     send_->out = out_->out = audio_->in;

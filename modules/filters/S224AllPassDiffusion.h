@@ -5,6 +5,7 @@
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
 #include "framework/module_delay_lines.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S224AllPassDiffusionKernel.h"
 
 namespace halveron {
@@ -28,6 +29,7 @@ class S224AllPassDiffusion final : public BuiltInModule<S224AllPassDiffusion> {
   void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
+  RestingKnobs restingKnobs_;
   Knob amount_, time_, spacing_, stages_;
   CVerticalSwitch* mode_;
   ClipLamp clip_;

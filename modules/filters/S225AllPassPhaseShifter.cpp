@@ -45,10 +45,7 @@ void S225AllPassPhaseShifter::ValueChanged(CControl* control) {
 }
 
 void S225AllPassPhaseShifter::ProcessSample() {
-  frequency_->SmoothValue();
-  frequencyCvAmount_->SmoothValue();
-  resonanceCvAmount_->SmoothValue();
-  resonance_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, frequency_, frequencyCvAmount_, resonanceCvAmount_, resonance_);
   clip_.Tick();
   out_->out = kernel_.Step({frequency_->smoothed_value, frequencyCvAmount_->smoothed_value,
                             resonanceCvAmount_->smoothed_value, resonance_->smoothed_value},

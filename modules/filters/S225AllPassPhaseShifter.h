@@ -3,6 +3,7 @@
 
 #include "framework/clip_lamp.h"
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/filters/S225AllPassPhaseShifterKernel.h"
 
 namespace halveron {
@@ -21,6 +22,7 @@ class S225AllPassPhaseShifter final : public BuiltInModule<S225AllPassPhaseShift
   void ValueChanged(CControl* control) override;
 
  private:
+  RestingKnobs restingKnobs_;
   Knob frequency_, frequencyCvAmount_, resonanceCvAmount_, resonance_;
   CVerticalSwitch* form_;
   ClipLamp clip_;

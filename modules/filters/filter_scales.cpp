@@ -38,7 +38,9 @@ constexpr ControlScale kS202[] = {
 };
 
 constexpr ControlScale kS205[] = {
-    SquareGain("Level"),
+    When([](Panel panel) { return panel.At("Mode") > 0.75; }, SquareGain("Level", 2.0)),
+    // Fully open: the control or the VCA doubles it.
+    SquareGain("Level", 4.0),
     Cutoff("Cutoff", 3.0),
     Percent("Cutoff CV amount"),
     Percent("Resonance base"),
@@ -79,7 +81,8 @@ constexpr ControlScale kS210[] = {
 };
 
 constexpr ControlScale kS213[] = {
-    SquareGain("Level"),
+    // At the input squared, and once more at the output; without drive.
+    Power("Level", Unit::kDecibels, 0.0, 1.0, 3.0),
     Cutoff("Cutoff", 3.0, 34557.51918948769 / std::numbers::pi),
     Percent("Cutoff CV amount"),
     Percent("Resonance CV amount"),

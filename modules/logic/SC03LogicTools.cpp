@@ -59,4 +59,8 @@ void SC03LogicTools::Write(std::size_t operation, bool level) {
   lamps_[operation].Set(level ? 1.0f : 0.0f);
 }
 
+VoiceGroupMaker SC03LogicTools::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<SC03LogicTools>(unit);
+}
+
 }  // namespace halveron

@@ -17,8 +17,12 @@ class SC03LogicTools final : public BuiltInModule<SC03LogicTools> {
 
   SC03LogicTools(CFrame* frame, const HostTable& hostTable, int voice);
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
 
  private:
+  template <class Unit>
+  friend class SC03LogicToolsVoices;
+
   enum Operation { kAnd, kNand, kOr, kNor, kXor, kXnor, kOperations };
   static constexpr std::size_t kInputs = 3;
 

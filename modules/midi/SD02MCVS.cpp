@@ -60,8 +60,7 @@ SD02MCVS::SD02MCVS(CFrame* frame, const HostTable& table, int voiceIndex)
 
 void SD02MCVS::ProcessSample() {
   const MidiCableWord word = MidiCableWord::FromCell(midiIn_->in);
-  // Most voices rest most of the time. The gate alone may also be changed from outside a sample.
-  if (word.IsNone() && kernel_.IsAtRest() && gate_->out == kernel_.gate) {
+  if (word.IsNone() && IsAtRest()) {  // as most voices do most of the time
     kernel_.Rest();
     WriteWithLamp(clock_, clockLamp_, kernel_.clock);
     return;
@@ -71,6 +70,10 @@ void SD02MCVS::ProcessSample() {
   if (noteBegan && engine->hostKind == HostKind::kClap) {
     hostTable.BindNoteSlotToVoice(editor, voice, word.Extra());
   }
+}
+
+VoiceGroupMaker SD02MCVS::GetVoiceGroupMaker(VectorUnit unit) const {
+  return VoiceGroupMakerOf<SD02MCVS>(unit);
 }
 
 void SD02MCVS::WriteWithLamp(Output& output, Lamp& lamp, float level) {

@@ -21,6 +21,7 @@ class SD02MCVS final : public BuiltInModule<SD02MCVS> {
   SD02MCVS(CFrame* frame, const HostTable& table, int voiceIndex);
 
   void ProcessSample() override;
+  VoiceGroupMaker GetVoiceGroupMaker(VectorUnit unit) const override;
   void SetSampleRate(float rate) override;
   void ValueChanged(CControl* control) override;
   void CableDisconnected(PatchPoint* point) override;
@@ -31,6 +32,12 @@ class SD02MCVS final : public BuiltInModule<SD02MCVS> {
   void LoadPreset(const void* buffer, int size, int version) override;
 
  private:
+  template <class Unit>
+  friend class SD02MCVSVoices;
+
+  /// Whether a sample without a word concerns nothing but the clock. The gate alone may also be
+  /// changed from outside a sample.
+  bool IsAtRest() const { return kernel_.IsAtRest() && gate_->out == kernel_.gate; }
   void LoadOptions(ByteReader& reader, int version);
   static void WriteWithLamp(Output& output, Lamp& lamp, float level);
   void WriteOutputs();

@@ -134,6 +134,15 @@ struct SD02MCVSKernel {
   }
   /// The sample of a voice at rest.
   void Rest() { EndClock(); }
+  /// As many of them, no more than RestsUntilChange.
+  void RestFor(std::int64_t samples) {
+    const int most = dsp::kIdleCounter - clockCounter;
+    clockCounter += samples < most ? static_cast<int>(samples) : most;
+  }
+  /// Samples at rest that change nothing but the count.
+  int RestsUntilChange() const {
+    return clock == 0.0f ? dsp::kIdleCounter : std::max(0, clockPulseLength - clockCounter);
+  }
 
   /// One sample; true if a note began with this word.
   bool Step(MidiCableWord word) {

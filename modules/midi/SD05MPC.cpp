@@ -56,8 +56,13 @@ void SD05MPC::ProcessSample() {
       if (releasing_ != 0) ending_[output].Pass(word);
       if (deal.lit) lamps_[output].Light();
     }
+    if (deal.lit) litLamps_ |= deal.outputs;
   }
-  for (HeldLamp& lamp : lamps_) lamp.Tick();
+  for (std::uint32_t rest = litLamps_; rest != 0; rest &= rest - 1) {
+    HeldLamp& lamp = lamps_[std::countr_zero(rest)];
+    lamp.Tick();
+    if (!lamp.IsHeld()) litLamps_ &= ~(rest & -rest);
+  }
 }
 
 void SD05MPC::ClearWritten() {

@@ -53,6 +53,7 @@ class SD05MPC final : public BuiltInModule<SD05MPC> {
   Knob channel_;  ///< all channels, then 1 to 16
   CSpecialDigitEx* channelDigits_;
   std::array<HeldLamp, kOutputs> lamps_;
+  std::uint32_t litLamps_ = 0;  ///< bits of those that wait for their end
   Input midiIn_;
   std::array<Output, kOutputs> midiOut_;
 };

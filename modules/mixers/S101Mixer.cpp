@@ -31,8 +31,7 @@ void S101Mixer::ValueChanged(CControl* control) {
 }
 
 void S101Mixer::ProcessSample() {
-  for (Knob& level : levels_) level->SmoothValue();
-  master_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, levels_[0], levels_[1], levels_[2], levels_[3], master_);
 
   const std::array<double, 4> in{ins_[0]->in, ins_[1]->in, ins_[2]->in, ins_[3]->in};
   const std::array<double, 4> levels{levels_[0]->smoothed_value, levels_[1]->smoothed_value,

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 
 namespace halveron {
 
@@ -24,6 +25,7 @@ class S101Mixer final : public BuiltInModule<S101Mixer> {
   template <class Unit>
   friend class S101MixerVoices;
 
+  RestingKnobs restingKnobs_;
   std::array<Knob, 4> levels_;
   Knob master_;
   CVerticalSwitch* law_;

@@ -34,10 +34,7 @@ S110DPan::S110DPan(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S110DPan::ProcessSample() {
-  pan1_->SmoothValue();
-  pan2_->SmoothValue();
-  amount1_->SmoothValue();
-  amount2_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, pan1_, pan2_, amount1_, amount2_);
 
   const auto a = static_cast<float>(panCv1_->in * amount1_->smoothed_value + pan1_->smoothed_value);
   const auto b = static_cast<float>(panCv2_->in * amount2_->smoothed_value + pan2_->smoothed_value);

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 
 namespace halveron {
 
@@ -35,6 +36,7 @@ class S110DPan final : public BuiltInModule<S110DPan> {
   }
   void ShowGains(float a, float b);
 
+  RestingKnobs restingKnobs_;
   Knob pan1_, pan2_, amount1_, amount2_;
   std::array<Lamp, 4> lamps_;
   Input in1_, in2_, panCv1_, panCv2_;

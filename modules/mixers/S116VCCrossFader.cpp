@@ -25,8 +25,7 @@ S116VCCrossFader::S116VCCrossFader(CFrame* frame, const HostTable& table, int vo
 }
 
 void S116VCCrossFader::ProcessSample() {
-  position_->SmoothValue();
-  amount_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, position_, amount_);
 
   const float x = dsp::LimitUnit(
       static_cast<float>(cv_->in * amount_->smoothed_value + position_->smoothed_value));

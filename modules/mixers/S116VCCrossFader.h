@@ -3,6 +3,7 @@
 
 #include "dsp/shaping.h"
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 
 namespace halveron {
 
@@ -33,6 +34,7 @@ class S116VCCrossFader final : public BuiltInModule<S116VCCrossFader> {
     return dsp::Select(y >= 1.0f, (2.0f - y) * b + (y - 1.0f) * c, (1.0f - y) * a + y * b);
   }
 
+  RestingKnobs restingKnobs_;
   Knob position_, amount_;
   Input inA_, inB_, inC_, cv_;
   Output threeWay_, twoWay_;

@@ -27,17 +27,13 @@ S500ADSR::S500ADSR(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S500ADSR::ProcessSample() {
-  timeAmount_->SmoothValue();
-  attack_->SmoothValue();
-  decay_->SmoothValue();
-  sustain_->SmoothValue();
-  release_->SmoothValue();
-
-  const S500ADSRKernel<>::Stages stages{attack_->smoothed_value, decay_->smoothed_value,
-                                        sustain_->smoothed_value, release_->smoothed_value};
+  if (restingKnobs_.Smooth(knobMoves_, timeAmount_, attack_, decay_, sustain_, release_)) {
+    course_ = kernel_.CourseOf({attack_->smoothed_value, decay_->smoothed_value,
+                                sustain_->smoothed_value, release_->smoothed_value});
+  }
   const double speed = timeCv_->in * timeAmount_->smoothed_value + 1.0;
   const float gate = IsGatePressed() ? kPressedGate : gate_->in;
-  kernel_.Step(stages, speed, gate, retrigger_->in);
+  kernel_.StepAlong(course_, speed, gate, retrigger_->in);
   sustainFlag_->out = kernel_.sustainFlag;
   envelope_->out = kernel_.envelope;
 }
@@ -49,6 +45,7 @@ VoiceGroupMaker S500ADSR::GetVoiceGroupMaker(VectorUnit unit) const {
 void S500ADSR::SetSampleRate(float rate) {
   Module::SetSampleRate(rate);
   kernel_.Prepare(rate);
+  restingKnobs_.Wake();
 }
 
 void S500ADSR::ValueChanged(CControl* control) {

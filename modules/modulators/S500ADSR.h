@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/modulators/S500ADSRKernel.h"
 
 namespace halveron {
@@ -27,12 +28,14 @@ class S500ADSR final : public BuiltInModule<S500ADSR> {
   static constexpr float kPressedGate = 1.25f;
   bool IsGatePressed() const { return manualGate_->getValue() >= 0.5f; }
 
+  RestingKnobs restingKnobs_;
   Knob timeAmount_, attack_, decay_, sustain_, release_;
   CVerticalSwitch* curve_;
   CKickButtonEx* manualGate_;
   Input timeCv_, gate_, retrigger_;
   Output sustainFlag_, envelope_;
   S500ADSRKernel<> kernel_;
+  S500ADSRKernel<>::Course course_;
 };
 
 }  // namespace halveron

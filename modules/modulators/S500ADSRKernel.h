@@ -25,6 +25,14 @@ struct S500ADSRKernel {
     Double release = 0.0;
   };
 
+  /// What the knobs come to while they rest: times in samples, and the level of the sustain.
+  struct Course {
+    Double attack = 1.0;
+    Double decay = 1.0;
+    Double sustain = 0.0;
+    Double release = 1.0;
+  };
+
   /// Reach of a stage's time, in samples.
   struct TimeRange {
     double shortest = 1.0;
@@ -74,9 +82,27 @@ struct S500ADSRKernel {
     releaseTime = decayTime;
   }
 
+  Course CourseOf(const Stages& stages) const {
+    return {attackTime.At(stages.attack), decayTime.At(stages.decay), stages.sustain,
+            releaseTime.At(stages.release)};
+  }
+
   /// One sample. `speed` scales the envelope's time; at 1 the knobs' times hold.
   void Step(const Stages& stages, Double speed, Float gate, Float retrigger) {
+    StepBy(stages, speed, gate, retrigger);
+  }
+  /// The same by what the knobs have come to.
+  void StepAlong(const Course& course, Double speed, Float gate, Float retrigger) {
+    StepBy(course, speed, gate, retrigger);
+  }
+
+ private:
+  template <class AnyStages>
+  void StepBy(const AnyStages& stages, Double speed, Float gate, Float retrigger) {
     const Double u = speed * t;
+    if constexpr (Lanes::kLanes > 1) {
+      if (StepAllHigh(stages, u, gate, retrigger)) return;
+    }
     const auto isHigh = IsHigh(gate);
     const auto wasHigh = IsHigh(lastGate);
     const auto isLow = !isHigh;
@@ -93,9 +119,41 @@ struct S500ADSRKernel {
     if (dsp::Any(goesOn)) StepHigh(goesOn, stages, u);
   }
 
- private:
+  Double Attack(const Stages& stages) const { return attackTime.At(stages.attack); }
+  Double Decay(const Stages& stages) const { return decayTime.At(stages.decay); }
+  Double Release(const Stages& stages) const { return releaseTime.At(stages.release); }
+  Double Attack(const Course& course) const { return course.attack; }
+  Double Decay(const Course& course) const { return course.decay; }
+  Double Release(const Course& course) const { return course.release; }
+
   // A NaN is low, so that a gate is never stuck after it.
   static auto IsHigh(Float gate) { return gate >= dsp::kGateThreshold; }
+
+  /// The same as the whole step where all lanes are past the attack of a gate that is held: the
+  /// usual case of chords. False, with nothing done, elsewhere.
+  template <class AnyStages>
+  bool StepAllHigh(const AnyStages& stages, const Double& u, const Float& gate,
+                   const Float& retrigger) {
+    const auto stays = dsp::And(IsHigh(gate), IsHigh(lastGate));
+    if (!dsp::All(stays) || dsp::Any(dsp::IsRisingEdge(lastRetrigger, retrigger))) return false;
+    const Double A = Attack(stages);
+    if (!dsp::All(u > A)) return false;
+    const Double v = u - A;
+    const Double D = Decay(stages);
+    const auto isOver = v > D;
+    if (!dsp::Any(isOver)) {
+      envelope = dsp::ToFloat(Falling(stages.sustain, v, D));
+      sustainFlag = 0.0f;
+      t += 1.0;
+    } else if (dsp::All(isOver)) {
+      envelope = dsp::ToFloat(stages.sustain);
+      sustainFlag = 1.0f;
+    } else {
+      return false;
+    }
+    lastRetrigger = retrigger;
+    return true;
+  }
 
   template <class Mask>
   void BeginRelease(Mask begins, Float gate) {
@@ -106,9 +164,9 @@ struct S500ADSRKernel {
     releaseLevel = dsp::Select(begins, dsp::ToDouble(level), releaseLevel);
   }
 
-  template <class Mask>
-  void StepLow(Mask isLow, const Stages& stages, Double u) {
-    const Double R = releaseTime.At(stages.release);
+  template <class Mask, class AnyStages>
+  void StepLow(Mask isLow, const AnyStages& stages, Double u) {
+    const Double R = Release(stages);
     const auto falls = dsp::And(dsp::ToWide(isLow), !(u > R));
     Double level = 0.0;
     if (dsp::Any(falls)) {
@@ -122,10 +180,10 @@ struct S500ADSRKernel {
     sustainFlag = dsp::Select(isLow, 0.0f, sustainFlag);
   }
 
-  template <class Mask>
-  void StepHigh(Mask isOn, const Stages& stages, Double u) {
+  template <class Mask, class AnyStages>
+  void StepHigh(Mask isOn, const AnyStages& stages, Double u) {
     const auto on = dsp::ToWide(isOn);
-    const Double A = attackTime.At(stages.attack);
+    const Double A = Attack(stages);
     const auto isPast = dsp::And(on, u > A);
     const auto rises = dsp::And(on, !(u > A));
     auto moves = rises;
@@ -136,14 +194,10 @@ struct S500ADSRKernel {
     }
     if (dsp::Any(isPast)) {
       const Double v = u - A;
-      const Double D = decayTime.At(stages.decay);
+      const Double D = Decay(stages);
       const auto falls = dsp::And(isPast, !(v > D));
       if (dsp::Any(falls)) {
-        const Double w = 1.0 - v / D;
-        level = dsp::Select(falls,
-                            linear ? 1.0 - (1.0 - stages.sustain) / D * v
-                                   : w * w * (1.0 - stages.sustain) + stages.sustain,
-                            level);
+        level = dsp::Select(falls, Falling(stages.sustain, v, D), level);
         moves = dsp::Or(moves, falls);
       }
     }
@@ -154,13 +208,20 @@ struct S500ADSRKernel {
     t = dsp::Select(moves, t + 1.0, t);
   }
 
+  /// The level of the decay `v` samples after it began.
+  Double Falling(Double sustain, Double v, Double D) const {
+    if (linear) return 1.0 - (1.0 - sustain) / D * v;
+    const Double w = 1.0 - v / D;
+    return w * w * (1.0 - sustain) + sustain;
+  }
+
   // Enters the attack at the level that stands, by the inverse of its curve: no step is heard. The
   // level can be above 1 only after time ran backward in a release.
-  template <class Mask>
-  void Restart(Mask restarts, const Stages& stages, Float gate) {
+  template <class Mask, class AnyStages>
+  void Restart(Mask restarts, const AnyStages& stages, Float gate) {
     lastGate = dsp::Select(restarts, gate, lastGate);
     sustainFlag = dsp::Select(restarts, 0.0f, sustainFlag);
-    const Double A = attackTime.At(stages.attack);
+    const Double A = Attack(stages);
     dsp::ForEachLane(restarts, [&](int lane) {
       const double y = dsp::Lane(envelope, lane);
       const double reach = dsp::Lane(A, lane);

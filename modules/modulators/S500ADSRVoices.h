@@ -29,6 +29,7 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
   bool Load() override {
     if (!this->LoadKernels(kernels_, KernelOf)) return false;
     this->LoadKnobs(knobs_, kKnobs);
+    TakeCourses();
     anyPressed_ = false;
     for (int i = 0; i < this->Packs() * Base::kLanes; ++i) {
       const bool isPressed = this->Voice(i).IsGatePressed();
@@ -39,15 +40,14 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
   }
 
   [[gnu::flatten]] void Run() override {
-    this->Smooth(knobs_);
-    const auto& [timeAmount, attack, decay, sustain, release] = knobs_;
+    if (this->Smooth(knobs_)) TakeCourses();
+    const auto& timeAmount = knobs_[0];
     for (int p = 0; p < this->Packs(); ++p) {
       Kernel& kernel = kernels_[p];
       const Double speed = dsp::ToDouble(this->Read(timeCv_, p)) * timeAmount.smoothed[p] + 1.0;
       Float gate = this->Read(gate_, p);
       if (anyPressed_) gate = dsp::Select(pressed_[p] > 0.0f, S500ADSR::kPressedGate, gate);
-      kernel.Step({attack.smoothed[p], decay.smoothed[p], sustain.smoothed[p], release.smoothed[p]},
-                  speed, gate, this->Read(retrigger_, p));
+      kernel.StepAlong(courses_[p], speed, gate, this->Read(retrigger_, p));
       this->Write(sustainFlag_, p, kernel.sustainFlag);
       this->Write(envelope_, p, kernel.envelope);
     }
@@ -59,12 +59,21 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
   }
 
  private:
+  void TakeCourses() {
+    const auto& [timeAmount, attack, decay, sustain, release] = knobs_;
+    for (int p = 0; p < this->Packs(); ++p) {
+      courses_[p] = kernels_[p].CourseOf(
+          {attack.smoothed[p], decay.smoothed[p], sustain.smoothed[p], release.smoothed[p]});
+    }
+  }
+
   static constexpr typename Base::template KnobList<5> kKnobs = {
       &S500ADSR::timeAmount_, &S500ADSR::attack_, &S500ADSR::decay_, &S500ADSR::sustain_,
       &S500ADSR::release_};
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;
+  typename Base::template PerPack<typename Kernel::Course> courses_;
   typename Base::template PerPack<Float> pressed_;
   bool anyPressed_ = false;
   const float *timeCv_, *gate_, *retrigger_;

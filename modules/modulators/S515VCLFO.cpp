@@ -33,14 +33,13 @@ S515VCLFO::S515VCLFO(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S515VCLFO::ProcessSample() {
-  steps_->SmoothValue();
+  restingSteps_.Smooth(knobMoves_, steps_);
   kernel_.clock.Step(clock_->in);
   double i = 0.0;
   if (clocked_) {
     i = kernel_.ClockedIncrement(rate_->value, rateCv_->in, rateAmount_->value);
   } else {
-    rate_->SmoothValue();
-    rateAmount_->SmoothValue();
+    restingRate_.Smooth(knobMoves_, rate_, rateAmount_);
     i = kernel_.FreeIncrement(rate_->smoothed_value, rateCv_->in, rateAmount_->smoothed_value);
   }
   kernel_.FollowReset(reset_->in, phase_->value, i);

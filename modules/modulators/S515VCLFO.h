@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/modulators/S515VCLFOKernel.h"
 
 namespace halveron {
@@ -34,6 +35,7 @@ class S515VCLFO final : public BuiltInModule<S515VCLFO> {
 
   void LoadValuesWithoutPhase(const void* buffer, std::size_t size);
 
+  RestingKnobs restingSteps_, restingRate_;
   Knob rate_, rateAmount_, steps_, waveform_, phase_;
   CVerticalSwitch* range_;
   Lamp activity_;

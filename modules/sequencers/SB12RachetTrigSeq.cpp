@@ -45,8 +45,7 @@ SB12RachetTrigSeq::SB12RachetTrigSeq(CFrame* frame, const HostTable& table, int 
 }
 
 void SB12RachetTrigSeq::ProcessSample() {
-  pulseWidth_->SmoothValue();
-  shorten_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, pulseWidth_, shorten_);
   const float reset = reset_->in;
   const float lastReset = lastReset_;
   lastReset_ = reset;

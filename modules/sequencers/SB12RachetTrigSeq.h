@@ -5,6 +5,7 @@
 
 #include "dsp/edge.h"
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/sequencers/clock_period.h"
 #include "modules/sequencers/step_panel.h"
 
@@ -40,6 +41,7 @@ class SB12RachetTrigSeq final : public BuiltInModule<SB12RachetTrigSeq> {
   void WriteRows();
 
   StepPanel panel_;
+  RestingKnobs restingKnobs_;
   Knob rate_, pulseWidth_, group_, shorten_;
   Input clock_, reset_;
   Output all_;

@@ -29,8 +29,7 @@ S304VCO::S304VCO(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S304VCO::ProcessSample() {
-  frequency_->SmoothValue();
-  fmAmount_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, frequency_, fmAmount_);
   const float pitch = pitch_->in;
   if (!detune_->SmoothValueSettled()) kernel_.SetDetune(true, detune_->smoothed_value, pitch);
   kernel_.Advance(frequency_->smoothed_value, fmAmount_->smoothed_value, detune_->smoothed_value,

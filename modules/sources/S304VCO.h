@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/sources/S304VCOKernel.h"
 
 namespace halveron {
@@ -33,6 +34,7 @@ class S304VCO final : public BuiltInModule<S304VCO> {
 
   static constexpr int kFirstVersionOfFmLaw = 1001;
 
+  RestingKnobs restingKnobs_;
   Knob frequency_, fmAmount_, detune_;
   Input pitch_, fm_;
   Output pitchOut_, saw_, pulse_;

@@ -51,11 +51,7 @@ void S310VCO::AddPatchPoints() {
 }
 
 void S310VCO::ProcessSample() {
-  fineTune_->SmoothValue();
-  octave_->SmoothSteppedValue();
-  fmAmount_->SmoothValue();
-  pulseWidth_->SmoothValue();
-  shape_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, fineTune_, Stepped(octave_), fmAmount_, pulseWidth_, shape_);
 
   const S310VCOKernel<>::Knobs knobs{fineTune_->smoothed_value, octave_->smoothed_value,
                                      fmAmount_->smoothed_value, pulseWidth_->smoothed_value,

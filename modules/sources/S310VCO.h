@@ -2,6 +2,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/sources/S310VCOKernel.h"
 
 namespace halveron {
@@ -50,6 +51,7 @@ class S310VCO final : public BuiltInModule<S310VCO> {
 
   inline static float baseFrequency_ = 261.62558f;
 
+  RestingKnobs restingKnobs_;
   Knob fineTune_, fmAmount_, pulseWidth_, shape_, octave_;
   CVerticalSwitch* syncMode_ = nullptr;
   Input pitchIn_, fmIn_, pwmIn_, shapeIn_, octaveStepIn_, syncIn_;

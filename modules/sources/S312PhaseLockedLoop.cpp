@@ -75,11 +75,7 @@ bool S312PhaseLockedLoop::Factor::Follow(const CControl* control, bool isLoading
 }
 
 void S312PhaseLockedLoop::ProcessSample() {
-  frequency_->SmoothValue();
-  range_->SmoothValue();
-  offset_->SmoothValue();
-  loopFilter_->SmoothValue();
-  cvAmount_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, frequency_, range_, offset_, loopFilter_, cvAmount_);
   kernel_.Step({frequency_->smoothed_value, range_->smoothed_value, offset_->smoothed_value,
                 loopFilter_->smoothed_value, cvAmount_->smoothed_value},
                in_->in, cv_->in, outputs_);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/sources/S312PhaseLockedLoopKernel.h"
 
 namespace halveron {
@@ -48,6 +49,7 @@ class S312PhaseLockedLoop final : public BuiltInModule<S312PhaseLockedLoop> {
   void AddFactor(Factor& factor, const char* role, const char* up, const char* down, float x,
                  float y);
 
+  RestingKnobs restingKnobs_;
   Knob frequency_, range_, offset_, loopFilter_, cvAmount_;
   CVerticalSwitch* comparator_ = nullptr;
   Factor divider_, multiplier_;

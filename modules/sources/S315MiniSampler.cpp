@@ -185,11 +185,7 @@ void S315MiniSampler::FollowSample() {
 }
 
 void S315MiniSampler::ProcessSample() {
-  speed_->SmoothValue();
-  loop_->SmoothValue();
-  start_->SmoothValue();
-  fineStart_->SmoothValue();
-  length_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, speed_, loop_, start_, fineStart_, length_);
   if (!shared_) return;
   if (shared_->recording) {
     RecordSample();

@@ -14,6 +14,7 @@
 #include "framework/module.h"
 #include "framework/module_timer.h"
 #include "framework/patch_key.h"
+#include "framework/resting_knobs.h"
 #include "gui/param_display.h"
 #include "modules/sources/S315MiniSamplerKernel.h"
 #include "modules/sources/sample_recorder.h"
@@ -170,6 +171,7 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   FileRequest fileRequest_;
   ModuleTimer pollTimer_, settlingTimer_;
 
+  RestingKnobs restingKnobs_;
   Knob speed_, loop_, start_, fineStart_, length_, deClick_, fade_, quality_;
   CVerticalSwitch* looping_ = nullptr;
   CVerticalSwitch* gateMode_ = nullptr;

@@ -64,12 +64,8 @@ S321FMPMVCO::S321FMPMVCO(CFrame* frame, const HostTable& table, int voiceIndex)
 }
 
 void S321FMPMVCO::ProcessSample() {
-  octave_->SmoothSteppedValue();
-  fineTune_->SmoothValue();
-  linearAmount_->SmoothValue();
-  exponentialAmount_->SmoothValue();
-  pmAmount_->SmoothValue();
-  feedback_->SmoothValue();
+  restingKnobs_.Smooth(knobMoves_, Stepped(octave_), fineTune_, linearAmount_, exponentialAmount_,
+                       pmAmount_, feedback_);
   kernel_.Step(
       {octave_->smoothed_value, fineTune_->smoothed_value, linearAmount_->smoothed_value,
        exponentialAmount_->smoothed_value, pmAmount_->smoothed_value, feedback_->smoothed_value},

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "framework/module.h"
+#include "framework/resting_knobs.h"
 #include "modules/sources/S321FMPMVCOKernel.h"
 
 namespace halveron {
@@ -44,6 +45,7 @@ class S321FMPMVCO final : public BuiltInModule<S321FMPMVCO> {
 
   void ReadCables();
 
+  RestingKnobs restingKnobs_;
   Knob octave_, fineTune_, ratio_, linearAmount_, exponentialAmount_, pmAmount_, feedback_;
   Input pitch_, linearFm_, exponentialFm_, pm_, feedbackCv_, sync_;
   Output sine_, triangle_, saw_, pulse_;

@@ -1,9 +1,4 @@
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -20,16 +15,17 @@
 #include "app/run_command.h"
 #include "editor/known_modules.h"
 #include "presets/text_patch.h"
+#include "tests/app/played.h"
 #include "tests/support/display/test_display.h"
 #include "tests/support/song_file.h"
-
-extern char** environ;
 
 namespace halveron {
 namespace {
 
-using halveron::testing::ReadFile;
+using halveron::testing::Convert;
+using halveron::testing::Played;
 using halveron::testing::ScratchFolder;
+using halveron::testing::WaitUntil;
 
 TEST(MessageQueue, KeepsOrderAndBytesBetweenTwoThreads) {
   MessageQueue queue(200);
@@ -141,52 +137,6 @@ TEST_F(LiveHostTest, KeepsWhatGoesOutWithinFullScaleAndSendsMessagesOn) {
   EXPECT_TRUE(TestDisplay::PumpUntil([&] { Play(); }, hasCome));
 }
 
-/// The command as a process of its own, ended with the test.
-class Played {
- public:
-  explicit Played(std::vector<std::string> words, const ScratchFolder& folder)
-      : log_(folder.At("log")) {
-    words.insert(words.begin(), {HALVERON_COMMAND, "play"});
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    // The user's own options and presets stay out of it.
-    setenv("HOME", folder.At("").c_str(), 1);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, 1, log_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_adddup2(&files, 1, 2);
-    EXPECT_EQ(posix_spawn(&process_, HALVERON_COMMAND, &files, nullptr, argv.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&files);
-  }
-  ~Played() {
-    if (process_ > 0) {
-      kill(process_, SIGKILL);
-      waitpid(process_, nullptr, 0);
-    }
-  }
-  std::string Log() const { return ReadFile(log_); }
-  void Interrupt() { kill(process_, SIGINT); }
-  /// The exit status, -1 if it goes on.
-  int Status() {
-    int status = 0;
-    if (process_ <= 0 || waitpid(process_, &status, WNOHANG) != process_) return -1;
-    process_ = 0;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 1000;
-  }
-
- private:
-  std::string log_;
-  pid_t process_ = 0;
-};
-
-bool WaitUntil(const std::function<bool()>& done) {
-  for (int tries = 0; tries < 5; ++tries) {
-    if (TestDisplay::PumpUntil([] {}, done)) return true;
-  }
-  return false;
-}
-
 TEST(Play, GoesOnWithoutCardAndWindowUntilInterrupted) {
   const ScratchFolder folder;
   const std::string patch = folder.Write("a.json", R"({"halveron": 1})");
@@ -199,12 +149,6 @@ TEST(Play, GoesOnWithoutCardAndWindowUntilInterrupted) {
   int status = -1;
   EXPECT_TRUE(WaitUntil([&] { return (status = played.Status()) != -1; }));
   EXPECT_EQ(status, kExitDone);
-}
-
-void Convert(const std::string& from, const std::string& to) {
-  const char* argv[] = {"halveron", "convert", from.c_str(), to.c_str()};
-  std::ostringstream out, err;
-  ASSERT_EQ(RunCommand(4, argv, out, err), kExitDone) << err.str();
 }
 
 TEST(Play, ShowsAWindowUntilItIsClosed) {

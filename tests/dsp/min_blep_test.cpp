@@ -71,6 +71,24 @@ TEST(MinBlepRing, LeadsFromTheOldLevelToTheNewOneAtEveryStride) {
   EXPECT_EQ(ring.Stride(), kMinBlepSize);
 }
 
+// What goes through the table at its density is worked out for several samples at once.
+TEST(MinBlepRing, AddsThePointsOfTheTableToTheBitAtItsDensity) {
+  const auto& table = GetMinBlepTable();
+  MinBlepRing<> ring;
+  for (float position = 0.0f; position < kMinBlepLength + 1; position += 0.37f) {
+    ring.Insert(0, position, 1.3f);
+    auto k = static_cast<std::size_t>(position);
+    const float fraction = position - static_cast<float>(k);
+    for (int i = 0; i < ring.Size() + 1; ++i, k += kMinBlepDensity) {
+      float expected = 0.0f;
+      if (k < kMinBlepLength) {
+        expected = (1.0f - (table[k] + (table[k + 1] - table[k]) * fraction)) * 1.3f;
+      }
+      ASSERT_EQ(ring.Read(), expected) << position << ' ' << i;
+    }
+  }
+}
+
 TEST(MinBlepRing, TakesAnyPosition) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
   MinBlepRing<> ring;

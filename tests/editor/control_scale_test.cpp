@@ -130,6 +130,37 @@ TEST(ControlScale, SaysTheTimesAndGainsThatAre) {
   EXPECT_NEAR(20.0 * std::log10(gain), Said(rack, amplifier, "Base gain"), 0.06);
 }
 
+/// Of filters that are fully open, for a low tone.
+TEST(ControlScale, SaysTheGainsOfOpenFilters) {
+  struct Case {
+    const char* module;
+    const char* input;
+    const char* output;
+    float mode;  ///< below 0: it has none
+  };
+  for (const auto& [name, input, output, mode] : {Case{"S205 Low Pass Gate", "Audio", "Out", 0.0f},
+                                                  Case{"S205 Low Pass Gate", "Audio", "Out", 0.5f},
+                                                  Case{"S205 Low Pass Gate", "Audio", "Out", 1.0f},
+                                                  Case{"S213 Morphing VCF", "In", "Out", -1.0f}}) {
+    for (const float level : {0.3f, 0.6f}) {
+      TestRack rack(kRate);
+      Module& filter = rack.Add(name);
+      if (mode >= 0.0f) {
+        rack.MoveControl(filter, "Mode", mode);
+      } else {
+        for (const char* off : {"Resonance", "Morph", "Drive"}) rack.SetControl(filter, off, 0.0f);
+      }
+      rack.SetControl(filter, "Cutoff", 1.0f);
+      rack.SetControl(filter, "Level", level);
+      rack.Feed(filter, input, Sine(100.0, 24000));
+      rack.Tap(filter, output);
+      rack.Run(24000);
+      const double gain = Peak(rack.Recorded(filter, output), 12000) / 0.1;
+      EXPECT_NEAR(20.0 * std::log10(gain), Said(rack, filter, "Level"), 0.1) << name << " " << mode;
+    }
+  }
+}
+
 bool HasValue(const CControl& control) {
   return dynamic_cast<const ModuleKnob*>(&control) || dynamic_cast<const CSlider*>(&control) ||
          dynamic_cast<const CSwitchBase*>(&control);
@@ -209,6 +240,7 @@ TEST(ControlScale, UnderstandsTheUnitsOfMusicians) {
       EXPECT_EQ(ValueText(control, *parsed.value), shown) << typed;
     } else {
       EXPECT_NE(parsed.error.find(RangeText(control)), std::string::npos) << typed;
+      if (*typed) EXPECT_EQ(parsed.error.find('"' + std::string(typed) + '"'), 0u) << parsed.error;
     }
   }
 }

@@ -65,6 +65,139 @@ TEST(KeyFocus, WalksModulesTurnsControlsAndPlugsCables) {
   EXPECT_EQ(keys.FocusModule(), nullptr);
 }
 
+TEST(KeyFocus, EscapeTakesBackACableThatAKeyBeganWhereverTheMouseIs) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 0, 0);
+  Module& mixer = rig.Add("S102 Unity Mixer", 30, 0);
+  PatchPoint& saw = rig.Out(vco, "Saw");
+  PatchPoint& used = rig.In(mixer, "In 1");
+  PatchPoint& unused = rig.In(mixer, "In 2");
+  rig.editor.cables.ConnectCable(&saw, &used, 1, -1);
+  const auto beginAndEnd = [&](Module& module, PatchPoint& jack) {
+    rig.window.Keys().Set(&module, &jack);
+    rig.Key(kKeyReturn);
+    EXPECT_TRUE(rig.editor.cables.isDraggingCable);
+    rig.Key(kKeyEscape);
+    EXPECT_FALSE(rig.editor.cables.isDraggingCable);
+    EXPECT_EQ(rig.editor.cables.visibleCableCount, 1);
+    EXPECT_NE(used.source, nullptr);
+    EXPECT_EQ(unused.source, nullptr);
+  };
+  rig.Move(rig.Middle(unused));
+  beginAndEnd(vco, saw);
+  beginAndEnd(mixer, used);
+
+  // A click on a jack ends it there, any other takes it back, too.
+  rig.Key(kKeyReturn);
+  rig.Click(rig.Free(vco));
+  EXPECT_FALSE(rig.editor.cables.isDraggingCable);
+  EXPECT_NE(used.source, nullptr);
+  rig.window.Keys().Set(&mixer, &used);
+  rig.Key(kKeyReturn);
+  rig.Click(rig.Middle(unused));
+  EXPECT_EQ(used.source, nullptr);
+  EXPECT_NE(unused.source, nullptr);
+}
+
+TEST(KeyFocus, ActsOnWhatHasItAndNotOnWhatLiesThere) {
+  WindowRig rig;
+  Module& filter = rig.Add("S201 VCF", 0, 0);
+  Module& player = rig.Add("S318 Tracker Mod Player", 0, 1);
+  while (rig.editor.rows < 8) rig.editor.commands.AddRow();
+  rig.editor.history.Settle();
+  KeyFocus& keys = rig.window.Keys();
+  DialogWindow& dialog = rig.window.Dialog();
+
+  // A slider does not jump, and F2 asks for the focus, not for what is under the mouse.
+  CControl& position = rig.rack.Control(player, "Position");
+  const float before = position.getValue();
+  keys.Set(&player, &position);
+  rig.Move(rig.Middle(rig.rack.Control(filter, "Cutoff")));
+  for (const CVirtualKey key : {kKeyReturn, kKeyF2}) {
+    rig.Key(key);
+    EXPECT_EQ(dialog.Request().title, "Position");
+    rig.Key(kKeyEscape);
+    EXPECT_FALSE(dialog.IsShown());
+    EXPECT_EQ(position.getValue(), before);
+  }
+
+  // The menu of a jack.
+  keys.Set(&filter, &rig.In(filter, "Audio"));
+  rig.Key(kKeyF10, kShift);
+  EXPECT_NE(rig.Entry("Unplug"), nullptr);
+  rig.Key(kKeyEscape);
+
+  // A switch goes round.
+  const CControl& range = rig.rack.Control(filter, "Range");
+  keys.Set(&filter, &rig.rack.Control(filter, "Range"));
+  rig.Key(kKeyReturn);
+  EXPECT_EQ(range.getValue(), 1.0f);
+  rig.Key(kKeyReturn);
+  EXPECT_EQ(range.getValue(), 0.0f);
+
+  // A button that was scrolled away comes back before it is pressed.
+  Module& matrix = rig.Add("S103 Matrix Mixer/VCA", 40, 0);
+  rig.editor.history.Settle();
+  keys.Set(&matrix, &rig.rack.Control(matrix, "Randomise"));
+  rig.window.ScrollTo(1.0f);
+  ASSERT_FALSE(rig.window.Rack().IsInSight(matrix));
+  rig.Key(kKeyReturn);
+  rig.editor.history.Settle();
+  EXPECT_TRUE(rig.window.Rack().IsInSight(matrix));
+  EXPECT_EQ(rig.editor.history.UndoName(), "Change S103 Matrix Mixer/VCA");
+}
+
+TEST(KeyFocus, CarriesAndSelectsModules) {
+  WindowRig rig;
+  Module& vco = rig.Add("S310 VCO", 0, 0);
+  Module& filter = rig.Add("S201 VCF", 40, 0);
+  Module& below = rig.Add("S404 VCA", 0, 1);
+  rig.editor.history.Settle();
+  rig.window.Keys().Set(&vco, nullptr);
+  rig.Key(kKeyRight, kControl);
+  rig.editor.history.Settle();
+  rig.Key(kKeyRight, kControl);
+  rig.editor.history.Settle();
+  EXPECT_EQ(rig.CellOf(vco), CPoint(2, 0));
+  EXPECT_EQ(rig.editor.history.UndoName(), "Move S310 VCO");
+  rig.editor.history.Undo();
+  EXPECT_EQ(rig.CellOf(*rig.editor.modules[0][0]), CPoint(0, 0)) << "one gesture";
+  rig.Key(kKeyLeft, kControl);
+  EXPECT_EQ(rig.CellOf(vco), CPoint(0, 0)) << "the edge";
+  rig.Key(kKeyDown, kControl);
+  EXPECT_EQ(rig.CellOf(vco).y, 1);
+  EXPECT_GT(rig.CellOf(vco).x, 0) << "beside the other";
+  rig.Key(kKeyUp, kControl);
+  EXPECT_EQ(rig.CellOf(vco).y, 0);
+
+  // Over a neighbour, and as a group.
+  rig.Place(vco, 0, 0);
+  rig.window.Keys().Set(&filter, nullptr);
+  for (int i = 0; i < 40 && rig.CellOf(filter).x > rig.CellOf(vco).x; ++i) {
+    rig.Key(kKeyLeft, kControl);
+  }
+  EXPECT_GT(rig.CellOf(filter).x, rig.CellOf(vco).x) << "there is no room left of it";
+  rig.Key(kKeySpace);
+  rig.window.Keys().Set(&below, nullptr);
+  rig.Key(kKeySpace);
+  EXPECT_EQ(rig.window.Selection().Modules().size(), 2u);
+  const CPoint apart = rig.CellOf(below) - rig.CellOf(filter);
+  const CPoint start = rig.CellOf(filter);
+  rig.Key(kKeyRight, kControl);
+  EXPECT_EQ(rig.CellOf(filter), start + CPoint(1, 0));
+  EXPECT_EQ(rig.CellOf(below) - rig.CellOf(filter), apart);
+  rig.Key(kKeySpace);
+  EXPECT_FALSE(rig.window.Selection().Holds(below));
+
+  // What is inserted lands by Return, and can be carried on from there.
+  rig.editor.commands.InsertModule("S310 VCO", kBuiltInVendor);
+  ASSERT_TRUE(rig.window.IsInserting());
+  rig.Key(kKeyReturn);
+  EXPECT_FALSE(rig.window.IsInserting());
+  EXPECT_EQ(rig.window.Keys().FocusModule(), rig.editor.modules[0].back());
+  EXPECT_FALSE(rig.window.Browser().isVisible());
+}
+
 TEST(NoteKeys, PlaysHoldsAndEndsNotes) {
   std::vector<std::vector<int>> sent;
   NoteKeys keys([&](std::span<const std::uint8_t> message) {
@@ -93,6 +226,7 @@ TEST(NoteKeys, PlaysHoldsAndEndsNotes) {
 
   EXPECT_FALSE(press('z', kControl)) << "a shortcut's";
   EXPECT_FALSE(press('!'));
+  EXPECT_FALSE(press(';', kShift)) << "of the key with the comma, which releases a comma";
   EXPECT_TRUE(keys.Down({0, kKeyPageUp, {}}));
   EXPECT_TRUE(keys.Down({0, kKeyPageDown, CButtonState(kShift)}));
   press('z');

@@ -33,6 +33,8 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Save As New Version",
                            "Versions",
                            "Preset Browser",
+                           "Previous Preset",
+                           "Next Preset",
                            "-",
                            "Undo",
                            "Redo",

@@ -112,6 +112,19 @@ TEST_F(Knobs, TakeTypedValues) {
   rig.Key(kKeyF2);
   EXPECT_TRUE(dialog.IsShown());
   rig.Key(kKeyEscape);
+  // What was only looked at stays exactly, though the words are rounded.
+  MoveControl(cutoff, 0.503f);
+  rig.Key(kKeyF2);
+  rig.Key(kKeyReturn);
+  EXPECT_FALSE(dialog.IsShown());
+  EXPECT_EQ(cutoff.getValue(), 0.503f);
+  BindKnob(rig.editor, cutoff, {.controller = 20, .from = 0.123f, .to = 0.777f});
+  ChooseFor(cutoff, {"MIDI Controller..."});
+  rig.Shortcut('a');
+  rig.Type("21");
+  rig.Key(kKeyReturn);
+  EXPECT_EQ(*rig.editor.midi.Find(cutoff),
+            (MidiBinding{.controller = 21, .from = 0.123f, .to = 0.777f}));
   EXPECT_FALSE(dialog.IsShown());
   MoveControl(cutoff, 0.9f);
   ChooseFor(cutoff, {"Reset"});
@@ -145,12 +158,46 @@ TEST_F(Knobs, LearnAController) {
 }
 
 TEST_F(Knobs, EscapeEndsLearning) {
+  const auto learnInVain = [&] {
+    EXPECT_EQ(rig.window.Learning().Waiting(), &cutoff);
+    rig.Key(kKeyEscape);
+    Send(74, 64);
+    rig.frame.advanceTime(0.1);
+    EXPECT_TRUE(rig.editor.midi.All().empty());
+  };
   ChooseFor(cutoff, {"MIDI Learn"});
-  EXPECT_EQ(rig.window.Learning().Waiting(), &cutoff);
-  rig.Key(kKeyEscape);
-  Send(74, 64);
+  learnInVain();
+  // Before the selection and the keys' focus go by it.
+  rig.window.Selection().SelectAll();
+  rig.frame.setFocusView(&rig.window.Rack());
+  rig.window.Keys().Set(&filter, &cutoff);
+  rig.window.BeginLearning(cutoff);
+  learnInVain();
+  EXPECT_EQ(rig.window.Keys().Item(), &cutoff);
+}
+
+TEST_F(Knobs, LearnAnotherChannelAndKeepWhatOthersHaveHeard) {
+  BindKnob(rig.editor, cutoff, {.controller = 20, .channel = 2});
+  ChooseFor(cutoff, {"MIDI Learn"});
+  Send(1, 64, 5);
   rig.frame.advanceTime(0.1);
-  EXPECT_TRUE(rig.editor.midi.All().empty());
+  EXPECT_EQ(*rig.editor.midi.Find(cutoff), (MidiBinding{.controller = 1, .channel = 5}));
+
+  // Controller 33 is the fine half of 1 until a knob has it for itself.
+  Send(1, 64, 5);
+  Send(33, 64, 5);
+  const float paired = cutoff.getValue();
+  EXPECT_NEAR(paired, (64 * 128 + 64) / 16383.0f, 1e-6f);
+  BindKnob(rig.editor, level, {.controller = 7});
+  Send(33, 32, 5);
+  EXPECT_NEAR(cutoff.getValue(), (64 * 128 + 32) / 16383.0f, 1e-6f) << "still a pair";
+  BindKnob(rig.editor, level, {.controller = 33});
+  const float before = cutoff.getValue();
+  Send(33, 127, 5);
+  EXPECT_EQ(level.getValue(), 1.0f);
+  EXPECT_EQ(cutoff.getValue(), before);
+  Send(1, 127, 5);
+  EXPECT_EQ(cutoff.getValue(), 1.0f) << "alone, it goes all the way";
 }
 
 TEST_F(Knobs, FollowARangeAChannelAndBothHalves) {

@@ -159,7 +159,7 @@ TEST(ModuleBrowser, TheMouseChoosesAndAPressBesideItCloses) {
   const ModuleList& list = rig.Browser().List();
   const auto rowPoint = [&](int row, CCoord x) {
     CPoint point = list.getViewSize().getTopLeft() + rig.Browser().getViewSize().getTopLeft();
-    return point + CPoint(x, list.RowRect(row).getCenter().y);
+    return point + CPoint(x, list.getRowRect(row).getCenter().y);
   };
   rig.Click(rowPoint(1, 8));
   EXPECT_EQ(list.Rows()[0].heading, "Favourites") << "the star was pressed";

@@ -10,6 +10,7 @@
 #include "gui/draw_context.h"
 #include "platform/library_path.h"
 #include "tests/support/scratch_folder.h"
+#include "tests/support/user_rig.h"
 
 namespace halveron {
 namespace {
@@ -108,6 +109,26 @@ TEST_F(SkinTest, AllInstancesOfAProcessWearTheFirstOnesSkin) {
   skinPath.clear();
   skinFallbackPath.clear();
   EXPECT_EQ(Choose().Path(), program_ + "Skins/Night/Large/");
+}
+
+TEST_F(SkinTest, WhatIsOpenStaysOpenUnderAnotherSkin) {
+  Image("Night/Large/sidebar_s_L.png", 4, 436);
+  const testing::UserRig user;
+  const auto one = user.Start();
+  DialogRequest request;
+  request.fields = {{"Name", ""}};
+  one->Window().ShowDialog(std::move(request));
+  ASSERT_TRUE(WearSkin(Folders(), "Night", "Large"));
+  one->Pass(0.1);
+  EXPECT_EQ(one->Frame().getModalView(), &one->Dialog());
+  one->Frame().onKeyDown({'a', kKeyNone, {}});
+  EXPECT_EQ(one->Dialog().FieldText(0), "a");
+  const auto views = one->Frame().children();
+  EXPECT_LT(std::find(views.begin(), views.end(), &one->Window().Bar()),
+            std::find(views.begin(), views.end(), &one->Dialog()));
+  TakeOffSkin();
+  skinPath.clear();
+  skinFallbackPath.clear();
 }
 
 TEST_F(SkinTest, TheLayoutFileMovesElementsByPercents) {

@@ -7,8 +7,11 @@
 
 #include "editor/preset_versions.h"
 #include "gui/menu_popup.h"
+#include "platform/whole_file.h"
+#include "presets/preset_format.h"
 #include "presets/preset_rack.h"
 #include "tests/support/user_rig.h"
+#include "tests/support/window_rig.h"
 
 namespace halveron {
 namespace {
@@ -38,6 +41,62 @@ TEST(UnsavedChanges, AreMarkedUntilTheyAreSavedOrUndone) {
   EXPECT_EQ(Screen(*one), "Bass");
   EXPECT_EQ(titles, (std::vector<std::string>{"Untitled * - Halveron", "Bass - Halveron",
                                               "Bass * - Halveron", "Bass - Halveron"}));
+}
+
+TEST(UnsavedChanges, AGestureThatIsUnderWayIsEndedAndCounted) {
+  testing::WindowRig rig;
+  const testing::ScratchFolder scratch;
+  SynEditor& editor = rig.editor;
+  const std::string path = scratch.At("a.hvp");
+  const auto holdsTheRack = [&] {
+    const PresetReadResult read = ReadPreset(platform::ReadWholeFile(path), PresetForm::kFile);
+    return read.document && read.document->modules == CapturePreset(editor).modules &&
+           read.document->cables == CapturePreset(editor).cables;
+  };
+  Module& vco = rig.Add("S310 VCO", 0, 0);
+  Module& mixer = rig.Add("S102 Unity Mixer", 30, 0);
+  editor.cables.ConnectCable(&rig.Out(vco, "Saw"), &rig.In(mixer, "In 1"), 1, -1);
+  editor.history.Settle();
+  auto& tune = rig.rack.Control(vco, "Fine tune");
+
+  // Each gesture is begun, the rack is saved, and what would have ended the gesture comes.
+  const std::pair<std::function<void()>, std::function<void()>> gestures[] = {
+      {[&] { rig.Press(rig.Middle(rig.In(mixer, "In 1"))); }, [&] { rig.Key(kKeyEscape); }},
+      {[&] { editor.commands.InsertModule("S404 VCA", kBuiltInVendor); },
+       [&] { rig.Key(kKeyEscape); }},
+      {[&] {
+         rig.Press(rig.Middle(tune));
+         rig.Move(rig.Middle(tune) - CPoint(0, 20), kLButton);
+       },
+       [&] {
+         rig.Move(rig.Middle(tune) - CPoint(0, 60), kLButton);
+         rig.Release(rig.Middle(tune) - CPoint(0, 60));
+       }}};
+  for (const auto& [begin, end] : gestures) {
+    const std::size_t steps = editor.history.Steps();
+    rig.Move(CPoint(500, 500));
+    begin();
+    ASSERT_TRUE(editor.SavePreset(path));
+    end();
+    editor.history.Settle();
+    EXPECT_TRUE(holdsTheRack() || editor.unsaved.Exist());
+    if (editor.history.Steps() == steps) continue;
+    editor.history.Undo();
+    EXPECT_TRUE(holdsTheRack() || editor.unsaved.Exist());
+    editor.history.Redo();
+  }
+
+  // A control that is turned while a cable hangs on the keys.
+  ASSERT_TRUE(editor.SavePreset(path));
+  editor.unsaved.quit = [] {};
+  rig.window.Keys().Set(&vco, &rig.Out(vco, "Saw"));
+  rig.Key(kKeyReturn);
+  rig.window.Keys().Set(&vco, &tune);
+  rig.Type("+");
+  bool isThrough = false;
+  editor.unsaved.AskThen([&] { isThrough = true; });
+  EXPECT_FALSE(isThrough) << "asks first";
+  EXPECT_TRUE(rig.window.Dialog().IsShown());
 }
 
 class Question : public ::testing::Test {
@@ -115,6 +174,18 @@ TEST_F(Question, ComesBeforeEveryWayToAnotherRack) {
   EXPECT_FALSE(editor.unsaved.Exist()) << "it was saved";
 }
 
+TEST_F(Question, IsAnsweredWhenAnotherOneComes) {
+  one->Change();
+  ASSERT_TRUE(editor.presets.SelectPreset(user.Preset("Other"), false));
+  editor.presetCommands.LoadSelected();
+  ASSERT_TRUE(one->Dialog().IsShown());
+  Ask();
+  ASSERT_TRUE(one->Dialog().IsShown());
+  EXPECT_EQ(editor.presets.CurrentTitle(), std::string("Bass")) << "the first counts as cancelled";
+  one->Dialog().Press(2);
+  EXPECT_EQ(one->Frame().getModalView(), nullptr);
+}
+
 TEST_F(Question, ComesBeforeAFactoryPresetIsReplaced) {
   fs::copy_file(user.Preset("Bass"), user.folders.FactoryPresets() + "Bass.hvp");
   one->Change();
@@ -157,17 +228,36 @@ TEST(PresetVersions, AreTheLastTen) {
   EXPECT_TRUE(KeepVersion(path)) << "nothing to keep";
   for (int i = 0; i < 14; ++i) {
     scratch.Write("a.hvp", std::to_string(i));
-    // Several within one second, and one from two years ago.
+    // Several within one second, and the last one restored from two years ago.
     fs::last_write_time(
-        path, i == 5 ? start - 2 * kOldestVersion : start + std::chrono::milliseconds(300 * i));
+        path, i == 13 ? start - 2 * kOldestVersion : start + std::chrono::milliseconds(300 * i));
     EXPECT_TRUE(KeepVersion(path));
     EXPECT_TRUE(KeepVersion(path));
   }
   const std::vector<PresetVersion> versions = ListVersions(path);
   ASSERT_EQ(versions.size(), kMostVersions);
   for (std::size_t i = 0; i < versions.size(); ++i) {
-    EXPECT_EQ(ReadFile(versions[i].path), std::to_string(13 - i - (i > 7 ? 1 : 0)));
+    EXPECT_EQ(ReadFile(versions[i].path), std::to_string(i < 9 ? 12 - i : 13));
   }
+}
+
+TEST(PresetVersions, AgeFromWhenTheyWereReplaced) {
+  const testing::ScratchFolder scratch;
+  const std::string path = scratch.Write("a.hvp", "original");
+  const auto now = fs::file_time_type::clock::now();
+  const auto contents = [&] {
+    std::vector<std::string> texts;
+    for (const PresetVersion& version : ListVersions(path)) texts.push_back(ReadFile(version.path));
+    return texts;
+  };
+  fs::last_write_time(path, now - kOldestVersion - std::chrono::hours(24 * 30));
+  EXPECT_TRUE(KeepVersion(path));
+  scratch.Write("a.hvp", "second");
+  EXPECT_TRUE(KeepVersion(path));
+  EXPECT_EQ(contents(), (std::vector<std::string>{"second", "original"}));
+  scratch.Write("a.hvp", "third");
+  EXPECT_TRUE(KeepVersion(path, now + kOldestVersion + std::chrono::hours(24)));
+  EXPECT_EQ(contents(), (std::vector<std::string>{"third"}));
 }
 
 TEST(Autosave, OffersWhatACrashLeft) {
@@ -221,6 +311,40 @@ TEST(Autosave, OffersWhatACrashLeft) {
   const auto another = user.Start();
   another->Pass(0.1);
   EXPECT_FALSE(another->Dialog().IsShown()) << "asked once, the menu has it from then on";
+}
+
+TEST(Autosave, KeepsALeftoverAndTriesAgainWhenItCannotWrite) {
+  const UserRig user;
+  const std::string folder = user.folders.Autosaves();
+  {
+    const auto crashed = user.Start();
+    crashed->Change();
+    crashed->Change();
+    crashed->Editor().autosave.LeaveForNextStart();
+  }
+  const std::vector<Leftover> leftovers = FindLeftovers(folder);
+  ASSERT_EQ(leftovers.size(), 1u);
+  const auto next = user.Start();
+  SynEditor& editor = next->Editor();
+  next->Change();
+  ASSERT_TRUE(editor.autosave.WriteNow());
+  std::string own;
+  for (const auto& file : fs::directory_iterator(folder)) {
+    const std::string path = file.path().string();
+    if (file.path().extension() == ".hvp" && path != leftovers[0].File()) own = path;
+  }
+  ASSERT_NE(own, "");
+  // A folder of that name cannot be replaced by a file.
+  fs::remove(own);
+  fs::create_directory(own);
+  next->Pass(0.1);
+  next->Dialog().Press(0);
+  EXPECT_EQ(editor.history.UndoName().substr(0, 7), "Recover");
+  EXPECT_EQ(FindLeftovers(folder).size(), 1u) << "nothing else has it";
+  fs::remove(own);
+  next->Pass(Autosave::kPeriod + 1);
+  EXPECT_TRUE(editor.autosave.WriteNow());
+  EXPECT_TRUE(fs::is_regular_file(own));
 }
 
 TEST(Autosave, IsThereOnlyWhileThereAreChanges) {

@@ -276,9 +276,6 @@ TEST_F(WindowOnDisplay, KnobsTakeTypedValuesAndControllers) {
   }
   ASSERT_TRUE(Until([&] { return Window().Dialog().IsShown(); }));
   Settle();
-  display->PressKey("Control_L");
-  display->TypeKey("a");
-  display->ReleaseKey("Control_L");
   display->TypeText("440");
   display->TypeKey("Return");
   EXPECT_TRUE(Until([&] { return !Window().Dialog().IsShown(); }));

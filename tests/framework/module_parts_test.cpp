@@ -4,6 +4,7 @@
 #include "framework/moving_knobs.h"
 #include "framework/numbered_role.h"
 #include "framework/preset_tail.h"
+#include "framework/resting_knobs.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -84,6 +85,46 @@ TEST(MovingKnobs, OnlyMovedKnobsAreSmoothedUntilTheyArrive) {
   rig.rack.MoveControl(rig.module, "Level 2", 0.0f);
   rig.rack.Run(500);
   EXPECT_EQ(second.smoothed_value, 0.0);
+}
+
+TEST(RestingKnobs, LookAtTheKnobsAfterEveryMoveUntilAllHaveArrived) {
+  Rig rig;
+  auto& [first, second, other] = rig.module.knobs;
+  const KnobMoves& moves = *first.View().moves;
+  second.View().stepped = true;
+  second.View().SetAtOnce(0.5f);
+  RestingKnobs resting;
+  const auto settle = [&] {
+    int steps = 0;
+    while (resting.Smooth(moves, first, Stepped(second)) && steps < 1000) ++steps;
+    return steps;
+  };
+  EXPECT_EQ(settle(), 1);  // nothing is known at first
+  EXPECT_EQ(settle(), 0);
+
+  first.View().setValue(1.0f);
+  EXPECT_GT(settle(), 100);
+  EXPECT_EQ(first->smoothed_value, 1.0);
+  first.View().TakeValue(0.75f);
+  EXPECT_GT(settle(), 100);
+  EXPECT_EQ(first->smoothed_value, 0.75);
+  first.View().SetModulated(0.5f, -0.25f);
+  EXPECT_GT(settle(), 100);
+  EXPECT_EQ(first->smoothed_value, 0.25);
+  first.View().setValue(2.0f);
+  settle();
+  first.View().bounceValue();
+  EXPECT_GT(settle(), 100);
+  EXPECT_EQ(first->smoothed_value, 1.0);
+  first.View().SetAtOnce(0.125f);
+  EXPECT_EQ(settle(), 1);
+  EXPECT_EQ(first->smoothed_value, 0.125);
+  second->value = 1.0f;
+  second.View().SnapToStep();
+  settle();
+  EXPECT_EQ(second->smoothed_value, second->stepped_target);
+  resting.Wake();
+  EXPECT_EQ(settle(), 1);
 }
 
 TEST(MidiOutput, HoldsAWordForOneSampleAndItsLampForATenthOfASecond) {

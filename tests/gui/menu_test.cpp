@@ -145,8 +145,10 @@ TEST_F(MenuTest, KeysMoveOpenGoBackAndChoose) {
   EXPECT_EQ(up->getHighlightedTitle(), "Small");
   TypeKey(frame, kKeyLeft);
   EXPECT_EQ(up->getDepth(), 1);
+  TypeText(frame, "si");
   TypeKey(frame, kKeyReturn);
-  TypeKey(frame, kKeyEnd);
+  TypeText(frame, "la");
+  EXPECT_EQ(up->getHighlightedTitle(), "Large") << "not \"sila\"";
   TypeKey(frame, kKeyReturn);
   EXPECT_EQ(choices, std::vector<std::string>{"Large"});
 

@@ -12,6 +12,7 @@
 
 #include "dsp/random.h"
 #include "editor/module_catalogue.h"
+#include "framework/midi_cable_word.h"
 #include "platform/cpu_features.h"
 #include "presets/preset_format.h"
 #include "presets/preset_rack.h"
@@ -40,7 +41,7 @@ class SignalZoo final : public Module {
   std::array<Output, kLines> outs;
 
  private:
-  static constexpr int kKinds = 6;
+  static constexpr int kKinds = 7;
   struct Line {
     int kind;
     int rest = 0;
@@ -69,9 +70,19 @@ class SignalZoo final : public Module {
         return std::sin(line.value);
       case 4:
         return Draw(-1.0f, 1.0f);
+      case 5:  // notes, clocks and controllers
+        if (random_() % 150 != 0) return 0.0f;
+        return Word().ToCell();
       default:
         return 0.0f;
     }
+  }
+
+  MidiCableWord Word() {
+    constexpr unsigned kStatus[] = {midi::kNoteOn, midi::kNoteOff,       midi::kPitchBend,
+                                    midi::kClock,  midi::kControlChange, midi::kNoteOn};
+    return MidiCableWord::FromBytes(kStatus[random_() % std::size(kStatus)], 60 + random_() % 3,
+                                    random_() % 128);
   }
 
   float Wild() {
@@ -138,9 +149,8 @@ class RandomRack {
       const unsigned type = seed * kind.classes + i % kind.classes;
       names_.push_back(classes[type % classes.size()]);
       modules_.push_back(&rack_.Add(names_.back()));
-      if (kind.isMixed && random_() % 4 != 0) {
-        rack_.editor.voices.SetModuleMono(modules_.back(), true);
-      }
+      const bool isMono = kind.isMixed && random_() % 4 != 0;
+      if (isMono || !kind.isMixed) rack_.editor.voices.SetModuleMono(modules_.back(), isMono);
     }
     for (unsigned i = 0; i < 4 * count; ++i) ChangeCable();
     for (unsigned i = 0; i < (kind.isMixed ? count : 8 * count); ++i) ChangeControl();

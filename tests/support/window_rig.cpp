@@ -20,38 +20,39 @@ PatchPoint& FindPoint(Module& module, const std::string& role, int type) {
 
 }  // namespace
 
-WindowRig::WindowRig()
-    : window(rack.editor.OpenViews()),
+WindowHand::WindowHand(SynEditor& rack)
+    : editor(rack),
+      window(rack.OpenViews()),
       frame(window.Frame()),
       picture_(static_cast<int>(frame.getWidth()), static_cast<int>(frame.getHeight())) {
   frame.useManualClock();
 }
 
-Module& WindowRig::Add(const std::string& name, int column, int row) {
+Module& WindowHand::Add(const std::string& name, int column, int row) {
   Module* module = editor.AddModule(name, kBuiltInVendor);
   if (!module) throw std::runtime_error("no module of the name " + name);
   Place(*module, column, row);
   return *module;
 }
 
-void WindowRig::Place(Module& module, int column, int row) {
+void WindowHand::Place(Module& module, int column, int row) {
   const RackGeometry& grid = window.Geometry();
   window.Rack().MoveModule(module, CPoint(column * grid.columnWidth, row * grid.rowHeight));
 }
 
-CPoint WindowRig::Cell(int column, int row) const {
+CPoint WindowHand::Cell(int column, int row) const {
   const RackGeometry& grid = window.Geometry();
   return grid.origin + window.Rack().getViewSize().getTopLeft() +
          CPoint(column * grid.columnWidth, row * grid.rowHeight);
 }
 
-CPoint WindowRig::CellOf(const Module& module) const {
+CPoint WindowHand::CellOf(const Module& module) const {
   const RackGeometry& grid = window.Geometry();
   const CPoint corner = module.getViewSize().getTopLeft();
   return CPoint(corner.x / grid.columnWidth, corner.y / grid.rowHeight);
 }
 
-CPoint WindowRig::Free(const Module& module) const {
+CPoint WindowHand::Free(const Module& module) const {
   constexpr CCoord kFromTop = 20;
   const CRect& place = module.getViewSize();
   for (CCoord x = 2; x < place.getWidth(); ++x) {
@@ -63,41 +64,41 @@ CPoint WindowRig::Free(const Module& module) const {
   throw std::runtime_error("no free spot");
 }
 
-CPoint WindowRig::Middle(const CView& control) const {
+CPoint WindowHand::Middle(const CView& control) const {
   CPoint point = control.getViewSize().getCenter();
   return control.localToFrame(point);
 }
 
-PatchPoint& WindowRig::In(Module& module, const std::string& role) {
+PatchPoint& WindowHand::In(Module& module, const std::string& role) {
   return FindPoint(module, role, kInputPoint);
 }
 
-PatchPoint& WindowRig::Out(Module& module, const std::string& role) {
+PatchPoint& WindowHand::Out(Module& module, const std::string& role) {
   return FindPoint(module, role, kOutputPoint);
 }
 
-void WindowRig::Press(const CPoint& where, int buttons) {
+void WindowHand::Press(const CPoint& where, int buttons) {
   CPoint point = where;
   frame.onMouseDown(point, CButtonState(buttons));
 }
 
-void WindowRig::Move(const CPoint& where, int buttons) {
+void WindowHand::Move(const CPoint& where, int buttons) {
   CPoint point = where;
   frame.onMouseMoved(point, CButtonState(buttons));
 }
 
-void WindowRig::Release(const CPoint& where, int buttons) {
+void WindowHand::Release(const CPoint& where, int buttons) {
   CPoint point = where;
   frame.onMouseUp(point, CButtonState(buttons));
 }
 
-void WindowRig::Click(const CPoint& where, int buttons) {
+void WindowHand::Click(const CPoint& where, int buttons) {
   Move(where);
   Press(where, buttons);
   Release(where, buttons);
 }
 
-void WindowRig::Drag(const CPoint& from, const CPoint& to, int modifiers) {
+void WindowHand::Drag(const CPoint& from, const CPoint& to, int modifiers) {
   constexpr int kSteps = 8;
   Move(from, modifiers);
   Press(from, kLButton | modifiers);
@@ -110,19 +111,19 @@ void WindowRig::Drag(const CPoint& from, const CPoint& to, int modifiers) {
   Release(to, kLButton | modifiers);
 }
 
-void WindowRig::Key(CVirtualKey key, int modifiers) {
+void WindowHand::Key(CVirtualKey key, int modifiers) {
   frame.onKeyDown({0, key, CButtonState(modifiers)});
 }
 
-void WindowRig::Shortcut(char32_t letter, int modifiers) {
+void WindowHand::Shortcut(char32_t letter, int modifiers) {
   frame.onKeyDown({letter, kKeyNone, CButtonState(modifiers)});
 }
 
-void WindowRig::Type(const std::string& text) {
+void WindowHand::Type(const std::string& text) {
   for (const char letter : text) frame.onKeyDown({static_cast<char32_t>(letter), kKeyNone, {}});
 }
 
-void WindowRig::Choose(std::initializer_list<const char*> titles) {
+void WindowHand::Choose(std::initializer_list<const char*> titles) {
   SynOptionMenu* menu = window.OpenMenu();
   ASSERT_NE(menu, nullptr) << "no menu is up";
   MenuPopup* popup = menu->getPopup();
@@ -140,7 +141,7 @@ void WindowRig::Choose(std::initializer_list<const char*> titles) {
   }
 }
 
-std::vector<std::string> WindowRig::MenuTitles() const {
+std::vector<std::string> WindowHand::MenuTitles() const {
   std::vector<std::string> titles;
   const SynOptionMenu* menu = window.OpenMenu();
   for (int i = 0; menu && i < menu->getNbEntries(); ++i) {
@@ -149,7 +150,7 @@ std::vector<std::string> WindowRig::MenuTitles() const {
   return titles;
 }
 
-CMenuItem* WindowRig::Entry(const char* title) const {
+CMenuItem* WindowHand::Entry(const char* title) const {
   const SynOptionMenu* menu = window.OpenMenu();
   for (int i = 0; menu && i < menu->getNbEntries(); ++i) {
     if (std::string(menu->TitleAt(i)) == title) return menu->getEntry(i);
@@ -157,12 +158,12 @@ CMenuItem* WindowRig::Entry(const char* title) const {
   return nullptr;
 }
 
-void WindowRig::DrawAll() {
+void WindowHand::DrawAll() {
   frame.invalid();
   DrawDirty();
 }
 
-void WindowRig::DrawDirty() {
+void WindowHand::DrawDirty() {
   for (const CRect& dirty : frame.takeDirtyRegion()) {
     // Whole pixels, as a window draws them.
     const CRect rect(std::floor(dirty.left), std::floor(dirty.top), std::ceil(dirty.right),

@@ -10,10 +10,11 @@
 
 namespace halveron::testing {
 
-/// There is no real window; points are the frame's.
-class WindowRig {
+/// Drives the views of an editor, opened if they are not. There is no real window; points are the
+/// frame's.
+class WindowHand {
  public:
-  WindowRig();
+  explicit WindowHand(SynEditor& rack);
 
   /// Puts a module on the grid, by display name.
   Module& Add(const std::string& name, int column, int row);
@@ -48,13 +49,22 @@ class WindowRig {
   void DrawDirty();
   COffscreenContext& Picture() { return picture_; }
 
-  TestRack rack;
-  SynEditor& editor = rack.editor;
+  SynEditor& editor;
   RackWindow& window;
   SynFrame& frame;
 
  private:
   COffscreenContext picture_;
+};
+
+struct RackOfRig {
+  TestRack rack;
+};
+
+/// An engine's rack and the hand on its window.
+class WindowRig : public RackOfRig, public WindowHand {
+ public:
+  WindowRig() : WindowHand(rack.editor) {}
 };
 
 }  // namespace halveron::testing

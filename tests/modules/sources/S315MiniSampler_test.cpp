@@ -539,6 +539,22 @@ TEST(S315MiniSampler, ATextPatchNamesAFileBesideIt) {
       << "the rack stays";
 }
 
+struct TwoSampleFiles {
+  TwoSampleFiles() {
+    const std::string paths[] = {first, second};
+    for (std::size_t i = 0; i < 2; ++i) {
+      media::AudioFileWriter writer(paths[i], 1, 44100, 300);
+      writer.Write(samples[i].data(), 300);
+      writer.Commit();
+    }
+  }
+
+  const ScratchFolder folder;
+  const std::string first = folder.At("a.wav");
+  const std::string second = folder.At("b.wav");
+  const std::vector<float> samples[2] = {Noise(300, 1), Noise(300, 2)};
+};
+
 /// A sampler in a rack with its window.
 struct WindowedSampler {
   testing::WindowRig rig;
@@ -559,27 +575,21 @@ struct WindowedSampler {
 };
 
 TEST(S315MiniSampler, ALoadedSampleIsUndoneAndOnlyItsChangesAreRead) {
-  const ScratchFolder folder;
-  const std::vector<float> samples[] = {Noise(300, 1), Noise(300, 2)};
-  for (int i = 0; i < 2; ++i) {
-    media::AudioFileWriter writer(folder.At(i == 0 ? "a.wav" : "b.wav"), 1, 44100, 300);
-    writer.Write(samples[i].data(), 300);
-    writer.Commit();
-  }
+  const TwoSampleFiles files;
   WindowedSampler window;
   EditHistory& history = window.history;
   history.Follow();
-  window.Load(folder.At("a.wav"));
-  window.Load(folder.At("b.wav"));
+  window.Load(files.first);
+  window.Load(files.second);
   ASSERT_EQ(history.Steps(), 2u);
   EXPECT_EQ(history.UndoName(), "Change S315 Mini Sampler VCO");
   history.Undo();
-  EXPECT_EQ(window.Sample(), samples[0]);
+  EXPECT_EQ(window.Sample(), files.samples[0]);
   history.Undo();
   EXPECT_TRUE(window.Sample().empty());
   history.Redo();
   history.Redo();
-  EXPECT_EQ(window.Sample(), samples[1]);
+  EXPECT_EQ(window.Sample(), files.samples[1]);
 
   // A knob leaves the data as they are; each thing that they hold changes them.
   testing::TestRack& rack = window.rig.rack;
@@ -635,18 +645,12 @@ TEST(S315MiniSampler, TheLastStepIsUndoneHoweverLargeTheSample) {
 }
 
 TEST(S315MiniSampler, AFileThatIsNotReportedYetIsAStepOfItsOwn) {
-  const ScratchFolder folder;
-  const std::vector<float> samples[] = {Noise(300, 1), Noise(300, 2)};
-  for (int i = 0; i < 2; ++i) {
-    media::AudioFileWriter writer(folder.At(i == 0 ? "a.wav" : "b.wav"), 1, 44100, 300);
-    writer.Write(samples[i].data(), 300);
-    writer.Commit();
-  }
+  const TwoSampleFiles files;
   WindowedSampler window;
   EditHistory& history = window.history;
   history.Follow();
-  window.Load(folder.At("a.wav"));
-  window.module.Load(folder.At("b.wav"));
+  window.Load(files.first);
+  window.module.Load(files.second);
   while (window.module.Workshop().IsBusy()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
@@ -656,9 +660,9 @@ TEST(S315MiniSampler, AFileThatIsNotReportedYetIsAStepOfItsOwn) {
   window.rig.frame.advanceTime(1.0);
   history.Settle();
   EXPECT_EQ(history.Steps(), 3u);
-  EXPECT_EQ(window.Sample(), samples[1]);
+  EXPECT_EQ(window.Sample(), files.samples[1]);
   history.Undo();
-  EXPECT_EQ(window.Sample(), samples[0]);
+  EXPECT_EQ(window.Sample(), files.samples[0]);
   EXPECT_EQ(window.rig.rack.Control(window.module, "Speed").getValue(), 0.75f);
 }
 

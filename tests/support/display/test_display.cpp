@@ -204,6 +204,21 @@ void TestDisplay::TypeKey(const char* name) {
   ReleaseKey(name);
 }
 
+void TestDisplay::TypeChord(const std::string& chord) {
+  std::vector<std::string> held;
+  std::size_t begin = 0;
+  for (std::size_t end = 0; (end = chord.find('+', begin)) != std::string::npos; begin = end + 1) {
+    const std::string name = chord.substr(begin, end - begin);
+    held.push_back(name == "Ctrl" ? "Control_L" : name + "_L");
+    PressKey(held.back().c_str());
+  }
+  TypeKey(chord.c_str() + begin);
+  while (!held.empty()) {
+    ReleaseKey(held.back().c_str());
+    held.pop_back();
+  }
+}
+
 void TestDisplay::TypeText(const std::string& text) {
   for (const char letter : text) {
     const char name[] = {letter, '\0'};
@@ -244,6 +259,12 @@ bool TestDisplay::GetGeometry(WindowId window, int* x, int* y, int* width, int* 
   return true;
 }
 
+void TestDisplay::ResizeWindow(WindowId window, int width, int height) {
+  XResizeWindow(state_->display, window, static_cast<unsigned>(width),
+                static_cast<unsigned>(height));
+  XSync(state_->display, False);
+}
+
 std::vector<TestDisplay::WindowId> TestDisplay::ChildrenOf(WindowId window) {
   Window root = None, parent = None;
   Window* children = nullptr;
@@ -256,13 +277,17 @@ std::vector<TestDisplay::WindowId> TestDisplay::ChildrenOf(WindowId window) {
 
 TestDisplay::WindowId TestDisplay::FindByTitle(const std::string& title) {
   for (const WindowId window : ChildrenOf(state_->Root())) {
-    char* name = nullptr;
-    if (!XFetchName(state_->display, window, &name) || !name) continue;
-    const bool isIt = std::string(name).ends_with(title);
-    XFree(name);
-    if (isIt) return window;
+    if (TitleOf(window).ends_with(title)) return window;
   }
   return 0;
+}
+
+std::string TestDisplay::TitleOf(WindowId window) {
+  char* name = nullptr;
+  if (!XFetchName(state_->display, window, &name) || !name) return "";
+  std::string title = name;
+  XFree(name);
+  return title;
 }
 
 TestDisplay::WindowId TestDisplay::FocusedWindow() {
@@ -283,11 +308,39 @@ void TestDisplay::AskToClose(WindowId window) {
 }
 
 std::uint32_t TestDisplay::PixelAt(WindowId window, int x, int y) {
-  XImage* image = XGetImage(state_->display, window, x, y, 1, 1, AllPlanes, ZPixmap);
-  if (!image) return 0;
-  const auto pixel = static_cast<std::uint32_t>(XGetPixel(image, 0, 0) & 0xFFFFFF);
+  const std::vector<std::uint32_t> pixels = PixelsOf(window, x, y, 1, 1);
+  return pixels.empty() ? 0 : pixels[0];
+}
+
+std::uint32_t TestDisplay::MarkPixel(WindowId window) {
+  constexpr std::uint32_t kMark = 0xFF00FE;
+  Display* display = state_->display;
+  const GC context = XCreateGC(display, window, 0, nullptr);
+  XSetForeground(display, context, 0xFF000000 | kMark);
+  XDrawPoint(display, window, context, 0, 0);
+  XFreeGC(display, context);
+  XEvent event{};
+  event.xexpose.type = Expose;
+  event.xexpose.window = window;
+  event.xexpose.width = event.xexpose.height = 1;
+  XSendEvent(display, window, False, ExposureMask, &event);
+  XSync(display, False);
+  return kMark;
+}
+
+std::vector<std::uint32_t> TestDisplay::PixelsOf(WindowId window, int x, int y, int width,
+                                                 int height) {
+  XImage* image = XGetImage(state_->display, window, x, y, static_cast<unsigned>(width),
+                            static_cast<unsigned>(height), AllPlanes, ZPixmap);
+  std::vector<std::uint32_t> pixels;
+  if (!image) return pixels;
+  for (int row = 0; row < height; ++row) {
+    for (int column = 0; column < width; ++column) {
+      pixels.push_back(static_cast<std::uint32_t>(XGetPixel(image, column, row) & 0xFFFFFF));
+    }
+  }
   XDestroyImage(image);
-  return pixel;
+  return pixels;
 }
 
 bool TestDisplay::PumpUntil(const Pump& pump, const std::function<bool()>& done) {

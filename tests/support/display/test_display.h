@@ -32,6 +32,8 @@ class TestDisplay {
   void PressKey(const char* name);
   void ReleaseKey(const char* name);
   void TypeKey(const char* name);
+  /// A key with Ctrl, Shift or Alt held, as "Ctrl+Shift+s".
+  void TypeChord(const std::string& chord);
   /// Small letters, digits and blanks.
   void TypeText(const std::string& text);
 
@@ -43,15 +45,23 @@ class TestDisplay {
   /// True if the window is there, with its place and size if these are wanted.
   bool GetGeometry(WindowId window, int* x = nullptr, int* y = nullptr, int* width = nullptr,
                    int* height = nullptr);
+  /// As a user who drags its border.
+  void ResizeWindow(WindowId window, int width, int height);
   std::vector<WindowId> ChildrenOf(WindowId window);
   /// The free window whose title ends so, 0 if there is none.
   WindowId FindByTitle(const std::string& title);
+  std::string TitleOf(WindowId window);
   WindowId FocusedWindow();
   void SetFocus(WindowId window);
   /// Asks the window to close, as a window manager does.
   void AskToClose(WindowId window);
   /// A pixel as 0xRRGGBB.
   std::uint32_t PixelAt(WindowId window, int x, int y);
+  /// Gives the pixel in the upper left corner another colour, which is returned, and asks the
+  /// program to paint it again: once it has, it has read all events that were sent before.
+  std::uint32_t MarkPixel(WindowId window);
+  /// The pixels of a part of a window, row by row; empty if it does not lie within the screen.
+  std::vector<std::uint32_t> PixelsOf(WindowId window, int x, int y, int width, int height);
 
   /// What other programs do, which takes turns with the program under test: `pump` runs that once.
   using Pump = std::function<void()>;
