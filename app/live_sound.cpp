@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
+#include <cstring>
 #include <sstream>
 #include <utility>
 
@@ -17,10 +19,40 @@ constexpr std::array kRates = {44100, 48000, 88200, 96000, 176400, 192000};
 constexpr std::array kBlocks = {32, 64, 128, 256, 512, 1024, 2048, 4096};
 constexpr char kBetween = '\t';  // in no port's name
 
+std::string TitleOf(const std::string& system) {
+  for (const media::SoundSystem& each : media::ListSoundSystems()) {
+    if (each.name == system) return each.title;
+  }
+  return system;
+}
+
+/// An error without the option of the command that it is about.
+std::string WithoutOption(const std::string& error) {
+  constexpr const char* kEnd = ": ";
+  const std::size_t end = error.starts_with("--") ? error.find(kEnd) : std::string::npos;
+  return end == std::string::npos ? error : error.substr(end + std::strlen(kEnd));
+}
+
+/// What is in use is offered, too.
+void AddInOrder(std::vector<int>& numbers, int number) {
+  const auto place = std::lower_bound(numbers.begin(), numbers.end(), number);
+  if (place == numbers.end() || *place != number) numbers.insert(place, number);
+}
+
+/// Ports that were chosen and have gone can still be taken back.
+std::vector<std::string> WithMissing(std::vector<std::string> ports,
+                                     const std::vector<std::string>& chosen) {
+  for (const std::string& name : chosen) {
+    if (std::find(ports.begin(), ports.end(), name) == ports.end()) ports.push_back(name);
+  }
+  return ports;
+}
+
 }  // namespace
 
 SoundChoice SoundChoice::Read(const platform::ProfileFile& file) {
   SoundChoice choice;
+  choice.system = file.GetText(kSection, "system", "");
   choice.device = file.GetText(kSection, "device", "");
   choice.rate = std::max(file.GetInt(kSection, "rate", 0), 0);
   choice.block = std::max(file.GetInt(kSection, "block", 0), 0);
@@ -35,6 +67,7 @@ SoundChoice SoundChoice::Read(const platform::ProfileFile& file) {
 void SoundChoice::Write(const platform::ProfileFile& file) const {
   std::string inputs;
   for (const std::string& name : midiInputs) inputs += (inputs.empty() ? "" : "\t") + name;
+  file.SetText(kSection, "system", system);
   file.SetText(kSection, "device", device);
   file.SetInt(kSection, "rate", rate);
   file.SetInt(kSection, "block", block);
@@ -44,7 +77,15 @@ void SoundChoice::Write(const platform::ProfileFile& file) const {
 
 media::SoundCard::Settings SettingsOf(const SoundChoice& choice) {
   return {choice.device, choice.rate, choice.block > 0 ? choice.block : kUsualBlock,
-          kDawInputs,    kDawOutputs, ""};
+          kDawInputs,    kDawOutputs, choice.system};
+}
+
+SoundLink::Opener OpenerFor(const media::SoundCard::Settings& settings) {
+  return [settings](const std::string& system) {
+    auto wanted = settings;
+    if (!system.empty()) wanted.system = system;
+    return std::make_unique<media::SoundCard>(wanted);
+  };
 }
 
 LiveSound::LiveSound(LiveHost& host, SoundLink& sound, MidiLink& midi, SoundChoice choice,
@@ -65,9 +106,47 @@ std::string LiveSound::State() const {
   return std::to_string(card->Rate()) + " Hz, " + std::to_string(card->BlockSize());
 }
 
+std::string LiveSound::Details() const {
+  const media::SoundOutput* card = sound_.Card();
+  if (!card) {
+    return sound_.Notice() + " The rack plays on in silence at " +
+           std::to_string(host_.SampleRate()) + " Hz.";
+  }
+  constexpr double kMilliseconds = 1000;
+  std::array<char, 32> latency{};
+  std::snprintf(latency.data(), latency.size(), "%.1f",
+                kMilliseconds * card->Latency() / card->Rate());
+  return card->Name() + " (" + TitleOf(card->System()) + ")\n" + std::to_string(card->Rate()) +
+         " Hz, blocks of " + std::to_string(card->BlockSize()) + ", latency " + latency.data() +
+         " ms, " + std::to_string(card->Outputs()) + " outputs, " + std::to_string(card->Inputs()) +
+         " inputs";
+}
+
+void LiveSound::LookForDevices() {
+  devices_ = media::ListSoundDevices(choice_.system);
+  midiInputs_ = media::ListMidiInputs();
+  midiOutputs_ = media::ListMidiOutputs();
+}
+
 std::vector<SoundControl::Group> LiveSound::Groups() {
-  devices_ = media::ListSoundDevices();
-  return {Devices(), Rates(), Blocks(), MidiInputs(), MidiOutputs()};
+  return {Systems(), Devices(), Rates(), Blocks(), MidiInputs(), MidiOutputs()};
+}
+
+SoundControl::Group LiveSound::Systems() {
+  Group group{"Sound System", {}};
+  const auto add = [&](const std::string& text, const std::string& system) {
+    SoundChoice wanted = choice_;
+    wanted.system = system;
+    wanted.device.clear();
+    wanted.rate = 0;
+    group.choices.push_back({text, choice_.system == system, [this, wanted] {
+                               Take(wanted);
+                               LookForDevices();
+                             }});
+  };
+  add("Any", "");
+  for (const media::SoundSystem& system : media::ListSoundSystems()) add(system.title, system.name);
+  return group;
 }
 
 SoundControl::Group LiveSound::Devices() {
@@ -80,10 +159,15 @@ SoundControl::Group LiveSound::Devices() {
     group.choices.push_back({text, isChosen, [this, wanted] { Take(wanted); }});
   };
   add("Default", "", choice_.device.empty());
+  bool isListed = choice_.device.empty();
   for (const media::SoundDevice& device : devices_) {
     if (device.outputs == 0) continue;
-    add(device.name, device.name, !choice_.device.empty() && card && card->Name() == device.name);
+    const bool isChosen = !choice_.device.empty() && card && card->Name() == device.name;
+    isListed = isListed || isChosen;
+    add(device.name, device.name, isChosen);
   }
+  // A device that plays may not show to others, and one that has gone is still the choice.
+  if (!isListed) add(card ? card->Name() : choice_.device, choice_.device, true);
   return group;
 }
 
@@ -94,11 +178,13 @@ SoundControl::Group LiveSound::Rates() {
   for (const media::SoundDevice& device : devices_) {
     if (card && device.name == card->Name() && !device.rates.empty()) rates = device.rates;
   }
+  const int present = card ? card->Rate() : choice_.rate;
+  if (present > 0) AddInOrder(rates, present);
   for (const int rate : rates) {
     SoundChoice wanted = choice_;
     wanted.rate = rate;
-    group.choices.push_back({std::to_string(rate) + " Hz", card && card->Rate() == rate,
-                             [this, wanted] { Take(wanted); }});
+    group.choices.push_back(
+        {std::to_string(rate) + " Hz", rate == present, [this, wanted] { Take(wanted); }});
   }
   return group;
 }
@@ -106,19 +192,22 @@ SoundControl::Group LiveSound::Rates() {
 SoundControl::Group LiveSound::Blocks() {
   Group group{"Block Size", {}};
   const media::SoundOutput* card = sound_.Card();
-  for (const int block : kBlocks) {
+  std::vector<int> blocks(kBlocks.begin(), kBlocks.end());
+  const int present = card ? card->BlockSize() : SettingsOf(choice_).blockSize;
+  AddInOrder(blocks, present);
+  for (const int block : blocks) {
     SoundChoice wanted = choice_;
     wanted.block = block;
-    group.choices.push_back({std::to_string(block), card && card->BlockSize() == block,
-                             [this, wanted] { Take(wanted); }});
+    group.choices.push_back(
+        {std::to_string(block), block == present, [this, wanted] { Take(wanted); }});
   }
   return group;
 }
 
 SoundControl::Group LiveSound::MidiInputs() {
-  Group group{"MIDI Inputs", {}};
+  Group group{"MIDI Inputs", {}, true};
   group.choices.push_back({"All", choice_.midiInputs.empty(), [this] { TakeMidi({}); }});
-  for (const std::string& name : media::ListMidiInputs()) {
+  for (const std::string& name : WithMissing(midiInputs_, choice_.midiInputs)) {
     const auto at = std::find(choice_.midiInputs.begin(), choice_.midiInputs.end(), name);
     const bool isChosen = at != choice_.midiInputs.end();
     std::vector<std::string> wanted = choice_.midiInputs;
@@ -135,53 +224,47 @@ SoundControl::Group LiveSound::MidiInputs() {
 SoundControl::Group LiveSound::MidiOutputs() {
   Group group{"MIDI Output", {}};
   group.choices.push_back({"None", choice_.midiOutput.empty(), [this] { TakeMidiOutput(""); }});
-  for (const std::string& name : media::ListMidiOutputs()) {
+  std::vector<std::string> chosen;
+  if (!choice_.midiOutput.empty()) chosen.push_back(choice_.midiOutput);
+  for (const std::string& name : WithMissing(midiOutputs_, chosen)) {
     group.choices.push_back(
         {name, choice_.midiOutput == name, [this, name] { TakeMidiOutput(name); }});
   }
   return group;
 }
 
-void LiveSound::Take(const SoundChoice& wanted) {
+template <class F>
+bool LiveSound::Try(F&& change) {
+  problem_.clear();
   try {
-    sound_.Change([settings = SettingsOf(wanted)](const std::string& system) {
-      auto chosen = settings;
-      chosen.system = system;
-      return std::make_unique<media::SoundCard>(chosen);
-    });
-    choice_ = wanted;
-    Keep();
+    change();
+    return true;
   } catch (const platform::UserError& error) {
-    Report(error.what());
+    problem_ = WithoutOption(error.what()) + ". What was chosen before stays.";
+    return false;
   }
+}
+
+void LiveSound::Take(const SoundChoice& wanted) {
+  if (!Try([&] { sound_.Change(OpenerFor(SettingsOf(wanted))); })) return;
+  choice_ = wanted;
+  Keep();
 }
 
 void LiveSound::TakeMidi(const std::vector<std::string>& inputs) {
-  try {
-    midi_.Choose(inputs);
-    choice_.midiInputs = inputs;
-    Keep();
-  } catch (const platform::UserError& error) {
-    Report(error.what());
-  }
+  if (!Try([&] { midi_.Choose(inputs); })) return;
+  choice_.midiInputs = inputs;
+  Keep();
 }
 
 void LiveSound::TakeMidiOutput(const std::string& port) {
-  try {
-    openOutput_(port);
-    choice_.midiOutput = port;
-    Keep();
-  } catch (const platform::UserError& error) {
-    Report(error.what());
-  }
+  if (!Try([&] { openOutput_(port); })) return;
+  choice_.midiOutput = port;
+  Keep();
 }
 
 void LiveSound::Keep() const {
   choice_.Write(platform::ProfileFile(host_.Rack().folders.ConfigFile()));
-}
-
-void LiveSound::Report(const std::string& what) {
-  host_.Rack().ShowDialog({"Sound and MIDI", what + "\nWhat was chosen before plays on.", 440});
 }
 
 }  // namespace halveron

@@ -19,6 +19,7 @@ namespace halveron {
 /// What was chosen in the window, kept in "Config.ini". Empty and 0 leave the choice to the
 /// machine.
 struct SoundChoice {
+  std::string system;
   std::string device;
   int rate = 0;
   int block = 0;
@@ -29,8 +30,8 @@ struct SoundChoice {
   void Write(const platform::ProfileFile& file) const;
 };
 
-/// A choice takes effect at once. One that fails is reported, and what played before plays on. All
-/// operations belong to one thread, which is not the audio thread.
+/// A choice takes effect at once. Where one fails, what played before plays on. All operations
+/// belong to one thread, which is not the audio thread.
 class LiveSound final : public SoundControl {
  public:
   using MidiOutputOpener = std::function<void(const std::string& port)>;
@@ -41,30 +42,40 @@ class LiveSound final : public SoundControl {
   ~LiveSound() override;
 
   std::string State() const override;
+  std::string Details() const override;
+  std::string Problem() const override { return problem_; }
   std::vector<Group> Groups() override;
+  void LookForDevices() override;
   void Play(std::span<const std::uint8_t> message) override { host_.QueueMessage(message); }
 
  private:
+  Group Systems();
   Group Devices();
   Group Rates();
   Group Blocks();
   Group MidiInputs();
   Group MidiOutputs();
   void Take(const SoundChoice& wanted);
+  /// Does what may fail; true if it did not.
+  template <class F>
+  bool Try(F&& change);
   void TakeMidi(const std::vector<std::string>& inputs);
   void TakeMidiOutput(const std::string& port);
   void Keep() const;
-  void Report(const std::string& what);
 
   LiveHost& host_;
   SoundLink& sound_;
   MidiLink& midi_;
   SoundChoice choice_;
   MidiOutputOpener openOutput_;
-  std::vector<media::SoundDevice> devices_;  // as they were listed last
+  std::string problem_;
+  std::vector<media::SoundDevice> devices_;  // these three as they were listed last
+  std::vector<std::string> midiInputs_, midiOutputs_;
 };
 
-/// The card of a choice. Throws platform::UserError.
+/// The card of a choice.
 media::SoundCard::Settings SettingsOf(const SoundChoice& choice);
+/// Opens it, by another sound system if one is named.
+SoundLink::Opener OpenerFor(const media::SoundCard::Settings& settings);
 
 }  // namespace halveron

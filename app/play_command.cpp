@@ -66,14 +66,6 @@ std::unique_ptr<media::SoundOutput> OpenCard(const media::SoundCard::Settings& s
   }
 }
 
-SoundLink::Opener OpenerFor(const media::SoundCard::Settings& settings) {
-  return [settings](const std::string& system) {
-    auto wanted = settings;
-    wanted.system = system;
-    return std::make_unique<media::SoundCard>(wanted);
-  };
-}
-
 MidiInputSource MakeInputSource(LiveHost& host) {
   const auto receive = [&host](std::span<const std::uint8_t> bytes) { host.QueueMessage(bytes); };
   const auto own = std::make_shared<std::weak_ptr<media::OwnMidiInput>>();
@@ -312,13 +304,15 @@ std::unique_ptr<media::SoundOutput> OpenChosen(SoundChoice& choice, const PlayOp
                                                std::ostream& err) {
   SoundChoice usual;
   TakeOptions(options, usual);
-  const bool wasChosen = choice.device != usual.device || choice.rate != usual.rate;
+  const bool wasChosen =
+      choice.system != usual.system || choice.device != usual.device || choice.rate != usual.rate;
   if (wasChosen) {
     try {
       return std::make_unique<media::SoundCard>(SettingsOf(choice));
     } catch (const UserError& error) {
       err << "halveron: " << error.what() << "; taking the usual sound device\n";
     }
+    choice.system = usual.system;
     choice.device = usual.device;
     choice.rate = usual.rate;
   }

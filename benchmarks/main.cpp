@@ -38,6 +38,7 @@ int main(int argc, char** argv) {
   halveron::benchmarks::RegisterSilence();
   halveron::benchmarks::RegisterMixerScene();
   halveron::benchmarks::RegisterScenes();
+  halveron::benchmarks::RegisterModuleLoads();
   halveron::benchmarks::RegisterVoices();
   halveron::benchmarks::RegisterPolyphony();
   halveron::benchmarks::RegisterExternal();

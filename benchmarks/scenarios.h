@@ -22,6 +22,7 @@ inline constexpr const char* kMostOverHand = "most_over_hand";  ///< the aim of 
 inline constexpr const char* kOverLongBlocks = "over_long_blocks";
 inline constexpr const char* kAloneNsPerSample = "alone_ns_per_sample";  ///< without vectors
 inline constexpr const char* kOverAlone = "over_alone";
+inline constexpr const char* kOverUnmeasured = "over_unmeasured";  ///< on over off
 
 /// The scene of mixers; the others are pads.
 inline constexpr const char* kMixerScene = "e200";
@@ -44,6 +45,9 @@ void RegisterKernels();
 /// written out by hand, which gives the same bits.
 void RegisterMixerScene();
 void RegisterScenes();
+/// `load/`: the same scenes while the load of each module is measured, over the same blocks while
+/// it is not.
+void RegisterModuleLoads();
 /// `voice/`: the demo patches with a held note.
 void RegisterVoices();
 /// `pad/`: a pad of 1 to 16 voices, and of one voice at every oversampling factor. Cost that is

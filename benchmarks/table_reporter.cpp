@@ -28,6 +28,7 @@ constexpr Column kColumns[] = {
     {"alone", kAloneNsPerSample, 2},
     {"over alone", kOverAlone, 2},
     {"over 512", kOverLongBlocks, 2},
+    {"over unmeasured", kOverUnmeasured, 4},
     {"at most", kMostOverHand, 2},
     {"x real time", kTimesRealTime, 1},
     {"ms", kMilliseconds, 2},

@@ -3,8 +3,11 @@
 #include <cmath>
 #include <string>
 
+#include "editor/main_menu.h"
+#include "editor/panel_loads.h"
 #include "editor/rack_window.h"
 #include "editor/syn_editor.h"
+#include "framework/module.h"
 
 namespace halveron {
 
@@ -14,19 +17,28 @@ std::string InPercent(float share) {
   return std::to_string(std::lround(static_cast<double>(share) * 100)) + " %";
 }
 
-void AddSound(SynOptionMenu& menu, SoundControl& sound) {
-  for (const SoundControl::Group& group : sound.Groups()) {
-    const SharedPointer<SynOptionMenu> choices = SynOptionMenu::Make();
-    for (const SoundControl::Choice& choice : group.choices) {
-      choices->AddChecked(choice.text, choice.isChosen, choice.choose);
-    }
-    menu.AddSubmenu(group.title, choices);
+constexpr std::size_t kMostListed = 10;
+
+/// The largest first; choosing one scrolls there.
+void AddModules(SynOptionMenu& menu, const ModuleLoads& loads, RackWindow& window) {
+  for (const ModuleLoads::Share& each : LargestLoads(loads, kMostListed)) {
+    menu.Add(LoadInPercent(each.share) + "  " + each.module->GetName(),
+             [&window, module = each.module] {
+               window.Selection().Clear();
+               window.Selection().Toggle(*module);
+               window.ScrollToShow(*module);
+             });
   }
+  if (loads.Shares().empty()) {
+    menu.Add("Nothing measured yet").setEnabled(false);
+    return;
+  }
+  menu.Add(LoadInPercent(loads.CableShare()) + "  Cables").setEnabled(false);
 }
 
 }  // namespace
 
-SharedPointer<SynOptionMenu> MakeLoadMenu(SynEditor& editor, RackWindow& /*window*/) {
+SharedPointer<SynOptionMenu> MakeLoadMenu(SynEditor& editor, RackWindow& window) {
   SharedPointer<SynOptionMenu> menu = SynOptionMenu::Make();
   const LoadMeter::Reading now = editor.load.Read();
   const auto line = [&menu](const std::string& text) { menu->Add(text, {}).setEnabled(false); };
@@ -35,9 +47,11 @@ SharedPointer<SynOptionMenu> MakeLoadMenu(SynEditor& editor, RackWindow& /*windo
                 (now.late == 1 ? " late block: forget" : " late blocks: forget"),
             [&editor] { editor.load.ForgetLate(); })
       .setEnabled(now.late > 0);
-  if (editor.sound) {
+  menu->addSeparator();
+  MainMenu(editor, window).AddSound(*menu);
+  if (window.Loads().IsOn()) {
     menu->addSeparator();
-    AddSound(*menu, *editor.sound);
+    AddModules(*menu, editor.moduleLoads, window);
   }
   return menu;
 }

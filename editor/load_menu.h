@@ -8,7 +8,8 @@ namespace halveron {
 class RackWindow;
 class SynEditor;
 
-/// What was measured, and where the program has them itself, the sound card and the MIDI ports.
+/// What was measured, of each module while that is on, and where the program has the sound card
+/// itself, the way to its dialog.
 SharedPointer<SynOptionMenu> MakeLoadMenu(SynEditor& editor, RackWindow& window);
 
 }  // namespace halveron

@@ -50,7 +50,9 @@ void LoadView::draw(CDrawContext* context) {
   const CRect bar(inner.left, inner.bottom - thickness, inner.right, inner.bottom);
   context->setFont(theme::Font(scale_ * kFontScale));
   context->setFontColor(shown_.late > 0 ? theme::kAccent : theme::kText);
-  context->drawString(text_, CRect(inner.left, viewSize.top, inner.right, bar.top));
+  const bool fits = context->getStringWidth(text_) <= inner.getWidth();
+  const std::string shown = fits ? text_ : std::to_string(Percent(shown_.share)) + " %";
+  context->drawString(shown, CRect(inner.left, viewSize.top, inner.right, bar.top));
   context->setFillColor(theme::kFieldEdge);
   context->fillRect(bar);
   const auto across = [&bar](float share) {

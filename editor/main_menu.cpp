@@ -2,9 +2,11 @@
 
 #include "editor/context_menus.h"
 #include "editor/midi_learning.h"
+#include "editor/panel_loads.h"
 #include "editor/preset_versions.h"
 #include "editor/rack_window.h"
 #include "editor/selection_commands.h"
+#include "editor/sound_dialog.h"
 #include "editor/syn_editor.h"
 #include "framework/oversampling_filters.h"
 #include "gui/shortcut.h"
@@ -109,6 +111,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
          [](const SynEditor& editor) { return editor.options.advancedOversampling.Get(); }},
     {.text = "Polyphony", .submenu = &MainMenu::MakePolyphony},
     {.text = "MIDI Controllers", .submenu = &MainMenu::MakeMidiControllers},
+    {.text = "Sound and Load", .submenu = &MainMenu::MakeSound},
     {.text = "Skin", .submenu = &MainMenu::MakeSkin},
     {.text = "Window Height", .submenu = &MainMenu::MakeWindowHeight},
     {.text = "Zoom", .submenu = &MainMenu::MakeZoom},
@@ -217,6 +220,17 @@ const MainMenu::Entry MainMenu::kCables[] = {
     {.text = "New Cables", .submenu = &MainMenu::MakeNewCables},
 };
 
+const MainMenu::Entry MainMenu::kSound[] = {
+    {.text = "Sound and MIDI...",
+     .keys = "Ctrl+,",
+     .act = [](SynEditor&, RackWindow& window) { window.Sound().Open(); },
+     .isOffered = [](const SynEditor& editor) { return editor.sound != nullptr; }},
+    {.text = "Show Load per Module",
+     .keys = "Ctrl+Shift+L",
+     .act = [](SynEditor&, RackWindow& window) { window.Loads().Switch(!window.Loads().IsOn()); },
+     .isCheckedIn = [](RackWindow& window) { return window.Loads().IsOn(); }},
+};
+
 // Shortcuts of commands that no entry shows.
 const MainMenu::Entry MainMenu::kKeysOnly[] = {
     {.text = "Browse Modules",
@@ -250,7 +264,7 @@ bool MainMenu::RunShortcut(const CKeyEvent& event) const {
   for (const std::span<const Entry> table :
        {std::span<const Entry>(kEntries), std::span<const Entry>(kZoomEntries),
         std::span<const Entry>(kEdit), std::span<const Entry>(kCables),
-        std::span<const Entry>(kKeysOnly)}) {
+        std::span<const Entry>(kSound), std::span<const Entry>(kKeysOnly)}) {
     for (const Entry& entry : table) {
       if (!entry.act || !MatchesShortcut(event, entry.keys)) continue;
       if (entry.isOffered && !entry.isOffered(editor_)) continue;
@@ -264,27 +278,31 @@ bool MainMenu::RunShortcut(const CKeyEvent& event) const {
 
 MainMenu::Menu MainMenu::MakeFrom(std::span<const Entry> entries) const {
   Menu menu = SynOptionMenu::Make();
+  AddTo(*menu, entries);
+  return menu;
+}
+
+void MainMenu::AddTo(SynOptionMenu& menu, std::span<const Entry> entries) const {
   for (const Entry& entry : entries) {
     if (entry.isOffered && !entry.isOffered(editor_)) continue;
     if (!entry.text) {
-      menu->addSeparator();
+      menu.addSeparator();
       continue;
     }
     if (entry.submenu) {
       const Menu submenu = (this->*entry.submenu)();
-      menu->AddSubmenu(entry.text, submenu);
-      menu->setEntryEnabled(menu->getNbEntries() - 1, submenu->getNbEntries() > 0);
+      menu.AddSubmenu(entry.text, submenu);
+      menu.setEntryEnabled(menu.getNbEntries() - 1, submenu->getNbEntries() > 0);
       continue;
     }
     const std::string text = entry.text + (entry.detail ? entry.detail(editor_) : "");
-    SynMenuItem& item = menu->Add(
+    SynMenuItem& item = menu.Add(
         text, [act = entry.act, &editor = editor_, &window = window_] { act(editor, window); });
     item.setChecked((entry.isChecked && entry.isChecked(editor_)) ||
                     (entry.isCheckedIn && entry.isCheckedIn(window_)));
     item.setShortcut(ShownShortcut(entry.keys));
     item.setEnabled(IsEnabled(entry));
   }
-  return menu;
 }
 
 MainMenu::Menu MainMenu::MakeVersions() const { return MakeVersionsMenu(editor_); }
@@ -416,6 +434,10 @@ MainMenu::Menu MainMenu::MakeSnippets() const {
   if (menu->getNbEntries() == 0) menu->Add("None saved yet").setEnabled(false);
   return menu;
 }
+
+MainMenu::Menu MainMenu::MakeSound() const { return MakeFrom(kSound); }
+
+void MainMenu::AddSound(SynOptionMenu& menu) const { AddTo(menu, kSound); }
 
 MainMenu::Menu MainMenu::MakeCables() const { return MakeFrom(kCables); }
 

@@ -20,6 +20,8 @@ class MainMenu {
   SharedPointer<SynOptionMenu> Make() const;
   /// What can be done with the selected modules.
   SharedPointer<SynOptionMenu> MakeEdit() const;
+  /// Adds the commands for sound card and load.
+  void AddSound(SynOptionMenu& menu) const;
   /// Runs the enabled entry with these keys. False if no entry has them.
   bool RunShortcut(const CKeyEvent& event) const;
 
@@ -29,17 +31,20 @@ class MainMenu {
   static const Entry kZoomEntries[];
   static const Entry kCables[];
   static const Entry kEdit[];
+  static const Entry kSound[];
   static const Entry kKeysOnly[];
 
   using Menu = SharedPointer<SynOptionMenu>;
   bool IsEnabled(const Entry& entry) const;
   Menu MakeFrom(std::span<const Entry> entries) const;
+  void AddTo(SynOptionMenu& menu, std::span<const Entry> entries) const;
   Menu MakeVersions() const;
   Menu MakeRecovery() const;
   Menu MakeOversampling() const;
   Menu MakeOversamplingFilter() const;
   Menu MakePolyphony() const;
   Menu MakeMidiControllers() const;
+  Menu MakeSound() const;
   Menu MakeSkin() const;
   Menu MakeWindowHeight() const;
   Menu MakeZoom() const;

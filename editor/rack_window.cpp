@@ -9,8 +9,10 @@
 #include "editor/main_menu.h"
 #include "editor/midi_learning.h"
 #include "editor/module_picker.h"
+#include "editor/panel_loads.h"
 #include "editor/side_strip.h"
 #include "editor/size_grip.h"
+#include "editor/sound_dialog.h"
 #include "editor/syn_editor.h"
 #include "editor/value_bubble.h"
 #include "editor/value_entry.h"
@@ -96,6 +98,9 @@ void RackWindow::BuildRack() {
   rackView_->setBackgroundColor(kBehindRack);
   rack_->remember();
   rackView_->addView(rack_);
+  panelLoads_ = new PanelLoads(editor_, *rack_);
+  rackView_->addView(panelLoads_);
+  PlaceLoads();
   rack_->onContextPress = [this] {
     PopUp(MakeRackMenu(editor_), frame_->getCurrentMouseLocation());
   };
@@ -146,6 +151,7 @@ void RackWindow::BuildViews() {
                               images_.shortRightStrip);
   rackScroll_ = new SynScrollbar(this, geometry_);
   browser_ = new ModuleBrowser(editor_);
+  soundDialog_ = new SoundDialog(editor_);
   dialog_ = new DialogWindow;
   nestedDialog_ = new DialogWindow;
   learning_ = new MidiLearning(editor_);
@@ -154,7 +160,7 @@ void RackWindow::BuildViews() {
   sizeGrip_->onResize = [this](const CPoint& pixels) { zoom_.Ask(pixels); };
   for (CView* part :
        std::initializer_list<CView*>{leftStrip_, rightStrip_, rackScroll_, sizeGrip_, browser_,
-                                     dialog_, nestedDialog_, learning_, bubble_}) {
+                                     soundDialog_, dialog_, nestedDialog_, learning_, bubble_}) {
     frame_->addView(part);
   }
   frame_->addView(keys_.MakeRing(), browser_);
@@ -280,6 +286,7 @@ void RackWindow::RemoveModuleView(Module& module) {
     }
   }
   selection_.Drop(module);
+  panelLoads_->ModuleLeaves(module);
   if (pulledFrom_ && pulledFrom_->Owner() == &module) pulledFrom_ = nullptr;
   rack_->removeView(&module);
   if (rack_->getNbViews() == 0) UpdateHints();
@@ -369,12 +376,17 @@ void RackWindow::PlaceViews(const CPoint& size) {
   };
   frame_->setSizeAndZoom(size.x, size.y, geometry_.pixelScale);
   place(*rackView_, geometry_.ViewRect());
+  PlaceLoads();
   place(*leftStrip_, geometry_.LeftStripRect());
   place(*rightStrip_, geometry_.RightStripRect());
   place(*bar_, geometry_.BarRect());
   place(*sizeGrip_, geometry_.GripRect());
   rack_->ResizeLayers();
   RowsChanged(geometry_.rows);
+}
+
+void RackWindow::PlaceLoads() {
+  panelLoads_->setViewSize(CRect::FromSize({}, rackView_->getWidth(), rackView_->getHeight()));
 }
 
 void RackWindow::ShowPreset(const std::string& name, const std::string& author, bool isChanged) {

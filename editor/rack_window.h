@@ -30,9 +30,11 @@ namespace halveron {
 
 class MidiLearning;
 class ModuleKnob;
+class PanelLoads;
 class PatchPoint;
 class SideStrip;
 class SizeGrip;
+class SoundDialog;
 class SynEditor;
 class ValueBubble;
 
@@ -56,6 +58,8 @@ class RackWindow final : private CControlListener {
   MidiLearning& Learning() { return *learning_; }
   const MidiLearning& Learning() const { return *learning_; }
   ModuleBrowser& Browser() { return *browser_; }
+  SoundDialog& Sound() { return *soundDialog_; }
+  PanelLoads& Loads() { return *panelLoads_; }
   ModuleSelection& Selection() { return selection_; }
   const RackGeometry& Geometry() const { return geometry_; }
 
@@ -155,6 +159,7 @@ class RackWindow final : private CControlListener {
   void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,
                   BarButton* opener = nullptr);
   void PlaceViews(const CPoint& size);
+  void PlaceLoads();
   void MoveRackTo(CCoord top);
   /// The hints for an empty rack came or went.
   void UpdateHints();
@@ -178,7 +183,9 @@ class RackWindow final : private CControlListener {
   SideStrip* rightStrip_ = nullptr;
   SizeGrip* sizeGrip_ = nullptr;
   TopBar* bar_ = nullptr;
+  PanelLoads* panelLoads_ = nullptr;
   ModuleBrowser* browser_ = nullptr;
+  SoundDialog* soundDialog_ = nullptr;
   DialogWindow* dialog_ = nullptr;
   DialogWindow* nestedDialog_ = nullptr;
   WindowZoom zoom_;

@@ -230,10 +230,13 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   StartBlock();
   if (rack_->knobs->TakeMoves()) rack_->plan.PutBack();
   rack_->plan.BeginBlock(sampleFrames * oversamplingSteps);
-  if (oversamplingFactor == 1) {
-    RunPlain(sampleFrames);
-  } else {
-    RunOversampled(sampleFrames);
+  for (int done = 0; done < sampleFrames;) {
+    const int plain = rack_->moduleLoads.SamplesBefore(sampleFrames - done);
+    oversamplingFactor == 1 ? RunPlain(plain) : RunOversampled(plain);
+    done += plain;
+    if (done == sampleFrames) break;
+    RunMeasured();
+    ++done;
   }
   rack_->plan.EndBlock();
 }
@@ -273,6 +276,22 @@ void Halveron::RunOversampled(int sampleFrames) {
     filter_.Decimate(currentOutL, currentOutR);
     AdvanceSample();
   }
+}
+
+void Halveron::RunMeasured() {
+  SamplePlan& plan = rack_->plan;
+  RunStopwatch watch;
+  for (int step = 0; step < oversamplingSteps; ++step) {
+    plan.RunEveryStep(watch);
+    if (step == 0) plan.RunFirstStep(watch);
+    plan.CarryCables(watch);
+    if (oversamplingFactor == 1) continue;
+    filter_.Push(MainOutput(0, currentOutL), MainOutput(1, currentOutR));
+    watch.Skip();
+  }
+  if (oversamplingFactor != 1) filter_.Decimate(currentOutL, currentOutR);
+  AdvanceSample();
+  rack_->moduleLoads.SampleMeasured(watch, plan.Costs());
 }
 
 int Halveron::processEvents(VstEvents* events) {

@@ -108,6 +108,8 @@ class Halveron final : public AudioEffectX, public EngineContext {
   void StartBlock();
   void RunPlain(int sampleFrames);
   void RunOversampled(int sampleFrames);
+  /// A sample, with the clock read between the modules.
+  void RunMeasured();
   void AdvanceSample();
   /// A sample of the main pair, 0 while no module writes its channel.
   float MainOutput(int channel, const float* sample) const;

@@ -19,6 +19,7 @@
 #include "framework/knob_store.h"
 #include "framework/midi_map.h"
 #include "framework/module.h"
+#include "framework/module_loads.h"
 #include "framework/rack_cables.h"
 #include "framework/rack_parameters.h"
 #include "framework/rack_voices.h"
@@ -204,6 +205,7 @@ class RackModel : public CControlListener {
 
   /// What the sample loop walks: the lists above made flat when an edit of the patch ends.
   SamplePlan plan;
+  ModuleLoads moduleLoads{*this};
 
  private:
   friend class PatchEdit;

@@ -9,6 +9,8 @@ namespace halveron {
 
 /// A knob that goes to its stepped target.
 struct Stepped {
+  explicit Stepped(const Knob& stepped) : knob(stepped) {}
+
   const Knob& knob;
 };
 

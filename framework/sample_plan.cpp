@@ -28,7 +28,9 @@ SamplePlan::~SamplePlan() = default;
 void SamplePlan::NoteUnplugged(const PatchPoint* input) { layout_->unplugged.insert(input); }
 
 SamplePlan::OwnDraft SamplePlan::Prepare(const Patch& patch, Draw draw) const {
-  return BuildPlan(*layout_, patch, draw, unit_);
+  OwnDraft draft = BuildPlan(*layout_, patch, draw, unit_);
+  draft->program.costs.Clear(draft->program.modules.size());
+  return draft;
 }
 
 bool SamplePlan::HasOutgrownTeams(const Patch& patch) const {
@@ -142,6 +144,21 @@ SamplePlan::Recall::Recall(SamplePlan& plan, platform::RecursiveLock& lock) : pl
     if (team) team->Store();
     isDone = !team;
     if (isDone) plan.PutBack();
+  }
+}
+
+/// Instances that run one after the other are measured one by one: those of libraries have one
+/// function whatever their class, and others may differ in what they do.
+void SamplePlan::Program::RunMeasured(const Stage& stage, RunStopwatch& watch) {
+  for (const ModuleRun& each : stage.runs) {
+    for (std::size_t i = 0; i < each.count; ++i) {
+      each.run(each.modules + i, 1);
+      watch.Charge(costs, IndexOf(each.modules + i));
+    }
+  }
+  for (const Team& team : stage.teams) {
+    team.Run();
+    watch.Charge(costs, IndexOf(team.single.modules));
   }
 }
 

@@ -11,6 +11,7 @@
 #include "framework/cable.h"
 #include "framework/module.h"
 #include "framework/rack_limits.h"
+#include "framework/run_costs.h"
 #include "framework/signal_store.h"
 #include "framework/voice_group.h"
 #include "platform/recursive_lock.h"
@@ -120,6 +121,32 @@ class SamplePlan {
   void RunFirstStep() const { program_.firstStep.Run(); }
   void CarryCables();
 
+  /// The same, with the time of each module and of the cables added to the costs.
+  void RunEveryStep(RunStopwatch& watch) { program_.RunMeasured(program_.everyStep, watch); }
+  void RunFirstStep(RunStopwatch& watch) { program_.RunMeasured(program_.firstStep, watch); }
+  void CarryCables(RunStopwatch& watch) {
+    CarryCables();
+    watch.Charge(program_.costs, program_.modules.size());
+  }
+  RunCosts& Costs() { return program_.costs; }
+  std::size_t InstanceCount() const { return program_.modules.size(); }
+  /// Inside the processing lock, with costs for as many instances.
+  void SwapCosts(RunCosts& costs) { std::swap(program_.costs, costs); }
+  /// f(instances, the place of what they cost together). Whoever edits.
+  template <class F>
+  void ForEachCost(F&& f) const {
+    for (const Stage* stage : {&program_.everyStep, &program_.firstStep}) {
+      for (const ModuleRun& run : stage->runs) {
+        for (std::size_t i = 0; i < run.count; ++i) {
+          f(std::span(run.modules + i, 1), program_.IndexOf(run.modules + i));
+        }
+      }
+      for (const Team& team : stage->teams) {
+        f(std::span(team.single.modules, team.single.count), program_.IndexOf(team.single.modules));
+      }
+    }
+  }
+
   /// Inputs that are copied or summed into, of those with cables; a line of a team counts as one.
   std::size_t CarriedInputs() const {
     return program_.fills.size() + program_.gathers.size() + program_.copies.size() +
@@ -154,6 +181,13 @@ class SamplePlan {
       isLoaded = false;
       group->Store();
     }
+    void Run() const {
+      if (inVectors) {
+        group->Run();
+      } else {
+        single.run(single.modules, single.count);
+      }
+    }
   };
   struct Stage {
     std::vector<ModuleRun> runs;
@@ -163,13 +197,7 @@ class SamplePlan {
       for (const ModuleRun& each : runs) each.run(each.modules, each.count);
       // The same order with and without vectors, since some draw from the same random numbers. It
       // is not that of the active list.
-      for (const Team& team : teams) {
-        if (team.inVectors) {
-          team.group->Run();
-        } else {
-          team.single.run(team.single.modules, team.single.count);
-        }
-      }
+      for (const Team& team : teams) team.Run();
     }
     std::size_t VectorRows() const;
   };
@@ -204,6 +232,12 @@ class SamplePlan {
     std::vector<SignalMove> copies;  // one cell into another
     std::vector<RowSum> rowSums;     // the voices of an output into one input
     std::vector<SignalMove> sums;    // what is added to a copied cell, in order
+    RunCosts costs;
+
+    std::size_t IndexOf(Module* const* instance) const {
+      return static_cast<std::size_t>(instance - modules.data());
+    }
+    void RunMeasured(const Stage& stage, RunStopwatch& watch);
   };
 
   bool IsAnyLoaded() const { return isAnyLoaded_.load(std::memory_order_relaxed); }

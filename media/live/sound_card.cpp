@@ -72,6 +72,10 @@ unsigned Choose(const std::vector<SoundDevice>& devices, const std::string& want
     const auto any = std::find_if(devices.begin(), devices.end(), usable);
     return static_cast<unsigned>((first != devices.end() ? first : any) - devices.begin());
   }
+  // One name may be part of another.
+  for (std::size_t i = 0; i < devices.size(); ++i) {
+    if (devices[i].name == wanted && usable(devices[i])) return static_cast<unsigned>(i);
+  }
   unsigned number = 0;
   const char* end = wanted.data() + wanted.size();
   const auto read = std::from_chars(wanted.data(), end, number);
@@ -104,7 +108,20 @@ int ChooseRate(const SoundDevice& device, int wanted) {
 
 }  // namespace
 
-std::vector<SoundDevice> ListSoundDevices() { return DevicesOf(*MakeAudio()); }
+std::vector<SoundSystem> ListSoundSystems() {
+  std::vector<RtAudio::Api> apis;
+  RtAudio::getCompiledApi(apis);
+  std::vector<SoundSystem> systems;
+  for (const RtAudio::Api api : apis) {
+    if (api == RtAudio::RTAUDIO_DUMMY) continue;
+    systems.push_back({RtAudio::getApiName(api), RtAudio::getApiDisplayName(api)});
+  }
+  return systems;
+}
+
+std::vector<SoundDevice> ListSoundDevices(const std::string& system) {
+  return DevicesOf(*MakeAudio(system));
+}
 
 struct SoundCard::State {
   static int Callback(void* output, void* input, unsigned frames, double, RtAudioStreamStatus,
@@ -181,6 +198,14 @@ int SoundCard::Rate() const { return state_->rate; }
 int SoundCard::BlockSize() const { return static_cast<int>(state_->blockSize); }
 int SoundCard::Inputs() const { return static_cast<int>(state_->ins.size()); }
 int SoundCard::Outputs() const { return static_cast<int>(state_->outs.size()); }
+int SoundCard::Latency() const {
+  const platform::StandardErrorQuiet quiet;
+  try {
+    return std::max(static_cast<int>(state_->audio->getStreamLatency()), BlockSize());
+  } catch (const RtAudioError&) {
+    return BlockSize();  // it has gone
+  }
+}
 
 void SoundCard::Start(Process process) {
   state_->process = std::move(process);

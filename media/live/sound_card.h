@@ -18,8 +18,18 @@ struct SoundDevice {
   bool isDefault = false;  ///< for output
 };
 
-/// The devices of the machine, numbered by their place from 0; empty where there is no card.
-std::vector<SoundDevice> ListSoundDevices();
+/// A way to the machine's devices.
+struct SoundSystem {
+  std::string name;   ///< as in SoundCard::Settings
+  std::string title;  ///< for the user
+};
+
+/// Those that the program can use, whether they run or not.
+std::vector<SoundSystem> ListSoundSystems();
+
+/// The devices of the machine, numbered by their place from 0; empty where there is no card. Those
+/// of one sound system, or if none is named of the first that has any.
+std::vector<SoundDevice> ListSoundDevices(const std::string& system = {});
 
 /// An open device. It runs from Start until Stop or its end, on a thread of the sound system's.
 class SoundOutput {
@@ -40,6 +50,8 @@ class SoundOutput {
   virtual int BlockSize() const = 0;
   virtual int Inputs() const = 0;
   virtual int Outputs() const = 0;
+  /// Samples from a block to the ear, as far as the sound system tells; at least a block.
+  virtual int Latency() const { return BlockSize(); }
 
   /// Throws platform::UserError if the device does not start.
   virtual void Start(Process process) = 0;
@@ -54,7 +66,8 @@ class SoundOutput {
 class SoundCard final : public SoundOutput {
  public:
   struct Settings {
-    std::string device;   ///< a number, or part of a name whatever its case; empty: the default
+    /// A number, a name, or part of one whatever its case; empty: the default.
+    std::string device;
     int rate = 0;         ///< hertz; 0: 48000 if the card has it, else what it prefers
     int blockSize = 512;  ///< samples; the card may take another
     int mostInputs = 0;   ///< channels
@@ -72,6 +85,7 @@ class SoundCard final : public SoundOutput {
   int BlockSize() const override;
   int Inputs() const override;
   int Outputs() const override;
+  int Latency() const override;
 
   void Start(Process process) override;
   void Stop() override;

@@ -60,15 +60,21 @@ class S906EnvelopeFollowerVoices final : public VoiceLanes<S906EnvelopeFollower,
     }
   }
 
-  /// Lamps are seen no faster than blocks go by.
   void Store() override {
     for (int i = 0; i < this->Count(); ++i) {
       S906EnvelopeFollower& voice = this->Voice(i);
       const Follower& from = followers_[i / Base::kLanes];
       voice.follower_.s1 = dsp::Lane(from.s1, i % Base::kLanes);
       voice.follower_.s2 = dsp::Lane(from.s2, i % Base::kLanes);
+    }
+    ShowLamps();
+  }
+
+  /// Lamps are seen no faster than blocks go by.
+  void ShowLamps() {
+    for (int i = 0; i < this->Count(); ++i) {
       for (std::size_t gate = 0; gate < kGates; ++gate) {
-        voice.lamps_[gate].Set(gates_[gate][i]);
+        this->Voice(i).lamps_[gate].Set(gates_[gate][i]);
       }
     }
   }

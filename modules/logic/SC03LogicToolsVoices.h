@@ -55,8 +55,10 @@ class SC03LogicToolsVoices final : public VoiceLanes<SC03LogicTools, Unit> {
     }
   }
 
+  void Store() override { ShowLamps(); }
+
   /// Lamps are seen no faster than blocks go by.
-  void Store() override {
+  void ShowLamps() {
     for (int i = 0; i < this->Count(); ++i) {
       SC03LogicTools& voice = this->Voice(i);
       for (std::size_t k = 0; k < kInputs; ++k) voice.invertedLamps_[k].Set(inverted_[k][i]);

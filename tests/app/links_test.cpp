@@ -1,9 +1,5 @@
 // What keeps live playing going when cards, servers and ports come and go.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -17,8 +13,7 @@
 #include "app/midi_link.h"
 #include "app/sound_link.h"
 #include "platform/user_error.h"
-
-extern char** environ;
+#include "tests/support/dummy_server.h"
 
 namespace halveron {
 namespace {
@@ -166,43 +161,6 @@ TEST_F(SoundLinkTest, NoticesACardThatEndsStallsOrRaces) {
     link = nullptr;
   }
 }
-
-/// A JACK server without a sound card, of a name of its own, ended with the test.
-class DummyServer {
- public:
-  DummyServer() { setenv("JACK_DEFAULT_SERVER", Name().c_str(), 1); }
-  ~DummyServer() {
-    End();
-    unsetenv("JACK_DEFAULT_SERVER");
-  }
-  /// False if there is no such program.
-  bool Start() {
-    std::vector<std::string> words = {"jackd", "-n",    Name(), "--no-realtime", "-d", "dummy",
-                                      "-r",    "44100", "-p",   "1024"};
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_addopen(&files, 1, "/dev/null", 1, 0);
-    posix_spawn_file_actions_adddup2(&files, 1, 2);
-    const int status = posix_spawnp(&process_, "jackd", &files, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&files);
-    if (status != 0) process_ = 0;
-    return status == 0;
-  }
-  void End() {
-    if (process_ == 0) return;
-    kill(process_, SIGTERM);
-    waitpid(process_, nullptr, 0);
-    process_ = 0;
-  }
-
- private:
-  static std::string Name() { return "halveron-test-" + std::to_string(getpid()); }
-
-  pid_t process_ = 0;
-};
 
 TEST(FadeOut, EndsWithoutAStepWithin10Ms) {
   FadeOut fade;

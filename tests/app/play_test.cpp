@@ -17,6 +17,7 @@
 #include "presets/text_patch.h"
 #include "tests/app/played.h"
 #include "tests/support/display/test_display.h"
+#include "tests/support/dummy_server.h"
 #include "tests/support/song_file.h"
 
 namespace halveron {
@@ -24,6 +25,7 @@ namespace {
 
 using halveron::testing::Convert;
 using halveron::testing::Played;
+using halveron::testing::ReadFile;
 using halveron::testing::ScratchFolder;
 using halveron::testing::WaitUntil;
 
@@ -222,6 +224,46 @@ TEST(Play, AsksBeforeChangesGoAndOffersThemAfterAnInterrupt) {
   }));
   EXPECT_EQ(status, kExitDone);
   EXPECT_TRUE(std::filesystem::is_empty(autosaves)) << "what was given up does not come back";
+}
+
+TEST(Play, TakesItsSoundFromTheDialogAndKeepsTheChoice) {
+  HALVERON_NEEDS_DISPLAY(display);
+  DummyServer server;
+  if (!server.Start()) GTEST_SKIP() << "jackd is not installed";
+  const ScratchFolder folder;
+  const std::string patch = folder.Write("a.json", R"({"halveron": 1})");
+  const std::string config = folder.At("Documents/Halveron/Config.ini");
+  const auto isKept = [&](const std::string& line) {
+    return std::filesystem::exists(config) && ReadFile(config).find(line) != std::string::npos;
+  };
+  TestDisplay::WindowId window = 0;
+  {
+    Played played({patch}, folder);
+    const auto hasCard = [&] { return played.Log().find("at 44100 Hz") != std::string::npos; };
+    if (!WaitUntil(hasCard)) GTEST_SKIP() << "jackd does not run here: " << played.Log();
+    ASSERT_TRUE(WaitUntil([&] { return (window = display->FindByTitle("Halveron")) != 0; }));
+    // From the first field, which has the focus, its list is found by typing.
+    const auto choose = [&](const char* system) {
+      display->SetFocus(window);
+      display->TypeChord("Ctrl+comma");
+      display->TypeKey("Return");
+      display->TypeText(system);
+      display->TypeKey("Return");
+    };
+    EXPECT_TRUE(WaitUntil([&] {
+      choose("jack");
+      return isKept("system=jack");
+    }));
+    // There is no card that another system could play by, and what played before plays on.
+    choose("alsa");
+    display->TypeKey("Escape");
+    display->AskToClose(window);
+    ASSERT_TRUE(WaitUntil([&] { return played.Status() != -1; })) << played.Log();
+    EXPECT_TRUE(isKept("system=jack")) << ReadFile(config);
+  }
+  Played next({patch, "--no-window"}, folder);
+  EXPECT_TRUE(WaitUntil([&] { return next.Log().find("at 44100 Hz") != std::string::npos; }))
+      << next.Log();
 }
 
 TEST(Play, RefusesWhatIsNotThere) {

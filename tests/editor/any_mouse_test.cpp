@@ -8,12 +8,14 @@
 #include <string_view>
 
 #include "editor/midi_learning.h"
+#include "tests/support/fake_sound.h"
 #include "tests/support/user_rig.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
 namespace {
 
+using testing::FakeSound;
 using testing::UserRig;
 using testing::WindowHand;
 
@@ -23,6 +25,7 @@ class AnyHand {
     LeaveARack();
     instance_ = user_.Start();
     instance_->BecomeProgram();
+    Editor().sound = &sound_;
     Editor().manual.open = [](const std::string&) { return true; };
     OpenWindow();
   }
@@ -84,7 +87,7 @@ class AnyHand {
   }
 
   void UseShortcut() {
-    constexpr std::u32string_view kLetters = U"nsopbmlhzyacdvf0+-zyz";
+    constexpr std::u32string_view kLetters = U"nsopbmlhzyacdvf0+-zyz,ll";
     const char32_t letter = kLetters[static_cast<std::size_t>(Dice(int{kLetters.size()}))];
     // Rarely, for it ends what the others have built; and copies only while there is room.
     if ((letter == U'n' || letter == U'o') && Dice(8)) return;
@@ -185,6 +188,7 @@ class AnyHand {
 
   std::mt19937 random_;
   const UserRig user_;
+  FakeSound sound_;
   std::unique_ptr<UserRig::Instance> instance_;
   std::unique_ptr<WindowHand> hand_;
 };

@@ -47,6 +47,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Oversampling Filter",
                            "Polyphony",
                            "MIDI Controllers",
+                           "Sound and Load",
                            "Skin",
                            "Window Height",
                            "Zoom",
