@@ -98,6 +98,7 @@ void Halveron::close() {
 template <class F>
 void Halveron::ForEachInstance(F&& f) {
   if (!rack_) return;
+  rack_->plan.PutBack();
   for (std::size_t index = 0; index < rack_->modules[0].size(); ++index) {
     for (int voice = 0; voice < voiceCount; ++voice) {
       Module* module = rack_->modules[static_cast<std::size_t>(voice)][index];
@@ -227,6 +228,7 @@ void Halveron::processReplacing(float** inputs, float** outputs, int sampleFrame
   if (clearOutputsPending) ClearOutputs(sampleFrames);
   if (hostKind != HostKind::kClap) blockStartFrames = sampleFrames;
   StartBlock();
+  if (rack_->knobs->TakeMoves()) rack_->plan.PutBack();
   rack_->plan.BeginBlock(sampleFrames * oversamplingSteps);
   for (int done = 0; done < sampleFrames;) {
     const int plain = rack_->moduleLoads.SamplesBefore(sampleFrames - done);

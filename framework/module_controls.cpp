@@ -25,11 +25,13 @@ void ModuleKnob::setValue(float newValue) {
   cell_->value = newValue;
   if (stepped) SnapToStep();
   CountMove();
+  store_->NoteMove();
 }
 
 void ModuleKnob::bounceValue() {
   CAnimKnob::bounceValue();
   CountMove();
+  store_->NoteMove();
 }
 
 int ModuleKnob::GetStepIndex() const { return StepOf(cell_->value); }
@@ -52,6 +54,7 @@ int ModuleKnob::SnapToStep() {
   cell_->stepped_target =
       static_cast<float>(index) / static_cast<float>(std::max(subPixmaps - 1, 1));
   CountMove();
+  store_->NoteMove();
   return index;
 }
 
@@ -59,11 +62,13 @@ void ModuleKnob::SetAtOnce(float newValue) {
   setValue(newValue);
   cell_->smoothed_value = stepped ? cell_->stepped_target : cell_->value;
   CountMove();
+  store_->NoteMove();
 }
 
 void ModuleKnob::TakeValue(float newValue) {
   cell_->value = newValue;
   CountMove();
+  store_->NoteMove();
 }
 
 float ModuleKnob::BaseValue() const {
@@ -87,6 +92,7 @@ float BaseValueOf(const CControl& control) {
 void ModuleKnob::SetSmoothing(float delay, float sampleRate) {
   if (delay >= 0.0f) smoothDelay = delay;
   cell_->smooth_step = 1000.0f / (smoothDelay * sampleRate);
+  store_->NoteMove();
 }
 
 CMouseEventResult ModuleKnob::onMouseDown(CPoint& where, const CButtonState& buttons) {

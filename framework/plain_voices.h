@@ -33,6 +33,7 @@ class PlainVoices : public VoiceLanes<M, Unit> {
     }
   }
 
+  bool Stays() const final { return true; }
   bool Load() final { return true; }
   [[gnu::flatten]] void Run() final {
     for (int p = 0; p < this->Packs(); ++p) {

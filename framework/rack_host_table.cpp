@@ -175,7 +175,7 @@ void RackModel::FillHostTable() {
   t.ReceiveStereoFromDAW = ReceiveStereoFromDAW;
   t.GetDAWInputCount = [](Rack*) { return kDawInputs; };
   t.GetDAWOutputCount = [](Rack*) { return kDawOutputs; };
-  t.EnterProcessingCriticalSection = [](Rack* rack) { rack->engine.processingLock.lock(); };
+  t.EnterProcessingCriticalSection = [](Rack* rack) { rack->LockModules(); };
   t.LeaveProcessingCriticalSection = [](Rack* rack) { rack->engine.processingLock.unlock(); };
   t.BindNoteSlotToVoice = [](Rack* rack, int voice, int noteSlot) {
     rack->engine.BindNoteSlotToVoice(voice, noteSlot);

@@ -9,7 +9,7 @@ namespace halveron {
 
 PatchEdit::PatchEdit(RackModel& rack, Hold hold) : rack_(rack) {
   rack_.engine.editLock.lock();
-  ++rack_.editDepth_;
+  if (++rack_.editDepth_ == 1) rack_.recall_.emplace(rack_.plan, rack_.engine.processingLock);
   if (hold == Hold::kThroughout) rack_.HoldProcessingLock();
 }
 
@@ -20,6 +20,7 @@ PatchEdit::~PatchEdit() {
     return;
   }
   rack_.holdsProcessingLock_ ? rack_.CommitHeld() : rack_.CommitBeside();
+  rack_.recall_.reset();
   --rack_.editDepth_;
   for (Module* module : std::exchange(rack_.discarded_, {})) module->forget();
   rack_.engine.editLock.unlock();
@@ -37,6 +38,11 @@ RackModel::~RackModel() {
   for (Module* module : trashList) module->forget();
 }
 
+void RackModel::LockModules() {
+  engine.processingLock.lock();
+  plan.PutBack();
+}
+
 SamplePlan::Patch RackModel::PatchToPlay() const {
   return {activeModules,     cables.cableList, cables.sumCableList,
           blockStartModules, eventModules,     engine.processingLock};
@@ -44,7 +50,7 @@ SamplePlan::Patch RackModel::PatchToPlay() const {
 
 void RackModel::HoldProcessingLock() {
   if (holdsProcessingLock_) return;
-  engine.processingLock.lock();
+  LockModules();
   holdsProcessingLock_ = true;
   RunWaitingChanges();
 }
@@ -55,7 +61,7 @@ bool RackModel::InLock(std::function<void()> change) {
     waitingChanges_.push_back(std::move(change));
     return false;
   }
-  const std::lock_guard processing(engine.processingLock);
+  const auto modules = HoldModules();
   change();
   return true;
 }
@@ -82,7 +88,7 @@ void RackModel::CommitBeside() {
   if (!planOutdated_ && waitingChanges_.empty()) return;
   const bool movesPlan = std::exchange(planOutdated_, false);
   const SamplePlan::OwnDraft draft = movesPlan ? PrepareBeside() : nullptr;
-  if (!draft) engine.processingLock.lock();
+  if (!draft) LockModules();
   holdsProcessingLock_ = true;
   RunWaitingChanges();
   if (draft) plan.Swap(*draft);
@@ -100,11 +106,11 @@ void RackModel::CommitBeside() {
 /// Leaves the processing lock held.
 SamplePlan::OwnDraft RackModel::PrepareBeside() {
   SamplePlan::OwnDraft draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kNearby);
-  engine.processingLock.lock();
+  LockModules();
   if (SamplePlan::Fits(*draft)) return draft;
   engine.processingLock.unlock();
   draft = plan.Prepare(PatchToPlay(), SamplePlan::Draw::kStill);
-  engine.processingLock.lock();
+  LockModules();
   return draft;
 }
 
@@ -118,7 +124,9 @@ void RackModel::Regroup() {
 void RackModel::RegroupModules() {
   if (!plan.HaveTeamsBroken()) return;
   const std::lock_guard edit(engine.editLock);
-  if (editDepth_ == 0 && plan.TakeTeamsBroke()) Regroup();
+  if (editDepth_ > 0 || !plan.TakeTeamsBroke()) return;
+  const SamplePlan::Recall recall(plan, engine.processingLock);
+  Regroup();
 }
 
 Module* RackModel::GetVoiceModule(Module* module, int voice) const {
@@ -173,7 +181,7 @@ void RackModel::ResizeTable(int count) {
     resized[voice].resize(static_cast<std::size_t>(count));
   }
   // Modules look up their voices in here while they play.
-  const std::lock_guard lock(engine.processingLock);
+  const auto lock = HoldModules();
   for (std::size_t voice = 0; voice < voices; ++voice) modules[voice].swap(resized[voice]);
 }
 

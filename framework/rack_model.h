@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -162,6 +163,15 @@ class RackModel : public CControlListener {
   /// holds it or none is under way, else when the outermost edit ends, in the order of the calls
   /// and together with the new plan. True if it was called at once.
   bool InLock(std::function<void()> change);
+  /// The processing lock, with the state of all modules in them: for whoever reads or changes more
+  /// of a module than the values of its controls. Within a block the state may be in voice groups.
+  /// Any thread.
+  std::unique_lock<platform::RecursiveLock> HoldModules() {
+    LockModules();
+    return {engine.processingLock, std::adopt_lock};
+  }
+  /// The same for a caller who unlocks by itself.
+  void LockModules();
 
   EngineContext& engine;
   HostTable hostTable;
@@ -221,6 +231,7 @@ class RackModel : public CControlListener {
   ModuleFailure moduleFailure_ = ModuleFailure::kNone;
   int editDepth_ = 0;
   bool holdsProcessingLock_ = false;
+  std::optional<SamplePlan::Recall> recall_;  // while an edit is under way
   bool planOutdated_ = false;
   std::vector<std::function<void()>> waitingChanges_;
   std::vector<Module*> discarded_;  // destroyed when the edit has ended

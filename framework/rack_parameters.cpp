@@ -77,17 +77,14 @@ void RackParameters::RefreshMirror() {
   }
 }
 
-namespace {
-
-void TellModule(CControl* moved) {
+void RackParameters::TellModule(CControl* moved) {
   if (auto* module = dynamic_cast<Module*>(moved->getParentView())) {
     module->ValueChanged(moved);
   } else if (CControlListener* listener = moved->getListener()) {
     listener->valueChanged(moved);
   }
+  rack_.knobs->NoteMove();
 }
-
-}  // namespace
 
 void RackParameters::Post(int index, float value) {
   // While a panel move is under way the host may only be echoing it.
@@ -165,6 +162,7 @@ void RackParameters::Spread(CControl* control, float base) {
     }
     static_cast<Module*>(clone->getParentView())->ValueChanged(clone);
   }
+  rack_.knobs->NoteMove();
 }
 
 void RackParameters::SetKnobAtHost(ModuleKnob& knob, float base, float offset) {
@@ -182,6 +180,7 @@ void RackParameters::SetParameterValue(int index, float value) {
     return;
   }
   hostParameters_.Mirror(index, value);
+  rack_.plan.LeaveVectors();
   for (int voice = 0; control && voice < rack_.engine.voiceCount; ++voice) {
     auto& knob = static_cast<ModuleKnob&>(*control);
     SetKnobAtHost(knob, value, knob.hostOffset);
@@ -193,6 +192,7 @@ void RackParameters::SetParameterValue(int index, float value) {
 void RackParameters::SetParameterOffset(int index, int voice, float offset, bool upToVoice) {
   if (index < 0 || index >= kParameterCount || voice < 0) return;
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
+  rack_.plan.LeaveVectors();
   for (int present = 0; control && present <= voice; ++present) {
     auto* knob = dynamic_cast<ModuleKnob*>(control);
     if (!knob) return;

@@ -71,6 +71,7 @@ class RackParameters {
   void Assign(int tag, CControl* control);
   void SetControls(int index, float value);
   void Spread(CControl* control, float base);
+  void TellModule(CControl* moved);
   void SetKnobAtHost(ModuleKnob& knob, float base, float offset);
   bool OwnsParameter(const CControl* control) const;
 

@@ -28,7 +28,9 @@ namespace halveron {
 ///
 /// Where a class offers a VoiceGroup, up to sixteen of its instances form a team: the voices of one
 /// module, or of several modules that differ in nothing that must be alike. The cells of a point of
-/// a team lie side by side, and the team runs in one call.
+/// a team lie side by side, and the team runs in one call. Its state stays in the group between
+/// blocks. Whoever wants to find or change the state of modules there calls PutBack first, inside
+/// the processing lock.
 class SamplePlan {
  public:
   using ActiveModules = std::array<std::vector<Module*>, kMaxVoices>;
@@ -47,6 +49,8 @@ class SamplePlan {
     kNearby,  ///< moves only what the edit touches, and inputs that can begin to read the image
     kStill,   ///< moves only what the edit touches
   };
+  /// Where everything lies, for those who edit.
+  class Layout;
   /// The next plan while the present one plays.
   class Draft;
   struct DraftDeleter {
@@ -89,12 +93,28 @@ class SamplePlan {
   /// Around the samples of a block, `steps` of them with oversampling counted.
   void BeginBlock(int steps);
   void EndBlock();
-  /// Before a module changes others while it plays: for the rest of the block each instance runs by
-  /// itself, from the state that its group has reached. Nothing happens between blocks. Inside the
-  /// processing lock.
-  void LeaveVectors() {
-    if (isInBlock_) StoreGroups();
+  /// Between blocks: brings all state into the modules. Within one nothing happens, since it is the
+  /// audio thread that calls. Inside the processing lock.
+  void PutBack() {
+    if (!isInBlock_ && IsAnyLoaded()) StoreGroups();
   }
+  /// Before a module, or an event of the host, changes modules: brings all state into them. Within
+  /// a block each instance runs by itself for the rest of it. Inside the processing lock.
+  void LeaveVectors() {
+    if (IsAnyLoaded()) StoreGroups();
+  }
+  /// While one exists, state does not stay in groups. It brings the state into the modules group by
+  /// group, so that none of its holds of the processing lock is long. Any thread.
+  class Recall {
+   public:
+    Recall(SamplePlan& plan, platform::RecursiveLock& lock);
+    ~Recall() { --plan_.recalls_; }
+    Recall(const Recall&) = delete;
+    Recall& operator=(const Recall&) = delete;
+
+   private:
+    SamplePlan& plan_;
+  };
 
   /// The modules that follow the oversampling, and those at the host's rate.
   void RunEveryStep() const { program_.everyStep.Run(); }
@@ -139,7 +159,6 @@ class SamplePlan {
 
  private:
   friend class PlanBuilder;
-  class Layout;
 
   /// Modules of a class that run in one call.
   struct ModuleRun {
@@ -152,9 +171,16 @@ class SamplePlan {
     VoiceGroup* group;  ///< null if they always run by themselves
     ModuleRun single;
     std::size_t rows;  ///< modules, each with all its voices
+    bool stays;        ///< its group keeps the state between blocks
     bool inVectors = false;
-    bool fitted = true;  ///< in the last block that was long enough
+    bool isLoaded = false;  ///< the state is in the group
+    bool fitted = true;     ///< in the last block that was long enough
 
+    void Store() {
+      if (!isLoaded) return;
+      isLoaded = false;
+      group->Store();
+    }
     void Run() const {
       if (inVectors) {
         group->Run();
@@ -214,12 +240,19 @@ class SamplePlan {
     void RunMeasured(const Stage& stage, RunStopwatch& watch);
   };
 
+  bool IsAnyLoaded() const { return isAnyLoaded_.load(std::memory_order_relaxed); }
   void StoreGroups();
+  void BeginTeam(Team& team, int steps);
+  /// The team of a number, null beyond the last.
+  Team* TeamAt(std::size_t index);
 
   Program program_;
   std::unique_ptr<Layout> layout_;
   std::atomic<bool> teamsBroke_ = false;
   bool isInBlock_ = false;
+  int stepsAtRest_ = 0;  // since all state was last in the modules, up to kFewestSteps
+  std::atomic<bool> isAnyLoaded_ = false;
+  std::atomic<int> recalls_ = 0;
   VectorUnit unit_ = WidestVectorUnit();
 };
 

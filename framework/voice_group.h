@@ -24,9 +24,9 @@ struct LineGather {
 /// Runs up to kMaxVoices instances of a class side by side in the lanes of vectors, with the same
 /// bits as their ProcessSample: the voices of one module, or of several modules after one another.
 ///
-/// Between blocks all state is in the modules, where everyone else finds it; a group takes it up
-/// when a block begins and puts it back when the block ends. Audio thread, inside the processing
-/// lock.
+/// A group takes up the state of the modules when a block begins. A group that `Stays` keeps it
+/// from block to block, until somebody else wants to find or change it in the modules; others put
+/// it back when the block ends. Inside the processing lock.
 ///
 /// A maker that gets no instances answers with a group that only reads keys, or with null if
 /// instances of different modules cannot share a group.
@@ -41,6 +41,11 @@ class VoiceGroup {
   virtual void Run() = 0;
   /// Puts the state back into the modules.
   virtual void Store() = 0;
+
+  /// Whether the state may stay in the lanes when a block has ended.
+  virtual bool Stays() const { return false; }
+  /// Lets lamps show the state that stays in the lanes. Of a group that Stays, after each block.
+  virtual void ShowLamps() {}
 
   /// Equal for instances of this class that may share a group, as far as Load would tell now; all
   /// but certainly different for others. Inside the processing lock.

@@ -21,7 +21,8 @@ namespace halveron {
 template <class Unit>
 inline constexpr int kMostPacks = kMaxVoices / dsp::kLanesOf<Unit>;
 
-/// One knob of all voices. What a panel or a host sets during a block counts from the next one on.
+/// One knob of all voices. What a panel or a host sets during a block counts from the next one on,
+/// before which all state is put back and taken up again (KnobStore::NoteMove).
 template <class Unit>
 struct KnobRow {
   using Float = dsp::Pack<float, Unit>;

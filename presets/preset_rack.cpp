@@ -52,12 +52,12 @@ PresetModule CapturePresetModule(RackModel& rack, Module& module, int* nextPoint
   const auto sizeOf = [&] { return static_cast<std::size_t>(module.GetPresetSize()); };
   std::size_t size = 0;
   {
-    const std::lock_guard lock(rack.engine.processingLock);
+    const auto lock = rack.HoldModules();
     size = sizeOf();
   }
   // The audio thread does not wait for the memory that much data takes.
   std::vector<std::byte> room(size);
-  const std::lock_guard lock(rack.engine.processingLock);
+  const auto lock = rack.HoldModules();
   PresetModule record = CapturePresetSettings(module, rack.RestingCorner(module), nextPoint);
   room.resize(sizeOf());  // a worker may have changed it
   record.data = std::move(room);
@@ -214,6 +214,7 @@ PresetDocument CaptureRackSettings(const RackModel& rack) {
 
 PresetDocument CapturePreset(RackModel& rack) {
   const std::lock_guard edit(rack.engine.editLock);
+  const SamplePlan::Recall recall(rack.plan, rack.engine.processingLock);
   PresetDocument document = CaptureRackSettings(rack);
   int nextPoint = 0;
   for (Module* module : rack.modules[0]) {

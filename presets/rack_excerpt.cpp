@@ -39,6 +39,7 @@ void BindFreeControllers(const PresetDocument& excerpt, const std::vector<Module
 
 PresetDocument CaptureExcerpt(RackModel& rack, std::span<Module* const> modules) {
   const std::lock_guard edit(rack.engine.editLock);
+  const SamplePlan::Recall recall(rack.plan, rack.engine.processingLock);
   PresetDocument excerpt = CaptureRackSettings(rack);
   excerpt.author.clear();
   excerpt.description.clear();

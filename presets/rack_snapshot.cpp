@@ -167,7 +167,7 @@ ModuleRecord RackSnapshots::RecordOf(Module& module, const ModuleRecord* previou
   };
   int size = 0;
   {
-    const std::lock_guard lock(rack_.engine.processingLock);
+    const auto lock = rack_.HoldModules();
     record.revision = module.GetDataRevision();
     if (previous && record.revision != 0 && record.revision == previous->revision) {
       capture({}, module.GetControlValuesSize());
@@ -181,7 +181,7 @@ ModuleRecord RackSnapshots::RecordOf(Module& module, const ModuleRecord* previou
   // The audio thread does not wait for the memory that much data takes.
   std::vector<std::byte> room(static_cast<std::size_t>(size));
   {
-    const std::lock_guard lock(rack_.engine.processingLock);
+    const auto lock = rack_.HoldModules();
     // Read first: data that change meanwhile are read again the next time.
     record.revision = module.GetDataRevision();
     size = module.GetPresetSize();
@@ -200,6 +200,7 @@ RackSnapshot RackSnapshots::Take(const RackSnapshot& previous) {
   std::map<int, std::shared_ptr<const ModuleRecord>> known;
   for (const RackSnapshot::Entry& entry : previous.modules) known[entry.id] = entry.record;
 
+  const SamplePlan::Recall recall(rack_.plan, rack_.engine.processingLock);
   RackSnapshot snapshot;
   snapshot.rack = CaptureRackSettings(rack_);
   for (Module* module : rack_.modules[0]) {

@@ -25,6 +25,7 @@ class S400DVCAVoices final : public VoiceLanes<S400DVCA, Unit> {
 
   static auto Alike(const S400DVCA& voice) { return std::tuple(voice.cv2Cabled_, voice.clipLevel); }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     const auto [cv2Cabled, level] = Alike(this->Voice(0));

@@ -24,6 +24,7 @@ class S401VCAAtnVoices final : public VoiceLanes<S401VCAAtn, Unit> {
 
   static auto Alike(const S401VCAAtn& voice) { return voice.clipLevel; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     const float level = this->Voice(0).clipLevel;

@@ -27,6 +27,7 @@ class S404VCAVoices final : public VoiceLanes<S404VCA, Unit> {
 
   static auto Alike(const S404VCA& voice) { return std::tuple(voice.law_, voice.clipLevel); }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     law_ = this->Voice(0).law_;

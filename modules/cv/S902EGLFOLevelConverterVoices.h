@@ -18,6 +18,7 @@ class S902EGLFOLevelConverterVoices final : public VoiceLanes<S902EGLFOLevelConv
 
   static auto Alike(const S902EGLFOLevelConverter& voice) { return voice.bipolarIn_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     bipolarIn_ = Alike(this->Voice(0));

@@ -17,6 +17,7 @@ class S903DOffsetGenVoices final : public VoiceLanes<S903DOffsetGen, Unit> {
     outs_ = {this->RowOf(first.out1_), this->RowOf(first.out2_)};
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     this->LoadKnobs(knobs_, kKnobs);
     return true;

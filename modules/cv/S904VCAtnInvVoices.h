@@ -23,6 +23,7 @@ class S904VCAtnInvVoices final : public VoiceLanes<S904VCAtnInv, Unit> {
 
   static auto Alike(const S904VCAtnInv& voice) { return voice.hasControl_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     hasControl_ = Alike(this->Voice(0));

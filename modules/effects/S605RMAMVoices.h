@@ -27,6 +27,7 @@ class S605RMAMVoices final : public VoiceLanes<S605RMAM, Unit> {
     return std::pair(voice.clipLevel, voice.amplitude_.IsCabled());
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     hasAmplitude_ = this->Voice(0).amplitude_.IsCabled();

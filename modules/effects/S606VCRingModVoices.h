@@ -29,6 +29,7 @@ class S606VCRingModVoices final : public VoiceLanes<S606VCRingMod, Unit> {
     return std::pair(voice.clipLevel, voice.productAndX_.IsCabled());
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     hasSum_ = this->Voice(0).productAndX_.IsCabled();

@@ -25,6 +25,7 @@ class S201VCFVoices final : public VoiceLanes<S201VCF, Unit> {
   static auto Alike(const S201VCF& voice) { return voice.clipLevel; }
   static auto& KernelOf(S201VCF& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     clipLevel_ = Alike(this->Voice(0));

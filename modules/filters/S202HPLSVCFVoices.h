@@ -27,6 +27,7 @@ class S202HPLSVCFVoices final : public VoiceLanes<S202HPLSVCF, Unit> {
   }
   static auto& KernelOf(S202HPLSVCF& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     std::tie(lowShelf_, clipLevel_) = Alike(this->Voice(0));

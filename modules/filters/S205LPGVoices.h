@@ -25,6 +25,7 @@ class S205LPGVoices final : public VoiceLanes<S205LPG, Unit> {
   static auto Alike(const S205LPG& voice) { return voice.mode_; }
   static auto& KernelOf(S205LPG& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     mode_ = Alike(this->Voice(0));

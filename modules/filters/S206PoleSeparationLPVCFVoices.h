@@ -25,6 +25,7 @@ class S206PoleSeparationLPVCFVoices final : public VoiceLanes<S206PoleSeparation
   static auto Alike(const Filter& voice) { return std::tuple(voice.inSeries_, voice.clipLevel); }
   static auto& KernelOf(Filter& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     std::tie(inSeries_, clipLevel_) = Alike(this->Voice(0));

@@ -31,6 +31,7 @@ class S212VCFVoices final : public VoiceLanes<S212VCF, Unit> {
   }
   static auto& KernelOf(S212VCF& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     std::tie(fourPoles_, hasHighPass_, hasBandPass_, hasLowPass_, hasNotch_) =

@@ -29,6 +29,7 @@ class S213MorphingVCFVoices final : public VoiceLanes<S213MorphingVCF, Unit> {
   static auto Alike(const Filter& voice) { return voice.hasIn2_; }
   static auto& KernelOf(Filter& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     forHigh_ = Alike(this->Voice(0)) ? in2_ : in_;

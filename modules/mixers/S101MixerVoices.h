@@ -20,6 +20,7 @@ class S101MixerVoices final : public VoiceLanes<S101Mixer, Unit> {
 
   static auto Alike(const S101Mixer& voice) { return voice.squareLaw_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     squareLaw_ = this->Voice(0).squareLaw_;

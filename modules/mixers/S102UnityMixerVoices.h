@@ -17,6 +17,7 @@ class S102UnityMixerVoices final : public VoiceLanes<S102UnityMixer, Unit> {
     out_ = this->RowOf(first.out_);
   }
 
+  bool Stays() const override { return true; }
   bool Load() override { return true; }
   [[gnu::flatten]] void Run() override {
     for (int p = 0; p < this->Packs(); ++p) {

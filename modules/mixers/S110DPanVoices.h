@@ -22,6 +22,7 @@ class S110DPanVoices final : public VoiceLanes<S110DPan, Unit> {
     outB_ = this->RowOf(first.outB_);
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     this->LoadKnobs(knobs_, kKnobs);
     return true;
@@ -41,9 +42,13 @@ class S110DPanVoices final : public VoiceLanes<S110DPan, Unit> {
     }
   }
 
-  /// Lamps are seen no faster than blocks go by.
   void Store() override {
     this->StoreKnobs(knobs_, kKnobs);
+    ShowLamps();
+  }
+
+  /// Lamps are seen no faster than blocks go by.
+  void ShowLamps() override {
     for (int i = 0; i < this->Count(); ++i) {
       const int pack = i / Base::kLanes, lane = i % Base::kLanes;
       this->Voice(i).ShowGains(dsp::Lane(a_[pack], lane), dsp::Lane(b_[pack], lane));

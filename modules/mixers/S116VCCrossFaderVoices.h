@@ -22,6 +22,7 @@ class S116VCCrossFaderVoices final : public VoiceLanes<S116VCCrossFader, Unit> {
     twoWay_ = this->RowOf(first.twoWay_);
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     this->LoadKnobs(knobs_, kKnobs);
     return true;

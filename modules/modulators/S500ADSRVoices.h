@@ -25,6 +25,7 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
 
   static auto& KernelOf(S500ADSR& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->LoadKernels(kernels_, KernelOf)) return false;
     this->LoadKnobs(knobs_, kKnobs);

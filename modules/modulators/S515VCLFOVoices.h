@@ -29,6 +29,7 @@ class S515VCLFOVoices final : public VoiceLanes<S515VCLFO, Unit> {
   }
   static auto& KernelOf(S515VCLFO& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     std::tie(clocked_, stepsCabled_) = Alike(this->Voice(0));
@@ -59,10 +60,14 @@ class S515VCLFOVoices final : public VoiceLanes<S515VCLFO, Unit> {
     }
   }
 
-  /// Lamps are seen no faster than blocks go by.
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
+    ShowLamps();
+  }
+
+  /// Lamps are seen no faster than blocks go by.
+  void ShowLamps() override {
     for (int i = 0; i < this->Count(); ++i) this->Voice(i).activity_.Set(unipolar_[i]);
   }
 

@@ -33,6 +33,7 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
   static auto Alike(const S516RSH& voice) { return voice.clocked_; }
   static auto& KernelOf(S516RSH& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     clocked_ = Alike(this->Voice(0));
@@ -46,11 +47,12 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
     for (int p = 0; p < this->Packs(); ++p) {
       Kernel& kernel = kernels_[p];
       if (clocked_) {
-        kernel.StepClocked(this->Read(clock_, p), this->Read(signal_, p));
+        samples_[p] |=
+            dsp::LaneBits(kernel.StepClocked(this->Read(clock_, p), this->Read(signal_, p)));
       } else {
         const Double sum =
             dsp::ToDouble(this->Read(rateCv_, p)) * rateAmount.smoothed[p] + rate.smoothed[p];
-        kernel.StepFree(sum, this->Read(signal_, p));
+        samples_[p] |= dsp::LaneBits(kernel.StepFree(sum, this->Read(signal_, p)));
       }
       this->Write(smooth_, p, kernel.smooth);
       this->Write(trinary_, p, kernel.trinary);
@@ -60,11 +62,21 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
     }
   }
 
-  /// Lamps are seen no faster than blocks go by.
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
-    for (int i = 0; i < this->Count(); ++i) this->Voice(i).ShowSample();
+    ShowLamps();
+  }
+
+  /// Lamps are seen no faster than blocks go by.
+  void ShowLamps() override {
+    for (int i = 0; i < this->Count(); ++i) {
+      if ((samples_[i / Base::kLanes] >> i % Base::kLanes & 1u) == 0) continue;
+      S516RSH& voice = this->Voice(i);
+      voice.kernel_.sampled = dsp::Lane(kernels_[i / Base::kLanes].sampled, i % Base::kLanes);
+      voice.ShowSample();
+    }
+    samples_ = {};
   }
 
  private:
@@ -73,6 +85,7 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
 
   std::array<KnobRow<Unit>, kKnobs.size()> knobs_;
   typename Base::template PerPack<Kernel> kernels_;
+  typename Base::template PerPack<unsigned> samples_{};  // lanes that have taken one in this block
   bool clocked_ = false;
   const float *clock_, *rateCv_, *signal_;
   float *smooth_, *trinary_, *sampled_, *highest_, *lowest_;

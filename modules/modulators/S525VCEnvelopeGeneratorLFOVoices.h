@@ -30,6 +30,7 @@ class S525VCEnvelopeGeneratorLFOVoices final : public VoiceLanes<S525VCEnvelopeG
 
   static auto& KernelOf(Envelope& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->LoadKernels(kernels_, KernelOf)) return false;
     this->LoadKnobs(knobs_, kKnobs);
@@ -60,11 +61,24 @@ class S525VCEnvelopeGeneratorLFOVoices final : public VoiceLanes<S525VCEnvelopeG
     }
   }
 
-  /// Lamps are seen no faster than blocks go by.
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
-    for (int i = 0; i < this->Count(); ++i) this->Voice(i).ShowLamps();
+    ShowLamps();
+  }
+
+  /// Lamps are seen no faster than blocks go by.
+  void ShowLamps() override {
+    for (int i = 0; i < this->Count(); ++i) {
+      const Kernel& kernel = kernels_[i / Base::kLanes];
+      const int lane = i % Base::kLanes;
+      Envelope& voice = this->Voice(i);
+      voice.kernel_.attackLamp = dsp::Lane(kernel.attackLamp, lane);
+      voice.kernel_.decayStage = dsp::Lane(kernel.decayStage, lane);
+      voice.kernel_.sustainStage = dsp::Lane(kernel.sustainStage, lane);
+      voice.kernel_.releaseLamp = dsp::Lane(kernel.releaseLamp, lane);
+      voice.ShowLamps();
+    }
   }
 
  private:

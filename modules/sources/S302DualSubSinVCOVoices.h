@@ -22,6 +22,7 @@ class S302DualSubSinVCOVoices final : public VoiceLanes<S302DualSubSinVCO, Unit>
   static auto Alike(const S302DualSubSinVCO& voice) { return voice.hasSine2_; }
   static auto& KernelOf(S302DualSubSinVCO& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     hasSine2_ = Alike(this->Voice(0));

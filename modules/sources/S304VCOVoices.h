@@ -24,6 +24,7 @@ class S304VCOVoices final : public VoiceLanes<S304VCO, Unit> {
   static auto Alike(const S304VCO& voice) { return voice.hasPulse_; }
   static auto& KernelOf(S304VCO& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     hasPulse_ = Alike(this->Voice(0));

@@ -33,6 +33,7 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
   }
   static auto& KernelOf(S310VCO& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     const S310VCO& first = this->Voice(0);

@@ -33,6 +33,7 @@ class S321FMPMVCOVoices final : public VoiceLanes<S321FMPMVCO, Unit> {
   }
   static auto& KernelOf(S321FMPMVCO& voice) { return voice.kernel_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike) || !this->LoadKernels(kernels_, KernelOf)) return false;
     const auto& first = this->Voice(0).cables_;

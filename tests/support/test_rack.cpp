@@ -160,6 +160,7 @@ PatchPoint& TestRack::Point(Module& module, const std::string& role, int type) {
 }
 
 void TestRack::SetControl(Module& module, const std::string& role, float value) {
+  const auto modules = editor.HoldModules();
   for (CControl* control = &Control(module, role); control; control = control->nextVoice) {
     if (auto* knob = dynamic_cast<ModuleKnob*>(control)) {
       knob->SetAtOnce(value);
@@ -249,6 +250,7 @@ float TestRack::In(Module& module, const std::string& input) {
 }
 
 std::vector<std::byte> TestRack::SavedPreset(Module& module) {
+  const auto modules = editor.HoldModules();
   std::vector<std::byte> data(static_cast<std::size_t>(module.GetPresetSize()));
   module.SavePreset(data.data(), static_cast<int>(data.size()));
   return data;
