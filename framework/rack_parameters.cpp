@@ -192,7 +192,7 @@ void RackParameters::SetParameterValue(int index, float value) {
 void RackParameters::SetParameterOffset(int index, int voice, float offset, bool upToVoice) {
   if (index < 0 || index >= kParameterCount || voice < 0) return;
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
-  rack_.plan.LeaveVectors();
+  rack_.plan.PutBack();  // also a move to the same value ends a glide
   for (int present = 0; control && present <= voice; ++present) {
     auto* knob = dynamic_cast<ModuleKnob*>(control);
     if (!knob) return;

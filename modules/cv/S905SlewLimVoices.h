@@ -24,6 +24,7 @@ class S905SlewLimVoices final : public VoiceLanes<S905SlewLim, Unit> {
 
   static auto Alike(const S905SlewLim& voice) { return voice.linear_; }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     linear_ = Alike(this->Voice(0));

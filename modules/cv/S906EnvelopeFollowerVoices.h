@@ -24,6 +24,7 @@ class S906EnvelopeFollowerVoices final : public VoiceLanes<S906EnvelopeFollower,
     }
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     for (int i = 0; i < this->Packs() * Base::kLanes; ++i) {
       const S906EnvelopeFollower& voice = this->Voice(i);
@@ -71,7 +72,7 @@ class S906EnvelopeFollowerVoices final : public VoiceLanes<S906EnvelopeFollower,
   }
 
   /// Lamps are seen no faster than blocks go by.
-  void ShowLamps() {
+  void ShowLamps() override {
     for (int i = 0; i < this->Count(); ++i) {
       for (std::size_t gate = 0; gate < kGates; ++gate) {
         this->Voice(i).lamps_[gate].Set(gates_[gate][i]);

@@ -22,6 +22,7 @@ class S913PitchTransposeVoices final : public VoiceLanes<S913PitchTranspose, Uni
     }
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     for (int i = 0; i < this->Packs() * Base::kLanes; ++i) {
       for (std::size_t pitch = 0; pitch < kPitches; ++pitch) {

@@ -33,6 +33,7 @@ class S921QuadMixingPolarizerVoices final : public VoiceLanes<S921QuadMixingPola
     return std::tuple(voice.areSeparate_[0], voice.areSeparate_[1], voice.mixes_);
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     std::tie(areSeparate_[0], areSeparate_[1], mixes_) = Alike(this->Voice(0));

@@ -29,6 +29,7 @@ class SC03LogicToolsVoices final : public VoiceLanes<SC03LogicTools, Unit> {
     return std::tuple(voice.ins_[0].IsCabled(), voice.ins_[1].IsCabled(), voice.ins_[2].IsCabled());
   }
 
+  bool Stays() const override { return true; }
   bool Load() override {
     if (!this->AreAlike(Alike)) return false;
     std::tie(areCabled_[0], areCabled_[1], areCabled_[2]) = Alike(this->Voice(0));
@@ -58,7 +59,7 @@ class SC03LogicToolsVoices final : public VoiceLanes<SC03LogicTools, Unit> {
   void Store() override { ShowLamps(); }
 
   /// Lamps are seen no faster than blocks go by.
-  void ShowLamps() {
+  void ShowLamps() override {
     for (int i = 0; i < this->Count(); ++i) {
       SC03LogicTools& voice = this->Voice(i);
       for (std::size_t k = 0; k < kInputs; ++k) voice.invertedLamps_[k].Set(inverted_[k][i]);
