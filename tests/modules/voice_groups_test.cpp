@@ -16,6 +16,7 @@
 #include "platform/cpu_features.h"
 #include "presets/preset_format.h"
 #include "presets/preset_rack.h"
+#include "presets/rack_snapshot.h"
 #include "tests/support/test_rack.h"
 
 namespace halveron::testing {
@@ -166,7 +167,7 @@ class RandomRack {
 
   void Change() {
     Reseed();
-    switch (random_() % (kind_.isMixed ? 12 : 10)) {
+    switch (random_() % (kind_.isMixed ? 14 : 12)) {
       case 0:
         ChangeCable();
         break;
@@ -189,15 +190,24 @@ class RandomRack {
         rack_.editor.SetModuleClipLevel(&AnyModule(), random_() % 2 == 0 ? 0.5f : 1.0f);
         break;
       case 7:
-        // Without a word to anybody, as a control of a panel stands before its listener knows.
-        if (auto* knob = dynamic_cast<ModuleKnob*>(AnyControl())) knob->setValue(0.3f);
+        // A module that knows, of a rack that was not told.
+        if (auto* knob = dynamic_cast<ModuleKnob*>(AnyControl())) {
+          knob->setValue(0.3f);
+          static_cast<Module*>(knob->getParentView())->ValueChanged(knob);
+        }
         break;
-      case 10: {
+      case 8:
+        ChangeAndUndo();
+        break;
+      case 9:
+        SetOversampling(static_cast<int>(random_() % 2));
+        break;
+      case 12: {
         Module& module = AnyModule();
         rack_.editor.voices.SetModuleMono(&module, !module.mono);
         break;
       }
-      case 11:
+      case 13:
         ReplaceModule();
         break;
       default:
@@ -311,6 +321,15 @@ class RandomRack {
     if (!control || control->getTag() >= kParameterCount || voice >= rack_.engine.voiceCount)
       return;
     rack_.editor.parameters.SetParameterOffset(control->getTag(), voice, offset, false);
+  }
+
+  void ChangeAndUndo() {
+    RackSnapshots snapshots(rack_.editor);
+    const RackSnapshot before = snapshots.Take({});
+    ChangeControl();
+    ChangeCable();
+    if (random_() % 2 == 0) rack_.RunBlock(16);
+    ASSERT_TRUE(snapshots.Restore(snapshots.Take(before), before));
   }
 
   void AutomateByHost() {
