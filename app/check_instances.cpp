@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iterator>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "app/library_rig.h"
@@ -96,12 +97,14 @@ class InstanceCheck {
     SideBySide(comparable);
     const std::optional<std::vector<Sound>> single = Voices(VectorUnit::kNone);
     if (!single || !comparable) return;
-    for (const VectorUnit unit : {VectorUnit::kSse2, VectorUnit::kAvx2, VectorUnit::kAvx512}) {
+    using UnitLanes = std::pair<VectorUnit, int>;
+    for (const auto& [unit, lanes] :
+         {UnitLanes{VectorUnit::kSse2, 4}, UnitLanes{VectorUnit::kAvx2, 8},
+          UnitLanes{VectorUnit::kAvx512, 16}}) {
       if (unit > WidestVectorUnit()) break;
       const std::optional<std::vector<Sound>> together = Voices(unit);
       if (!together) return;
       for (std::size_t voice = 0; voice < together->size(); ++voice) {
-        const int lanes = 2 << static_cast<int>(unit);
         if (!Compare((*single)[voice], (*together)[voice],
                      "of voice " + std::to_string(voice) + " by run_voices in " +
                          std::to_string(lanes) + " lanes",

@@ -4,6 +4,7 @@
 // every type in it names its unit: so no function of a wide unit can be taken for another's.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -14,18 +15,18 @@
 
 namespace halveron::dsp {
 
-/// A unit works on as many lanes as its register has floats.
 template <class Unit>
-inline constexpr int kLanesOf = Unit::kBytes / static_cast<int>(sizeof(float));
+inline constexpr int kLanesOf = Unit::kLanes;
 
 template <class T>
 using MaskLane = std::conditional_t<sizeof(T) == 8, std::int64_t, std::int32_t>;
 
 template <class T, class Unit>
 struct Registers {
-  static constexpr int kPerPart = Unit::kBytes / static_cast<int>(sizeof(T));
+  static constexpr int kPerPart =
+      std::min(Unit::kBytes / static_cast<int>(sizeof(T)), kLanesOf<Unit>);
   static constexpr int kParts = kLanesOf<Unit> / kPerPart;
-  typedef T Part __attribute__((vector_size(Unit::kBytes), may_alias));
+  typedef T Part __attribute__((vector_size(kPerPart * sizeof(T)), may_alias));
 
   Part part[kParts];
 };
@@ -156,18 +157,31 @@ template <class Unit>
 using WideMask = LaneMask<std::int64_t, Unit>;
 template <class Unit>
 using NarrowMask = LaneMask<std::int32_t, Unit>;
+/// Whether doubles take one register, as floats do.
+template <class Unit>
+inline constexpr bool kDoublesInOnePart = Registers<double, Unit>::kParts == 1;
 
 template <class Unit>
 inline WideMask<Unit> ToWide(const NarrowMask<Unit>& mask) {
   using Part = typename WideMask<Unit>::Part;
-  const auto narrow = (typename VectorOps<Unit>::Ints)mask.part[0];
-  return {(Part)VectorOps<Unit>::LowWide(narrow), (Part)VectorOps<Unit>::HighWide(narrow)};
+  using Ops = VectorOps<Unit>;
+  const auto narrow = (typename Ops::Ints)mask.part[0];
+  if constexpr (kDoublesInOnePart<Unit>) {
+    return {(Part)Ops::AllWide(narrow)};
+  } else {
+    return {(Part)Ops::LowWide(narrow), (Part)Ops::HighWide(narrow)};
+  }
 }
 template <class Unit>
 inline NarrowMask<Unit> ToNarrow(const WideMask<Unit>& mask) {
-  using Ints = typename VectorOps<Unit>::Ints;
-  return {(typename NarrowMask<Unit>::Part)VectorOps<Unit>::JoinNarrow((Ints)mask.part[0],
-                                                                       (Ints)mask.part[1])};
+  using Part = typename NarrowMask<Unit>::Part;
+  using Ops = VectorOps<Unit>;
+  using WideInts = typename Ops::WideInts;
+  if constexpr (kDoublesInOnePart<Unit>) {
+    return {(Part)Ops::AllNarrow((WideInts)mask.part[0])};
+  } else {
+    return {(Part)Ops::JoinNarrow((WideInts)mask.part[0], (WideInts)mask.part[1])};
+  }
 }
 template <class Unit>
 inline const WideMask<Unit>& ToWide(const WideMask<Unit>& mask) {
@@ -192,25 +206,34 @@ inline NarrowMask<Unit> And(const NarrowMask<Unit>& a, const WideMask<Unit>& b) 
   return And(a, ToNarrow(b));
 }
 
+template <class Unit, class Native>
+inline Pack<double, Unit> DoublesOf(Native x) {
+  Pack<double, Unit> out;
+  if constexpr (kDoublesInOnePart<Unit>) {
+    out.part[0] = VectorOps<Unit>::AllDoubles(x);
+  } else {
+    out.part[0] = VectorOps<Unit>::LowDoubles(x);
+    out.part[1] = VectorOps<Unit>::HighDoubles(x);
+  }
+  return out;
+}
 template <class Unit>
 inline Pack<double, Unit> ToDouble(const Pack<float, Unit>& x) {
-  Pack<double, Unit> out;
-  out.part[0] = VectorOps<Unit>::LowDoubles((typename VectorOps<Unit>::Floats)x.part[0]);
-  out.part[1] = VectorOps<Unit>::HighDoubles((typename VectorOps<Unit>::Floats)x.part[0]);
-  return out;
+  return DoublesOf<Unit>((typename VectorOps<Unit>::Floats)x.part[0]);
 }
 template <class Unit>
 inline Pack<double, Unit> ToDouble(const Pack<std::int32_t, Unit>& x) {
-  Pack<double, Unit> out;
-  out.part[0] = VectorOps<Unit>::LowDoubles((typename VectorOps<Unit>::Ints)x.part[0]);
-  out.part[1] = VectorOps<Unit>::HighDoubles((typename VectorOps<Unit>::Ints)x.part[0]);
-  return out;
+  return DoublesOf<Unit>((typename VectorOps<Unit>::Ints)x.part[0]);
 }
 template <class Unit>
 inline Pack<float, Unit> ToFloat(const Pack<double, Unit>& x) {
+  using Doubles = typename VectorOps<Unit>::Doubles;
   Pack<float, Unit> out;
-  out.part[0] = VectorOps<Unit>::JoinFloats((typename VectorOps<Unit>::Doubles)x.part[0],
-                                            (typename VectorOps<Unit>::Doubles)x.part[1]);
+  if constexpr (kDoublesInOnePart<Unit>) {
+    out.part[0] = VectorOps<Unit>::AllFloats((Doubles)x.part[0]);
+  } else {
+    out.part[0] = VectorOps<Unit>::JoinFloats((Doubles)x.part[0], (Doubles)x.part[1]);
+  }
   return out;
 }
 template <class Unit>
@@ -245,6 +268,10 @@ struct NativeOf {
   using Type = typename VectorOps<Unit>::Ints;
 };
 template <class Unit>
+struct NativeOf<std::int64_t, Unit> {
+  using Type = typename VectorOps<Unit>::WideInts;
+};
+template <class Unit>
 struct NativeOf<float, Unit> {
   using Type = typename VectorOps<Unit>::Floats;
 };
@@ -257,9 +284,10 @@ template <class T, class Unit>
 inline Pack<T, Unit> Select(const LaneMask<MaskLane<T>, Unit>& mask, const Pack<T, Unit>& a,
                             const std::type_identity_t<Pack<T, Unit>>& b) {
   using Native = typename NativeOf<T, Unit>::Type;
+  using NativeMask = typename NativeOf<MaskLane<T>, Unit>::Type;
   return Pack<T, Unit>::Each([&](int i) {
     return (typename Pack<T, Unit>::Part)VectorOps<Unit>::Blend(
-        (typename VectorOps<Unit>::Ints)mask.part[i], (Native)a.part[i], (Native)b.part[i]);
+        (NativeMask)mask.part[i], (Native)a.part[i], (Native)b.part[i]);
   });
 }
 template <class Unit>
@@ -304,9 +332,12 @@ inline unsigned LaneBits(const NarrowMask<Unit>& mask) {
 }
 template <class Unit>
 inline unsigned LaneBits(const WideMask<Unit>& mask) {
-  using Ints = typename VectorOps<Unit>::Ints;
-  return VectorOps<Unit>::Bits64((Ints)mask.part[0]) | VectorOps<Unit>::Bits64((Ints)mask.part[1])
-                                                           << WideMask<Unit>::kPerPart;
+  using WideInts = typename VectorOps<Unit>::WideInts;
+  unsigned bits = 0;
+  for (int i = 0; i < WideMask<Unit>::kParts; ++i) {
+    bits |= VectorOps<Unit>::Bits64((WideInts)mask.part[i]) << i * WideMask<Unit>::kPerPart;
+  }
+  return bits;
 }
 template <class Unit>
 inline bool Any(const NarrowMask<Unit>& mask) {
@@ -314,7 +345,9 @@ inline bool Any(const NarrowMask<Unit>& mask) {
 }
 template <class Unit>
 inline bool Any(const WideMask<Unit>& mask) {
-  return VectorOps<Unit>::Any64((typename VectorOps<Unit>::Ints)(mask.part[0] | mask.part[1]));
+  auto any = mask.part[0];
+  for (int i = 1; i < WideMask<Unit>::kParts; ++i) any |= mask.part[i];
+  return VectorOps<Unit>::Any64((typename VectorOps<Unit>::WideInts)any);
 }
 template <class Unit>
 inline bool All(const NarrowMask<Unit>& mask) {
@@ -322,9 +355,16 @@ inline bool All(const NarrowMask<Unit>& mask) {
 }
 template <class Unit>
 inline bool All(const WideMask<Unit>& mask) {
-  const auto both = (typename VectorOps<Unit>::Ints)(mask.part[0] & mask.part[1]);
-  return VectorOps<Unit>::Bits64(both) == (1u << WideMask<Unit>::kPerPart) - 1;
+  auto all = mask.part[0];
+  for (int i = 1; i < WideMask<Unit>::kParts; ++i) all &= mask.part[i];
+  return VectorOps<Unit>::Bits64((typename VectorOps<Unit>::WideInts)all) ==
+         (1u << WideMask<Unit>::kPerPart) - 1;
 }
+
+template <int count>
+struct FloatVector {
+  typedef float Type __attribute__((vector_size(count * sizeof(float)), may_alias));
+};
 
 template <class Unit>
 inline void LoadPairs(const float* const* addresses, Pack<float, Unit>& first,
@@ -332,7 +372,7 @@ inline void LoadPairs(const float* const* addresses, Pack<float, Unit>& first,
   // A pair travels as one double; a vector that is put together from its lanes in memory would
   // wait for those stores.
   using Pairs = Registers<double, Unit>;
-  using Floats = typename Registers<float, Unit>::Part;
+  using FloatPairs = typename FloatVector<2 * Pairs::kPerPart>::Type;
   constexpr auto kLoad = []<std::size_t... i>(const float* const* from, std::index_sequence<i...>) {
     const auto pair = [](const float* at) {
       double both;
@@ -342,8 +382,10 @@ inline void LoadPairs(const float* const* addresses, Pack<float, Unit>& first,
     return typename Pairs::Part{pair(from[i])...};
   };
   constexpr auto kLanes = std::make_index_sequence<Pairs::kPerPart>();
-  const auto low = (Floats)kLoad(addresses, kLanes);
-  const auto high = (Floats)kLoad(addresses + Pairs::kPerPart, kLanes);
+  const auto low = (FloatPairs)kLoad(addresses, kLanes);
+  auto high = low;
+  if constexpr (!kDoublesInOnePart<Unit>)
+    high = (FloatPairs)kLoad(addresses + Pairs::kPerPart, kLanes);
   [&]<std::size_t... i>(std::index_sequence<i...>) {
     first.part[0] = __builtin_shufflevector(low, high, (2 * i)...);
     second.part[0] = __builtin_shufflevector(low, high, (2 * i + 1)...);

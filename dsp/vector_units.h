@@ -1,6 +1,7 @@
 // The vector units, and of each the few operations that plain vector arithmetic does not name well.
 //
-// Floats and 32-bit masks take one register, doubles and 64-bit masks two, the low lanes first.
+// Floats and 32-bit masks take one register. Doubles and 64-bit masks take two, the low lanes first,
+// or one of twice the size, in units that have no more lanes than it has doubles.
 #pragma once
 
 #include <immintrin.h>
@@ -9,12 +10,20 @@ namespace halveron::dsp {
 
 struct Sse2 {
   static constexpr int kBytes = 16;
+  static constexpr int kLanes = 4;
+};
+/// AVX2 for four lanes.
+struct Avx2Four {
+  static constexpr int kBytes = 32;
+  static constexpr int kLanes = 4;
 };
 struct Avx2 {
   static constexpr int kBytes = 32;
+  static constexpr int kLanes = 8;
 };
 struct Avx512 {
   static constexpr int kBytes = 64;
+  static constexpr int kLanes = 16;
 };
 
 /// Known where the compiler may use the unit.
@@ -26,6 +35,7 @@ struct VectorOps<Sse2> {
   using Floats = __m128;
   using Doubles = __m128d;
   using Ints = __m128i;
+  using WideInts = Ints;
 
   static Doubles LowDoubles(Floats x) { return _mm_cvtps_pd(x); }
   static Doubles HighDoubles(Floats x) { return _mm_cvtps_pd(_mm_movehl_ps(x, x)); }
@@ -64,10 +74,53 @@ struct VectorOps<Sse2> {
 
 #ifdef __AVX2__
 template <>
+struct VectorOps<Avx2Four> {
+  using Floats = __m128;
+  using Doubles = __m256d;
+  using Ints = __m128i;
+  using WideInts = __m256i;
+
+  static Doubles AllDoubles(Floats x) { return _mm256_cvtps_pd(x); }
+  static Doubles AllDoubles(Ints x) { return _mm256_cvtepi32_pd(x); }
+  static Floats AllFloats(Doubles x) { return _mm256_cvtpd_ps(x); }
+  static WideInts AllWide(Ints mask) { return _mm256_cvtepi32_epi64(mask); }
+  static Ints AllNarrow(WideInts mask) {
+    return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(_mm256_castsi256_si128(mask)),
+                                           _mm_castsi128_ps(_mm256_extracti128_si256(mask, 1)),
+                                           _MM_SHUFFLE(2, 0, 2, 0)));
+  }
+  static Ints Blend(Ints mask, Ints a, Ints b) { return _mm_blendv_epi8(b, a, mask); }
+  static Floats Blend(Ints mask, Floats a, Floats b) {
+    return _mm_blendv_ps(b, a, _mm_castsi128_ps(mask));
+  }
+  static Doubles Blend(WideInts mask, Doubles a, Doubles b) {
+    return _mm256_blendv_pd(b, a, _mm256_castsi256_pd(mask));
+  }
+  static unsigned Bits32(Ints mask) {
+    return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(mask)));
+  }
+  static unsigned Bits64(WideInts mask) {
+    return static_cast<unsigned>(_mm256_movemask_pd(_mm256_castsi256_pd(mask)));
+  }
+  static bool Any32(Ints mask) {
+    const Floats bits = _mm_castsi128_ps(mask);
+    return _mm_testz_ps(bits, bits) == 0;
+  }
+  static bool Any64(WideInts mask) {
+    const Doubles bits = _mm256_castsi256_pd(mask);
+    return _mm256_testz_pd(bits, bits) == 0;
+  }
+  static Floats LoadEach(const float* const* at) {
+    return _mm_setr_ps(*at[0], *at[1], *at[2], *at[3]);
+  }
+};
+
+template <>
 struct VectorOps<Avx2> {
   using Floats = __m256;
   using Doubles = __m256d;
   using Ints = __m256i;
+  using WideInts = Ints;
 
   static Doubles LowDoubles(Floats x) { return _mm256_cvtps_pd(_mm256_castps256_ps128(x)); }
   static Doubles HighDoubles(Floats x) { return _mm256_cvtps_pd(_mm256_extractf128_ps(x, 1)); }
@@ -117,6 +170,7 @@ struct VectorOps<Avx512> {
   using Floats = __m512;
   using Doubles = __m512d;
   using Ints = __m512i;
+  using WideInts = Ints;
 
   static Doubles LowDoubles(Floats x) { return _mm512_cvtps_pd(_mm512_castps512_ps256(x)); }
   static Doubles HighDoubles(Floats x) { return _mm512_cvtps_pd(_mm512_extractf32x8_ps(x, 1)); }

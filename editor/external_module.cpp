@@ -394,6 +394,7 @@ VoiceGroupMaker ExternalModule::GetVoiceGroupMaker(VectorUnit unit) const {
   if (!type_->voices.create_voices) return nullptr;
   switch (unit) {
     case VectorUnit::kSse2:
+    case VectorUnit::kAvx2Four:
       return &MakeExternalVoices<4>;
     case VectorUnit::kAvx2:
       return &MakeExternalVoices<8>;

@@ -10,12 +10,14 @@ struct OwnVoiceGroup;
 
 namespace dsp {
 struct Sse2;
+struct Avx2Four;
 struct Avx2;
 struct Avx512;
 }  // namespace dsp
 
 /// Vector instructions that a build holds code for; each can do what those before it can.
-enum class VectorUnit : int { kNone, kSse2, kAvx2, kAvx512 };
+/// kAvx2Four takes as many lanes as kSse2 in half as many registers of doubles; only groups have it.
+enum class VectorUnit : int { kNone, kSse2, kAvx2Four, kAvx2, kAvx512 };
 
 /// Makes a VoiceGroup (framework/voice_group.h). `voices` are instances of the maker's class, their
 /// signals laid in rows.
@@ -31,6 +33,8 @@ VoiceGroupMaker VoiceGroupMakerOf(VectorUnit unit) {
   switch (unit) {
     case VectorUnit::kSse2:
       return &MakeVoiceGroup<M, dsp::Sse2>;
+    case VectorUnit::kAvx2Four:
+      return &MakeVoiceGroup<M, dsp::Avx2Four>;
     case VectorUnit::kAvx2:
       return &MakeVoiceGroup<M, dsp::Avx2>;
     case VectorUnit::kAvx512:

@@ -23,6 +23,7 @@ S616Stereo StepCombsOneByOne(S616CombBank& bank, const S616Stereo& in,
 S616StereoReverbKernel::CombStep S616StereoReverbKernel::CombStepOf(VectorUnit unit) {
   switch (unit) {
     case VectorUnit::kSse2:
+    case VectorUnit::kAvx2Four:
       return &S616StereoReverbVectors<dsp::Sse2>::Step;
     case VectorUnit::kAvx2:
       return &S616StereoReverbVectors<dsp::Avx2>::Step;

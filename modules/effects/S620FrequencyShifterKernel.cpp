@@ -47,6 +47,7 @@ double S620FrequencyShifterKernel::ShiftOf(double f, bool wide) {
 S620FrequencyShifterKernel::StepFunction S620FrequencyShifterKernel::StepOf(VectorUnit unit) {
   switch (unit) {
     case VectorUnit::kSse2:
+    case VectorUnit::kAvx2Four:
       return &S620FrequencyShifterVectors<dsp::Sse2>::Step;
     case VectorUnit::kAvx2:
       return &S620FrequencyShifterVectors<dsp::Avx2>::Step;

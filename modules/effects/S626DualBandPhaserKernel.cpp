@@ -23,6 +23,7 @@ PhaserBank::Signals StepPlain(PhaserBank& bank, const PhaserBank::Signals& in,
 PhaserStep PhaserStepOf(VectorUnit unit) {
   switch (unit) {
     case VectorUnit::kSse2:
+    case VectorUnit::kAvx2Four:
       return &S626DualBandPhaserVectors<dsp::Sse2>::Step;
     case VectorUnit::kAvx2:
       return &S626DualBandPhaserVectors<dsp::Avx2>::Step;

@@ -35,6 +35,7 @@ S218Loops LoopsOf() {
 S218Loops S218Loops::Of(VectorUnit unit) {
   switch (unit) {
     case VectorUnit::kSse2:
+    case VectorUnit::kAvx2Four:
       return LoopsOf<dsp::Sse2>();
     case VectorUnit::kAvx2:
       return LoopsOf<dsp::Avx2>();

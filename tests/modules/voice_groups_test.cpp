@@ -356,7 +356,10 @@ struct UnitCase {
 
 std::vector<UnitCase> UnitsHere() {
   std::vector<UnitCase> units{{VectorUnit::kSse2, "SSE2"}};
-  if (platform::HasAvx2()) units.push_back({VectorUnit::kAvx2, "AVX2"});
+  if (platform::HasAvx2()) {
+    units.push_back({VectorUnit::kAvx2Four, "AVX2, four lanes"});
+    units.push_back({VectorUnit::kAvx2, "AVX2"});
+  }
   if (platform::HasAvx512()) units.push_back({VectorUnit::kAvx512, "AVX-512"});
   return units;
 }
