@@ -211,9 +211,16 @@ class VoiceLanes : public VoiceGroup {
   }
   template <class Kernel, class F>
   void StoreKernels(PerPack<Kernel>& kernels, F&& kernelOf) const {
+    StoreParts(
+        kernels, kernelOf, [](auto& kernel) { return kernel.State(kernel); },
+        [](const M&) { return true; });
+  }
+  /// The part of the state that `partOf(kernel)` ties, of the voices for which `hasMoved(voice)`.
+  template <class Kernel, class F, class Part, class Moved>
+  void StoreParts(PerPack<Kernel>& kernels, F&& kernelOf, Part&& partOf, Moved&& hasMoved) const {
     for (int i = 0; i < count_; ++i) {
-      auto& kernel = kernelOf(Voice(i));
-      Exchange(Kernel::State(kernels[i / kLanes]), kernel.State(kernel),
+      if (!hasMoved(Voice(i))) continue;
+      Exchange(partOf(kernels[i / kLanes]), partOf(kernelOf(Voice(i))),
                [&](auto& pack, auto& single) { single = dsp::Lane(pack, i % kLanes); });
     }
   }

@@ -64,13 +64,18 @@ struct S212VCFKernel {
   }
   template <class Self>
   static auto State(Self& self) {
-    const auto chain = [](auto& c) {
-      return std::tie(c.first.y1, c.first.y2, c.first.y3, c.second.y1, c.second.y2, c.second.y3);
-    };
-    return std::tuple_cat(
-        std::tie(self.x1, self.x2, self.tri_phase, self.fmBlocker.x1, self.fmBlocker.y1,
-                 self.cutoff_cache, self.res_cache, self.freq, self.cos_w, self.damp),
-        chain(self.highPass), chain(self.bandPass), chain(self.lowPass), chain(self.notch));
+    return std::tuple_cat(CommonState(self), ChainState(self.highPass), ChainState(self.bandPass),
+                          ChainState(self.lowPass), ChainState(self.notch));
+  }
+  /// What moves whichever outputs are asked for.
+  template <class Self>
+  static auto CommonState(Self& self) {
+    return std::tie(self.x1, self.x2, self.tri_phase, self.fmBlocker.x1, self.fmBlocker.y1,
+                    self.cutoff_cache, self.res_cache, self.freq, self.cos_w, self.damp);
+  }
+  template <class AnyChain>
+  static auto ChainState(AnyChain& c) {
+    return std::tie(c.first.y1, c.first.y2, c.first.y3, c.second.y1, c.second.y2, c.second.y3);
   }
 
   void Prepare(float rate) {

@@ -48,6 +48,9 @@ struct S310VCOKernel {
     bool round = false;
     bool pulse = false;
 
+    /// Each of these waves is made from the one before it.
+    bool NeedsPulse() const { return pulse || NeedsTriangle(); }
+    bool NeedsTriangle() const { return triangle || round; }
     bool operator==(const Cables&) const = default;
   };
   struct Outputs {
@@ -64,11 +67,30 @@ struct S310VCOKernel {
   }
   template <class Self>
   static auto State(Self& self) {
+    return std::tuple_cat(CommonState(self), SawState(self), PulseState(self), TriangleState(self),
+                          RoundState(self));
+  }
+  /// What moves whichever waves are heard.
+  template <class Self>
+  static auto CommonState(Self& self) {
     return std::tie(self.octaveShift, self.lastOctaveIn, self.lastPitch, self.period,
-                    self.quarterPeriod, self.phaseInc, self.sawPhase, self.sawJump, self.pulsePhase,
-                    self.pulseLevel, self.pulseWidth, self.triIntegrator, self.triBlocker.x1,
-                    self.triBlocker.y1, self.roundIntegrator, self.roundIntegratorPrev,
-                    self.negativePeak, self.lastSyncIn, self.syncSampleClock);
+                    self.quarterPeriod, self.phaseInc, self.pulseWidth, self.lastSyncIn);
+  }
+  template <class Self>
+  static auto SawState(Self& self) {
+    return std::tie(self.sawPhase, self.sawJump);
+  }
+  template <class Self>
+  static auto PulseState(Self& self) {
+    return std::tie(self.pulsePhase, self.pulseLevel);
+  }
+  template <class Self>
+  static auto TriangleState(Self& self) {
+    return std::tie(self.triIntegrator, self.triBlocker.x1, self.triBlocker.y1);
+  }
+  template <class Self>
+  static auto RoundState(Self& self) {
+    return std::tie(self.roundIntegrator, self.roundIntegratorPrev, self.negativePeak);
   }
 
   /// Rates in hertz: of Step, and of the host. Keeps phases and steps under way.
@@ -100,28 +122,23 @@ struct S310VCOKernel {
         dsp::Lane(resetPhase, lane) = StartCycle(lane, dsp::Lane(in.sync, lane));
       });
     }
-    const bool pulseHeard = cables.pulse || cables.triangle || cables.round;
     if (cables.saw) {
       AdvanceSaw(resets, resetPhase);
       // The last term takes the mean of the delayed step out of the wave.
       const Float saw = 2.0f * sawPhase - 1.0f - 4.0f * phaseInc + sawBlep.Read();
       out.saw = isModulated ? dsp::ToFloat(dsp::ToDouble(saw) * gain) : saw;
     }
-    if (pulseHeard) {
+    if (cables.NeedsPulse()) {
       AdvancePulse(resets, oldWidth, resetPhase);
       const Float pulse = pulseBlep.Read() + pulseLevel;
       out.pulse = isModulated ? dsp::ToFloat(dsp::ToDouble(pulse) * gain) : pulse;
     }
 
     lastSyncIn = in.sync;
-    if (!cables.triangle && !cables.round) return;
+    if (!cables.NeedsTriangle()) return;
     const Float leak = 1.0f - phaseInc;
     IntegrateTriangle(leak, out);
     if (cables.round) IntegrateRound(leak, dsp::ToDouble(in.shape) + knobs.shape, out);
-
-    syncSampleClock += 1.0f;
-    syncSampleClock =
-        dsp::Select(syncSampleClock >= period, syncSampleClock - period, syncSampleClock);
   }
 
   static constexpr float kNoPitch = -1000.0f;
@@ -155,7 +172,6 @@ struct S310VCOKernel {
   Float negativePeak = -1.0f;
 
   Float lastSyncIn = -1.0f;
-  Float syncSampleClock = 0.0f;  ///< samples since the cycle began
 
   dsp::MinBlepRing<Lanes> sawBlep;
   dsp::MinBlepRing<Lanes> pulseBlep;
@@ -215,7 +231,6 @@ struct S310VCOKernel {
     const float last = dsp::Lane(lastSyncIn, lane);
     float fraction = last / (sync - last) + 1.0f;
     if (!(fraction >= 0.0f && fraction <= 1.0f)) fraction = 1.0f;
-    dsp::Lane(syncSampleClock, lane) = fraction;
     return fraction / dsp::Lane(period, lane);
   }
 
