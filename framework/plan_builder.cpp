@@ -146,7 +146,7 @@ class PlanBuilder {
   }
 
   void PlanCables() {
-    VoiceGroupMaker gatherer = nullptr;
+    VectorUnit gatherer = VectorUnit::kNone;
     for (const Row& row : layout_.rows) {
       const std::size_t firstGather = program_.gathers.size();
       ForEachPlace(row, [&](std::size_t place) {
@@ -162,12 +162,12 @@ class PlanBuilder {
       });
       const std::size_t count = program_.gathers.size() - firstGather;
       if (count == 0) continue;
-      // Any group of the unit and class can do it for the others.
-      if (gatherer == row.maker) {
+      // Any group of the unit can do it for the others.
+      if (gatherer == row.unit) {
         program_.gatherRuns.back().count += count;
       } else {
         program_.gatherRuns.push_back({row.group.get(), firstGather, count});
-        gatherer = row.maker;
+        gatherer = row.unit;
       }
     }
   }

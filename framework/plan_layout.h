@@ -18,6 +18,7 @@ namespace halveron {
 struct PlanRow {
   std::vector<Module*> voices;
   std::vector<std::size_t> starts;  ///< the lanes in which its modules begin
+  VectorUnit unit = VectorUnit::kNone;
   VoiceGroupMaker maker = nullptr;  ///< of its group; null if each runs by itself
   std::shared_ptr<VoiceGroup> group;
   std::size_t firstPoint = 0;  ///< the points of lane 0 come first, in their order

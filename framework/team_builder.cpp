@@ -112,7 +112,8 @@ class TeamBuilder {
                      [](const PlanRow& a, const PlanRow& b) { return a.Key() < b.Key(); });
     for (PlanRow& row : rows_) {
       if (row.voices.size() < kFewestLanes) continue;
-      row.maker = row.voices.front()->GetVoiceGroupMaker(UnitFor(row.voices.size(), widest));
+      row.unit = UnitFor(row.voices.size(), widest);
+      row.maker = row.voices.front()->GetVoiceGroupMaker(row.unit);
     }
     return std::move(rows_);
   }
