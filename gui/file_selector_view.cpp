@@ -186,7 +186,12 @@ std::string FileSelectorView::withExtension(const std::string& path) const {
   if (extension().empty()) return path;
   std::string ending(1, '.');
   ending += extension();
-  return FoldedCase(path).ends_with(FoldedCase(ending)) ? path : path + ending;
+  const std::string folded = FoldedCase(path), foldedEnding = FoldedCase(ending);
+  if (!folded.ends_with(foldedEnding)) return path + ending;
+  // A name with its ending, typed before the ending that the field held already.
+  std::error_code unknown;
+  const bool isTwice = folded.ends_with(foldedEnding + foldedEnding) && !fs::exists(path, unknown);
+  return isTwice ? path.substr(0, path.size() - ending.size()) : path;
 }
 
 std::string FileSelectorView::getMessage() const { return message->getText(); }
