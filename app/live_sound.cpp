@@ -3,17 +3,21 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstring>
 #include <sstream>
 #include <utility>
 
-#include "platform/user_error.h"
+#include "media/live/device_error.h"
 
 namespace halveron {
 
 namespace {
 
 constexpr const char* kSection = "Sound";
+// The dialog's fields.
+constexpr const char* kDevice = "Sound Device";
+constexpr const char* kRate = "Sample Rate";
+constexpr const char* kMidiInput = "MIDI Inputs";
+constexpr const char* kMidiOutput = "MIDI Output";
 constexpr int kUsualBlock = 512;
 constexpr std::array kRates = {44100, 48000, 88200, 96000, 176400, 192000};
 constexpr std::array kBlocks = {32, 64, 128, 256, 512, 1024, 2048, 4096};
@@ -26,11 +30,18 @@ std::string TitleOf(const std::string& system) {
   return system;
 }
 
-/// An error without the option of the command that it is about.
-std::string WithoutOption(const std::string& error) {
-  constexpr const char* kEnd = ": ";
-  const std::size_t end = error.starts_with("--") ? error.find(kEnd) : std::string::npos;
-  return end == std::string::npos ? error : error.substr(end + std::strlen(kEnd));
+const char* FieldOf(media::DeviceChoice choice) {
+  switch (choice) {
+    case media::DeviceChoice::kDevice:
+      return kDevice;
+    case media::DeviceChoice::kRate:
+      return kRate;
+    case media::DeviceChoice::kMidiInput:
+      return kMidiInput;
+    case media::DeviceChoice::kMidiOutput:
+      return kMidiOutput;
+  }
+  return "";
 }
 
 /// What is in use is offered, too.
@@ -49,6 +60,13 @@ std::vector<std::string> WithMissing(std::vector<std::string> ports,
 }
 
 }  // namespace
+
+std::string DialogWords(const platform::UserError& error) {
+  const auto* device = dynamic_cast<const media::DeviceError*>(&error);
+  if (!device) return error.what();
+  const std::string remedy = device->remedy.empty() ? "" : device->remedy + ", or ";
+  return device->cause + "; " + remedy + "choose another under \"" + FieldOf(device->choice) + "\"";
+}
 
 SoundChoice SoundChoice::Read(const platform::ProfileFile& file) {
   SoundChoice choice;
@@ -125,6 +143,7 @@ std::string LiveSound::Details() const {
 void LiveSound::LookForDevices() {
   devices_ = media::ListSoundDevices(choice_.system);
   midiInputs_ = media::ListMidiInputs();
+  std::erase_if(midiInputs_, media::IsOwnMidiPort);
   midiOutputs_ = media::ListMidiOutputs();
 }
 
@@ -150,7 +169,7 @@ SoundControl::Group LiveSound::Systems() {
 }
 
 SoundControl::Group LiveSound::Devices() {
-  Group group{"Sound Device", {}};
+  Group group{kDevice, {}};
   const media::SoundOutput* card = sound_.Card();
   const auto add = [&](const std::string& text, const std::string& device, bool isChosen) {
     SoundChoice wanted = choice_;
@@ -172,7 +191,7 @@ SoundControl::Group LiveSound::Devices() {
 }
 
 SoundControl::Group LiveSound::Rates() {
-  Group group{"Sample Rate", {}};
+  Group group{kRate, {}};
   const media::SoundOutput* card = sound_.Card();
   std::vector<int> rates(kRates.begin(), kRates.end());
   for (const media::SoundDevice& device : devices_) {
@@ -205,7 +224,7 @@ SoundControl::Group LiveSound::Blocks() {
 }
 
 SoundControl::Group LiveSound::MidiInputs() {
-  Group group{"MIDI Inputs", {}, true};
+  Group group{kMidiInput, {}, true};
   group.choices.push_back({"All", choice_.midiInputs.empty(), [this] { TakeMidi({}); }});
   for (const std::string& name : WithMissing(midiInputs_, choice_.midiInputs)) {
     const auto at = std::find(choice_.midiInputs.begin(), choice_.midiInputs.end(), name);
@@ -222,7 +241,7 @@ SoundControl::Group LiveSound::MidiInputs() {
 }
 
 SoundControl::Group LiveSound::MidiOutputs() {
-  Group group{"MIDI Output", {}};
+  Group group{kMidiOutput, {}};
   group.choices.push_back({"None", choice_.midiOutput.empty(), [this] { TakeMidiOutput(""); }});
   std::vector<std::string> chosen;
   if (!choice_.midiOutput.empty()) chosen.push_back(choice_.midiOutput);
@@ -240,7 +259,7 @@ bool LiveSound::Try(F&& change) {
     change();
     return true;
   } catch (const platform::UserError& error) {
-    problem_ = WithoutOption(error.what()) + ". What was chosen before stays.";
+    problem_ = DialogWords(error) + ". What was chosen before stays.";
     return false;
   }
 }

@@ -13,6 +13,7 @@
 #include "media/live/midi_port.h"
 #include "media/live/sound_card.h"
 #include "platform/profile_file.h"
+#include "platform/user_error.h"
 
 namespace halveron {
 
@@ -74,6 +75,10 @@ class LiveSound final : public SoundControl {
   std::vector<media::SoundDevice> devices_;  // these three as they were listed last
   std::vector<std::string> midiInputs_, midiOutputs_;
 };
+
+/// What an error says in the dialog, without a full stop: it names fields, and no options of the
+/// command.
+std::string DialogWords(const platform::UserError& error);
 
 /// The card of a choice.
 media::SoundCard::Settings SettingsOf(const SoundChoice& choice);

@@ -15,7 +15,7 @@ namespace {
 constexpr std::string_view kLoopPort = "Midi Through";
 
 bool IsLoop(const std::string& name) {
-  return name.find(kLoopPort) != std::string::npos || name.starts_with(media::kMidiName);
+  return name.find(kLoopPort) != std::string::npos || media::IsOwnMidiPort(name);
 }
 
 }  // namespace

@@ -366,6 +366,7 @@ int Play(const PlayOptions& options, std::ostream& out, std::ostream& err) {
   }
   SoundLink sound(host, std::move(card), OpenerFor(settings), block);
   LiveSound control(host, sound, midi, choice, openOutput);
+  control.hintsAtLetters = isFirst;
   out << "Playing "
       << (isFirst                 ? host.Rack().presetName
           : options.patch.empty() ? "an empty rack"

@@ -57,7 +57,8 @@ constexpr Chapter kChapters[] = {
      "and "
      "pick-up are chosen by \"MIDI Controller...\"; with pick-up the knob waits until the "
      "controller "
-     "meets its value. Bound knobs have a mark. \"MIDI Controllers\" in the main menu lists all of "
+     "meets its value. Bound knobs have a mark. \"MIDI Controllers\" in the main menu's \"Sound "
+     "and MIDI\" lists all of "
      "the rack.</p>"},
     {"undo", "Undo",
      "<p><kbd>Ctrl+Z</kbd> undoes and <kbd>Ctrl+Shift+Z</kbd> redoes all that changes the rack: "

@@ -12,6 +12,7 @@
 #include "framework/module.h"
 #include "framework/patch_point.h"
 #include "gui/draw_context.h"
+#include "gui/movie_bitmap.h"
 #include "gui/shortcut.h"
 #include "gui/switch.h"
 #include "gui/theme.h"
@@ -45,6 +46,8 @@ void CollectItems(CViewContainer& views, std::vector<CView*>& items) {
   for (CView* view : views.children()) {
     if (!view->isVisible() || !view->getMouseEnabled()) continue;
     const auto* control = dynamic_cast<const CControl*>(view);
+    // A lamp has nothing to operate.
+    if (dynamic_cast<const CMovieBitmap*>(view) && !dynamic_cast<const PatchPoint*>(view)) continue;
     if (control && *control->role) {
       items.push_back(view);
     } else if (CViewContainer* inner = view->asContainer()) {

@@ -57,6 +57,7 @@ struct MainMenu::Entry {
   bool (*isOffered)(const SynEditor&) = nullptr;
 };
 
+// The first window shows all of it: what is used by its keys is in submenus.
 const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "New",
      .keys = "Ctrl+N",
@@ -72,31 +73,8 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
     {.text = "Save As New Version",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
-    {.text = "Versions", .submenu = &MainMenu::MakeVersions},
-    {.text = "Recover",
-     .submenu = &MainMenu::MakeRecovery,
-     .isOffered = [](const SynEditor& editor) { return editor.recovery.HasLeftovers(); }},
-    {.text = "Preset Browser",
-     .keys = "Ctrl+P",
-     .act = [](SynEditor&, RackWindow& window) { window.OpenPresetBrowser(); }},
-    {.text = "Previous Preset",
-     .keys = "Ctrl+PageUp",
-     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(-1); }},
-    {.text = "Next Preset",
-     .keys = "Ctrl+PageDown",
-     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(1); }},
-    {.text = nullptr},
-    {.text = "Undo",
-     .keys = "Ctrl+Z",
-     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.UndoName()); },
-     .act = [](SynEditor& editor, RackWindow&) { editor.history.Undo(); },
-     .isEnabled = [](const SynEditor& editor) { return editor.history.CanUndo(); }},
-    {.text = "Redo",
-     .keys = "Ctrl+Shift+Z Ctrl+Y",
-     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.RedoName()); },
-     .act = [](SynEditor& editor, RackWindow&) { editor.history.Redo(); },
-     .isEnabled = [](const SynEditor& editor) { return editor.history.CanRedo(); }},
-    {.text = "Edit", .submenu = &MainMenu::MakeEdit},
+    {.text = "Presets", .submenu = &MainMenu::MakePresets},
+    {.text = "Edit", .submenu = &MainMenu::MakeEditWithHistory},
     {.text = nullptr},
     {.text = "Refresh Presets Library",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.RefreshLibrary(); }},
@@ -110,8 +88,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .isOffered =
          [](const SynEditor& editor) { return editor.options.advancedOversampling.Get(); }},
     {.text = "Polyphony", .submenu = &MainMenu::MakePolyphony},
-    {.text = "MIDI Controllers", .submenu = &MainMenu::MakeMidiControllers},
-    {.text = "Sound and Load", .submenu = &MainMenu::MakeSound},
+    {.text = "Sound and MIDI", .submenu = &MainMenu::MakeSound},
     {.text = "Skin", .submenu = &MainMenu::MakeSkin},
     {.text = "Window Height", .submenu = &MainMenu::MakeWindowHeight},
     {.text = "Zoom", .submenu = &MainMenu::MakeZoom},
@@ -148,6 +125,37 @@ const MainMenu::Entry MainMenu::kEntries[] = {
      .keys = "Ctrl+Q",
      .act = [](SynEditor& editor, RackWindow&) { editor.unsaved.AskThen(editor.unsaved.quit); },
      .isOffered = [](const SynEditor& editor) { return editor.unsaved.quit != nullptr; }},
+};
+
+const MainMenu::Entry MainMenu::kPresets[] = {
+    {.text = "Preset Browser",
+     .keys = "Ctrl+P",
+     .act = [](SynEditor&, RackWindow& window) { window.OpenPresetBrowser(); }},
+    {.text = "Previous Preset",
+     .keys = "Ctrl+PageUp",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(-1); }},
+    {.text = "Next Preset",
+     .keys = "Ctrl+PageDown",
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Step(1); }},
+    {.text = nullptr},
+    {.text = "Versions", .submenu = &MainMenu::MakeVersions},
+    {.text = "Recover",
+     .submenu = &MainMenu::MakeRecovery,
+     .isOffered = [](const SynEditor& editor) { return editor.recovery.HasLeftovers(); }},
+};
+
+const MainMenu::Entry MainMenu::kHistory[] = {
+    {.text = "Undo",
+     .keys = "Ctrl+Z",
+     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.UndoName()); },
+     .act = [](SynEditor& editor, RackWindow&) { editor.history.Undo(); },
+     .isEnabled = [](const SynEditor& editor) { return editor.history.CanUndo(); }},
+    {.text = "Redo",
+     .keys = "Ctrl+Shift+Z Ctrl+Y",
+     .detail = [](SynEditor& editor) { return AfterBlank(editor.history.RedoName()); },
+     .act = [](SynEditor& editor, RackWindow&) { editor.history.Redo(); },
+     .isEnabled = [](const SynEditor& editor) { return editor.history.CanRedo(); }},
+    {.text = nullptr},
 };
 
 const MainMenu::Entry MainMenu::kZoomEntries[] = {
@@ -261,7 +269,7 @@ bool MainMenu::IsEnabled(const Entry& entry) const {
 }
 
 std::vector<std::span<const MainMenu::Entry>> MainMenu::Tables() {
-  return {kEntries, kZoomEntries, kEdit, kCables, kSound, kKeysOnly};
+  return {kEntries, kPresets, kHistory, kZoomEntries, kEdit, kCables, kSound, kKeysOnly};
 }
 
 std::vector<ShortcutLine> MainMenu::Shortcuts() {
@@ -438,7 +446,15 @@ MainMenu::Menu MainMenu::MakeCableThickness() const {
   return menu;
 }
 
+MainMenu::Menu MainMenu::MakePresets() const { return MakeFrom(kPresets); }
+
 SharedPointer<SynOptionMenu> MainMenu::MakeEdit() const { return MakeFrom(kEdit); }
+
+MainMenu::Menu MainMenu::MakeEditWithHistory() const {
+  Menu menu = MakeFrom(kHistory);
+  AddTo(*menu, kEdit);
+  return menu;
+}
 
 MainMenu::Menu MainMenu::MakeSnippets() const {
   Menu menu = SynOptionMenu::Make();
@@ -451,7 +467,11 @@ MainMenu::Menu MainMenu::MakeSnippets() const {
   return menu;
 }
 
-MainMenu::Menu MainMenu::MakeSound() const { return MakeFrom(kSound); }
+MainMenu::Menu MainMenu::MakeSound() const {
+  Menu menu = MakeFrom(kSound);
+  menu->AddSubmenu("MIDI Controllers", MakeMidiControllers());
+  return menu;
+}
 
 void MainMenu::AddSound(SynOptionMenu& menu) const { AddTo(menu, kSound); }
 

@@ -37,6 +37,8 @@ class MainMenu {
  private:
   struct Entry;
   static const Entry kEntries[];
+  static const Entry kPresets[];
+  static const Entry kHistory[];
   static const Entry kZoomEntries[];
   static const Entry kCables[];
   static const Entry kEdit[];
@@ -49,6 +51,8 @@ class MainMenu {
   bool IsEnabled(const Entry& entry) const;
   Menu MakeFrom(std::span<const Entry> entries) const;
   void AddTo(SynOptionMenu& menu, std::span<const Entry> entries) const;
+  Menu MakePresets() const;
+  Menu MakeEditWithHistory() const;
   Menu MakeVersions() const;
   Menu MakeRecovery() const;
   Menu MakeOversampling() const;

@@ -45,9 +45,11 @@ void ManualHelp::Show(const std::string& file) {
   std::error_code error;
   if (!std::filesystem::exists(file, error)) {
     editor_.ShowDialog({"Manual", "The manual is not installed: there is no file\n" + file});
-  } else if (!open(platform::FileUrl(file))) {
-    editor_.ShowDialog({"Manual", "No program could be started to show\n" + file});
+    return;
   }
+  const std::string problem = open(platform::FileUrl(file));
+  if (problem.empty()) return;
+  editor_.ShowDialog({"Manual", problem + ".\nThe page can be opened in any browser:\n" + file});
 }
 
 }  // namespace halveron

@@ -19,8 +19,9 @@ class ManualHelp {
   /// window.
   void ShowPageHere();
 
-  /// Opens an address with what the desktop has for it; false if that cannot be asked.
-  std::function<bool(const std::string& address)> open;
+  /// Opens an address with what the desktop has for it. Returns why that cannot be asked, as a
+  /// sentence without its full stop; else empty.
+  std::function<std::string(const std::string& address)> open;
   std::string folder;  ///< of the pages, with a slash at its end
 
  private:

@@ -68,6 +68,14 @@ std::string FileAt(const SynOptionMenu& menu, int index) {
   return static_cast<const PresetItem*>(menu.getEntry(index))->file;
 }
 
+/// Folders before presets, each in natural order.
+bool ComesBefore(const SynOptionMenu& menu, int index, const std::string& name, bool isFolder) {
+  const bool isFolderThere = menu.getSubMenu(index) != nullptr;
+  if (isFolderThere != isFolder) return isFolderThere;
+  const std::string there = isFolder ? menu.TitleAt(index) : FileAt(menu, index);
+  return std::pair(NaturalSortKey(there), there) < std::pair(NaturalSortKey(name), name);
+}
+
 /// The entry of a folder by its title, or of a preset by its file; -1 if there is none.
 int FindEntry(const SynOptionMenu& menu, const std::string& name, bool isFolder) {
   for (int i = 0; i < menu.getNbEntries(); ++i) {
@@ -117,20 +125,43 @@ void PresetLibrary::ScanPresets(SynOptionMenu& menu, const std::string& path) {
   for (const std::string& file : content.presets) AddPreset(menu, file);
 }
 
+int PresetLibrary::PlaceFor(const SynOptionMenu& menu, const std::string& name, bool isFolder) {
+  int place = menu.getNbEntries();
+  // Folders are read in order, so that this mostly ends at once.
+  while (place > 0 && !ComesBefore(menu, place - 1, name, isFolder)) --place;
+  return place;
+}
+
+void PresetLibrary::Insert(SynOptionMenu& menu, SynMenuItem* item, int place) {
+  if (place == menu.getNbEntries()) {
+    menu.addEntry(item);
+  } else {
+    menu.addEntry(item, place);
+  }
+  if (&menu == currentPresetMenu_ && currentIndex_ >= place) ++currentIndex_;
+  for (int i = place; i < menu.getNbEntries(); ++i) {
+    if (SynOptionMenu* submenu = menu.SubmenuAt(i)) submenu->parentIndex = i;
+  }
+}
+
 SynOptionMenu& PresetLibrary::AddFolder(SynOptionMenu& menu, const std::string& name) {
-  menu.AddSubmenu(name, SynOptionMenu::Make());
-  return *menu.SubmenuAt(menu.getNbEntries() - 1);
+  const SharedPointer<SynOptionMenu> folder = SynOptionMenu::Make();
+  auto* item = new SynMenuItem(name.c_str());
+  item->setSubmenu(folder.get());
+  folder->parentMenu = &menu;
+  Insert(menu, item, PlaceFor(menu, name, true));
+  return *folder;
 }
 
 int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& file) {
-  const int index = menu.getNbEntries();
+  const int place = PlaceFor(menu, file, false);
   auto* item = new PresetItem(file);
-  item->action = [this, &menu, index] {
-    Select(menu, index);
+  item->action = [this, &menu, item] {
+    Select(menu, menu.getIndexOf(item));
     if (onChoice) onChoice();
   };
-  menu.addEntry(item);
-  return index;
+  Insert(menu, item, place);
+  return place;
 }
 
 void PresetLibrary::ForEachPreset(

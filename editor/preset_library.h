@@ -11,7 +11,7 @@ namespace halveron {
 
 /// The menu is the only index of the library. An entry with a submenu is a folder, one without is a
 /// preset, titled with its file name without ".hvp". Folders come before presets, both in natural
-/// order ("Bass 2" before "Bass 10"). Files that are added later show after Refresh.
+/// order ("Bass 2" before "Bass 10"). Files that others add later show after Refresh.
 class PresetLibrary {
  public:
   /// A folder with a slash at its end; empty for none.
@@ -54,6 +54,10 @@ class PresetLibrary {
  private:
   void Empty();
   void ScanPresets(SynOptionMenu& menu, const std::string& path);
+  /// The entry before which a new one belongs.
+  static int PlaceFor(const SynOptionMenu& menu, const std::string& name, bool isFolder);
+  /// Hands over an entry. Entries from `place` on move down, and what is selected stays so.
+  void Insert(SynOptionMenu& menu, SynMenuItem* item, int place);
   SynOptionMenu& AddFolder(SynOptionMenu& menu, const std::string& name);
   int AddPreset(SynOptionMenu& menu, const std::string& file);
   int StepPreset(SynOptionMenu& menu, int index, int direction);

@@ -10,6 +10,7 @@
 #include "editor/midi_learning.h"
 #include "editor/module_picker.h"
 #include "editor/panel_loads.h"
+#include "editor/play_hint.h"
 #include "editor/side_strip.h"
 #include "editor/size_grip.h"
 #include "editor/sound_dialog.h"
@@ -163,6 +164,7 @@ void RackWindow::BuildViews() {
                                      soundDialog_, dialog_, nestedDialog_, learning_, bubble_}) {
     frame_->addView(part);
   }
+  frame_->addView(new PlayHint(editor_, *this), browser_);
   frame_->addView(keys_.MakeRing(), browser_);
   MakeBar();
 }
@@ -344,7 +346,10 @@ void RackWindow::Follow() {
 }
 
 bool RackWindow::UseKey(const CKeyEvent& event) {
-  return keys_.OnKey(event) || (editor_.sound && notes_.Down(event));
+  if (keys_.OnKey(event)) return true;
+  if (!editor_.sound || !notes_.Down(event)) return false;
+  if (event.character != 0) editor_.sound->hintsAtLetters = false;
+  return true;
 }
 
 bool RackWindow::UseKeyUp(const CKeyEvent& event) { return notes_.Up(event, frame_->getTime()); }

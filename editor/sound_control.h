@@ -36,6 +36,9 @@ class SoundControl {
   virtual void LookForDevices() = 0;
   /// Plays a MIDI message of the window's own.
   virtual void Play(std::span<const std::uint8_t> message) = 0;
+
+  /// The window tells that letters play notes, until they have or the rack is another one.
+  bool hintsAtLetters = false;
 };
 
 }  // namespace halveron

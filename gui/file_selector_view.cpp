@@ -56,17 +56,48 @@ CTextLabel* MakeLabel(const CRect& rect, const std::string& text, double scale, 
 FileSelectorView::FileSelectorView(CFileSelector* selector_, CFrame* root)
     : CViewContainer(root->getViewSize(), root), selector(selector_), scale(root->getUiScale()) {
   transparent = true;
-  const CCoord margin = theme::Scaled(kFrameMargin, scale);
-  const CCoord width = std::min(theme::Scaled(kPanelWidth, scale), getWidth() - 2 * margin);
-  const CCoord height = std::min(theme::Scaled(kPanelHeight, scale), getHeight() - 2 * margin);
-  const CPoint c = viewSize.getCenter();
-  panel = CRect::FromSize({std::round(c.x - width * 0.5), std::round(c.y - height * 0.5)}, width,
-                          height);
+  panel = panelPlace();
   build(root);
   openFolder(NearestFolder(selector->initialDirectory));
 }
 
 FileSelectorView::~FileSelectorView() = default;
+
+CRect FileSelectorView::panelPlace() const {
+  const CCoord margin = theme::Scaled(kFrameMargin, scale);
+  const CCoord width = std::min(theme::Scaled(kPanelWidth, scale), getWidth() - 2 * margin);
+  const CCoord height = std::min(theme::Scaled(kPanelHeight, scale), getHeight() - 2 * margin);
+  const CPoint c = viewSize.getCenter();
+  return CRect::FromSize({std::round(c.x - width * 0.5), std::round(c.y - height * 0.5)}, width,
+                         height);
+}
+
+void FileSelectorView::setViewSize(const CRect& rect, bool invalidate) {
+  CViewContainer::setViewSize(rect, invalidate);
+  if (!list) return;
+  const CRect before = std::exchange(panel, panelPlace());
+  const CRect listBefore = list->getViewSize();
+  const CCoord down = panel.top - before.top;
+  const CCoord downAtBottom = panel.bottom - before.bottom;
+  // What lies above the list keeps its place in the panel, what lies below it that from the bottom.
+  const auto moved = [&](CCoord y) {
+    return y + (y <= listBefore.top ? down : y >= listBefore.bottom ? downAtBottom : 0);
+  };
+  for (CView* child : children()) {
+    CRect place = child->getViewSize();
+    if (child == question) {
+      const CPoint c = panel.getCenter();
+      place.moveTo(std::round(c.x - place.getWidth() * 0.5),
+                   std::round(c.y - place.getHeight() * 0.5));
+    } else {
+      place = {place.left + panel.left - before.left, moved(place.top),
+               place.right + panel.right - before.right, moved(place.bottom)};
+    }
+    child->setViewSize(place, false);
+    child->setMouseableArea(place);
+  }
+  pathBar->setPath(folder);  // its parts move, too
+}
 
 void FileSelectorView::start() {
   if (selector->style != CFileSelector::kSelectSaveFile) return getFrame()->setFocusView(list);

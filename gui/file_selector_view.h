@@ -53,6 +53,8 @@ class FileSelectorView : public CViewContainer, public CControlListener {
   void finish(const std::string& path);
 
   void valueChanged(CControl* kind) override;
+  /// Keeps the panel in the middle, and its list as high as there is room.
+  void setViewSize(const CRect& rect, bool invalidate = true) override;
   void drawBackgroundRect(CDrawContext* context, const CRect& updateRect) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   bool onWheel(const CPoint& where, float distance, const CButtonState& buttons) override;
@@ -63,6 +65,7 @@ class FileSelectorView : public CViewContainer, public CControlListener {
   HALVERON_TYPE_OF(FileSelectorView, CViewContainer)
 
  private:
+  CRect panelPlace() const;
   void build(CFrame* frame);
   void buildBottom(CFrame* frame, const CRect& inside);
   CTextButton* addButton(const CRect& size, const char* title, void (FileSelectorView::*action)());

@@ -106,7 +106,14 @@ bool CFrame::setSizeAndZoom(CCoord width, CCoord height, double pixelsPerUnit) {
   constexpr double kMostZoom = 16;
   if (width < 1 || height < 1) return false;
   zoom = std::clamp(pixelsPerUnit, kLeastZoom, kMostZoom);
+  const CRect before = viewSize;
   setViewSize(CRect::FromSize({}, width, height), false);
+  // What covers the frame goes on to, such as the shade around a file selector.
+  for (const Modal& modal : modalViews) {
+    if (modal.view->getParentView() != this || modal.view->getViewSize() != before) continue;
+    modal.view->setViewSize(viewSize, false);
+    modal.view->setMouseableArea(viewSize);
+  }
   dirtyRegion.Clear();
   if (window) window->FollowFrame();
   invalid();

@@ -8,6 +8,7 @@ extern "C" {
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <utility>
 
 namespace halveron {
@@ -85,6 +86,13 @@ PuglCursor CursorOf(CCursorType type) {
     default:
       return PUGL_CURSOR_ARROW;
   }
+}
+
+std::string NoDisplayError() {
+  const char* const name = std::getenv("DISPLAY");
+  if (!name || !*name) return "there is no X display to open a window on; set DISPLAY";
+  return "the X display \"" + std::string(name) +
+         "\" does not answer; set DISPLAY to one that runs and that you may use";
 }
 
 }  // namespace
@@ -252,7 +260,7 @@ std::unique_ptr<Window> Window::Open(CFrame& frame, void* parent, const char* ti
 bool Window::Create(void* parent, const char* title, std::string& error) {
   world_ = puglNewWorld(PUGL_MODULE, 0);
   if (!world_) {
-    error = "there is no X display to open a window on; set DISPLAY";
+    error = NoDisplayError();
     return false;
   }
   void* display = puglGetNativeWorld(world_);

@@ -6,6 +6,7 @@
 #include <cctype>
 #include <charconv>
 
+#include "media/live/device_error.h"
 #include "platform/standard_error.h"
 #include "platform/user_error.h"
 
@@ -57,7 +58,7 @@ bool HoldsInAnyCase(const std::string& name, const std::string& part) {
 }
 
 /// Opens the port that a user means, and returns its name.
-std::string OpenChosen(RtMidi* port, const std::string& wanted, const char* kind,
+std::string OpenChosen(RtMidi* port, const std::string& wanted, DeviceChoice choice,
                        const char* portName) {
   const std::vector<std::string> names = NamesOf(port);
   std::size_t number = names.size();
@@ -72,17 +73,20 @@ std::string OpenChosen(RtMidi* port, const std::string& wanted, const char* kind
     number = static_cast<std::size_t>(found - names.begin());
   }
   if (number >= names.size()) {
-    throw UserError("", "", std::string("there is no MIDI ") + kind + " \"" + wanted + "\"",
-                    "see halveron play --list-devices");
+    const std::string kind = choice == DeviceChoice::kMidiInput ? "input" : "output";
+    throw DeviceError(choice, "there is no MIDI " + kind + " \"" + wanted + "\"");
   }
   port->openPort(static_cast<unsigned>(number), portName);
   if (!port->isPortOpen()) {
-    throw UserError("", "", "the MIDI port \"" + names[number] + "\" cannot be opened");
+    throw DeviceError(choice, "the MIDI port \"" + names[number] + "\" cannot be opened");
   }
   return names[number];
 }
 
 }  // namespace
+
+// A sound server may add a number to the name.
+bool IsOwnMidiPort(std::string_view name) { return name.starts_with(kMidiName); }
 
 std::vector<std::string> ListMidiInputs() { return NamesOf(MakePort<RtMidiIn>().get()); }
 
@@ -117,7 +121,7 @@ struct MidiInput::State : ReceivingPort {
 
 MidiInput::MidiInput(const std::string& port, Receiver receiver)
     : state_(std::make_unique<State>(std::move(receiver))) {
-  state_->name = OpenChosen(state_->port.get(), port, "input", kInputName);
+  state_->name = OpenChosen(state_->port.get(), port, DeviceChoice::kMidiInput, kInputName);
 }
 
 MidiInput::~MidiInput() = default;
@@ -152,7 +156,7 @@ struct MidiOutput::State {
 };
 
 MidiOutput::MidiOutput(const std::string& port) : state_(std::make_unique<State>()) {
-  state_->name = OpenChosen(state_->port.get(), port, "output", kOutputName);
+  state_->name = OpenChosen(state_->port.get(), port, DeviceChoice::kMidiOutput, kOutputName);
 }
 
 MidiOutput::~MidiOutput() = default;

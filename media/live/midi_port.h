@@ -6,12 +6,17 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace halveron::media {
 
 /// The name of the program and of its own port, as other programs see them.
 inline constexpr char kMidiName[] = "Halveron";
+
+/// True for the name of a port of this program, in this process or in another one. What comes from
+/// there has mostly been played by us.
+bool IsOwnMidiPort(std::string_view name);
 
 /// The ports' names, in the order of their numbers; empty where there is no MIDI.
 std::vector<std::string> ListMidiInputs();

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "media/live/device_error.h"
 #include "platform/standard_error.h"
 #include "platform/user_error.h"
 
@@ -19,7 +20,6 @@ namespace {
 
 constexpr int kUsualRate = 48000;
 constexpr int kPriority = 70;  // where the system grants it
-constexpr char kSeeDevices[] = "see halveron play --list-devices";
 
 std::string Lower(std::string text) {
   std::transform(text.begin(), text.end(), text.begin(),
@@ -89,9 +89,9 @@ unsigned Choose(const std::vector<SoundDevice>& devices, const std::string& want
         isNumber ? i == number : Lower(devices[i].name).find(Lower(wanted)) != std::string::npos;
     if (!isIt) continue;
     if (usable(devices[i])) return static_cast<unsigned>(i);
-    if (isNumber) throw UserError("", "--device", wanted + " has no outputs", kSeeDevices);
+    if (isNumber) throw DeviceError(DeviceChoice::kDevice, wanted + " has no outputs");
   }
-  throw UserError("", "--device", "there is no sound device \"" + wanted + "\"", kSeeDevices);
+  throw DeviceError(DeviceChoice::kDevice, "there is no sound device \"" + wanted + "\"");
 }
 
 int ChooseRate(const SoundDevice& device, int wanted) {
@@ -106,8 +106,9 @@ int ChooseRate(const SoundDevice& device, int wanted) {
     if (!known.empty()) known += ", ";
     known += std::to_string(rate);
   }
-  throw UserError("", "--rate", "the sound device does not run at " + std::to_string(wanted),
-                  "it has " + known);
+  throw DeviceError(DeviceChoice::kRate,
+                    "the sound device does not run at " + std::to_string(wanted),
+                    "it has " + known);
 }
 
 }  // namespace
@@ -182,9 +183,10 @@ SoundCard::SoundCard(const Settings& settings) : state_(std::make_unique<State>(
                               static_cast<unsigned>(state_->rate), &state_->blockSize,
                               &State::Callback, state_.get(), &options);
   } catch (const RtAudioError& error) {
-    throw UserError(
-        "", "", "the sound device \"" + device.name + "\" cannot be opened: " + error.getMessage(),
-        "close other programs that use it, or give another --device");
+    throw DeviceError(
+        DeviceChoice::kDevice,
+        "the sound device \"" + device.name + "\" cannot be opened: " + error.getMessage(),
+        "close other programs that use it");
   }
 }
 

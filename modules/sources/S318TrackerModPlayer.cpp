@@ -340,7 +340,7 @@ void S318TrackerModPlayer::ValueChanged(CControl* control) {
   } else if (control == save_) {
     SaveDownload();
   } else if (control == page_ && !link_.empty()) {
-    if (!platform::OpenOnDesktop(link_)) Say(link_);
+    if (!platform::OpenOnDesktop(link_).empty()) Say(link_);
   }
 }
 

@@ -10,8 +10,10 @@
 #include <vector>
 
 #include "app/live_host.h"
+#include "app/live_sound.h"
 #include "app/midi_link.h"
 #include "app/sound_link.h"
+#include "media/live/device_error.h"
 #include "platform/user_error.h"
 #include "tests/support/dummy_server.h"
 
@@ -223,6 +225,22 @@ TEST_F(SoundLinkTest, SurvivesTheEndOfItsSoundServer) {
   }
   // Before the server, whose end would close the same stream from a thread of its own.
   link = nullptr;
+}
+
+TEST(DeviceError, NamesTheOptionToTheCommandAndTheFieldToTheDialog) {
+  using media::DeviceChoice;
+  const media::DeviceError busy(DeviceChoice::kDevice, "it is busy", "close others");
+  EXPECT_STREQ(busy.what(),
+               "--device: it is busy; close others, or see halveron play --list-devices");
+  EXPECT_EQ(DialogWords(busy),
+            "it is busy; close others, or choose another under \"Sound Device\"");
+  for (const auto choice : {DeviceChoice::kDevice, DeviceChoice::kRate, DeviceChoice::kMidiInput,
+                            DeviceChoice::kMidiOutput}) {
+    const media::DeviceError error(choice, "it is not there");
+    EXPECT_EQ(std::string(error.what()).substr(0, 2), "--");
+    EXPECT_EQ(DialogWords(error).find("--"), std::string::npos) << DialogWords(error);
+  }
+  EXPECT_EQ(DialogWords(UserError("", "", "it does not start")), "it does not start");
 }
 
 /// A machine's ports, which come and go as the test likes.

@@ -26,7 +26,7 @@ class AnyHand {
     instance_ = user_.Start();
     instance_->BecomeProgram();
     Editor().sound = &sound_;
-    Editor().manual.open = [](const std::string&) { return true; };
+    Editor().manual.open = [](const std::string&) { return std::string(); };
     OpenWindow();
   }
 

@@ -1,9 +1,14 @@
 // The rack and notes by keyboard.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
+
 #include "editor/key_focus.h"
 #include "editor/note_keys.h"
+#include "framework/module.h"
 #include "framework/patch_point.h"
+#include "gui/movie_bitmap.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
@@ -63,6 +68,34 @@ TEST(KeyFocus, WalksModulesTurnsControlsAndPlugsCables) {
   rig.Key(kKeyEscape);
   rig.editor.commands.DeleteModule(*keys.FocusModule());
   EXPECT_EQ(keys.FocusModule(), nullptr);
+}
+
+bool IsLamp(CView* view) {
+  return dynamic_cast<CMovieBitmap*>(view) && !dynamic_cast<PatchPoint*>(view);
+}
+
+TEST(KeyFocus, StopsAtNoLamp) {
+  WindowRig rig;
+  Module& envelope = rig.Add("S525 VC Envelope Generator/LFO", 0, 0);
+  KeyFocus& keys = rig.window.Keys();
+  rig.Key(kKeyTab);
+  std::set<CView*> visited;
+  bool hasLamp = false;
+  // From every control and jack in every direction.
+  for (CView* view : envelope.children()) {
+    const auto* control = dynamic_cast<CControl*>(view);
+    const bool isLamp = IsLamp(view);
+    hasLamp = hasLamp || isLamp;
+    if (!control || !*control->role || isLamp) continue;
+    for (const CVirtualKey key : {kKeyUp, kKeyDown, kKeyLeft, kKeyRight}) {
+      keys.Set(&envelope, view);
+      rig.Key(key);
+      visited.insert(keys.Item());
+    }
+  }
+  EXPECT_TRUE(std::none_of(visited.begin(), visited.end(), IsLamp));
+  EXPECT_TRUE(hasLamp);
+  EXPECT_GT(visited.size(), 5u);
 }
 
 TEST(KeyFocus, EscapeTakesBackACableThatAKeyBeganWhereverTheMouseIs) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "gui/menu_popup.h"
 #include "tests/support/window_rig.h"
 
 namespace halveron {
@@ -31,13 +32,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Save",
                            "Save As...",
                            "Save As New Version",
-                           "Versions",
-                           "Preset Browser",
-                           "Previous Preset",
-                           "Next Preset",
-                           "-",
-                           "Undo",
-                           "Redo",
+                           "Presets",
                            "Edit",
                            "-",
                            "Refresh Presets Library",
@@ -46,8 +41,7 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
                            "Oversampling",
                            "Oversampling Filter",
                            "Polyphony",
-                           "MIDI Controllers",
-                           "Sound and Load",
+                           "Sound and MIDI",
                            "Skin",
                            "Window Height",
                            "Zoom",
@@ -65,6 +59,15 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
   EXPECT_TRUE(rig.Entry("LEDs Always ON")->isChecked());
   rig.Key(kKeyEscape);
 
+  // The standalone has the most entries, and its first window all of them in sight.
+  rig.editor.unsaved.quit = [] {};
+  OpenMain();
+  const MenuPopup& popup = *rig.window.OpenMenu()->getPopup();
+  const int count = rig.window.OpenMenu()->getNbEntries();
+  EXPECT_STREQ(rig.window.OpenMenu()->getEntry(count - 1)->getTitle(), "Quit");
+  for (const int index : {0, count - 1}) EXPECT_GT(popup.getEntryRect(0, index).getHeight(), 20);
+  rig.Key(kKeyEscape);
+
   rig.editor.options.advancedOversampling.Set(false);
   OpenMain();
   EXPECT_EQ(rig.Entry("Oversampling Filter"), nullptr);
@@ -72,7 +75,9 @@ TEST_F(Menus, TheMainMenuHasItsEntriesInOrder) {
 
 TEST_F(Menus, ShortcutsRunWhatTheirEntriesDo) {
   OpenMain();
-  EXPECT_EQ(rig.Entry("Undo")->getShortcut(), "Ctrl+Z");
+  const COptionMenu& edit = *rig.Entry("Edit")->getSubmenu();
+  EXPECT_STREQ(edit.getEntry(0)->getTitle(), "Undo");
+  EXPECT_EQ(edit.getEntry(0)->getShortcut(), "Ctrl+Z");
   rig.Key(kKeyEscape);
   rig.editor.commands.AddRow();
   const int rows = rig.editor.rows;

@@ -276,7 +276,7 @@ TEST_F(Knobs, KeepTheirControllersInPresets) {
 TEST_F(Knobs, ListTheirControllersInTheMenu) {
   BindKnob(rig.editor, cutoff, {.controller = 20});
   rig.Click(rig.Middle(*rig.window.Bar().mainMenu));
-  rig.Choose({"MIDI Controllers", "CC 20   S201 VCF: Cutoff", "Edit..."});
+  rig.Choose({"Sound and MIDI", "MIDI Controllers", "CC 20   S201 VCF: Cutoff", "Edit..."});
   DialogWindow& dialog = rig.window.Dialog();
   ASSERT_TRUE(dialog.IsShown());
   rig.Shortcut('a');

@@ -2,13 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "editor/first_start.h"
+#include "editor/play_hint.h"
 #include "gui/text_edit.h"
 #include "platform/whole_file.h"
 #include "presets/preset_format.h"
 #include "presets/preset_rack.h"
+#include "tests/support/fake_sound.h"
 #include "tests/support/user_rig.h"
 
 namespace halveron {
@@ -165,11 +168,43 @@ TEST_F(Browser, TheFirstStartOpensAVoiceOnce) {
   EXPECT_FALSE(OpenFirstVoice(editor));
 }
 
+TEST_F(Browser, AFirstStartHintsAtTheLettersUntilTheyPlayOrTheRackChanges) {
+  testing::FakeSound sound;
+  editor.sound = &sound;
+  editor.presetCommands.Load(user.Preset("Pad 2"));
+  one->Pass(0.1);
+  SynFrame& frame = one->Frame();
+  const auto isHinting = [&] {
+    // The first time the history settles, the second time the window follows it.
+    one->Pass(0.1);
+    one->Pass(0.1);
+    const auto shown = [](const CView* view) {
+      return dynamic_cast<const PlayHint*>(view) && view->isVisible();
+    };
+    return std::any_of(frame.children().begin(), frame.children().end(), shown);
+  };
+  EXPECT_FALSE(isHinting()) << "only when it is asked for";
+  sound.hintsAtLetters = true;
+  EXPECT_TRUE(isHinting());
+  Key(kKeyPageUp);
+  EXPECT_TRUE(isHinting()) << "plays nothing";
+  Type("z");
+  EXPECT_FALSE(isHinting());
+  sound.hintsAtLetters = true;
+  EXPECT_TRUE(isHinting());
+  editor.commands.InsertModule("S310 VCO", kBuiltInVendor);
+  one->Window().LandInsertion();
+  EXPECT_FALSE(isHinting());
+  editor.sound = nullptr;
+  EXPECT_FALSE(isHinting());
+}
+
 TEST_F(Browser, F1OpensThePageOfTheModuleUnderTheMouse) {
   std::vector<std::string> opened;
+  std::string problem;
   editor.manual.open = [&](const std::string& address) {
     opened.push_back(address.substr(address.rfind('/') + 1));
-    return true;
+    return problem;
   };
   editor.manual.folder = user.folders.data;
   Key(kKeyF1);
@@ -191,6 +226,12 @@ TEST_F(Browser, F1OpensThePageOfTheModuleUnderTheMouse) {
   one->Window().Keys().Set(module, nullptr);
   Key(kKeyF1);
   EXPECT_EQ(opened, (Names{"S310-VCO.html", "window.html", "S310-VCO.html"}));
+  EXPECT_FALSE(one->Dialog().IsShown());
+  problem = "There is no browser";
+  Key(kKeyF1);
+  const std::string& text = one->Dialog().Request().text;
+  EXPECT_NE(text.find(problem), std::string::npos) << text;
+  EXPECT_NE(text.find(user.folders.data + "S310-VCO.html"), std::string::npos) << text;
 }
 
 TEST_F(Browser, AnEmptyRackShowsHintsUntilThereIsAModule) {

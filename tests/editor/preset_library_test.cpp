@@ -107,6 +107,19 @@ TEST_F(PresetFolder, FindsAndAddsWhatWasSaved) {
   EXPECT_EQ(library.CurrentTitle(), "New.v2");
   EXPECT_EQ(library.CurrentPath(), PathOf("Lead/New.v2.hvp"));
 
+  // In its place at once, with marks and choices that go on with their presets.
+  SynOptionMenu& menu = library.PresetMenu();
+  EXPECT_EQ(TitlesOf(menu), (std::vector<std::string>{"Bass", "Empty", "Lead", "Pad", "zebra"}));
+  EXPECT_TRUE(library.SelectPreset(PathOf("Pad.hvp"), false));
+  EXPECT_TRUE(library.SelectPreset(PathOf("Guitars/Nylon.hvp"), true));
+  EXPECT_TRUE(library.SelectPreset(PathOf("Pad 2.hvp"), true));
+  EXPECT_EQ(TitlesOf(menu), (std::vector<std::string>{"Bass", "Empty", "Guitars", "Lead", "Pad",
+                                                      "Pad 2", "zebra"}));
+  for (int i = 0; i < menu.getNbEntries(); ++i) EXPECT_EQ(menu.isCheckEntry(i), i == 5) << i;
+  EXPECT_EQ(library.BuildPresetPath(*menu.SubmenuAt(3), 0), PathOf("Lead/New.v2.hvp"));
+  static_cast<SynMenuItem*>(menu.getEntry(6))->action();
+  EXPECT_EQ(library.CurrentPath(), PathOf("zebra.hvp"));
+
   Put("Lead/New.v2.hvp");
   Put("Another.hvp");
   library.Refresh();

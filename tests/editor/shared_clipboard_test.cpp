@@ -78,7 +78,8 @@ TEST_F(Shared, ATextPatchGoesByLetter) {
   CopyAll();
   const std::string patch = Text();
   EXPECT_NE(patch.find("\"name\": \"S310 VCO\""), std::string::npos) << patch;
-  system->Offer({{kClipboardText, "Dear Ada,\ntry {this}:\n" + patch + "\nSee {manual}. Yours, Bo\n"}});
+  system->Offer(
+      {{kClipboardText, "Dear Ada,\ntry {this}:\n" + patch + "\nSee {manual}. Yours, Bo\n"}});
   Paste(two);
   ExpectCopyIn(two, 0);
   two.window.LandInsertion();

@@ -101,6 +101,27 @@ TEST_F(FileSelectorTest, OpensByMouse) {
   EXPECT_EQ(result, "");
 }
 
+TEST_F(FileSelectorTest, FollowsTheSizeOfTheFrame) {
+  FileSelectorView& view = Run(CFileSelector::kSelectFile);
+  for (const CPoint& size : {CPoint(900, 700), CPoint(1200, 300), CPoint(800, 600)}) {
+    frame.setSize(size.x, size.y);
+    EXPECT_EQ(view.getViewSize(), frame.getViewSize()) << "the shade leaves nothing out";
+    for (CView* child : view.children()) {
+      EXPECT_GE(child->getViewSize().top, 0) << size.y;
+      EXPECT_LE(child->getViewSize().bottom, size.y);
+    }
+    const CRect list = view.getList()->getViewSize();
+    EXPECT_GT(list.getHeight(), 60);
+    EXPECT_GE(view.getNameField()->getViewSize().top, list.bottom);
+    EXPECT_LE(view.getPathBar()->getViewSize().bottom, list.top);
+    const CRect root = view.getPathBar()->getPartRect(0);
+    EXPECT_EQ(CRect(root).bound(view.getPathBar()->getViewSize()), root);
+  }
+  Click(frame, RowCentre(view, 0));
+  Click(frame, CentreOf(view.getConfirmButton()));
+  EXPECT_EQ(view.getFolder(), (folder / "Inner").string());
+}
+
 TEST_F(FileSelectorTest, OpensByKeys) {
   FileSelectorView& view = Run(CFileSelector::kSelectFile);
   TypeText(frame, "in");

@@ -363,6 +363,20 @@ TEST(WindowLife, StandsInWindowsOfAnotherKindThanTheScreens) {
   display->DestroyWindow(parent);
 }
 
+TEST(WindowLife, NamesADisplayThatDoesNotAnswer) {
+  const char* const before = std::getenv("DISPLAY");
+  const std::string name = before ? before : "";
+  CFrame frame(CRect(0, 0, kWidth, kHeight));
+  for (const std::string wrong : {":7777", ""}) {
+    setenv("DISPLAY", wrong.c_str(), 1);
+    std::string error;
+    EXPECT_FALSE(frame.open(nullptr, "Title", &error));
+    const std::string expected = wrong.empty() ? "no X display" : "\":7777\" does not answer";
+    EXPECT_NE(error.find(expected), std::string::npos) << error;
+  }
+  setenv("DISPLAY", name.c_str(), 1);
+}
+
 TEST(WindowLife, MayCloseAndGoWithinItsOwnEvents) {
   HALVERON_NEEDS_DISPLAY(display);
   const auto parent = display->MakeWindow(0, 0, kWidth, kHeight);

@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <thread>
 
 #include "platform/cpu_features.h"
 #include "platform/denormals.h"
+#include "platform/desktop.h"
 #include "platform/library_path.h"
 #include "platform/recursive_lock.h"
 #include "platform/utf8.h"
@@ -57,6 +59,17 @@ TEST(Denormals, AreOffInTheScopeAndTheControlWordComesBackWithoutFlags) {
   }
   EXPECT_EQ(_mm_getcsr(), before);
   EXPECT_NE(tiny * 0.5f, 0.0f);
+}
+
+TEST(Desktop, SaysWhichProgramIsMissing) {
+  const char* const before = std::getenv("PATH");
+  const std::string path = before ? before : "";
+  EXPECT_FALSE(FindProgram("sh").empty());
+  setenv("PATH", "/nowhere::/etc", 1);
+  EXPECT_EQ(FindProgram("passwd"), "") << "cannot be run";
+  const std::string problem = OpenOnDesktop("file:///nowhere");
+  setenv("PATH", path.c_str(), 1);
+  EXPECT_NE(problem.find("\"xdg-open\""), std::string::npos) << problem;
 }
 
 TEST(LibraryPath, NamesAFileThatExists) { EXPECT_TRUE(std::filesystem::exists(LibraryPath())); }
