@@ -33,11 +33,7 @@ class QuestionPanel : public CViewContainer {
  public:
   using CViewContainer::CViewContainer;
   void drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) override {
-    context->setFillColor(theme::kPanel);
-    context->setFrameColor(theme::kAccent);
-    context->setLineWidth(1);
-    context->drawRoundRect({0, 0, getWidth(), getHeight()}, theme::kCornerRadius,
-                           kDrawFilledAndStroked);
+    theme::DrawPanel(*context, {0, 0, getWidth(), getHeight()}, 1, theme::kAccent);
   }
 };
 
@@ -438,10 +434,7 @@ bool FileSelectorView::onKeyDown(const CKeyEvent& event) {
 void FileSelectorView::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
   context->setFillColor(theme::kShade);
   context->fillRect(updateRect);
-  context->setFillColor(theme::kPanel);
-  context->setFrameColor(theme::kPanelEdge);
-  context->setLineWidth(1);
-  context->drawRoundRect(panel, theme::Scaled(theme::kCornerRadius, scale), kDrawFilledAndStroked);
+  theme::DrawPanel(*context, panel, scale);
 }
 
 }  // namespace halveron
