@@ -31,8 +31,8 @@ std::unique_ptr<RtAudio> MakeAudio(const std::string& system = {}) {
   const platform::StandardErrorQuiet quiet;
   const auto api = system.empty() ? RtAudio::UNSPECIFIED : RtAudio::getCompiledApiByName(system);
   if (!system.empty() && api == RtAudio::UNSPECIFIED) {
-    throw UserError("", "", "there is no sound system \"" + system + "\" on this machine",
-                    "see halveron play --list-devices");
+    throw DeviceError(DeviceChoice::kSystem,
+                      "there is no sound system \"" + system + "\" on this machine");
   }
   auto audio = std::make_unique<RtAudio>(api);
   audio->showWarnings(false);
