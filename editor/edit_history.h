@@ -23,8 +23,8 @@ class SynEditor;
 class EditHistory {
  public:
   static constexpr std::size_t kMostSteps = 500;
-  static constexpr std::size_t kMostBytes = std::size_t{64}
-                                            << 20;  ///< of all steps, done and undone
+  /// Of all steps, done and undone.
+  static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
   explicit EditHistory(SynEditor& editor);
 
