@@ -8,6 +8,7 @@
 
 #include "editor/external_host.h"
 #include "editor/external_panel.h"
+#include "editor/skin.h"
 #include "framework/display_view.h"
 #include "framework/midi_message.h"
 #include "framework/rack_model.h"
@@ -549,8 +550,8 @@ void ExternalModule::LoadPreset(const void* buffer, int size, int version) {
 
 void ExternalModule::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
   ExternalModuleType::Panel& panel = *type_->panel;
-  if (!panel.isMade) {
-    panel.isMade = true;
+  if (panel.skinGeneration != SkinGeneration()) {
+    panel.skinGeneration = SkinGeneration();
     panel.picture = MakePanelPicture(*this, *type_);
   }
   if (panel.picture) {
