@@ -73,7 +73,8 @@ class Band {
     ForEachView([&](const CView* view) {
       const auto add = [&](float x) { bits.push_back(std::bit_cast<std::uint32_t>(x)); };
       if (const auto* point = dynamic_cast<const PatchPoint*>(view)) add(point->out);
-      if (const auto* lamp = dynamic_cast<const CMovieBitmap*>(view)) add(lamp->getValue() + 0.0f);
+      if (const auto* lamp = dynamic_cast<const CMovieBitmapEx*>(view))
+        add(lamp->getValue() + 0.0f);
     });
     return bits;
   }
@@ -124,7 +125,7 @@ void Compare(Band& single, Band& vectors, int blocks, const std::vector<int>& le
     most = std::max(most, vectors.rack.editor.plan.VectorRows());
   }
   EXPECT_EQ(single.Knobs(), vectors.Knobs());
-  EXPECT_EQ(most, vectors.players.size());
+  EXPECT_GE(most, vectors.players.size());
   EXPECT_NE(single.rack.Out(single.Panner(), "Out A"), 0.0f);
 }
 
@@ -144,6 +145,12 @@ TEST(ResidentState, StaysFromBlockToBlock) {
   }
   band.rack.RunBlock(16);
   EXPECT_EQ(band.Resident(), 5u);
+
+  TestRack rack;
+  rack.RunBlock(16);
+  for (int i = 0; i < 4; ++i) rack.Add("S110 Dual VC Panner");
+  rack.RunBlock(0);
+  EXPECT_EQ(rack.editor.plan.VectorRows(), 0u) << "no sample has made what lamps would show";
 }
 
 // A press that began in the upper position holds the button down; neither that nor a mouse that
@@ -310,14 +317,16 @@ TEST(ResidentState, OtherThreadsTakeItFromUnderABlock) {
   {
     const AudioThread audio(band.rack.engine);
     button.onMouseDown(inside, CButtonState(kLButton));
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 300; ++round) {
       band.rack.engine.setParameter(cutoff, round % 2 ? 0.3f : 0.7f);
       button.onMouseMoved(round % 2 ? inside : outside, CButtonState(kLButton));
       if (round % 3 == 0) {
         const ProcessingSection section(band.Vco());
         EXPECT_EQ(band.rack.editor.plan.IsInBlock(), false);
       }
-      if (round % 4 == 0) EXPECT_FALSE(band.rack.SavedPreset(band.Vco()).empty());
+      if (round % 4 == 0) {
+        EXPECT_FALSE(band.rack.SavedPreset(band.Vco()).empty());
+      }
       if (round % 5 == 0) {
         const SamplePlan::Recall recall(band.rack.editor.plan, band.rack.engine.processingLock);
         EXPECT_EQ(band.Knobs().size(), 16u * (3 + 6 + 5 + 4 + 4));
