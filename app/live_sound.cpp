@@ -14,6 +14,7 @@ namespace {
 
 constexpr const char* kSection = "Sound";
 // The dialog's fields.
+constexpr const char* kSystem = "Sound System";
 constexpr const char* kDevice = "Sound Device";
 constexpr const char* kRate = "Sample Rate";
 constexpr const char* kMidiInput = "MIDI Inputs";
@@ -32,6 +33,8 @@ std::string TitleOf(const std::string& system) {
 
 const char* FieldOf(media::DeviceChoice choice) {
   switch (choice) {
+    case media::DeviceChoice::kSystem:
+      return kSystem;
     case media::DeviceChoice::kDevice:
       return kDevice;
     case media::DeviceChoice::kRate:
@@ -152,7 +155,7 @@ std::vector<SoundControl::Group> LiveSound::Groups() {
 }
 
 SoundControl::Group LiveSound::Systems() {
-  Group group{"Sound System", {}};
+  Group group{kSystem, {}};
   const auto add = [&](const std::string& text, const std::string& system) {
     SoundChoice wanted = choice_;
     wanted.system = system;

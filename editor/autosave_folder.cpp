@@ -87,9 +87,17 @@ std::vector<Leftover> FindLeftovers(const std::string& folder) {
     if (extension == kLock && fs::exists(leftover.File(), unreadable)) continue;
     leftover.time = at->last_write_time(unreadable);
     const auto files = AutosaveFiles::TakeOver(leftover);
-    if (!files || unreadable) continue;
-    // A lock of an instance that had nothing to leave goes, and so does what is old.
-    if (extension == kLock || leftover.time < oldest) continue;
+    if (!files) continue;
+    if (unreadable) {
+      files->Leave();
+      continue;
+    }
+    if (extension == kLock) {
+      // An instance that had nothing to leave; it may have written its rack since the look above.
+      if (fs::exists(leftover.File(), unreadable) || unreadable) files->Leave();
+      continue;
+    }
+    if (leftover.time < oldest) continue;
     files->Leave();
     const platform::ProfileFile facts(leftover.stem + kFacts);
     leftover.name = facts.GetText(kSection, kName, "");

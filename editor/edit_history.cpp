@@ -11,8 +11,8 @@ namespace halveron {
 
 namespace {
 
-constexpr double kJoinSeconds =
-    0.7;  // notches of a wheel, or keys that carry, this close are one gesture
+// Notches of a wheel, or keys that carry, this close are one gesture.
+constexpr double kJoinSeconds = 0.7;
 
 struct Difference {
   std::vector<const ModuleRecord*> added;
@@ -337,7 +337,7 @@ bool EditHistory::JoinsLast(const RackSnapshot& before, const RackSnapshot& now)
 
 void EditHistory::Record(RackSnapshot before, RackSnapshot now) {
   const bool joins = JoinsLast(before, now);
-  undone_.clear();
+  ForgetUndone();
   present_ = now;
   Step step;
   if (joins) {
@@ -365,10 +365,15 @@ void EditHistory::Record(RackSnapshot before, RackSnapshot now) {
   Trim();
 }
 
+void EditHistory::ForgetUndone() {
+  for (const Step& step : undone_) bytes_ -= step.bytes;
+  undone_.clear();
+}
+
 void EditHistory::Trim() {
   // The last step stays, however large it is.
   while (done_.size() > kMostSteps || (bytes_ > kMostBytes && done_.size() > 1)) {
-    bytes_ -= std::min(bytes_, done_.front().bytes);
+    bytes_ -= done_.front().bytes;
     done_.pop_front();
   }
 }

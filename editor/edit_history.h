@@ -16,14 +16,15 @@ namespace halveron {
 class CControl;
 class SynEditor;
 
-/// A step is all that changed between two moments without a gesture: a control turned, a module
-/// moved, a cable dropped, a preset loaded. What modules or the host change by themselves meanwhile
-/// is not part of it, except in the module that the user moved, and in all of them where a control
-/// of it moves others. Belongs to the window thread, but for MarkEdited.
+/// A step is all that changed between two moments at which no gesture is under way: a control
+/// turned, a module moved, a cable dropped, a preset loaded. What modules or the host change by
+/// themselves meanwhile is not part of it, except in the module that the user moved, and in all of
+/// them where a control of it moves others. Belongs to the window thread, but for MarkEdited.
 class EditHistory {
  public:
   static constexpr std::size_t kMostSteps = 500;
-  static constexpr std::size_t kMostBytes = std::size_t{64} << 20;  ///< of all steps together
+  /// Of all steps, done and undone.
+  static constexpr std::size_t kMostBytes = std::size_t{64} << 20;
 
   explicit EditHistory(SynEditor& editor);
 
@@ -43,6 +44,8 @@ class EditHistory {
   void Undo();
   void Redo();
   std::size_t Steps() const { return done_.size(); }
+  /// What all steps hold, done and undone.
+  std::size_t Bytes() const { return bytes_; }
 
   /// Whether the rack differs from its file, or, without one, from the rack that Follow began with.
   bool IsChanged() const;
@@ -106,6 +109,7 @@ class EditHistory {
   void Record(RackSnapshot before, RackSnapshot now);
   bool JoinsLast(const RackSnapshot& before, const RackSnapshot& now) const;
   void Move(std::deque<Step>& from, std::deque<Step>& to, bool back);
+  void ForgetUndone();
   void Trim();
 
   SynEditor& editor_;

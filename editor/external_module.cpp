@@ -8,6 +8,7 @@
 
 #include "editor/external_host.h"
 #include "editor/external_panel.h"
+#include "editor/skin.h"
 #include "framework/display_view.h"
 #include "framework/midi_message.h"
 #include "framework/rack_model.h"
@@ -170,6 +171,7 @@ class ExternalVoiceGroup final : public VoiceGroup {
   bool Load() override { return voices_ && functions_.load_voices(voices_) != 0; }
   void Run() override { functions_.run_voices(voices_); }
   void Store() override { functions_.store_voices(voices_); }
+  void ShowLamps() override {}  // the library does as it stores
 
  private:
   const HalveronVoices functions_;
@@ -550,8 +552,8 @@ void ExternalModule::LoadPreset(const void* buffer, int size, int version) {
 
 void ExternalModule::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
   ExternalModuleType::Panel& panel = *type_->panel;
-  if (!panel.isMade) {
-    panel.isMade = true;
+  if (panel.skinGeneration != SkinGeneration()) {
+    panel.skinGeneration = SkinGeneration();
     panel.picture = MakePanelPicture(*this, *type_);
   }
   if (panel.picture) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -57,10 +58,10 @@ struct ExternalModuleType {
   std::vector<ExternalLamp> lamps;
   std::vector<ExternalDisplay> displays;
 
-  /// The picture behind the panels of all instances, made when the first is drawn.
+  /// The picture behind the panels of all instances, made when one is drawn in another skin.
   struct Panel {
     SharedPointer<CBitmap> picture;
-    bool isMade = false;
+    std::optional<unsigned> skinGeneration;
   };
   std::shared_ptr<Panel> panel = std::make_shared<Panel>();
 

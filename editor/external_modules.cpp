@@ -144,8 +144,10 @@ bool ExternalModules::LoadLibrary(ModuleLibrary& library) {
   }
   HalveronSkin skin{};
   skin.size = sizeof skin;
-  skin.skin_path = skinPath.c_str();
-  skin.skin_fallback_path = skinFallbackPath.c_str();
+  library.skinPath = skinPath;
+  library.skinFallbackPath = skinFallbackPath;
+  skin.skin_path = library.skinPath.c_str();
+  skin.skin_fallback_path = library.skinFallbackPath.c_str();
   skin.panelHeight = panelHeight;
   skin.uiScale = uiScale;
   bool hasThrown = false;

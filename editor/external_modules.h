@@ -39,6 +39,8 @@ struct ModuleLibrary {
   std::shared_ptr<platform::SharedLibrary> handle;  ///< null until loaded
   std::string vendor;
   std::deque<ModuleEntry> modules;
+  std::string skinPath;  ///< as the library knows it, which may keep the pointers
+  std::string skinFallbackPath;
   std::string failure;  ///< why the last attempt to load it failed
 };
 

@@ -206,10 +206,7 @@ CRect ModuleBrowser::PictureArea() const {
 
 void ModuleBrowser::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {
   const CRect whole = CRect::FromSize({}, getWidth(), getHeight());
-  context->setFillColor(theme::kPanel);
-  context->setFrameColor(theme::kFieldEdge);
-  context->setLineWidth(1);
-  context->drawRoundRect(whole, theme::kCornerRadius, kDrawFilledAndStroked);
+  theme::DrawPanel(*context, whole, 1, theme::kFieldEdge);
   const CCoord margin = theme::Scaled(kMargin, scale_);
   context->setFont(theme::Font(scale_));
   context->setFontColor(theme::kPaleText);

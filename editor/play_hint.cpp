@@ -16,9 +16,9 @@ constexpr const char* kText =
     "Letters play: from Z and, an octave higher, from Q on. PageUp and PageDown shift them.";
 
 // Pixels at the reference scale.
-constexpr CCoord kHeight = 26;
+constexpr CCoord kHeight = 22;
 constexpr CCoord kPadding = 14;
-constexpr CCoord kAboveEdge = 22;
+constexpr CCoord kAboveEdge = 3;
 
 constexpr CColor kBack{20, 20, 23, 215};
 constexpr CColor kEdge{255, 255, 255, 50};

@@ -1,4 +1,4 @@
-// Tells who starts the program for the first time that the letters play notes.
+// Shows on the first start of the program that the letters play notes.
 #pragma once
 
 #include <optional>

@@ -289,11 +289,7 @@ bool PresetBrowser::onWheel(const CPoint& where, float distance, const CButtonSt
 void PresetBrowser::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
   context->setFillColor(theme::kShade);
   context->fillRect(updateRect);
-  context->setFillColor(theme::kPanel);
-  context->setFrameColor(theme::kPanelEdge);
-  context->setLineWidth(1);
-  context->drawRoundRect(panel_, theme::Scaled(theme::kCornerRadius, scale_),
-                         kDrawFilledAndStroked);
+  theme::DrawPanel(*context, panel_, scale_);
   DrawDetails(*context);
 }
 

@@ -132,24 +132,15 @@ int PresetLibrary::PlaceFor(const SynOptionMenu& menu, const std::string& name, 
   return place;
 }
 
-void PresetLibrary::Insert(SynOptionMenu& menu, SynMenuItem* item, int place) {
-  if (place == menu.getNbEntries()) {
-    menu.addEntry(item);
-  } else {
-    menu.addEntry(item, place);
-  }
+void PresetLibrary::FollowSelection(const SynOptionMenu& menu, int place) {
   if (&menu == currentPresetMenu_ && currentIndex_ >= place) ++currentIndex_;
-  for (int i = place; i < menu.getNbEntries(); ++i) {
-    if (SynOptionMenu* submenu = menu.SubmenuAt(i)) submenu->parentIndex = i;
-  }
 }
 
 SynOptionMenu& PresetLibrary::AddFolder(SynOptionMenu& menu, const std::string& name) {
   const SharedPointer<SynOptionMenu> folder = SynOptionMenu::Make();
-  auto* item = new SynMenuItem(name.c_str());
-  item->setSubmenu(folder.get());
-  folder->parentMenu = &menu;
-  Insert(menu, item, PlaceFor(menu, name, true));
+  const int place = PlaceFor(menu, name, true);
+  menu.AddSubmenu(name, folder, place);
+  FollowSelection(menu, place);
   return *folder;
 }
 
@@ -160,7 +151,8 @@ int PresetLibrary::AddPreset(SynOptionMenu& menu, const std::string& file) {
     Select(menu, menu.getIndexOf(item));
     if (onChoice) onChoice();
   };
-  Insert(menu, item, place);
+  menu.Insert(item, place);
+  FollowSelection(menu, place);
   return place;
 }
 

@@ -56,8 +56,8 @@ class PresetLibrary {
   void ScanPresets(SynOptionMenu& menu, const std::string& path);
   /// The entry before which a new one belongs.
   static int PlaceFor(const SynOptionMenu& menu, const std::string& name, bool isFolder);
-  /// Hands over an entry. Entries from `place` on move down, and what is selected stays so.
-  void Insert(SynOptionMenu& menu, SynMenuItem* item, int place);
+  /// Entries from `place` on have moved down by one; what is selected stays so.
+  void FollowSelection(const SynOptionMenu& menu, int place);
   SynOptionMenu& AddFolder(SynOptionMenu& menu, const std::string& name);
   int AddPreset(SynOptionMenu& menu, const std::string& file);
   int StepPreset(SynOptionMenu& menu, int index, int direction);

@@ -655,7 +655,15 @@ bool RackWindow::RunShortcut(const CKeyEvent& event) {
 bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
   const auto isPreset = [](const std::string& path) { return IsPresetFile(path); };
   const auto file = std::find_if(files.begin(), files.end(), isPreset);
-  if (file == files.end()) return false;
+  if (file == files.end()) {
+    if (!files.empty()) {
+      editor_.ShowDialog({"Nothing opened",
+                          "Drop a preset (.hvp) on the rack, and a sound or MIDI file on a\n"
+                          "module that plays it.",
+                          500});
+    }
+    return false;
+  }
   editor_.unsaved.AskThen([path = *file, &editor = editor_] { editor.presetCommands.Load(path); });
   return true;
 }

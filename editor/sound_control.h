@@ -37,7 +37,7 @@ class SoundControl {
   /// Plays a MIDI message of the window's own.
   virtual void Play(std::span<const std::uint8_t> message) = 0;
 
-  /// The window tells that letters play notes, until they have or the rack is another one.
+  /// The window shows that letters play notes, until they have or the rack is another one.
   bool hintsAtLetters = false;
 };
 

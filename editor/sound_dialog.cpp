@@ -228,10 +228,7 @@ bool SoundDialog::onKeyDown(const CKeyEvent& event) {
 
 void SoundDialog::drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) {
   const CRect whole = CRect::FromSize({}, getWidth(), getHeight());
-  context->setFillColor(theme::kPanel);
-  context->setFrameColor(theme::kFieldEdge);
-  context->setLineWidth(1);
-  context->drawRoundRect(whole, theme::kCornerRadius, kDrawFilledAndStroked);
+  theme::DrawPanel(*context, whole, 1, theme::kFieldEdge);
 }
 
 }  // namespace halveron

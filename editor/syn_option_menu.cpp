@@ -19,10 +19,18 @@ SynMenuItem& SynOptionMenu::AddChecked(const std::string& title, bool checked,
 }
 
 void SynOptionMenu::AddSubmenu(const std::string& title,
-                               const SharedPointer<SynOptionMenu>& submenu) {
-  addEntry(submenu.get(), title.c_str());
+                               const SharedPointer<SynOptionMenu>& submenu, int place) {
+  auto* item = new CMenuItem(title.c_str());
+  item->setSubmenu(submenu.get());
   submenu->parentMenu = this;
-  submenu->parentIndex = getNbEntries() - 1;
+  Insert(item, place < 0 ? getNbEntries() : place);
+}
+
+void SynOptionMenu::Insert(CMenuItem* item, int place) {
+  addEntry(item, place);
+  for (int i = place; i < getNbEntries(); ++i) {
+    if (SynOptionMenu* submenu = SubmenuAt(i)) submenu->parentIndex = i;
+  }
 }
 
 bool SynOptionMenu::PopUp(CFrame& frame, const CPoint& where, std::function<void()> closed) {

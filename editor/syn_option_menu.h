@@ -31,7 +31,11 @@ class SynOptionMenu final : public COptionMenu {
 
   SynMenuItem& Add(const std::string& title, std::function<void()> action = {});
   SynMenuItem& AddChecked(const std::string& title, bool checked, std::function<void()> action);
-  void AddSubmenu(const std::string& title, const SharedPointer<SynOptionMenu>& submenu);
+  /// At the end, or before the entry at `place`.
+  void AddSubmenu(const std::string& title, const SharedPointer<SynOptionMenu>& submenu,
+                  int place = -1);
+  /// Takes an entry over and puts it before that at `place`, or at the end.
+  void Insert(CMenuItem* item, int place);
   SynOptionMenu* SubmenuAt(int index) const {
     return static_cast<SynOptionMenu*>(getSubMenu(index));
   }

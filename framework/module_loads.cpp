@@ -14,8 +14,8 @@ namespace {
 
 // Of the sound's cost. What one reading keeps the processor from doing comes on top of its time.
 constexpr double kReadingBudget = 0.003;
-constexpr double kLeastSound =
-    0.1;  // that is expected beside the readings, as a share of their time
+// That is expected beside the readings, as a share of their time.
+constexpr double kLeastSound = 0.1;
 constexpr double kShortestWait = 128;  // samples
 constexpr double kLongestWait = 8192;
 // Nanoseconds. No module works as long on one sample: another program had the processor meanwhile.

@@ -13,9 +13,9 @@ namespace halveron {
 class Module;
 class RackModel;
 
-/// Now and then one host sample is run with the clock read between the modules; all others run as
-/// ever. How often follows from what the reading itself costs, so that it stays a small part of the
-/// sound's cost. While it is off, a block tests one flag.
+/// Now and then one host sample is run with the clock read between the modules; all other samples
+/// run as usual. How often follows from what the reading itself costs, so that it stays a small
+/// part of the sound's cost. While it is off, a block tests one flag.
 ///
 /// A team of instances that run in one call shares its time evenly.
 class ModuleLoads {

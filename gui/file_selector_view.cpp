@@ -33,11 +33,7 @@ class QuestionPanel : public CViewContainer {
  public:
   using CViewContainer::CViewContainer;
   void drawBackgroundRect(CDrawContext* context, const CRect& /*updateRect*/) override {
-    context->setFillColor(theme::kPanel);
-    context->setFrameColor(theme::kAccent);
-    context->setLineWidth(1);
-    context->drawRoundRect({0, 0, getWidth(), getHeight()}, theme::kCornerRadius,
-                           kDrawFilledAndStroked);
+    theme::DrawPanel(*context, {0, 0, getWidth(), getHeight()}, 1, theme::kAccent);
   }
 };
 
@@ -217,7 +213,12 @@ std::string FileSelectorView::withExtension(const std::string& path) const {
   if (extension().empty()) return path;
   std::string ending(1, '.');
   ending += extension();
-  return FoldedCase(path).ends_with(FoldedCase(ending)) ? path : path + ending;
+  const std::string folded = FoldedCase(path), foldedEnding = FoldedCase(ending);
+  if (!folded.ends_with(foldedEnding)) return path + ending;
+  // A name with its ending, typed before the ending that the field held already.
+  std::error_code unknown;
+  const bool isTwice = folded.ends_with(foldedEnding + foldedEnding) && !fs::exists(path, unknown);
+  return isTwice ? path.substr(0, path.size() - ending.size()) : path;
 }
 
 std::string FileSelectorView::getMessage() const { return message->getText(); }
@@ -433,10 +434,7 @@ bool FileSelectorView::onKeyDown(const CKeyEvent& event) {
 void FileSelectorView::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
   context->setFillColor(theme::kShade);
   context->fillRect(updateRect);
-  context->setFillColor(theme::kPanel);
-  context->setFrameColor(theme::kPanelEdge);
-  context->setLineWidth(1);
-  context->drawRoundRect(panel, theme::Scaled(theme::kCornerRadius, scale), kDrawFilledAndStroked);
+  theme::DrawPanel(*context, panel, scale);
 }
 
 }  // namespace halveron

@@ -476,11 +476,7 @@ void MenuPopup::drawRect(CDrawContext* context, const CRect& updateRect) {
 
 void MenuPopup::drawPanel(CDrawContext& context, const Panel& panel) {
   const DrawStateScope scope(context);
-  context.setFillColor(theme::kPanel);
-  context.setFrameColor(theme::kPanelEdge);
-  context.setLineWidth(1);
-  context.drawRoundRect(panel.rect, theme::Scaled(theme::kCornerRadius, scale),
-                        kDrawFilledAndStroked);
+  theme::DrawPanel(context, panel.rect, scale);
   const CRect list = listRect(panel);
   if (!findText.empty()) {
     CRect line =

@@ -4,6 +4,10 @@
 #include "gui/font.h"
 #include "gui/geometry.h"
 
+namespace halveron {
+class CDrawContext;
+}
+
 namespace halveron::theme {
 
 inline constexpr CColor kPanel{38, 40, 44};
@@ -34,5 +38,8 @@ inline constexpr CCoord kCornerRadius = 4;
 SharedPointer<CFontDesc> Font(double scale, int style = kNormalFace);
 /// A measure at a scale, in whole pixels and at least 1.
 CCoord Scaled(CCoord measure, double scale);
+/// The panel that a menu, dialog or browser lies on. `scale` is that of its corners.
+void DrawPanel(CDrawContext& context, const CRect& place, double scale,
+               const CColor& edge = kPanelEdge);
 
 }  // namespace halveron::theme

@@ -146,7 +146,7 @@ struct Window::Translator {
   static void Configure(Window& window, const PuglConfigureEvent& event) {
     int width = event.width;
     int height = event.height;
-    // The event may tell of a size that another request has replaced since: that must not come
+    // The event may report a size that another request has replaced since, which must not come
     // back.
     platform::GetWindowSize(window.Native(), width, height);
     const CPoint size(width, height);

@@ -48,6 +48,7 @@ struct FfmpegDecoder::State {
     const int opened = avformat_open_input(&raw, from.url.c_str(), nullptr, &options);
     av_dict_free(&options);
     // On failure the context is freed already.
+    if (opened == AVERROR_INVALIDDATA) Fail("cannot be read as sound", "give a sound file");
     if (opened < 0) Fail("cannot be read as sound: " + FfmpegErrorText(opened));
     format.reset(raw);
     const int found = avformat_find_stream_info(raw, nullptr);

@@ -28,7 +28,7 @@ std::string FindProgram(const std::string& name) {
   const char* const path = std::getenv("PATH");
   std::istringstream folders(path ? path : "");
   for (std::string folder; std::getline(folders, folder, ':');) {
-    const std::string program = (folder.empty() ? "." : folder) + "/" + name;
+    std::string program = (folder.empty() ? "." : folder) + "/" + name;
     std::error_code error;
     if (fs::is_regular_file(program, error) && access(program.c_str(), X_OK) == 0) return program;
   }

@@ -222,7 +222,7 @@ class Server {
     }
     switch (event.type) {
       case SelectionClear:
-        // It may tell of a loss before we took it again.
+        // It may report a loss from before we took the clipboard again.
         if (XGetSelectionOwner(display_, clipboard_) != window_) Lose();
         return;
       case SelectionRequest:

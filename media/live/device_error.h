@@ -8,7 +8,7 @@
 namespace halveron::media {
 
 /// What the user has chosen, by an option of the command or in a dialog.
-enum class DeviceChoice { kDevice, kRate, kMidiInput, kMidiOutput };
+enum class DeviceChoice { kSystem, kDevice, kRate, kMidiInput, kMidiOutput };
 
 /// `what()` is for the command; a dialog says the cause and the remedy with words of its own.
 class DeviceError : public platform::UserError {
@@ -26,6 +26,8 @@ class DeviceError : public platform::UserError {
  private:
   static std::string OptionOf(DeviceChoice choice) {
     switch (choice) {
+      case DeviceChoice::kSystem:
+        return "";  // only kept choices name one
       case DeviceChoice::kDevice:
         return "--device";
       case DeviceChoice::kRate:

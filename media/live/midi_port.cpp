@@ -66,7 +66,7 @@ std::string OpenChosen(RtMidi* port, const std::string& wanted, DeviceChoice cho
   const auto read = std::from_chars(wanted.data(), end, number);
   if (read.ec != std::errc() || read.ptr != end) {
     auto found = std::find(names.begin(), names.end(), wanted);
-    if (found == names.end()) {
+    if (found == names.end() && !wanted.empty()) {
       found = std::find_if(names.begin(), names.end(),
                            [&](const std::string& name) { return HoldsInAnyCase(name, wanted); });
     }

@@ -30,6 +30,10 @@ std::string Lower(std::string text) {
 std::unique_ptr<RtAudio> MakeAudio(const std::string& system = {}) {
   const platform::StandardErrorQuiet quiet;
   const auto api = system.empty() ? RtAudio::UNSPECIFIED : RtAudio::getCompiledApiByName(system);
+  if (!system.empty() && api == RtAudio::UNSPECIFIED) {
+    throw DeviceError(DeviceChoice::kSystem,
+                      "there is no sound system \"" + system + "\" on this machine");
+  }
   auto audio = std::make_unique<RtAudio>(api);
   audio->showWarnings(false);
   return audio;

@@ -77,6 +77,7 @@ class S212VCFVoices final : public VoiceLanes<S212VCF, Unit> {
         [](auto& kernel) -> auto& { return kernel.notch; }, &S212VCF::hasNotch_);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<6> kKnobs = {

@@ -11,9 +11,9 @@
 
 namespace halveron {
 
-/// Plays from half a second of stored sound on, and stores again after it ran dry; the end of a
-/// stream, however short, is played. A preset keeps
-/// the number of the station, but does not connect.
+/// Plays once half a second of sound is stored, and stores as much again after it ran out; the end
+/// of a stream, however short, is played. A preset keeps the number of the station, but does not
+/// connect.
 class S313InternetRadio final : public BuiltInModule<S313InternetRadio> {
  public:
   static constexpr char kName[] = "S313 Internet Radio";

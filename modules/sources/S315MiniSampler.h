@@ -66,7 +66,8 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void Save(const std::string& path);
   /// Shows on the panel what workers have done. A window calls it by itself.
   void Poll();
-  const char* Message() const { return message_->getText(); }
+  /// The whole line, of which the panel shows as much as fits.
+  const char* Message() const { return line_.c_str(); }
   SampleWorkshop& Workshop() { return shared_->workshop; }
   SampleScreen& Screen() { return *screen_; }
 
@@ -145,6 +146,7 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   void FollowFailure();
   void Show(const std::string& line);
   void ShowNumbers();
+  void SetMessage(const std::string& line);
   void ShowRoot();
   void MoveKnob(Knob& knob, double value);
   SampleScreen::Marks Marks() const;
@@ -196,6 +198,7 @@ class S315MiniSampler final : public BuiltInModule<S315MiniSampler>, public Patc
   CTextLabel* xfade_ = nullptr;
   CTextLabel* declick_ = nullptr;
   CTextLabel* message_ = nullptr;
+  std::string line_;
   SampleScreen* screen_ = nullptr;
   Lamp lamp_;
   Input in_, gate_, pitch_, speedMod_, startMod_;

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "framework/rack_model.h"
+#include "gui/text_fit.h"
 #include "modules/sources/S315MiniSampler.h"
 #include "modules/sources/dropped_files.h"
 #include "modules/sources/sample_edit.h"
@@ -335,8 +336,14 @@ void S315MiniSampler::FollowFailure() {
 }
 
 void S315MiniSampler::Show(const std::string& line) {
-  message_->setText(line.c_str());
+  SetMessage(line);
   shownLength_ = shared_->workshop.Latest().buffer->Length();  // the line stays until it changes
+}
+
+void S315MiniSampler::SetMessage(const std::string& line) {
+  line_ = line;
+  const CCoord width = message_->getWidth();
+  message_->setText(FitText(*message_->getFont(), line, width, Ellipsis::kAtEnd).c_str());
 }
 
 void S315MiniSampler::ShowNumbers() {
@@ -355,7 +362,7 @@ void S315MiniSampler::ShowNumbers() {
   std::array<char, 80> text;
   std::snprintf(text.data(), text.size(), "%s%.2f s, %d samples at %.0f Hz",
                 shared_->recording ? "Recording: " : "", seconds, length, set.rate);
-  message_->setText(length == 0 ? "Load or drop a sound file, or record" : text.data());
+  SetMessage(length == 0 ? "Load or drop a sound file, or record" : text.data());
 }
 
 SampleScreen::Marks S315MiniSampler::Marks() const {

@@ -388,6 +388,7 @@ void S318TrackerModPlayer::ForgetDownload() {
   download_ = {};
   link_.clear();
   fetcher_.RequestStop();
+  isFetching_ = false;
   const std::lock_guard lock(fetchLock_);
   fetched_ = {};
 }
@@ -437,7 +438,9 @@ void S318TrackerModPlayer::FetchRandom() {
     Say(std::string("Set \"address\" under [") + kArchiveSection + "] in Config.ini");
     return;
   }
-  const bool isStarted = fetcher_.Start([this, archive](const std::stop_token& stop) {
+  if (isFetching_ && fetcher_.IsBusy()) return;
+  // What was stopped may take a moment to end; this follows it.
+  isFetching_ = fetcher_.Restart([this, archive](const std::stop_token& stop) {
     Fetched fetched;
     fetched.isDone = true;
     try {
@@ -450,11 +453,7 @@ void S318TrackerModPlayer::FetchRandom() {
     const std::lock_guard lock(fetchLock_);
     if (!stop.stop_requested()) fetched_ = std::move(fetched);
   });
-  if (isStarted) {
-    Say("Downloading track...");
-  } else if (!fetcher_.IsBusy()) {
-    Say("Download failed!!");
-  }
+  Say(isFetching_ ? "Downloading track..." : "Download failed!!");
 }
 
 void S318TrackerModPlayer::TakeFetched() {
@@ -501,7 +500,7 @@ void S318TrackerModPlayer::SaveDownload() {
     SetPath(path);
     engine->PatchEdited();  // no step: the file stays, and so does the song that it holds
     Say("File saved to: " + path);
-  } catch (const platform::FileError&) {
+  } catch (const std::exception&) {
     Say("Save failed!!");
   }
 }

@@ -152,6 +152,7 @@ class S318TrackerModPlayer final : public BuiltInModule<S318TrackerModPlayer>,
   Output left_, right_;
   FileRequest fileRequest_;
   ModuleTimer timer_;
+  bool isFetching_ = false;   // and nothing has stopped it
   BackgroundWorker fetcher_;  // last: it uses the others
 };
 

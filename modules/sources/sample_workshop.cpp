@@ -75,7 +75,7 @@ SampleWorkshop::Loaded SampleWorkshop::Decode(const std::string& path,
   if (rate < kLowestSampleRate || rate > kHighestSampleRate) {
     throw FileError(path, "header",
                     "has a rate of " + std::to_string(decoder->SampleRate()) + " Hz",
-                    "convert it to one of up to 768000 Hz");
+                    "convert it to one of up to 200 MHz");
   }
   if (decoder->Frames() == 0) throw FileError(path, "", "has no samples", "give another file");
   if (decoder->Frames() > kMostBytes / frameBytes) refuse();

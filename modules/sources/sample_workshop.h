@@ -61,7 +61,7 @@ class SampleWorkshop {
   Rooted LatestRooted() const;
   /// A line for the user since the last call, if there is one.
   std::optional<std::string> TakeMessage();
-  /// True once after tables could not be made for want of memory.
+  /// True once after tables could not be made because memory was short.
   bool TakeFailure();
   /// How many files were loaded so far.
   int Loads() const;

@@ -197,7 +197,7 @@ TEST_F(SoundLinkTest, EndsAtOnceWhateverItWaitsFor) {
   }));
   const double began = LiveHost::Now();
   link = nullptr;
-  EXPECT_LT(LiveHost::Now() - began, 0.3);
+  EXPECT_LT(LiveHost::Now() - began, 1.2) << "less than either wait";
 }
 
 TEST_F(SoundLinkTest, SurvivesTheEndOfItsSoundServer) {

@@ -283,6 +283,26 @@ class RandomEdits {
   std::mt19937 random_;
 };
 
+TEST(EditHistory, CountsOnlyTheStepsThatItKeeps) {
+  WindowRig rig;
+  EditHistory& history = rig.editor.history;
+  rig.Add(kOscillator, 0, 0);
+  history.Follow();
+  const auto addRow = [&] {
+    rig.editor.commands.AddRow();
+    history.Settle();
+  };
+  addRow();
+  const std::size_t ofOneStep = history.Bytes();
+  EXPECT_GT(ofOneStep, 0u);
+  for (int round = 0; round < 20; ++round) {
+    history.Undo();
+    addRow();
+  }
+  EXPECT_EQ(history.Steps(), 1u);
+  EXPECT_EQ(history.Bytes(), ofOneStep) << "steps that a new one replaced are gone";
+}
+
 TEST(EditHistory, UndoneAndRedoneRandomEditsGiveTheSameBytes) {
   for (unsigned seed = 1; seed <= 4; ++seed) {
     WindowRig rig;

@@ -268,6 +268,7 @@ TEST_F(PresetFolder, PlaysAPresetThatIsDroppedOnTheWindow) {
   EXPECT_EQ(rig.window.Bar().Screen().ShownText(), "Pad");
   const std::vector<std::string> others = {PathOf("notes.txt")};
   EXPECT_FALSE(rig.frame.onDrop(others, CPoint(500, 300)));
+  EXPECT_NE(rig.frame.getModalView(), nullptr) << "says what can be dropped";
 }
 
 TEST_F(PresetFolder, SavesNewVersionsBesideTheOld) {

@@ -190,8 +190,11 @@ TEST_F(WindowOnDisplay, ARecorderTakesAndGivesMidiFilesByHand) {
                               "file://" + scratch.At(name) + "\r\n", [this] { Call(effEditIdle); });
   };
   scratch.Write("notes.txt", "no song");
-  drop("notes.txt");
+  EXPECT_FALSE(drop("notes.txt"));
   EXPECT_EQ(message(), "0 events");
+  ASSERT_TRUE(Window().Dialog().IsShown()) << "says what can be dropped";
+  display->TypeKey("Escape");
+  ASSERT_TRUE(Until([&] { return !Window().Dialog().IsShown(); }));
   EXPECT_TRUE(drop("song.mid"));
   EXPECT_TRUE(Until([&] { return message() == "4 events"; }));
 

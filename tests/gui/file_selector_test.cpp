@@ -177,6 +177,10 @@ TEST_F(FileSelectorTest, SavesWithTheExtensionAndAsksBeforeReplacing) {
   TypeText(frame, "fresh");
   TypeKey(frame, kKeyReturn);
   EXPECT_EQ(result, (folder / "fresh.hvp").string());
+  Run(CFileSelector::kSelectSaveFile, "new.hvp");
+  TypeText(frame, "other.hvp");
+  TypeKey(frame, kKeyReturn);
+  EXPECT_EQ(result, (folder / "other.hvp").string()) << "typed before the one in the field";
 
   FileSelectorView& view = Run(CFileSelector::kSelectSaveFile, "b");
   TypeKey(frame, kKeyReturn);

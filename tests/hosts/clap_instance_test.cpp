@@ -463,7 +463,7 @@ TEST_F(PoorHostTest, WindowIsWokenByAThreadOfItsOwnWhereTheHostHasNoTimer) {
   StubEditor editor;
   Instance().Window().SetEditor(&editor);
   Instance().Window().SetParent(5);
-  for (int i = 0; i < 200 && host_.callbacks < 2; ++i) {
+  for (int i = 0; i < 1000 && host_.callbacks < 2; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   EXPECT_GE(host_.callbacks, 2);

