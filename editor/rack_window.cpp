@@ -341,8 +341,15 @@ void RackWindow::Follow() {
     frame_->invalid();
   }
   keys_.Follow();
+  LeaveUnusedFocus();
   if (frame_->getModalView()) notes_.AllOff();
   notes_.Settle(frame_->getTime());
+}
+
+void RackWindow::LeaveUnusedFocus() {
+  const bool isUsed = !selection_.IsEmpty() || selection_.IsFraming() || IsDragging() ||
+                      drag_.IsInserting() || editor_.cables.isDraggingCable;
+  if (!isUsed && frame_->getFocusView() == rack_) frame_->setFocusView(nullptr);
 }
 
 bool RackWindow::UseKey(const CKeyEvent& event) {
