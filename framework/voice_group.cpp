@@ -9,6 +9,8 @@ VectorUnit WidestVectorUnit() {
   return platform::HasAvx2() ? VectorUnit::kAvx2 : VectorUnit::kSse2;
 }
 
+bool VoiceGroup::Stays() const { return false; }
+
 std::uint64_t VoiceGroup::KeyOf(Module&) const { return 0; }
 
 void VoiceGroup::Gather(std::span<const LineGather> lines) const {

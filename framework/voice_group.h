@@ -49,7 +49,7 @@ class VoiceGroup {
   /// nobody may change what Store writes but inside a ProcessingSection or a PatchEdit, and
   /// whatever else Load reads is a setting or knob that ValueChanged follows, or whose control
   /// notes its moves (KnobStore::NoteMove).
-  virtual bool Stays() const { return false; }
+  virtual bool Stays() const;
 
   /// Equal for instances of this class that may share a group, as far as Load would tell now; all
   /// but certainly different for others. Inside the processing lock.
