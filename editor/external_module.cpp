@@ -171,6 +171,7 @@ class ExternalVoiceGroup final : public VoiceGroup {
   bool Load() override { return voices_ && functions_.load_voices(voices_) != 0; }
   void Run() override { functions_.run_voices(voices_); }
   void Store() override { functions_.store_voices(voices_); }
+  void ShowLamps() override {}  // the library does as it stores
 
  private:
   const HalveronVoices functions_;

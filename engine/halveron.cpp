@@ -303,7 +303,9 @@ int Halveron::processEvents(VstEvents* events) {
 
 void Halveron::HandEvents(VstEvents* events) {
   if (!rack_) return;
-  rack_->plan.LeaveVectors();  // a host may hand back from within a block what a module sent
+  // A host may hand back from within a block what a module sent. Between blocks, events move knobs,
+  // which is noted, and change what no group keeps.
+  if (rack_->plan.IsInBlock()) rack_->plan.LeaveVectors();
   rack_->midi.Take(*events);
   for (Module* module : rack_->plan.EventModules()) module->ProcessEvents(events);
 }

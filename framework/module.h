@@ -109,7 +109,8 @@ class Module : public ModuleWrapper {
   // Notices.
   virtual void CableConnected(PatchPoint* point) { (void)point; }
   virtual void CableDisconnected(PatchPoint* point) { (void)point; }
-  /// The class's panel logic, whenever a control has moved.
+  /// The class's panel logic, whenever a control has moved. What a voice group keeps of a module
+  /// between blocks changes only inside a ProcessingSection (VoiceGroup::Stays).
   virtual void ValueChanged(CControl* control) { (void)control; }
   virtual void VoiceCountChanged(int voices) { (void)voices; }
   virtual void ModuleCreated(int voices) { (void)voices; }

@@ -4,6 +4,7 @@
 
 #include "framework/knob_store.h"
 #include "framework/module.h"
+#include "framework/rack_model.h"
 #include "gui/draw_context.h"
 #include "gui/frame.h"
 
@@ -137,6 +138,12 @@ void ModuleKnobEx::invalid() {
   } else {
     setDirty();
   }
+}
+
+void CKickButtonEx::setValue(float newValue) {
+  CKickButton::setValue(newValue);
+  const auto* module = dynamic_cast<const Module*>(getParentView());
+  if (module && module->editor) module->editor->knobs->NoteMove();
 }
 
 CMouseEventResult CKickButtonEx::onMouseDown(CPoint& where, const CButtonState& buttons) {

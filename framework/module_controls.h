@@ -135,6 +135,8 @@ class CKickButtonEx : public CKickButton {
   using CKickButton::CKickButton;
   HALVERON_TYPE_OF(CKickButtonEx, CKickButton)
 
+  /// Notes the move, since modules may follow a button that the mouse holds by its value alone.
+  void setValue(float newValue) override;
   CMouseEventResult onMouseDown(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseMoved(CPoint& where, const CButtonState& buttons) override;
   CMouseEventResult onMouseUp(CPoint& where, const CButtonState& buttons) override;

@@ -44,6 +44,7 @@ class PlainVoices : public VoiceLanes<M, Unit> {
     }
   }
   void Store() final {}
+  void ShowLamps() final {}
 
  private:
   std::array<float*, M::kIns> ins_{};

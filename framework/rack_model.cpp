@@ -39,6 +39,8 @@ RackModel::~RackModel() {
 }
 
 void RackModel::LockModules() {
+  // Most of the state comes back before the lock is held for good.
+  const SamplePlan::Recall recall(plan, engine.processingLock);
   engine.processingLock.lock();
   plan.PutBack();
 }

@@ -105,7 +105,7 @@ void RackParameters::SetControls(int index, float value) {
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
   if (!control) return;
   hostParameters_.Mirror(index, value);
-  rack_.plan.LeaveVectors();  // a host may answer a report from within a block
+  rack_.plan.LeaveVectors();  // a host may also answer a report from within a block
   for (; control; control = control->nextVoice) {
     control->setValue(value);
     TellModule(control);
@@ -192,14 +192,14 @@ void RackParameters::SetParameterValue(int index, float value) {
 void RackParameters::SetParameterOffset(int index, int voice, float offset, bool upToVoice) {
   if (index < 0 || index >= kParameterCount || voice < 0) return;
   CControl* control = parameterControls[static_cast<std::size_t>(index)];
-  rack_.plan.PutBack();  // also a move to the same value ends a glide
   for (int present = 0; control && present <= voice; ++present) {
     auto* knob = dynamic_cast<ModuleKnob*>(control);
     if (!knob) return;
     if (upToVoice || present == voice) {
       const float before = knob->getValue();
-      // A note that starts within a block brings its own modulation.
-      if (knob->BaseValue() + offset != before) rack_.plan.LeaveVectors();
+      // A note that starts within a block brings its own modulation. Without a glide, also a move
+      // to the same value ends one.
+      if (sampleAccurate || knob->BaseValue() + offset != before) rack_.plan.LeaveVectors();
       SetKnobAtHost(*knob, knob->BaseValue(), offset);
       if (knob->getValue() != before) TellModule(knob);
     }

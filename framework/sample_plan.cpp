@@ -85,7 +85,7 @@ std::size_t SamplePlan::Stage::VectorRows() const {
 
 void SamplePlan::BeginTeam(Team& team, int steps) {
   if (!team.group || team.isLoaded) return;
-  const bool pays = (team.stays ? stepsAtRest_ : steps) >= kFewestSteps;
+  const bool pays = steps > 0 && (team.stays ? stepsAtRest_ : steps) >= kFewestSteps;
   team.inVectors = team.isLoaded = pays && team.group->Load();
   if (team.isLoaded) isAnyLoaded_.store(true, std::memory_order_relaxed);
   if (!pays || team.rows < 2) return;
@@ -107,12 +107,15 @@ void SamplePlan::EndBlock() {
     PutBack();
     return;
   }
+  bool isAnyLoaded = false;
   for (Stage* stage : {&program_.everyStep, &program_.firstStep}) {
     for (Team& team : stage->teams) {
       if (!team.isLoaded) continue;
       team.stays ? team.group->ShowLamps() : team.Store();
+      isAnyLoaded |= team.isLoaded;
     }
   }
+  isAnyLoaded_.store(isAnyLoaded, std::memory_order_relaxed);
 }
 
 void SamplePlan::StoreGroups() {

@@ -93,6 +93,7 @@ class SamplePlan {
   /// Around the samples of a block, `steps` of them with oversampling counted.
   void BeginBlock(int steps);
   void EndBlock();
+  bool IsInBlock() const { return isInBlock_; }
   /// Between blocks: brings all state into the modules. Within one nothing happens, since it is the
   /// audio thread that calls. Inside the processing lock.
   void PutBack() {
@@ -180,6 +181,7 @@ class SamplePlan {
       if (!isLoaded) return;
       isLoaded = false;
       group->Store();
+      group->ShowLamps();
     }
     void Run() const {
       if (inVectors) {
@@ -250,7 +252,9 @@ class SamplePlan {
   std::unique_ptr<Layout> layout_;
   std::atomic<bool> teamsBroke_ = false;
   bool isInBlock_ = false;
-  int stepsAtRest_ = 0;  // since all state was last in the modules, up to kFewestSteps
+  // Of blocks since somebody last wanted the state in the modules, the present one included; what
+  // lies beyond kFewestSteps is not kept.
+  int stepsAtRest_ = 0;
   std::atomic<bool> isAnyLoaded_ = false;
   std::atomic<int> recalls_ = 0;
   VectorUnit unit_ = WidestVectorUnit();

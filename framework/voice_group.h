@@ -39,13 +39,17 @@ class VoiceGroup {
   virtual bool Load() = 0;
   /// One sample of all instances.
   virtual void Run() = 0;
-  /// Puts the state back into the modules.
+  /// Puts the state back into the modules. On any thread, and even if no sample has run since Load.
   virtual void Store() = 0;
+  /// Sets the modules' lamps as ProcessSample would have, which Store need not: after each block
+  /// and after Store.
+  virtual void ShowLamps() = 0;
 
-  /// Whether the state may stay in the lanes when a block has ended.
+  /// Whether the state may stay in the lanes when a block has ended. Of the modules of such a group
+  /// nobody may change what Store writes but inside a ProcessingSection or a PatchEdit, and
+  /// whatever else Load reads is a setting or knob that ValueChanged follows, or whose control
+  /// notes its moves (KnobStore::NoteMove).
   virtual bool Stays() const { return false; }
-  /// Lets lamps show the state that stays in the lanes. Of a group that Stays, after each block.
-  virtual void ShowLamps() {}
 
   /// Equal for instances of this class that may share a group, as far as Load would tell now; all
   /// but certainly different for others. Inside the processing lock.

@@ -77,6 +77,7 @@ class KeyReader final : public VoiceGroup {
   bool Load() override { return false; }
   void Run() override {}
   void Store() override {}
+  void ShowLamps() override {}
   std::uint64_t KeyOf(Module& module) const override {
     auto& voice = static_cast<M&>(module);
     VoiceKey<Unit> key;

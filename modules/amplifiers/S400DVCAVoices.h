@@ -49,6 +49,7 @@ class S400DVCAVoices final : public VoiceLanes<S400DVCA, Unit> {
   }
 
   void Store() override {}
+  void ShowLamps() override {}
 
  private:
   ClipLampRow<Unit> clip1_, clip2_;

@@ -50,6 +50,7 @@ class S401VCAAtnVoices final : public VoiceLanes<S401VCAAtn, Unit> {
   }
 
   void Store() override {}
+  void ShowLamps() override {}
 
  private:
   ClipLampRow<Unit> clip1_, clip2_;

@@ -60,6 +60,7 @@ class S404VCAVoices final : public VoiceLanes<S404VCA, Unit> {
   }
 
   void Store() override { this->StoreKnobs(knobs_, kKnobs); }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<4> kKnobs = {

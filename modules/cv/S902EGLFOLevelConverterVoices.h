@@ -42,6 +42,7 @@ class S902EGLFOLevelConverterVoices final : public VoiceLanes<S902EGLFOLevelConv
   }
 
   void Store() override {}
+  void ShowLamps() override {}
 
  private:
   using Point = Either S902EGLFOLevelConverter::*;

@@ -35,6 +35,7 @@ class S903DOffsetGenVoices final : public VoiceLanes<S903DOffsetGen, Unit> {
   }
 
   void Store() override { this->StoreKnobs(knobs_, kKnobs); }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<2> kKnobs = {&S903DOffsetGen::offset1_,

@@ -45,6 +45,7 @@ class S904VCAtnInvVoices final : public VoiceLanes<S904VCAtnInv, Unit> {
   }
 
   void Store() override { this->StoreKnobs(knobs_, kKnobs); }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<1> kKnobs = {&S904VCAtnInv::amount_};

@@ -52,6 +52,7 @@ class S905SlewLimVoices final : public VoiceLanes<S905SlewLim, Unit> {
       this->Voice(i).level2_ = dsp::Lane(level2_[pack], lane);
     }
   }
+  void ShowLamps() override {}
 
  private:
   Float Follow(Double& level, const Float& in, const Double& speed) const {

@@ -68,7 +68,6 @@ class S906EnvelopeFollowerVoices final : public VoiceLanes<S906EnvelopeFollower,
       voice.follower_.s1 = dsp::Lane(from.s1, i % Base::kLanes);
       voice.follower_.s2 = dsp::Lane(from.s2, i % Base::kLanes);
     }
-    ShowLamps();
   }
 
   /// Lamps are seen no faster than blocks go by.

@@ -42,6 +42,7 @@ class S913PitchTransposeVoices final : public VoiceLanes<S913PitchTranspose, Uni
   }
 
   void Store() override {}
+  void ShowLamps() override {}
 
  private:
   static constexpr std::size_t kPitches = S913PitchTranspose::kLanes;

@@ -61,6 +61,7 @@ class S921QuadMixingPolarizerVoices final : public VoiceLanes<S921QuadMixingPola
   void Store() override {
     for (std::size_t i = 0; i < kSignals; ++i) this->StoreKnob(levels_[i], LevelOf(i));
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr std::size_t kSignals = S921QuadMixingPolarizer::kLanes;

@@ -47,6 +47,7 @@ class S605RMAMVoices final : public VoiceLanes<S605RMAM, Unit> {
   }
 
   void Store() override {}
+  void ShowLamps() override {}
 
  private:
   ClipLampRow<Unit> clip_;

@@ -56,6 +56,7 @@ class S606VCRingModVoices final : public VoiceLanes<S606VCRingMod, Unit> {
   }
 
   void Store() override { this->StoreKnobs(knobs_, kKnobs); }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<4> kKnobs = {

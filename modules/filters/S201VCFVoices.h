@@ -52,6 +52,7 @@ class S201VCFVoices final : public VoiceLanes<S201VCF, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<5> kKnobs = {

@@ -59,6 +59,7 @@ class S202HPLSVCFVoices final : public VoiceLanes<S202HPLSVCF, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<5> kKnobs = {

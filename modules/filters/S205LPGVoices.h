@@ -51,6 +51,7 @@ class S205LPGVoices final : public VoiceLanes<S205LPG, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<5> kKnobs = {

@@ -53,6 +53,7 @@ class S206PoleSeparationLPVCFVoices final : public VoiceLanes<S206PoleSeparation
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<6> kKnobs = {

@@ -62,6 +62,7 @@ class S212VCFVoices final : public VoiceLanes<S212VCF, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<6> kKnobs = {

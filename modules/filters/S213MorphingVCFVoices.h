@@ -59,6 +59,7 @@ class S213MorphingVCFVoices final : public VoiceLanes<S213MorphingVCF, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<9> kKnobs = {

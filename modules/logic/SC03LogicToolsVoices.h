@@ -56,7 +56,7 @@ class SC03LogicToolsVoices final : public VoiceLanes<SC03LogicTools, Unit> {
     }
   }
 
-  void Store() override { ShowLamps(); }
+  void Store() override {}
 
   /// Lamps are seen no faster than blocks go by.
   void ShowLamps() override {

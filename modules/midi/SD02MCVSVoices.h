@@ -52,6 +52,7 @@ class SD02MCVSVoices final : public VoiceLanes<SD02MCVS, Unit> {
       CatchUp(i, isDone ? now_ + 1 : now_);
     }
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr std::int64_t kNever = INT64_MAX;

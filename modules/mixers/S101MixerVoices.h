@@ -47,6 +47,7 @@ class S101MixerVoices final : public VoiceLanes<S101Mixer, Unit> {
     for (int i = 0; i < 4; ++i) this->StoreKnob(levels_[i], LevelOf(i));
     this->StoreKnob(master_, MasterOf);
   }
+  void ShowLamps() override {}
 
  private:
   static auto LevelOf(int i) {

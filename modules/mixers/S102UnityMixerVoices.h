@@ -27,6 +27,7 @@ class S102UnityMixerVoices final : public VoiceLanes<S102UnityMixer, Unit> {
     }
   }
   void Store() override {}
+  void ShowLamps() override {}
 
  private:
   std::array<const float*, 4> ins_;

@@ -42,10 +42,7 @@ class S110DPanVoices final : public VoiceLanes<S110DPan, Unit> {
     }
   }
 
-  void Store() override {
-    this->StoreKnobs(knobs_, kKnobs);
-    ShowLamps();
-  }
+  void Store() override { this->StoreKnobs(knobs_, kKnobs); }
 
   /// Lamps are seen no faster than blocks go by.
   void ShowLamps() override {

@@ -41,6 +41,7 @@ class S116VCCrossFaderVoices final : public VoiceLanes<S116VCCrossFader, Unit> {
   }
 
   void Store() override { this->StoreKnobs(knobs_, kKnobs); }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<2> kKnobs = {&S116VCCrossFader::position_,

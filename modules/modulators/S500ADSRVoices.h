@@ -57,6 +57,7 @@ class S500ADSRVoices final : public VoiceLanes<S500ADSR, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   void TakeCourses() {

@@ -63,7 +63,6 @@ class S515VCLFOVoices final : public VoiceLanes<S515VCLFO, Unit> {
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
-    ShowLamps();
   }
 
   /// Lamps are seen no faster than blocks go by.

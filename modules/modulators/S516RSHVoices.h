@@ -65,7 +65,6 @@ class S516RSHVoices final : public VoiceLanes<S516RSH, Unit> {
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
-    ShowLamps();
   }
 
   /// Lamps are seen no faster than blocks go by.

@@ -64,7 +64,6 @@ class S525VCEnvelopeGeneratorLFOVoices final : public VoiceLanes<S525VCEnvelopeG
   void Store() override {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
-    ShowLamps();
   }
 
   /// Lamps are seen no faster than blocks go by.

@@ -44,6 +44,7 @@ class S302DualSubSinVCOVoices final : public VoiceLanes<S302DualSubSinVCO, Unit>
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnob(spread_, SpreadOf);
   }
+  void ShowLamps() override {}
 
  private:
   static Knob& SpreadOf(S302DualSubSinVCO& voice) { return voice.spread_; }

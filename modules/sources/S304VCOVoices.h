@@ -51,6 +51,7 @@ class S304VCOVoices final : public VoiceLanes<S304VCO, Unit> {
     this->StoreKernels(kernels_, KernelOf);
     this->StoreKnobs(knobs_, kKnobs);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<3> kKnobs = {

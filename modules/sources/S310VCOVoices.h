@@ -79,6 +79,7 @@ class S310VCOVoices final : public VoiceLanes<S310VCO, Unit> {
     this->StoreKnobs(knobs_, kKnobs);
     this->StoreKnob(octave_, OctaveOf);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<4> kKnobs = {

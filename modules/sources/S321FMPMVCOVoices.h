@@ -85,6 +85,7 @@ class S321FMPMVCOVoices final : public VoiceLanes<S321FMPMVCO, Unit> {
     this->StoreKnobs(knobs_, kKnobs);
     this->StoreKnob(octave_, OctaveOf);
   }
+  void ShowLamps() override {}
 
  private:
   static constexpr typename Base::template KnobList<5> kKnobs = {
