@@ -54,6 +54,7 @@ struct MainMenu::Entry {
   bool (*isCheckedIn)(RackWindow&) = nullptr;
   bool (*isEnabled)(const SynEditor&) = nullptr;
   bool needsSelection = false;
+  bool isHosts = false;  // hosts have such a command for their projects, by the same keys
   bool (*isOffered)(const SynEditor&) = nullptr;
 };
 
@@ -61,16 +62,20 @@ struct MainMenu::Entry {
 const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "New",
      .keys = "Ctrl+N",
-     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.New(); }},
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.New(); },
+     .isHosts = true},
     {.text = "Open...",
      .keys = "Ctrl+O",
-     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Open(); }},
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Open(); },
+     .isHosts = true},
     {.text = "Save",
      .keys = "Ctrl+S",
-     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); }},
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.Save(); },
+     .isHosts = true},
     {.text = "Save As...",
      .keys = "Ctrl+Shift+S",
-     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); }},
+     .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAs(); },
+     .isHosts = true},
     {.text = "Save As New Version",
      .act = [](SynEditor& editor, RackWindow&) { editor.presetCommands.SaveAsNewVersion(); }},
     {.text = "Presets", .submenu = &MainMenu::MakePresets},
@@ -124,6 +129,7 @@ const MainMenu::Entry MainMenu::kEntries[] = {
     {.text = "Quit",
      .keys = "Ctrl+Q",
      .act = [](SynEditor& editor, RackWindow&) { editor.unsaved.AskThen(editor.unsaved.quit); },
+     .isHosts = true,
      .isOffered = [](const SynEditor& editor) { return editor.unsaved.quit != nullptr; }},
 };
 
@@ -285,6 +291,20 @@ std::vector<ShortcutLine> MainMenu::Shortcuts() {
     }
   }
   return lines;
+}
+
+std::vector<Shortcut> MainMenu::ShortcutsInHosts() {
+  std::vector<Shortcut> shortcuts;
+  for (const std::span<const Entry> table : Tables()) {
+    for (const Entry& entry : table) {
+      if (entry.isHosts) continue;
+      for (const Shortcut& shortcut : ShortcutsOf(entry.keys)) {
+        const bool isFunctionKey = shortcut.key >= kKeyF1 && shortcut.key <= kKeyF12;
+        if (isFunctionKey || (shortcut.modifiers & kControl) != 0) shortcuts.push_back(shortcut);
+      }
+    }
+  }
+  return shortcuts;
 }
 
 bool MainMenu::RunShortcut(const CKeyEvent& event) const {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "editor/syn_option_menu.h"
+#include "gui/shortcut.h"
 
 namespace halveron {
 
@@ -33,6 +34,9 @@ class MainMenu {
   bool RunShortcut(const CKeyEvent& event) const;
   /// All shortcuts, for the manual.
   static std::vector<ShortcutLine> Shortcuts();
+  /// Those that the window takes in a host whose pointer is over it. Keys without Ctrl, and those
+  /// by which hosts save and open their projects, are the host's until the rack has the keyboard.
+  static std::vector<Shortcut> ShortcutsInHosts();
 
  private:
   struct Entry;

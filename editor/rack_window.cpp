@@ -341,12 +341,21 @@ void RackWindow::Follow() {
     frame_->invalid();
   }
   keys_.Follow();
+  LeaveUnusedFocus();
   if (frame_->getModalView()) notes_.AllOff();
   notes_.Settle(frame_->getTime());
 }
 
+void RackWindow::LeaveUnusedFocus() {
+  const bool isUsed = !selection_.IsEmpty() || selection_.IsFraming() || IsDragging() ||
+                      drag_.IsInserting() || editor_.cables.isDraggingCable;
+  if (!isUsed && frame_->getFocusView() == rack_) frame_->setFocusView(nullptr);
+}
+
 bool RackWindow::UseKey(const CKeyEvent& event) {
   if (keys_.OnKey(event)) return true;
+  // A selection from a menu or a shortcut has not moved the focus to the rack.
+  if (event.key == kKeyEscape && rack_->onKey(event)) return true;
   if (!editor_.sound || !notes_.Down(event)) return false;
   if (event.character != 0) editor_.sound->hintsAtLetters = false;
   return true;
@@ -659,7 +668,8 @@ bool RackWindow::OpenDroppedPreset(std::span<const std::string> files) {
     if (!files.empty()) {
       editor_.ShowDialog({"Nothing opened",
                           "Drop a preset (.hvp) on the rack, and a sound or MIDI file on a\n"
-                          "module that plays it.",
+                          "module that plays it. \"halveron convert\" makes a preset of a\n"
+                          "text patch (.json).",
                           500});
     }
     return false;

@@ -154,6 +154,9 @@ class RackWindow final : private CControlListener {
   void FollowSkin();
   void MakeBar();
   void ConnectSelection();
+  /// The rack has the focus, and a host's keyboard, while a selection, a drag or a cable is under
+  /// way.
+  void LeaveUnusedFocus();
   void ConnectBar();
   /// A menu right under a view of the bar.
   void PopUpUnder(const CView& view, const SharedPointer<SynOptionMenu>& menu,

@@ -55,6 +55,8 @@ void SelectionCommands::Delete() {
 void SelectionCommands::SelectAll() {
   window_.LandInsertion();
   window_.Selection().SelectAll();
+  // As after a frame, so that the keys come here in a host's window, too.
+  window_.Frame().setFocusView(&window_.Rack());
 }
 
 void SelectionCommands::ClearSelection() { window_.Selection().Clear(); }

@@ -1,7 +1,10 @@
 #include "editor/syn_frame.h"
 
 #include <cmath>
+#include <utility>
+#include <vector>
 
+#include "editor/main_menu.h"
 #include "editor/midi_learning.h"
 #include "editor/rack_window.h"
 #include "editor/value_entry.h"
@@ -25,7 +28,11 @@ SynFrame::SynFrame(const CRect& size, RackWindow& window)
       mouseRepeat(this, kRepeatMilliseconds),
       dragRepeat(this, kRepeatMilliseconds),
       presetDisplay(this, kPresetDisplayMilliseconds),
-      window_(window) {}
+      window_(window) {
+  std::vector<Shortcut> shortcuts = MainMenu::ShortcutsInHosts();
+  for (const Shortcut& shortcut : ShortcutsOf("Tab Shift+Tab")) shortcuts.push_back(shortcut);
+  setShortcutsInHosts(std::move(shortcuts));
+}
 
 CMouseEventResult SynFrame::onMouseDown(CPoint& where, const CButtonState& buttons) {
   window_.Keys().Clear();
@@ -83,6 +90,10 @@ bool SynFrame::onKeyDown(const CKeyEvent& event) {
 
 bool SynFrame::onKeyUp(const CKeyEvent& event) {
   return CFrame::onKeyUp(event) || window_.UseKeyUp(event);
+}
+
+bool SynFrame::wantsKeyboard() const {
+  return CFrame::wantsKeyboard() || window_.Keys().FocusModule();
 }
 
 void SynFrame::onKeyboardLost() { window_.Notes().AllOff(); }

@@ -26,6 +26,7 @@ class SynFrame final : public CFrame {
   void onIdle() override;
   bool onKeyUp(const CKeyEvent& event) override;
   void onKeyboardLost() override;
+  bool wantsKeyboard() const override;
   int notify(CBaseObject* sender, const char* message) override;
 
   // While the mouse rests, these keep a cable or a module moving that scrolls the rack.

@@ -301,7 +301,7 @@ void CFrame::setFocusView(CView* view) {
 }
 
 void CFrame::updateKeyboard() {
-  if (window) window->SetKeyboardWanted(focusView || !modalViews.empty());
+  if (window) window->SetKeyboardWanted(wantsKeyboard());
 }
 
 void CFrame::endHold() {

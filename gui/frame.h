@@ -6,9 +6,11 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "gui/dirty_region.h"
+#include "gui/shortcut.h"
 #include "gui/view_container.h"
 
 namespace halveron {
@@ -128,6 +130,14 @@ class CFrame : public CViewContainer {
   /// back to the host's when no view wants it.
   void setFocusView(CView* view);
   CView* getFocusView() const { return focusView; }
+  /// Shortcuts that also come here while nothing has the focus and the keyboard is a host's, if the
+  /// pointer is over the window. Before `open`.
+  void setShortcutsInHosts(std::vector<Shortcut> shortcuts) {
+    shortcutsInHosts = std::move(shortcuts);
+  }
+  const std::vector<Shortcut>& getShortcutsInHosts() const { return shortcutsInHosts; }
+  /// Whether the window takes the keyboard from a host's.
+  virtual bool wantsKeyboard() const { return focusView || !modalViews.empty(); }
   /// The innermost view under the mouse.
   CView* getMouseOverView() const { return mouseOverView; }
   /// Where the mouse was last seen, and what was down.
@@ -207,6 +217,7 @@ class CFrame : public CViewContainer {
   std::vector<CView*> idleViews;
   std::vector<CVSTGUITimer*> timers;
   std::vector<Modal> modalViews;
+  std::vector<Shortcut> shortcutsInHosts;
   CView* capture = nullptr;
   CView* focusView = nullptr;
   CView* mouseOverView = nullptr;

@@ -53,33 +53,60 @@ char32_t Folded(char32_t character) {
   return character >= U'A' && character <= U'Z' ? character + (U'a' - U'A') : character;
 }
 
-bool MatchesOne(const CKeyEvent& event, std::string_view keys) {
-  int modifiers = 0;
+/// Neither a key nor a character if the text names none.
+Shortcut Parse(std::string_view keys) {
+  Shortcut shortcut;
   for (const auto& [name, bit] : kModifiers) {
     if (!keys.starts_with(name)) continue;
-    modifiers |= bit;
+    shortcut.modifiers |= bit;
     keys.remove_prefix(name.size());
   }
-  int held = event.modifiers();
   for (const auto& [name, key] : kNamedKeys) {
-    if (name == keys) return event.key == key && held == modifiers;
+    if (name == keys) shortcut.key = key;
   }
-  if (keys.size() != 1) return false;
-  const auto wanted = static_cast<unsigned char>(keys.front());
-  if (!IsLetter(wanted)) held = (held & ~kShift) | (modifiers & kShift);
-  if (held != modifiers) return false;
+  if (shortcut.key == kKeyNone && keys.size() == 1) shortcut.character = keys.front();
+  return shortcut;
+}
+
+bool Matches(const CKeyEvent& event, const Shortcut& shortcut) {
+  int held = event.modifiers();
+  if (shortcut.key != kKeyNone) return event.key == shortcut.key && held == shortcut.modifiers;
+  if (shortcut.character == 0) return false;
+  if (shortcut.IsSign()) held = (held & ~kShift) | (shortcut.modifiers & kShift);
+  if (held != shortcut.modifiers) return false;
+  const auto wanted = static_cast<unsigned char>(shortcut.character);
   return wanted == '+' ? IsPlus(event.character) : Folded(event.character) == Folded(wanted);
+}
+
+/// f(text of an alternative), until it is true.
+template <class F>
+bool AnyAlternative(std::string_view keys, F&& f) {
+  while (!keys.empty()) {
+    const std::string_view one = ShownShortcut(keys);
+    if (f(one)) return true;
+    keys.remove_prefix(std::min(one.size() + 1, keys.size()));
+  }
+  return false;
 }
 
 }  // namespace
 
+bool Shortcut::IsSign() const {
+  return character != 0 && !IsLetter(static_cast<unsigned char>(character));
+}
+
 bool MatchesShortcut(const CKeyEvent& event, std::string_view keys) {
-  while (!keys.empty()) {
-    const std::string_view one = ShownShortcut(keys);
-    if (MatchesOne(event, one)) return true;
-    keys.remove_prefix(std::min(one.size() + 1, keys.size()));
-  }
-  return false;
+  return AnyAlternative(keys, [&](std::string_view one) { return Matches(event, Parse(one)); });
+}
+
+std::vector<Shortcut> ShortcutsOf(std::string_view keys) {
+  std::vector<Shortcut> shortcuts;
+  AnyAlternative(keys, [&](std::string_view one) {
+    const Shortcut shortcut = Parse(one);
+    if (shortcut.key != kKeyNone || shortcut.character != 0) shortcuts.push_back(shortcut);
+    return false;
+  });
+  return shortcuts;
 }
 
 std::string_view ShownShortcut(std::string_view keys) { return keys.substr(0, keys.find(' ')); }

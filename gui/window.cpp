@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <utility>
@@ -86,6 +87,53 @@ PuglCursor CursorOf(CCursorType type) {
     default:
       return PUGL_CURSOR_ARROW;
   }
+}
+
+const char* XNameOf(CVirtualKey key) {
+  switch (key) {
+    case kKeyTab:
+      return "Tab";
+    case kKeyPageUp:
+      return "Prior";
+    case kKeyPageDown:
+      return "Next";
+    case kKeyReturn:
+      return "Return";
+    case kKeyDelete:
+      return "Delete";
+    default:
+      break;
+  }
+  constexpr const char* kFunctionKeys[] = {"F1", "F2", "F3", "F4",  "F5",  "F6",
+                                           "F7", "F8", "F9", "F10", "F11", "F12"};
+  const int number = key - kKeyF1;
+  return number >= 0 && number < 12 ? kFunctionKeys[number] : "";
+}
+
+std::vector<platform::KeyChord> ChordsOf(const std::vector<Shortcut>& shortcuts) {
+  std::vector<platform::KeyChord> chords;
+  for (const Shortcut& shortcut : shortcuts) {
+    platform::KeyChord chord;
+    chord.shift = (shortcut.modifiers & kShift) != 0;
+    chord.control = (shortcut.modifiers & kControl) != 0;
+    chord.alt = (shortcut.modifiers & kAlt) != 0;
+    if (shortcut.character == 0) {
+      chord.key = XNameOf(shortcut.key);
+    } else {
+      chord.key = static_cast<char>(std::tolower(static_cast<unsigned char>(shortcut.character)));
+    }
+    chords.push_back(chord);
+    if (!shortcut.IsSign()) continue;
+    // Which signs need Shift depends on the keyboard.
+    std::vector<std::string> keys{chord.key};
+    if (shortcut.character == '+') keys.emplace_back("KP_Add");
+    if (shortcut.character == '-') keys.emplace_back("KP_Subtract");
+    for (const std::string& key : keys) {
+      for (const bool shift : {false, true})
+        chords.push_back({key, shift, chord.control, chord.alt});
+    }
+  }
+  return chords;
 }
 
 std::string NoDisplayError() {
@@ -302,7 +350,10 @@ bool Window::Create(void* parent, const char* title, std::string& error) {
   clipboard_ = platform::DisplayClipboard();
   if (!clipboard_) clipboard_ = platform::PrivateClipboard();
   // Keys that no view wants are the host's.
-  if (isEmbedded_) platform::SetKeysWanted(Native(), false);
+  if (isEmbedded_) {
+    platform::SetKeysWanted(Native(), false);
+    platform::GrabKeys(Native(), ChordsOf(frame_.getShortcutsInHosts()));
+  }
   puglShow(view_);
   puglUpdate(world_, 0);
   return true;

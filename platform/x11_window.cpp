@@ -1,10 +1,12 @@
 #include "platform/x11_window.h"
 
 #include <X11/Xlib.h>
+#include <X11/keysym.h>
 #include <cairo-xlib.h>
 #include <poll.h>
 
 #include <atomic>
+#include <iterator>
 #include <mutex>
 
 namespace halveron::platform {
@@ -119,6 +121,48 @@ bool HolderWindow::IsNeededIn(X11Window parent) {
 void HolderWindow::Resize(int width, int height) {
   XResizeWindow(DisplayOf(window_), window_.id, static_cast<unsigned>(width),
                 static_cast<unsigned>(height));
+}
+
+namespace {
+
+/// The modifier bit of a key such as Num Lock; 0 if it is none.
+unsigned ModifierOf(Display* display, KeySym symbol) {
+  const KeyCode code = XKeysymToKeycode(display, symbol);
+  if (code == 0) return 0;
+  constexpr int kModifiers = 8;
+  XModifierKeymap* map = XGetModifierMapping(display);
+  unsigned bit = 0;
+  for (int i = 0; i < kModifiers * map->max_keypermod; ++i) {
+    if (map->modifiermap[i] == code) bit = 1u << (i / map->max_keypermod);
+  }
+  XFreeModifiermap(map);
+  return bit;
+}
+
+KeySym SymbolOf(const std::string& key) {
+  return key.size() == 1 ? static_cast<unsigned char>(key[0]) : XStringToKeysym(key.c_str());
+}
+
+}  // namespace
+
+void GrabKeys(X11Window window, std::span<const KeyChord> keys) {
+  Display* display = DisplayOf(window);
+  const unsigned locks[] = {LockMask, ModifierOf(display, XK_Num_Lock),
+                            ModifierOf(display, XK_Scroll_Lock)};
+  constexpr unsigned kLockStates = 1u << std::size(locks);
+  for (const KeyChord& chord : keys) {
+    const KeyCode code = XKeysymToKeycode(display, SymbolOf(chord.key));
+    if (code == 0) continue;
+    const unsigned held = (chord.shift ? ShiftMask : 0u) | (chord.control ? ControlMask : 0u) |
+                          (chord.alt ? Mod1Mask : 0u);
+    for (unsigned state = 0; state < kLockStates; ++state) {
+      unsigned modifiers = held;
+      for (std::size_t i = 0; i < std::size(locks); ++i) {
+        if ((state >> i & 1u) != 0) modifiers |= locks[i];
+      }
+      XGrabKey(display, code, modifiers, window.id, False, GrabModeAsync, GrabModeAsync);
+    }
+  }
 }
 
 void SetKeysWanted(X11Window window, bool wanted) {

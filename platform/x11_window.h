@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
+#include <string>
 
 typedef struct _cairo_surface cairo_surface_t;
 
@@ -74,6 +76,17 @@ class HolderWindow {
   X11Window window_;
   unsigned long colours_;
 };
+
+/// A key with modifiers held.
+struct KeyChord {
+  std::string key;  ///< a Latin-1 character, letters in small, or a name of X11's such as "Prior"
+  bool shift = false, control = false, alt = false;
+};
+/// Has keys come to the window although another one has the keyboard: while the pointer is over it
+/// and a window around it has the keyboard. Whether Caps Lock, Num Lock and Scroll Lock are on
+/// makes no difference. Keys that the keyboard does not have, or that another program has taken
+/// there, are left out. Ends with the window.
+void GrabKeys(X11Window window, std::span<const KeyChord> keys);
 
 /// Whether key events come to the window, or pass by to its parent.
 void SetKeysWanted(X11Window window, bool wanted);

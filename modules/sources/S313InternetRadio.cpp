@@ -20,6 +20,7 @@ constexpr int kLeastEmptySlots = 9;
 constexpr double kStoredSeconds = 0.5;
 constexpr double kMeterFallSeconds = 0.3;
 constexpr const char* kEmptySlot = "...Empty...";
+constexpr const char* kBuffering = "Buffering";
 
 int SlotsFor(std::size_t stations) {
   return stations + kLeastEmptySlots <= kFewSlots ? kFewSlots : kMostSlots;
@@ -165,6 +166,7 @@ void S313InternetRadio::Choose(int station) {
 
 void S313InternetRadio::Connect() {
   ReadList();  // the user may have changed it
+  askedStation_ = Station();
   const media::PlaylistEntry entry = Entry();
   if (entry.address.empty()) {
     player.Disconnect();
@@ -176,6 +178,7 @@ void S313InternetRadio::Connect() {
 }
 
 void S313InternetRadio::Refresh() {
+  if (Station() != askedStation_) player.ForgetFailure();
   const RadioPlayer::Display shown = player.Shown();
   const media::PlaylistEntry entry = Entry();
   const std::string& listed = entry.title.empty() ? entry.address : entry.title;
@@ -186,7 +189,8 @@ void S313InternetRadio::Refresh() {
   nameText_->setText(name.c_str());
   titleText_->setText(shown.title.c_str());
   formatText_->setText(shown.format.c_str());
-  statusText_->setText(shown.status.c_str());
+  const bool isBuffering = shown.state == RadioPlayer::State::kPlaying && isStoring_;
+  statusText_->setText(isBuffering ? kBuffering : shown.status.c_str());
 }
 
 int S313InternetRadio::GetPresetSize() {

@@ -1,6 +1,7 @@
 // S313 Internet Radio: a station's stream as a stereo signal.
 #pragma once
 
+#include <atomic>
 #include <vector>
 
 #include "framework/module.h"
@@ -54,7 +55,7 @@ class S313InternetRadio final : public BuiltInModule<S313InternetRadio> {
   std::vector<media::PlaylistEntry> stations_;
   StreamRing ring_;
   int fileRate_ = 44100;
-  bool isStoring_ = true;  // waits for enough sound
+  std::atomic<bool> isStoring_ = true;  // waits for enough sound
   bool isSilent_ = true;
   float peakLeft_ = 0.0f;
   float peakRight_ = 0.0f;
@@ -63,6 +64,7 @@ class S313InternetRadio final : public BuiltInModule<S313InternetRadio> {
   /// A preset's station above the range of the digits, which stand at their end; else 0. The range
   /// itself stays as long as the module lives, as a host's automation is shares of it.
   int keptStation_ = 0;
+  int askedStation_ = 0;  // at the last Connect, whose failure is shown
   CSpecialDigitEx* station_;
   CKickButtonEx* up_;
   CKickButtonEx* down_;

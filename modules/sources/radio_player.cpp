@@ -50,6 +50,11 @@ void RadioPlayer::ShowStatus(const std::string& status) {
   display_.status = status;
 }
 
+void RadioPlayer::ForgetFailure() {
+  const std::lock_guard lock(displayLock_);
+  if (display_.state == State::kFailed || display_.state == State::kIdle) display_ = {};
+}
+
 template <class F>
 void RadioPlayer::Show(const std::stop_token& stop, F&& change) {
   const std::lock_guard lock(displayLock_);

@@ -48,6 +48,8 @@ class RadioPlayer {
   void Disconnect();
   Display Shown() const;
   void ShowStatus(const std::string& status);
+  /// Clears what is shown of a station that does not play and is not tried any more.
+  void ForgetFailure();
 
   /// Whether a stretch of the feed belongs to the station that was chosen last.
   bool IsOwn(const SampleFeed::Stretch& stretch) const {

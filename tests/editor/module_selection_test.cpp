@@ -53,6 +53,9 @@ TEST(ModuleSelection, AFrameSelectsWhatItTouchesAndShiftAdds) {
   EXPECT_TRUE(selected.empty());
   rig.Shortcut('a');
   EXPECT_EQ(selected.size(), 4u);
+  rig.Key(kKeyEscape);
+  EXPECT_TRUE(selected.empty()) << "without the focus on the rack";
+  rig.Shortcut('a');
   rig.Click(rig.Cell(30, 1) + CPoint(0, 40));
   EXPECT_TRUE(selected.empty()) << "a click on free rack";
   rig.SelectPair();

@@ -153,6 +153,54 @@ TEST_F(EditorInHost, LearnsAControllerThatMovesItsKnobAndParameter) {
   EXPECT_TRUE(Until([&] { return std::any_of(host.taken.begin(), host.taken.end(), isMoved); }));
 }
 
+TEST_F(EditorInHost, TakesItsShortcutsUnderThePointerAndLeavesOtherKeysToTheHost) {
+  HALVERON_NEEDS_DISPLAY(found);
+  display = found;
+  constexpr const char* kFilter = R"({"halveron": 1, "rows": 2, "modules": [
+    {"id": "vcf", "name": "S201 VCF", "row": 0, "column": 10}]})";
+  Open(kFilter);
+  const std::vector<std::byte> full = host.Save();
+  const auto reachHost = [&](const char* chord) {
+    display->TakeKeys(outer);
+    display->TypeChord(chord);
+    Settle();
+    return !display->TakeKeys(outer).empty();
+  };
+  const int inside = kCorner + static_cast<int>(height) / 2;
+  display->MoveMouse(inside, inside);
+  Settle();
+  for (const char* key : {"space", "z", "Return", "Delete", "Left", "Ctrl+s", "Ctrl+Shift+s"}) {
+    EXPECT_TRUE(reachHost(key)) << key;
+  }
+  for (const char* key : {"Ctrl+z", "Ctrl+y", "Ctrl+h", "Ctrl+h", "Ctrl+plus", "Ctrl+0"}) {
+    EXPECT_FALSE(reachHost(key)) << key;
+  }
+  display->TypeKey("Num_Lock");
+  EXPECT_FALSE(reachHost("Ctrl+z")) << "with Num Lock on";
+  display->TypeKey("Num_Lock");
+
+  // A selection has the keyboard, until it goes.
+  EXPECT_FALSE(reachHost("Ctrl+a"));
+  EXPECT_EQ(display->FocusedWindow(), editor);
+  EXPECT_FALSE(reachHost("Delete"));
+  EXPECT_TRUE(Until([&] { return host.Save().size() < full.size(); }));
+  EXPECT_FALSE(reachHost("Ctrl+z"));
+  EXPECT_TRUE(Until([&] { return host.Save() == full; }));
+  EXPECT_TRUE(Until([&] { return display->FocusedWindow() == outer; }));
+  // So has a module that is walked to.
+  EXPECT_FALSE(reachHost("Tab"));
+  EXPECT_FALSE(reachHost("Right"));
+  EXPECT_FALSE(reachHost("Escape"));
+  EXPECT_TRUE(Until([&] { return display->FocusedWindow() == outer; }));
+  EXPECT_TRUE(reachHost("space"));
+
+  display->MoveMouse(2, 2);
+  for (const char* key : {"Ctrl+a", "Ctrl+z", "Tab", "F1"}) {
+    EXPECT_TRUE(reachHost(key)) << key << " beside the window";
+  }
+  EXPECT_EQ(host.Save(), full);
+}
+
 TEST_F(EditorInHost, FollowsTheHostsSizeAndOpensTheLoadsMenu) {
   HALVERON_NEEDS_DISPLAY(found);
   display = found;

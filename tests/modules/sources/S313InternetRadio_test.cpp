@@ -229,12 +229,31 @@ TEST(S313InternetRadio, SaysWhatFailsAndStepsRoundItsSlots) {
   EXPECT_EQ(rig.rack.Out(*rig.module, "Left"), 0.0f);
   rig.rack.MoveControl(*rig.module, "Down", 1.0f);
   EXPECT_EQ(rig.module->Station(), 99);
+  EXPECT_EQ(rig.Label("Status"), "") << "the failure was another station's";
   rig.rack.MoveControl(*rig.module, "Connect", 1.0f);
   EXPECT_EQ(rig.Label("Status"), "...Empty...");
   EXPECT_EQ(rig.Label("Name"), "...Empty...");
   rig.rack.MoveControl(*rig.module, "Up", 1.0f);
   EXPECT_EQ(rig.module->Station(), 1);
   EXPECT_EQ(rig.Label("Name"), "A name");
+  EXPECT_EQ(rig.Label("Status"), "");
+}
+
+TEST(S313InternetRadio, SaysThatItStoresWhileASlowStationHasRunDry) {
+  WebServer server;
+  server.Stream("/slow", "audio/mpeg", SineFile("mp3", 2.0, 440.0), After::kPause);
+  RadioRig rig({server.Address("/slow")});
+  rig.module->player.times.stall = 60s;
+  const auto awaitStatus = [&rig](const std::string& status) {
+    return rig.Await([&](const auto&) { return rig.Label("Status") == status; });
+  };
+  rig.Connect();
+  ASSERT_TRUE(awaitStatus("Playing"));
+  rig.rack.Run(3 * 48000);
+  EXPECT_TRUE(awaitStatus("Buffering"));
+  EXPECT_EQ(rig.module->player.Shown().state, State::kPlaying) << "the connection stands";
+  server.Resume();
+  EXPECT_TRUE(awaitStatus("Playing"));
 }
 
 TEST(S313InternetRadio, ConnectsAgainAfterADropWithGrowingPauses) {

@@ -219,6 +219,18 @@ void TestDisplay::TypeChord(const std::string& chord) {
   }
 }
 
+std::vector<std::string> TestDisplay::TakeKeys(WindowId window) {
+  std::vector<std::string> keys;
+  XSelectInput(state_->display, window, KeyPressMask);
+  XSync(state_->display, False);
+  XEvent event{};
+  while (XCheckWindowEvent(state_->display, window, KeyPressMask, &event)) {
+    const KeySym symbol = XLookupKeysym(&event.xkey, 0);
+    if (!IsModifierKey(symbol)) keys.emplace_back(XKeysymToString(symbol));
+  }
+  return keys;
+}
+
 void TestDisplay::TypeText(const std::string& text) {
   for (const char letter : text) {
     const char name[] = {letter, '\0'};

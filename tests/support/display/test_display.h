@@ -34,6 +34,9 @@ class TestDisplay {
   void TypeKey(const char* name);
   /// A key with Ctrl, Shift or Alt held, as "Ctrl+Shift+s".
   void TypeChord(const std::string& chord);
+  /// The names of the keys, modifiers left out, whose presses the window has got since the last
+  /// call; the first call, which begins to count, answers with none.
+  std::vector<std::string> TakeKeys(WindowId window);
   /// Small letters, digits and blanks.
   void TypeText(const std::string& text);
 

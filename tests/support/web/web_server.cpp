@@ -105,8 +105,10 @@ std::string WebServer::Address(const std::string& path) const {
 }
 
 /// No longer than a test may take.
-void WebServer::Wait() const {
-  for (int i = 0; i < 2000 && !isEnding_; ++i) {
+void WebServer::Wait() const { Wait(isEnding_); }
+
+void WebServer::Wait(const std::atomic<bool>& isOver) const {
+  for (int i = 0; i < 2000 && !isOver && !isEnding_; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
 }
@@ -142,7 +144,9 @@ void WebServer::Stream(const std::string& path, const std::string& type, const s
     for (const auto& header : ToHeaders(headers)) response.headers.insert(header);
     response.set_content_provider(type, [=, this](std::size_t offset, httplib::DataSink& sink) {
       constexpr std::size_t kPiece = 8192;
-      const bool repeats = after == After::kAgain && !isDown_ && !isEnding_;
+      if (after == After::kPause && offset >= bytes.size()) Wait(isResumed_);
+      const bool repeats = (after == After::kAgain || (after == After::kPause && isResumed_)) &&
+                           !isDown_ && !isEnding_;
       if (offset < bytes.size() || repeats) {
         // Faster than it sounds for a start, then no faster than that needs.
         if (offset >= bytes.size()) std::this_thread::sleep_for(std::chrono::milliseconds(50));

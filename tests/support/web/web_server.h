@@ -40,8 +40,8 @@ class WebServer {
   void Serve(const std::string& path, const std::string& type, const std::string& bytes,
              const std::vector<std::pair<std::string, std::string>>& headers = {});
   /// A stream that ends after `bytes`, or that says nothing more and stays open, or that repeats
-  /// them until the server goes down.
-  enum class After { kEnd, kSilence, kAgain };
+  /// them until the server goes down, at once or from Resume on.
+  enum class After { kEnd, kSilence, kAgain, kPause };
   void Stream(const std::string& path, const std::string& type, const std::string& bytes,
               After after, const std::vector<std::pair<std::string, std::string>>& headers = {});
   /// Takes the request and never answers.
@@ -49,6 +49,8 @@ class WebServer {
   void Redirect(const std::string& path, const std::string& target);
   /// While it is down, every answer is that the service is not available.
   void SetDown(bool isDown) { isDown_ = isDown; }
+  /// Streams that pause go on.
+  void Resume() { isResumed_ = true; }
 
   /// Requests for a path so far.
   int Requests(const std::string& path) const;
@@ -61,11 +63,13 @@ class WebServer {
   struct Log;
   void Do(const std::string& path, Answer answer);
   void Wait() const;
+  void Wait(const std::atomic<bool>& isOver) const;
 
   std::unique_ptr<httplib::Server> server_;
   std::unique_ptr<Log> log_;
   std::atomic<bool> isEnding_ = false;
   std::atomic<bool> isDown_ = false;
+  std::atomic<bool> isResumed_ = false;
   int port_ = 0;
   std::thread thread_;
 };
