@@ -145,8 +145,7 @@ std::string LiveSound::Details() const {
 
 void LiveSound::LookForDevices() {
   devices_ = media::ListSoundDevices(choice_.system);
-  midiInputs_ = media::ListMidiInputs();
-  std::erase_if(midiInputs_, media::IsOwnMidiPort);
+  midiInputs_ = midi_.Inputs();
   midiOutputs_ = media::ListMidiOutputs();
 }
 

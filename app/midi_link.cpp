@@ -69,6 +69,13 @@ void MidiLink::Choose(std::vector<std::string> wanted) {
   Poll();
 }
 
+std::vector<std::string> MidiLink::Inputs() const {
+  std::vector<std::string> names;
+  if (own_) names = source_.names();
+  std::erase_if(names, media::IsOwnMidiPort);
+  return names;
+}
+
 std::vector<std::string> MidiLink::Names() const {
   std::vector<std::string> names;
   if (own_) names.emplace_back(media::kMidiName);

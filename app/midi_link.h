@@ -39,6 +39,8 @@ class MidiLink {
   /// Uses these inputs from now on, all if none is named. Throws platform::UserError if one is
   /// missing, and then everything stays.
   void Choose(std::vector<std::string> wanted);
+  /// The inputs to choose from, as they are now: all but our own.
+  std::vector<std::string> Inputs() const;
   /// Of all open ports.
   std::vector<std::string> Names() const;
 

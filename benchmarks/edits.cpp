@@ -129,6 +129,11 @@ void RemoveModule(EditRig& rig, int round) {
   rig.Connect(index, index + 1);
 }
 
+/// What a module does to its state when a control of its panel has moved.
+void PanelLogic(EditRig& rig, int round) {
+  rig.Measure([&] { const ProcessingSection section(*rig.ModuleAt(round % kModules)); });
+}
+
 void Register(const std::string& name, void (*edit)(EditRig&, int round)) {
   benchmark::RegisterBenchmark(("edit/" + name).c_str(), [edit](benchmark::State& state) {
     EditRig rig;
@@ -148,6 +153,7 @@ void RegisterEdits() {
   Register("add a module", AddModule);
   Register("first cable of a module", CableFirst);
   Register("remove a module", RemoveModule);
+  Register("panel logic", PanelLogic);
 }
 
 }  // namespace halveron::benchmarks

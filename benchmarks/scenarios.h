@@ -45,8 +45,8 @@ void RegisterKernels();
 /// written out by hand, which gives the same bits.
 void RegisterMixerScene();
 void RegisterScenes();
-/// `load/`: the same scenes while the load of each module is measured, over the same blocks while
-/// it is not.
+/// `load/<scene>/<samples of a block>`: the same scenes while the load of each module is measured,
+/// over the same blocks while it is not.
 void RegisterModuleLoads();
 /// `voice/`: the demo patches with a held note.
 void RegisterVoices();

@@ -1,6 +1,7 @@
 #include "editor/edit_history.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "editor/rack_window.h"
@@ -86,6 +87,14 @@ void KeepRecords(RackSnapshot& rack, const RackSnapshot& former, const std::vect
   }
 }
 
+/// All of a module's fields but its data. Each is named here, so that a new one is not forgotten.
+auto SettingsOf(const PresetModule& module) {
+  const auto& [name, vendor, version, controlCount, pointCount, x, y, oversampled, alwaysOn,
+               bandlimitMode, clipLevel, mono, data, indices] = module;
+  return std::tie(name, vendor, version, controlCount, pointCount, x, y, oversampled, alwaysOn,
+                  bandlimitMode, clipLevel, mono, indices);
+}
+
 /// Whether two racks differ at most in what modules do by themselves: lamps, phases, what plays.
 bool HaveSameSettings(const RackSnapshot& a, const RackSnapshot& b) {
   const auto isSame = [](const RackSnapshot::Entry& one, const RackSnapshot::Entry& other) {
@@ -93,9 +102,7 @@ bool HaveSameSettings(const RackSnapshot& a, const RackSnapshot& b) {
     // Modules of libraries may record by themselves.
     const bool isBuiltIn = one.record->preset.vendor == kBuiltInVendor;
     if (!isBuiltIn && !one.record->HasDataOf(*other.record)) return false;
-    PresetModule settings = one.record->preset;
-    settings.data = other.record->preset.data;
-    return settings == other.record->preset;
+    return SettingsOf(one.record->preset) == SettingsOf(other.record->preset);
   };
   return a.rack == b.rack && a.cables == b.cables &&
          std::equal(a.modules.begin(), a.modules.end(), b.modules.begin(), b.modules.end(), isSame);
@@ -104,9 +111,7 @@ bool HaveSameSettings(const RackSnapshot& a, const RackSnapshot& b) {
 /// Whether two records differ in one control; which one, in `control`.
 bool DifferInOneControl(const ModuleRecord& a, const ModuleRecord& b, std::size_t* control) {
   if (a.values.size() != b.values.size() || a.ownData.size() != b.ownData.size()) return false;
-  PresetModule rest = a.preset;
-  rest.data = b.preset.data;
-  if (rest != b.preset) return false;
+  if (SettingsOf(a.preset) != SettingsOf(b.preset)) return false;
   std::size_t count = 0;
   for (std::size_t i = 0; i < a.values.size(); ++i) {
     if (a.values[i] == b.values[i]) continue;

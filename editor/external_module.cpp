@@ -8,7 +8,6 @@
 
 #include "editor/external_host.h"
 #include "editor/external_panel.h"
-#include "editor/skin.h"
 #include "framework/display_view.h"
 #include "framework/midi_message.h"
 #include "framework/rack_model.h"
@@ -551,14 +550,7 @@ void ExternalModule::LoadPreset(const void* buffer, int size, int version) {
 }
 
 void ExternalModule::drawBackgroundRect(CDrawContext* context, const CRect& updateRect) {
-  ExternalModuleType::Panel& panel = *type_->panel;
-  if (panel.skinGeneration != SkinGeneration()) {
-    panel.skinGeneration = SkinGeneration();
-    panel.picture = MakePanelPicture(*this, *type_);
-  }
-  if (panel.picture) {
-    panel.picture->draw(*context, CRect::FromSize({}, getWidth(), getHeight()));
-  } else {
+  if (!type_->panel->Draw(*context, *this, *type_)) {
     Module::drawBackgroundRect(context, updateRect);
   }
 }

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <set>
 
+#include "editor/external_panel.h"
 #include "framework/panel_metrics.h"
 #include "framework/shared_bitmaps.h"
 #include "platform/foreign_memory.h"
@@ -392,6 +393,7 @@ ExternalModuleType ReadModuleTable(const HalveronModule* table, const std::strin
   ExternalModuleType type;
   TableReader reader(problems);
   if (!reader.Sized("module", table, kLeastModuleBytes, type.functions)) return type;
+  type.panel = std::make_shared<ExternalPanel>();
   type.name = reader.Text("name", type.functions.name);
   type.vendor = reader.Text("vendor", type.functions.vendor);
   if (!type.name.empty() && type.name != name) {

@@ -2,17 +2,17 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "editor/module_catalogue.h"
-#include "gui/bitmap.h"
 #include "platform/shared_library.h"
 #include "sdk/halveron_module.h"
 
 namespace halveron {
+
+class ExternalPanel;
 
 struct ExternalControl {
   HalveronControl table;  ///< its texts and entries are those below
@@ -58,12 +58,7 @@ struct ExternalModuleType {
   std::vector<ExternalLamp> lamps;
   std::vector<ExternalDisplay> displays;
 
-  /// The picture behind the panels of all instances, made when one is drawn in another skin.
-  struct Panel {
-    SharedPointer<CBitmap> picture;
-    std::optional<unsigned> skinGeneration;
-  };
-  std::shared_ptr<Panel> panel = std::make_shared<Panel>();
+  std::shared_ptr<ExternalPanel> panel;  ///< behind all instances; made when one is drawn
 
   bool Has(std::uint32_t flag) const { return (functions.flags & flag) != 0; }
 };

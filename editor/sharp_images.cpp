@@ -23,6 +23,11 @@ constexpr int kMostTries = 4;
 
 std::atomic<PictureJobMaker> jobMaker{nullptr};
 
+struct {
+  std::mutex mutex;
+  std::weak_ptr<SharpImages> images;
+} shared;
+
 const Module* OwnerOf(const RackModel& rack, const std::string& path) {
   for (const Module* module : rack.modules[0]) {
     const CBitmap* panel = module->getBackground();
@@ -30,6 +35,8 @@ const Module* OwnerOf(const RackModel& rack, const std::string& path) {
   }
   return nullptr;
 }
+
+int ScaleOf(double pixelScale) { return static_cast<int>(std::lround(pixelScale * kScaleSteps)); }
 
 std::size_t BytesOf(const CBitmap& image) {
   constexpr std::size_t kBytesPerPixel = 4;
@@ -42,15 +49,18 @@ std::size_t BytesOf(const CBitmap& image) {
 void UsePictureJobs(PictureJobMaker maker) { jobMaker = maker; }
 
 std::shared_ptr<SharpImages> SharpImages::Shared() {
-  static std::mutex mutex;
-  static std::weak_ptr<SharpImages> shared;
-  const std::lock_guard lock(mutex);
-  auto images = shared.lock();
+  const std::lock_guard lock(shared.mutex);
+  auto images = shared.images.lock();
   if (!images) {
     images = std::make_shared<SharpImages>();
-    shared = images;
+    shared.images = images;
   }
   return images;
+}
+
+std::shared_ptr<SharpImages> SharpImages::Existing() {
+  const std::lock_guard lock(shared.mutex);
+  return shared.images.lock();
 }
 
 SharpImages::SharpImages() { CBitmap::setSharpSource(this); }
@@ -79,16 +89,24 @@ CBitmap* SharpImages::Nearest(const std::string& path, int scale) {
 }
 
 CBitmap* SharpImages::findSharp(const CBitmap& image, double pixelScale) {
-  const int scale = static_cast<int>(std::lround(pixelScale * kScaleSteps));
-  const Key key(image.getPath(), scale);
+  return Look({image.getPath(), ScaleOf(pixelScale)}, {});
+}
+
+CBitmap* SharpImages::Find(const std::string& name, const PicturePainter& paint,
+                           double pixelScale) {
+  return Look({name, ScaleOf(pixelScale)}, paint);
+}
+
+CBitmap* SharpImages::Look(const Key& key, const PicturePainter& paint) {
   const auto [place, isNew] = pictures_.try_emplace(key);
   Picture& picture = place->second;
   picture.lastUse = ++uses_;
-  if (isNew && jobMaker) {
+  if (isNew && (paint || jobMaker)) {
+    picture.paint = paint;
     wanted_.push_back(key);
-    if (std::exchange(lastScale_, scale) != scale) quietCalls_ = 0;
+    if (std::exchange(lastScale_, key.second) != key.second) quietCalls_ = 0;
   }
-  return picture.image ? picture.image.get() : Nearest(image.getPath(), scale);
+  return picture.image ? picture.image.get() : Nearest(key.first, key.second);
 }
 
 void SharpImages::Work(const RackModel& rack) {
@@ -103,6 +121,10 @@ void SharpImages::Work(const RackModel& rack) {
       pictures_.erase(key);
       continue;
     }
+    if (const PicturePainter& paint = pictures_[key].paint) {
+      Start(key, [paint, scale = key.second / kScaleSteps] { return paint(scale); });
+      continue;
+    }
     const PictureJobMaker maker = jobMaker;
     const Module* owner = OwnerOf(rack, key.first);
     isPlanned = owner != nullptr;
@@ -112,14 +134,18 @@ void SharpImages::Work(const RackModel& rack) {
       if (maker && ++pictures_[key].tries < kMostTries) wanted_.push_back(key);
       continue;
     }
-    ++painting_;
-    const std::lock_guard lock(mutex_);
-    jobs_.emplace_back(key, std::move(job));
-    if (!worker_.joinable()) {
-      worker_ = std::jthread([this](const std::stop_token& stop) { Run(stop); });
-    }
-    jobAdded_.notify_one();
+    Start(key, std::move(job));
   }
+}
+
+void SharpImages::Start(const Key& key, PictureJob job) {
+  ++painting_;
+  const std::lock_guard lock(mutex_);
+  jobs_.emplace_back(key, std::move(job));
+  if (!worker_.joinable()) {
+    worker_ = std::jthread([this](const std::stop_token& stop) { Run(stop); });
+  }
+  jobAdded_.notify_one();
 }
 
 void SharpImages::TakePainted() {

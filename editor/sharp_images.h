@@ -22,6 +22,8 @@ class RackModel;
 
 /// Paints a picture; any thread.
 using PictureJob = std::function<SharedPointer<CBitmap>()>;
+/// Paints a picture with so many pixels to a unit; any thread.
+using PicturePainter = std::function<SharedPointer<CBitmap>(double pixelScale)>;
 /// Makes the job for a file of a skin with so many pixels to a unit; `module` is one whose panel it
 /// is, or null. Empty if the program does not paint such a file. Window thread.
 using PictureJobMaker = PictureJob (*)(const std::string& path, const Module* module,
@@ -40,12 +42,16 @@ class SharpImages final : public SharpImageSource {
   static constexpr std::size_t kMostBytes = std::size_t{192} << 20;
 
   static std::shared_ptr<SharpImages> Shared();
+  /// The same; null while no window has it.
+  static std::shared_ptr<SharpImages> Existing();
   SharpImages();
   ~SharpImages();
   SharpImages(const SharpImages&) = delete;
   SharpImages& operator=(const SharpImages&) = delete;
 
   CBitmap* findSharp(const CBitmap& image, double pixelScale) override;
+  /// As findSharp, of a picture that is no file of a skin; `name` is its alone in the process.
+  CBitmap* Find(const std::string& name, const PicturePainter& paint, double pixelScale);
 
   /// Part of the idle call: takes what is painted, and has painted what was asked for. Panels are
   /// planned by modules of the rack, one a call.
@@ -62,12 +68,15 @@ class SharpImages final : public SharpImageSource {
     SharedPointer<CBitmap> image;  // null while it is painted, and for good if it cannot be
     std::size_t bytes = 0;
     unsigned lastUse = 0;
-    int tries = 0;  // of windows that had no module with this panel
+    int tries = 0;           // of windows that had no module with this panel
+    PicturePainter paint{};  // empty for files of a skin
   };
 
   void Run(const std::stop_token& stop);
   void TakePainted();
   void DropOld();
+  void Start(const Key& key, PictureJob job);
+  CBitmap* Look(const Key& key, const PicturePainter& paint);
   CBitmap* Nearest(const std::string& path, int scale);
 
   std::map<Key, Picture> pictures_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "gui/param_display.h"
+
 namespace halveron {
 namespace {
 
@@ -54,6 +56,11 @@ std::string FitText(const CFontDesc& font, std::string_view text, CCoord width, 
     (font.measure(Shortened(text, kept, where)).x <= width ? fits : tooLong) = kept;
   }
   return Shortened(text, fits, where);
+}
+
+void ShowFitted(CTextLabel& label, std::string_view line, CCoord margin) {
+  const CCoord width = label.getWidth() - 2 * margin;
+  label.setText(FitText(*label.getFont(), line, width, Ellipsis::kAtEnd).c_str());
 }
 
 std::string WrapText(const CFontDesc& font, std::string_view text, CCoord width) {

@@ -3,7 +3,9 @@
 #include <cairo.h>
 
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <utility>
 
 #include "editor/external_panel.h"
 #include "editor/sharp_images.h"
@@ -43,11 +45,17 @@ SharedPointer<CBitmap> PictureOf(const Canvas& canvas) {
   return picture;
 }
 
-SharedPointer<CBitmap> Paint(const Module& module, Category category, const std::string& skin) {
+PicturePainter Painter(PanelPlan plan, const Theme& theme) {
+  return [plan = std::make_shared<const PanelPlan>(std::move(plan)), &theme](double pixelScale) {
+    const CanvasScale scaled(pixelScale);
+    return PictureOf(PaintPanel(*plan, theme));
+  };
+}
+
+PicturePainter PlanExternal(const Module& module, Category category, const std::string& skin) {
   const std::string head = HeadOf(module);
   const CatalogueEntry entry{category, head.c_str(), "", "", "", nullptr, nullptr, nullptr};
-  const Canvas canvas = PaintPanel(PlanPanel(module, entry), ThemeOf(skin));
-  return PictureOf(canvas);
+  return Painter(PlanPanel(module, entry), ThemeOf(skin));
 }
 
 /// "Night" for a file ".../Skins/Night/Large/x.png"; null if the program paints no such skin.
@@ -66,10 +74,7 @@ PictureJob JobFor(const std::string& path, const Module* module, double scale) {
   if (module) {
     const CatalogueEntry* entry = FindInCatalogue(module->GetName(), module->GetVendorName());
     if (!entry) return {};
-    return [plan = PlanPanel(*module, *entry), theme, scale] {
-      const CanvasScale scaled(scale);
-      return PictureOf(PaintPanel(plan, *theme));
-    };
+    return [paint = Painter(PlanPanel(*module, *entry), *theme), scale] { return paint(scale); };
   }
   for (const auto& images : {SharedImages(*theme), RackImages(*theme)}) {
     for (const ImageJob& image : images) {
@@ -86,7 +91,7 @@ PictureJob JobFor(const std::string& path, const Module* module, double scale) {
 }  // namespace
 
 void PaintModulePanels() {
-  UsePanelPainter(&Paint);
+  UsePanelPlanner(&PlanExternal);
   UsePictureJobs(&JobFor);
 }
 

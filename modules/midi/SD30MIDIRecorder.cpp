@@ -175,8 +175,7 @@ void SD30MIDIRecorder::ShowNumbers() {
 }
 
 void SD30MIDIRecorder::Say(const std::string& line) {
-  const CCoord width = message_->getWidth() - 2 * ScaleToPixels(kMessageMargin);
-  message_->setText(FitText(*message_->getFont(), line, width, Ellipsis::kAtEnd).c_str());
+  ShowFitted(*message_, line, ScaleToPixels(kMessageMargin));
 }
 
 void SD30MIDIRecorder::SetSampleRate(float rate) {

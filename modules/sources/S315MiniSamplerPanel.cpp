@@ -342,8 +342,7 @@ void S315MiniSampler::Show(const std::string& line) {
 
 void S315MiniSampler::SetMessage(const std::string& line) {
   line_ = line;
-  const CCoord width = message_->getWidth();
-  message_->setText(FitText(*message_->getFont(), line, width, Ellipsis::kAtEnd).c_str());
+  ShowFitted(*message_, line);
 }
 
 void S315MiniSampler::ShowNumbers() {

@@ -1,7 +1,9 @@
 #include "modules/sources/song_player.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 #include "platform/user_error.h"
 
@@ -11,6 +13,11 @@ namespace {
 
 constexpr std::size_t kPieceFrames = 256;
 constexpr std::chrono::milliseconds kLookAgain{3};
+// A song that nobody reads for so long stands still: its worker looks seldom, but often enough that
+// what it decoded ahead lasts until it looks, even if the highest speed is asked for meanwhile.
+constexpr std::chrono::seconds kRestAfter{5};
+constexpr std::chrono::milliseconds kLongestNap{50};
+constexpr double kNapOfStored = 0.125;
 constexpr std::chrono::microseconds kWaitStep{100};
 constexpr std::chrono::seconds kLongestWait{10};
 constexpr float kFastRate = 88200.0f, kSlowRate = 5000.0f;
@@ -55,7 +62,10 @@ bool SongPlayer::Load(Order order) {
   return false;
 }
 
-void SongPlayer::Seek(double seconds) { Go(std::max(seconds, 0.0)); }
+void SongPlayer::Seek(double seconds) {
+  Go(std::max(seconds, 0.0));
+  news_.notify_all();
+}
 
 SongPlayer::Display SongPlayer::Shown() const {
   const std::lock_guard lock(lock_);
@@ -74,11 +84,27 @@ void SongPlayer::Run(const std::stop_token& stop) {
     std::unique_lock lock(lock_);
     if (order_) continue;
     if (song_) {
-      news_.wait_for(lock, stop, kLookAgain, [this] { return order_.has_value() || IsBehind(); });
+      news_.wait_for(lock, stop, Nap(), [this] { return order_.has_value() || IsBehind(); });
     } else {
       news_.wait(lock, stop, [this] { return order_.has_value(); });
     }
   }
+}
+
+std::chrono::milliseconds SongPlayer::Nap() {
+  const auto now = std::chrono::steady_clock::now();
+  const std::uint64_t read = feed.TotalRead();
+  if (std::exchange(seenRead_, read) != read) restsSince_ = now;
+  if (now - restsSince_ < kRestAfter) return kLookAgain;
+  if (isOver_.load(std::memory_order_relaxed)) return kLongestNap;
+  const media::SongFacts& facts = song_->Facts();
+  const double rate = PlaybackLaw::Of(facts.rate, facts.tempo.value_or(120.0f), wishes.tempo,
+                                      wishes.speed, wishes.resamples)
+                          .rate;
+  const double seconds =
+      static_cast<double>(feed.Written() - read) / std::max(rate * facts.channels, 1.0);
+  const std::chrono::milliseconds stored(static_cast<int>(1000 * kNapOfStored * seconds));
+  return std::clamp(stored, kLookAgain, kLongestNap);
 }
 
 bool SongPlayer::TakeOrder(const std::stop_token& stop) {
@@ -126,6 +152,7 @@ void SongPlayer::Open(Order& order, const std::stop_token& stop) {
 }
 
 void SongPlayer::BeginStretch(std::uint64_t number) {
+  restsSince_ = std::chrono::steady_clock::now();
   isOver_.store(!song_, std::memory_order_relaxed);
   hasSong_.store(song_ != nullptr);
   if (song_) {

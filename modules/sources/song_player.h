@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -117,6 +118,9 @@ class SongPlayer {
   void BeginStretch(std::uint64_t number);
   /// False if there is nothing to do at present.
   bool Decode();
+  /// How long to sleep with nothing to do. The audio thread wakes nobody, which would be a call of
+  /// the system, so the worker has to look what it wants.
+  std::chrono::milliseconds Nap();
   std::uint64_t Limit() const;
   bool IsBehind() const;
 
@@ -138,6 +142,8 @@ class SongPlayer {
   // The worker's own.
   std::unique_ptr<media::TempoStream> song_;
   std::vector<float> piece_;
+  std::uint64_t seenRead_ = 0;                          // of the feed, at the last nap
+  std::chrono::steady_clock::time_point restsSince_{};  // when that moved last
 
   BackgroundWorker worker_;  // last: it uses the others
 };

@@ -1,6 +1,7 @@
 // What keeps live playing going when cards, servers and ports come and go.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -310,6 +311,29 @@ TEST(MidiLink, TakesOnlyNamedPortsAndTakesThemAgain) {
   ports.names = {"Organ 1", "Synth 33"};
   EXPECT_TRUE(numbered.Poll());
   EXPECT_EQ(numbered.Names(), Names{"Halveron"}) << "another port has the number now";
+}
+
+TEST(LiveSound, OffersEveryMidiInputButOurOwn) {
+  FakePorts ports;
+  ports.names = {"Midi Through 14:0", "Keys 20:0", "Halveron:Output 129:0",
+                 "Halveron-2:Output 130:0"};
+  MidiLink midi(ports.Source(), {});
+  LiveHost host({48000, 64, true, SongPosition(120.0)}, UserFiles::kLeaveAlone);
+  SoundLink sound(
+      host, nullptr,
+      [](const std::string&) -> std::unique_ptr<media::SoundOutput> {
+        throw UserError("", "", "there is no sound card");
+      },
+      64);
+  LiveSound control(host, sound, midi, {}, [](const std::string&) {});
+  control.LookForDevices();
+  const auto groups = control.Groups();
+  const auto inputs = std::find_if(groups.begin(), groups.end(),
+                                   [](const auto& group) { return group.title == "MIDI Inputs"; });
+  ASSERT_NE(inputs, groups.end());
+  Names offered;
+  for (const SoundControl::Choice& choice : inputs->choices) offered.push_back(choice.text);
+  EXPECT_EQ(offered, (Names{"All", "Midi Through 14:0", "Keys 20:0"}));
 }
 
 }  // namespace

@@ -115,6 +115,20 @@ TEST_F(Shared, WhatCannotBePastedIsSaid) {
   EXPECT_FALSE(two.editor.sharedClipboard.MayPaste());
 }
 
+TEST_F(Shared, TextMakesEachModuleOnceAndNoneWhereItIsTooLarge) {
+  CopyAll();
+  int made = 0;
+  RackModel counting(one.rack.engine, [&](auto... of) {
+    ++made;
+    return one.editor.Maker()(of...);
+  });
+  const PresetDocument& excerpt = one.editor.moduleClipboard.Excerpt();
+  EXPECT_EQ(TextForOthers(excerpt, SharedClipboard::kMostTextBytes, counting), Text());
+  EXPECT_EQ(made, 2);
+  TextForOthers(excerpt, SharedClipboard::kMostTextBytes + 1, counting);
+  EXPECT_EQ(made, 2);
+}
+
 TEST_F(Shared, TextThatWouldBeTooLargeSaysSo) {
   CopyAll();
   const PresetDocument& excerpt = one.editor.moduleClipboard.Excerpt();

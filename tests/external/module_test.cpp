@@ -2,9 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <cstring>
+#include <optional>
+#include <thread>
 
+#include "editor/external_panel.h"
+#include "editor/sharp_images.h"
 #include "framework/voice_group.h"
 #include "presets/rack_excerpt.h"
 #include "tests/external/libraries.h"
@@ -222,6 +227,65 @@ TEST(ExternalModules, ShowAPictureOfTheirOwnScaledToThePanel) {
     EXPECT_EQ(picture.getPixel(4, y), (CColor{200, 10, 20}));
   }
   rack.editor.RemoveAllModules();
+}
+
+/// Draws a module of a library in a window at 200 %, once its panel is there in that resolution.
+struct ZoomedPanel {
+  explicit ZoomedPanel(const LibraryFolder& folder) {
+    rig.editor.externalModules.ScanModuleLibraries(folder.Path());
+    module = &AddExternal(rig.rack, kProbe, kTestVendor);
+    rig.Place(*module, 0, 0);
+    rig.window.Zoom().SetPercent(200);
+    Draw();
+    const auto images = SharpImages::Existing();
+    for (int i = 0; i < 5000 && !images->IsIdle(); ++i) {
+      rig.editor.Idle();
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    Draw();
+  }
+  void Draw() {
+    picture.emplace(static_cast<int>(module->getWidth()) * 2,
+                    static_cast<int>(module->getHeight()) * 2, 2.0);
+    picture->pushOffset(CPoint() - module->getViewSize().getTopLeft());
+    module->drawRect(&*picture, module->getViewSize());
+    picture->popOffset();
+  }
+
+  WindowRig rig;
+  Module* module;
+  std::optional<COffscreenContext> picture;
+};
+
+TEST(ExternalModules, ShowPanelsInTheResolutionOfTheZoom) {
+  const LibraryFolder folder;
+  folder.Add("in_order", Ini("Amplifier", {kProbe}));
+  const CColor thin{10, 200, 30}, wide{60, 70, 90};
+  static std::vector<double> scales;
+  scales.clear();
+  UsePanelPlanner([](const Module& module, Category, const std::string&) -> PicturePainter {
+    return [width = module.getWidth(), height = module.getHeight()](double pixelScale) {
+      scales.push_back(pixelScale);
+      return SharedPointer<CBitmap>::Adopt(
+          new CBitmap(static_cast<int>(width * pixelScale), static_cast<int>(height * pixelScale)));
+    };
+  });
+  { const ZoomedPanel painted(folder); }
+  UsePanelPlanner(nullptr);
+  EXPECT_EQ(scales, (std::vector<double>{1, 2}));
+
+  // Of a file every pixel is there that the zoom has room for.
+  const int width = 4 * panelUnitWidth * 2;
+  COffscreenContext own(width, panelHeight * 2);
+  for (int x = 0; x < width; ++x) {
+    own.setFillColor(x % 2 == 0 ? thin : wide);
+    own.fillRect(CRect(x, 0, x + 1, panelHeight * 2));
+  }
+  ASSERT_TRUE(own.writePng(folder.Path() + "probe.png"));
+  const ZoomedPanel zoomed(folder);
+  for (const int x : {4, 5, 6, 7, width - 2, width - 1}) {
+    EXPECT_EQ(zoomed.picture->getPixel(x, panelHeight), x % 2 == 0 ? thin : wide) << x;
+  }
 }
 
 TEST(ExternalModules, DrawOnTheirDisplaysAndTakeTheMouse) {

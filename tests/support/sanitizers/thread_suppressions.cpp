@@ -14,5 +14,8 @@ extern "C" const char* __tsan_default_suppressions() {
          "race:libfontconfig.so\n"
          "race:libglib-2.0.so\n"
          "race:libpango\n"
+         "race:libharfbuzz.so\n"
+         "race:libcairo.so\n"
+         "mutex:libcairo.so\n"
          "deadlock:libcairo.so\n";
 }
