@@ -67,7 +67,8 @@ RackWindow::RackWindow(SynEditor& editor)
       images_(skinPath, skinFallbackPath),
       config_(skinPath, skinFallbackPath),
       geometry_(images_.Geometry(editor.rows, editor.options.viewableRows.Get())),
-      frame_(SharedPointer<SynFrame>::Adopt(new SynFrame(geometry_.WindowRect(), *this))),
+      frame_(SharedPointer<SynFrame>::Adopt(
+          new SynFrame(geometry_.WindowRect(), *this, !editor.sound))),
       rack_(SharedPointer<SynRack>::Adopt(new SynRack(editor, images_, geometry_))),
       zoom_(editor, *this),
       keys_(editor, *this),

@@ -23,12 +23,14 @@ constexpr double kGestureSlack = 8;
 
 }  // namespace
 
-SynFrame::SynFrame(const CRect& size, RackWindow& window)
+SynFrame::SynFrame(const CRect& size, RackWindow& window, bool isInHost)
     : CFrame(size),
       mouseRepeat(this, kRepeatMilliseconds),
       dragRepeat(this, kRepeatMilliseconds),
       presetDisplay(this, kPresetDisplayMilliseconds),
-      window_(window) {
+      window_(window),
+      isInHost_(isInHost) {
+  if (!isInHost) return;
   std::vector<Shortcut> shortcuts = MainMenu::ShortcutsInHosts();
   for (const Shortcut& shortcut : ShortcutsOf("Tab Shift+Tab")) shortcuts.push_back(shortcut);
   setShortcutsInHosts(std::move(shortcuts));
@@ -93,7 +95,7 @@ bool SynFrame::onKeyUp(const CKeyEvent& event) {
 }
 
 bool SynFrame::wantsKeyboard() const {
-  return CFrame::wantsKeyboard() || window_.Keys().FocusModule();
+  return CFrame::wantsKeyboard() || (isInHost_ && window_.Keys().FocusModule());
 }
 
 void SynFrame::onKeyboardLost() { window_.Notes().AllOff(); }

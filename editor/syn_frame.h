@@ -11,7 +11,9 @@ class RackWindow;
 /// Hands events to its views and passes to the window what it needs of them.
 class SynFrame final : public CFrame {
  public:
-  SynFrame(const CRect& size, RackWindow& window);
+  /// In a host the keyboard is the host's, and what the rack uses of it has to be claimed; all keys
+  /// of the standalone are handed in.
+  SynFrame(const CRect& size, RackWindow& window, bool isInHost);
 
   HALVERON_TYPE_OF(SynFrame, CFrame)
 
@@ -37,6 +39,7 @@ class SynFrame final : public CFrame {
 
  private:
   RackWindow& window_;
+  bool isInHost_;
   double lastScrollTime_ = -1e9;  // of the wheel, by the frame's clock
   CPoint lastScrollPoint_;
 };
