@@ -1,7 +1,7 @@
 // The vector units, and of each the few operations that plain vector arithmetic does not name well.
 //
-// Floats and 32-bit masks take one register. Doubles and 64-bit masks take two, the low lanes first,
-// or one of twice the size, in units that have no more lanes than it has doubles.
+// Floats and 32-bit masks take one register. Doubles and 64-bit masks take two, the low lanes
+// first, or one of twice the size, in units that have no more lanes than it has doubles.
 #pragma once
 
 #include <immintrin.h>

@@ -16,7 +16,8 @@ struct Avx512;
 }  // namespace dsp
 
 /// Vector instructions that a build holds code for; each can do what those before it can.
-/// kAvx2Four takes as many lanes as kSse2 in half as many registers of doubles; only groups have it.
+/// kAvx2Four takes as many lanes as kSse2 in half as many registers of doubles; only groups have
+/// it.
 enum class VectorUnit : int { kNone, kSse2, kAvx2Four, kAvx2, kAvx512 };
 
 /// Makes a VoiceGroup (framework/voice_group.h). `voices` are instances of the maker's class, their
