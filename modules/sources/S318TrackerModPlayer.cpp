@@ -316,12 +316,9 @@ void S318TrackerModPlayer::ValueChanged(CControl* control) {
   }
   if (isLoading_) return;
   if (control == position_) {
-    const SongPlayer::Display shown = player.Shown();
+    // It may be a host that moves it, on the audio thread.
     const float share = position_->getValue();
-    if (shown.hasSong && share >= 0.0f) {
-      player.Seek(std::min(share, 1.0f) * shown.facts.seconds);
-      hasMoved_ = true;
-    }
+    if (share >= 0.0f && player.Seek(std::min(share, 1.0f))) hasMoved_ = true;
     positionRest_ = kSliderRest;
   }
   if (control->getValue() < 0.5f) return;

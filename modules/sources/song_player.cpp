@@ -62,11 +62,6 @@ bool SongPlayer::Load(Order order) {
   return false;
 }
 
-void SongPlayer::Seek(double seconds) {
-  Go(std::max(seconds, 0.0));
-  news_.notify_all();
-}
-
 SongPlayer::Display SongPlayer::Shown() const {
   const std::lock_guard lock(lock_);
   return display_;
@@ -154,11 +149,11 @@ void SongPlayer::Open(Order& order, const std::stop_token& stop) {
 void SongPlayer::BeginStretch(std::uint64_t number) {
   restsSince_ = std::chrono::steady_clock::now();
   isOver_.store(!song_, std::memory_order_relaxed);
-  hasSong_.store(song_ != nullptr);
   if (song_) {
     const media::SongFacts& facts = song_->Facts();
     primed_.store(feed.Written() + static_cast<std::uint64_t>(kAheadSeconds * facts.rate) *
                                        static_cast<std::uint64_t>(facts.channels));
+    length_.store(facts.seconds, std::memory_order_relaxed);
     feed.Begin(number, facts.rate, facts.channels, facts.tempo.value_or(120.0f));
     position_.store(song_->Position(), std::memory_order_relaxed);
   } else {
@@ -166,6 +161,7 @@ void SongPlayer::BeginStretch(std::uint64_t number) {
     feed.End();
     position_.store(0.0, std::memory_order_relaxed);
   }
+  hasSong_.store(song_ != nullptr);
   begun_.store(number, std::memory_order_release);
 }
 

@@ -75,7 +75,6 @@ class SongPlayer {
   /// Goes over to another song when that is open; one that cannot be opened leaves none. False if
   /// there is no thread to do it.
   bool Load(Order order);
-  void Seek(double seconds);
   Display Shown() const;
   /// Loads that have not ended yet.
   bool IsLoading() const { return asked_.load() != ended_.load(); }
@@ -84,6 +83,12 @@ class SongPlayer {
 
   // Audio thread.
 
+  /// Goes to a share of the song's length, 0 to 1. False if there is none.
+  bool Seek(float share) {
+    if (!hasSong_.load()) return false;
+    Go(share * length_.load(std::memory_order_relaxed));
+    return true;
+  }
   /// Begins again at the start.
   std::uint64_t Restart() { return Go(0.0); }
   /// Whether a number that Restart gave is still what was asked for last.
@@ -131,6 +136,7 @@ class SongPlayer {
   std::atomic<std::uint64_t> primed_ = 0;  // decoded of it in any case, as requested_
   std::atomic<bool> hasSong_ = false;
   std::atomic<bool> isOver_ = true;  // nothing more comes in it
+  std::atomic<double> length_ = 0.0;  // of the song in seconds
   std::atomic<double> position_ = 0.0;
   std::atomic<int> asked_ = 0, ended_ = 0;
 
