@@ -135,7 +135,7 @@ class SongPlayer {
   std::atomic<std::uint64_t> begun_ = 0;   // number of the stretch that the worker is at
   std::atomic<std::uint64_t> primed_ = 0;  // decoded of it in any case, as requested_
   std::atomic<bool> hasSong_ = false;
-  std::atomic<bool> isOver_ = true;  // nothing more comes in it
+  std::atomic<bool> isOver_ = true;   // nothing more comes in it
   std::atomic<double> length_ = 0.0;  // of the song in seconds
   std::atomic<double> position_ = 0.0;
   std::atomic<int> asked_ = 0, ended_ = 0;
