@@ -21,6 +21,11 @@ struct Avx2 {
   static constexpr int kBytes = 32;
   static constexpr int kLanes = 8;
 };
+/// AVX-512 for eight lanes.
+struct Avx512Eight {
+  static constexpr int kBytes = 64;
+  static constexpr int kLanes = 8;
+};
 struct Avx512 {
   static constexpr int kBytes = 64;
   static constexpr int kLanes = 16;
@@ -165,6 +170,39 @@ struct VectorOps<Avx2> {
 #endif
 
 #ifdef __AVX512DQ__
+template <>
+struct VectorOps<Avx512Eight> {
+  using Floats = __m256;
+  using Doubles = __m512d;
+  using Ints = __m256i;
+  using WideInts = __m512i;
+
+  static Doubles AllDoubles(Floats x) { return _mm512_cvtps_pd(x); }
+  static Doubles AllDoubles(Ints x) { return _mm512_cvtepi32_pd(x); }
+  static Floats AllFloats(Doubles x) { return _mm512_cvtpd_ps(x); }
+  static WideInts AllWide(Ints mask) { return _mm512_cvtepi32_epi64(mask); }
+  static Ints AllNarrow(WideInts mask) { return _mm512_cvtepi64_epi32(mask); }
+  static Ints Blend(Ints mask, Ints a, Ints b) { return _mm256_blendv_epi8(b, a, mask); }
+  static Floats Blend(Ints mask, Floats a, Floats b) {
+    return _mm256_blendv_ps(b, a, _mm256_castsi256_ps(mask));
+  }
+  static Doubles Blend(WideInts mask, Doubles a, Doubles b) {
+    return _mm512_mask_blend_pd(_mm512_movepi64_mask(mask), b, a);
+  }
+  static unsigned Bits32(Ints mask) {
+    return static_cast<unsigned>(_mm256_movemask_ps(_mm256_castsi256_ps(mask)));
+  }
+  static unsigned Bits64(WideInts mask) { return _mm512_movepi64_mask(mask); }
+  static bool Any32(Ints mask) {
+    const Floats bits = _mm256_castsi256_ps(mask);
+    return _mm256_testz_ps(bits, bits) == 0;
+  }
+  static bool Any64(WideInts mask) { return Bits64(mask) != 0; }
+  static Floats LoadEach(const float* const* at) {
+    return _mm256_setr_ps(*at[0], *at[1], *at[2], *at[3], *at[4], *at[5], *at[6], *at[7]);
+  }
+};
+
 template <>
 struct VectorOps<Avx512> {
   using Floats = __m512;

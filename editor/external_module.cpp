@@ -398,6 +398,7 @@ VoiceGroupMaker ExternalModule::GetVoiceGroupMaker(VectorUnit unit) const {
     case VectorUnit::kAvx2Four:
       return &MakeExternalVoices<4>;
     case VectorUnit::kAvx2:
+    case VectorUnit::kAvx512Eight:
       return &MakeExternalVoices<8>;
     case VectorUnit::kAvx512:
       return &MakeExternalVoices<16>;

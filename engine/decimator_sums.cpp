@@ -133,6 +133,7 @@ StereoSum SumInVectors(const FirHistory& history) {
 
 FirSum VectorSumOf(VectorUnit unit) {
   switch (unit) {
+    case VectorUnit::kAvx512Eight:
     case VectorUnit::kAvx512:
       return SumInVectors<AddInAvx512>;
     case VectorUnit::kAvx2:

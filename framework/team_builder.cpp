@@ -24,9 +24,9 @@ constexpr std::size_t kLine = SignalStore::kLine;
 
 /// The narrowest unit that has a lane for each instance: idle lanes cost as much as others.
 VectorUnit UnitFor(std::size_t lanes, VectorUnit widest) {
-  const VectorUnit enough = lanes <= dsp::kLanesOf<dsp::Avx2Four> ? VectorUnit::kAvx2Four
-                            : lanes <= dsp::kLanesOf<dsp::Avx2>   ? VectorUnit::kAvx2
-                                                                  : VectorUnit::kAvx512;
+  const VectorUnit enough = lanes <= dsp::kLanesOf<dsp::Avx2Four>      ? VectorUnit::kAvx2Four
+                            : lanes <= dsp::kLanesOf<dsp::Avx512Eight> ? VectorUnit::kAvx512Eight
+                                                                       : VectorUnit::kAvx512;
   return std::min(enough, widest);
 }
 

@@ -12,13 +12,14 @@ namespace dsp {
 struct Sse2;
 struct Avx2Four;
 struct Avx2;
+struct Avx512Eight;
 struct Avx512;
 }  // namespace dsp
 
 /// Vector instructions that a build holds code for; each can do what those before it can.
-/// kAvx2Four takes as many lanes as kSse2 in half as many registers of doubles; only groups have
-/// it.
-enum class VectorUnit : int { kNone, kSse2, kAvx2Four, kAvx2, kAvx512 };
+/// kAvx2Four takes as many lanes as kSse2 in half as many registers of doubles, and kAvx512Eight as
+/// many as kAvx2; only groups have these two.
+enum class VectorUnit : int { kNone, kSse2, kAvx2Four, kAvx2, kAvx512Eight, kAvx512 };
 
 /// Makes a VoiceGroup (framework/voice_group.h). `voices` are instances of the maker's class, their
 /// signals laid in rows.
@@ -38,6 +39,8 @@ VoiceGroupMaker VoiceGroupMakerOf(VectorUnit unit) {
       return &MakeVoiceGroup<M, dsp::Avx2Four>;
     case VectorUnit::kAvx2:
       return &MakeVoiceGroup<M, dsp::Avx2>;
+    case VectorUnit::kAvx512Eight:
+      return &MakeVoiceGroup<M, dsp::Avx512Eight>;
     case VectorUnit::kAvx512:
       return &MakeVoiceGroup<M, dsp::Avx512>;
     case VectorUnit::kNone:

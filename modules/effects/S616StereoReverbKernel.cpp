@@ -26,6 +26,7 @@ S616StereoReverbKernel::CombStep S616StereoReverbKernel::CombStepOf(VectorUnit u
     case VectorUnit::kAvx2Four:
       return &S616StereoReverbVectors<dsp::Sse2>::Step;
     case VectorUnit::kAvx2:
+    case VectorUnit::kAvx512Eight:
       return &S616StereoReverbVectors<dsp::Avx2>::Step;
     case VectorUnit::kAvx512:
       return &S616StereoReverbVectors<dsp::Avx512>::Step;

@@ -50,6 +50,7 @@ S620FrequencyShifterKernel::StepFunction S620FrequencyShifterKernel::StepOf(Vect
     case VectorUnit::kAvx2Four:
       return &S620FrequencyShifterVectors<dsp::Sse2>::Step;
     case VectorUnit::kAvx2:
+    case VectorUnit::kAvx512Eight:
       return &S620FrequencyShifterVectors<dsp::Avx2>::Step;
     case VectorUnit::kAvx512:
       return &S620FrequencyShifterVectors<dsp::Avx512>::Step;

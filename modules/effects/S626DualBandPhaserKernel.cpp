@@ -26,6 +26,7 @@ PhaserStep PhaserStepOf(VectorUnit unit) {
     case VectorUnit::kAvx2Four:
       return &S626DualBandPhaserVectors<dsp::Sse2>::Step;
     case VectorUnit::kAvx2:
+    case VectorUnit::kAvx512Eight:
       return &S626DualBandPhaserVectors<dsp::Avx2>::Step;
     case VectorUnit::kAvx512:
       return &S626DualBandPhaserVectors<dsp::Avx512>::Step;

@@ -38,6 +38,7 @@ S218Loops S218Loops::Of(VectorUnit unit) {
     case VectorUnit::kAvx2Four:
       return LoopsOf<dsp::Sse2>();
     case VectorUnit::kAvx2:
+    case VectorUnit::kAvx512Eight:
       return LoopsOf<dsp::Avx2>();
     case VectorUnit::kAvx512:
       return LoopsOf<dsp::Avx512>();

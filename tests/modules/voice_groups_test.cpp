@@ -360,7 +360,10 @@ std::vector<UnitCase> UnitsHere() {
     units.push_back({VectorUnit::kAvx2Four, "AVX2, four lanes"});
     units.push_back({VectorUnit::kAvx2, "AVX2"});
   }
-  if (platform::HasAvx512()) units.push_back({VectorUnit::kAvx512, "AVX-512"});
+  if (platform::HasAvx512()) {
+    units.push_back({VectorUnit::kAvx512Eight, "AVX-512, eight lanes"});
+    units.push_back({VectorUnit::kAvx512, "AVX-512"});
+  }
   return units;
 }
 
